@@ -1,0 +1,18 @@
+option(VQ_BUILD_TESTS "Build the tests" ON)
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+find_program(VQ_CCACHE ccache)
+if(VQ_CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${VQ_CCACHE})
+  set(CMAKE_C_COMPILER_LAUNCHER ${VQ_CCACHE})
+endif()
+
+add_library(vq_warnings INTERFACE)
+target_compile_options(vq_warnings INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)

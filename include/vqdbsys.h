@@ -1,0 +1,282 @@
+/*
+ * VqDbSys: tables, memo files, indexes and expressions of the xBASE family.
+ *
+ * Every function returns 0 or a negative result code (VQ_E_*) unless it says otherwise, and on
+ * failure first stores a detail code into the database block it works under. The detail code is
+ * never cleared by a later success. A handle comes from an open or create function, belongs to the
+ * library, and is given back with the matching close function. A null, foreign or closed handle
+ * gives VQ_E_BAD_HANDLE. A null pointer where a text, buffer or out argument is needed gives
+ * VQ_E_RANGE. Texts are bytes ended by a zero byte; file names may use `\` and `/`.
+ */
+#ifndef VQDBSYS_H_
+#define VQDBSYS_H_
+
+#include <stdint.h>
+
+#if defined(_WIN32)
+#define VQ_CALL __stdcall
+#else
+#define VQ_CALL
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Result codes -------------------------------------------------------------------------- */
+
+#define VQ_OK 0
+#define VQ_E_UNAVAILABLE (-1)      /* no result / not available */
+#define VQ_E_UNKNOWN_NAME (-2)     /* not found in a lookup */
+#define VQ_E_FORMAT (-3)           /* bad file format */
+#define VQ_E_RANGE (-4)            /* argument out of range */
+#define VQ_E_NOT_FOUND (-5)        /* file, or key, not found */
+#define VQ_E_INDEX_START (-6)      /* before the first key */
+#define VQ_E_INDEX_END (-7)        /* past the last key */
+#define VQ_E_INDEX_PAGE (-8)       /* index page error; key already in a unique index */
+#define VQ_E_MISMATCH (-9)         /* structures or expressions do not match */
+#define VQ_E_BAD_HANDLE (-10)      /* null, foreign or closed handle */
+#define VQ_E_NOT_ALLOWED (-11)     /* operation not allowed here */
+#define VQ_E_UNKNOWN_KIND (-12)    /* unknown dialect or index kind */
+#define VQ_E_NO_DRIVER (-13)       /* no driver for this kind */
+#define VQ_E_NO_MEMORY (-14)       /* out of memory */
+#define VQ_E_ENCRYPTED (-15)       /* table is encrypted */
+#define VQ_E_READ_ONLY (-16)       /* table is open read-only */
+#define VQ_E_IO (-17)              /* read, write, seek or close failed, or a file was short */
+#define VQ_E_TOO_MANY_FILES (-18)  /* too many open files */
+#define VQ_E_ACCESS_DENIED (-19)   /* access denied */
+#define VQ_E_DISK_FULL (-20)       /* disk full */
+#define VQ_E_TEXT_LIMIT (-21)      /* expression: text, name or literal too long */
+#define VQ_E_OPEN_QUOTE (-22)      /* expression: quote or bracket not closed */
+#define VQ_E_UNKNOWN_FUNCTION (-23)/* expression: unknown function */
+#define VQ_E_STRAY_POINT (-24)     /* expression: "." that starts nothing */
+#define VQ_E_OPERAND (-25)         /* expression: operand of the wrong type or unknown */
+#define VQ_E_ARGUMENT_TYPE (-27)   /* expression: function argument of the wrong type */
+#define VQ_E_TOO_FEW (-28)         /* expression: too few arguments; list line too short */
+#define VQ_E_TOO_MANY (-29)        /* expression: too many arguments */
+#define VQ_E_PARENTHESES (-30)     /* expression: unbalanced parentheses */
+#define VQ_E_DIVISION (-31)        /* expression: division by zero */
+#define VQ_E_EMPTY (-32)           /* expression: null or empty */
+#define VQ_E_NO_HANDLER (-33)      /* expression: no handler for a token */
+#define VQ_E_NOT_LOCKED (-35)      /* lock not held */
+#define VQ_E_LOCK_UNKNOWN (-36)    /* record lock status unknown */
+#define VQ_E_LOCKED (-37)          /* somebody else holds the record */
+#define VQ_E_FILE_LOCKED (-38)     /* somebody else holds the file */
+#define VQ_E_LOCK_ROUTINE (-39)    /* lock routine failure */
+#define VQ_E_LOCK_REFUSED (-40)    /* the system refused the lock request */
+#define VQ_E_CANCELLED (-41)       /* the progress callback cancelled the work */
+
+/* ---- Records shared with the host ------------------------------------------------------------ */
+
+/* Progress of long work: units done and in all. A non-zero answer cancels: the operation returns
+ * VQ_E_CANCELLED and leaves every file as it was. */
+typedef int32_t(VQ_CALL *VqProgress)(void *context, uint32_t done, uint32_t total);
+
+#pragma pack(push, 1)
+
+/* The database block: owned by the host, prepared by DBinit, and kept alive while any handle
+ * opened with it is open. 527 bytes. */
+typedef struct VqBlock {
+  uint32_t kind;                     /*   0 dialect: 1, 2, 4, 7, 8, 32776 or 16 */
+  int32_t detail;                    /*   4 detail code of the last failure */
+  int32_t result;                    /*   8 result of a failed call that returns a handle */
+  uint16_t runtime_flags;            /*  12 1: caller records lack the flag byte; 2: shared reads
+                                             are served from the cache */
+  uint32_t memo_block_setting;       /*  14 block size of new dBASE IV memo files / 512, 1..32 */
+  uint32_t page_count_setting;       /*  18 workspace of the external sort in units of 16384 bytes */
+  int32_t record_number;             /*  22 number of the record last appended, -1 meanwhile */
+  uint32_t table_access;             /*  26 table buffers that DBuse asks for */
+  int32_t index_open_parameter;      /*  30 page buffers that DBuse asks for */
+  uint32_t century;                  /*  34 non-zero: years have four digits */
+  uint32_t first_setting;            /*  38 1 */
+  uint32_t exact;                    /*  42 non-zero: exact comparison of texts */
+  uint32_t date_format;              /*  46 0..6, see dUsetdate */
+  uint32_t language;                 /*  50 1: collate character keys by weights */
+  uint32_t count_setting;            /*  54 runs merged at once by the external sort */
+  uint32_t index_kind;               /*  58 default index kind and lock scheme, 0..6 */
+  /* The library's own 465 bytes. */
+  int32_t system_error;              /*  62 system's number of the last refused lock request */
+  char temporary_directory[88];      /*  66 see dUtmpdir */
+  char field_name[16];               /* 154 scratch of dDcreat */
+  uint64_t progress;                 /* 170 see dUsetprog */
+  uint64_t progress_context;         /* 178 */
+  uint8_t reserved[341];             /* 186 */
+} VqBlock;
+
+#pragma pack(pop)
+
+typedef struct VqTable VqTable;
+typedef struct VqMemo VqMemo;
+typedef struct VqIndex VqIndex; /* an NDX file, an MDX file or a tag of one */
+typedef struct VqExpr VqExpr;
+typedef struct VqDatabase VqDatabase;
+
+#pragma pack(push, 1)
+
+/* A copy of one member of a database's index group, as GRPmember hands it out. */
+typedef struct VqMember {
+  uint32_t kind;         /* 1 table; 2, 4, 8 memo; 16 MDX, 32 tag, 64 NDX, 128 NDX3, 256.. */
+  void *handle;          /* table, memo or index handle */
+  const char *name;      /* file name */
+  const char *tag;       /* tags only */
+  VqExpr *key_program;   /* indexes with a key; null otherwise */
+  void *filter_program;  /* tags: VqExpr* or null; table: the VqBlock */
+  int32_t key_length;
+  char key_type;
+  VqDatabase *owner;     /* set in copies only */
+  uint32_t flags;        /* table: number of index members */
+  uint32_t driver_column;
+} VqMember;
+
+#pragma pack(pop)
+
+typedef struct VqIndexSpec {
+  uint32_t kind; /* 16 MDX, 64 NDX, 128 NDX3, 256 FOXIDX, 512 FOXCDX, 1024 CLIPNTX */
+  const char *name;
+  int32_t parameter; /* page buffers */
+  struct VqIndexSpec *next;
+} VqIndexSpec;
+
+/* Given to dEparse as the table: names are not bound and types are not checked. */
+#define VQ_NO_TABLE ((VqTable *)(intptr_t)-4)
+
+/* ---- dD: tables ------------------------------------------------------------------------------ */
+
+int32_t VQ_CALL dDcreat(VqBlock *block, const char *name, int32_t count, const char *const *fields);
+VqTable *VQ_CALL dDopen(VqBlock *block, const char *name, uint32_t mode, int32_t buffers);
+int32_t VQ_CALL dDclose(VqTable *table);
+int32_t VQ_CALL dDmode(VqBlock *block, const char *name);
+int32_t VQ_CALL dDfields(VqTable *table);
+int32_t VQ_CALL dDfldnm(VqTable *table, int32_t number, char *name);
+int32_t VQ_CALL dDfldno(VqTable *table, const char *name);
+int32_t VQ_CALL dDreclen(VqTable *table);
+int32_t VQ_CALL dDreccnt(VqTable *table, uint32_t *count);
+int32_t VQ_CALL dDdate(VqTable *table, int32_t *month, int32_t *day, int32_t *year);
+int32_t VQ_CALL dDbuffs(VqBlock *block, const char *name, int32_t buffers);
+int32_t VQ_CALL dDgetrec(VqTable *table, uint32_t recno, void *record);
+int32_t VQ_CALL dDapprec(VqTable *table, const void *record);
+int32_t VQ_CALL dDupdrec(VqTable *table, uint32_t recno, const void *record);
+int32_t VQ_CALL dDdelrec(VqTable *table, uint32_t recno);
+int32_t VQ_CALL dDrclrec(VqTable *table, uint32_t recno);
+int32_t VQ_CALL dDinsrec(VqTable *table, uint32_t recno, const void *record);
+int32_t VQ_CALL dDrmrec(VqTable *table, uint32_t recno);
+int32_t VQ_CALL dDrecsta(VqTable *table, uint32_t recno);
+int32_t VQ_CALL dDflush(VqTable *table);
+int32_t VQ_CALL dDclearbuf(VqTable *table);
+
+/* ---- dU: conversions, calendar and settings ---------------------------------------------------- */
+
+char *VQ_CALL dUexpnm(const char *name, const char *extension, char *out);
+int32_t VQ_CALL dU3itodf(VqBlock *block, int32_t month, int32_t day, int32_t year, char *field);
+int32_t VQ_CALL dUdfto3i(const char *field, int32_t *month, int32_t *day, int32_t *year);
+int32_t VQ_CALL dU3itodk(VqBlock *block, uint32_t kind, int32_t month, int32_t day, int32_t year,
+                         void *key);
+int32_t VQ_CALL dUdftodk(VqBlock *block, uint32_t kind, const char *field, void *key);
+int32_t VQ_CALL dUdkto3i(uint32_t kind, const void *key, int32_t *month, int32_t *day,
+                         int32_t *year);
+int32_t VQ_CALL dU3itoJ(VqBlock *block, int32_t month, int32_t day, int32_t year);
+int32_t VQ_CALL dUJto3i(int32_t day_number, int32_t *month, int32_t *day, int32_t *year);
+int32_t VQ_CALL dUatoJ(VqBlock *block, const char *text);
+int32_t VQ_CALL dUdtonk(uint32_t kind, double value, void *key);
+int32_t VQ_CALL dUnftonk(VqBlock *block, uint32_t kind, const char *field, int32_t width, void *key);
+int32_t VQ_CALL dUnktod(uint32_t kind, const void *key, double *value);
+int32_t VQ_CALL dUnktoa(uint32_t kind, const void *key, int32_t width, int32_t decimals, char *text);
+int32_t VQ_CALL dUnftod(const char *field, int32_t width, double *value);
+int32_t VQ_CALL dUatonf(VqBlock *block, const char *text, int32_t width, int32_t decimals,
+                        char *field);
+int32_t VQ_CALL dUdtonf(VqBlock *block, double value, int32_t width, int32_t decimals, char *field);
+int32_t VQ_CALL dUfldtoa(const char *field, int32_t width, char *text);
+int32_t VQ_CALL dUatocf(const char *text, int32_t width, char *field);
+int32_t VQ_CALL dUcheck_mfld(const char *field);
+int32_t VQ_CALL dUinitmf(char *field);
+int32_t VQ_CALL dUtoday(int32_t *month, int32_t *day, int32_t *year);
+int32_t VQ_CALL dUleap(int32_t year);
+char *VQ_CALL dUversion(char *text);
+VqBlock *VQ_CALL dUsetlang(VqBlock *block, int32_t language);
+VqBlock *VQ_CALL dUsetnet(VqBlock *block, int32_t scheme);
+VqBlock *VQ_CALL dUsetcent(VqBlock *block, int32_t on);
+VqBlock *VQ_CALL dUsetexact(VqBlock *block, int32_t on);
+VqBlock *VQ_CALL dUsetdate(VqBlock *block, int32_t format);
+int32_t VQ_CALL dUtmpdir(VqBlock *block, const char *directory);
+
+/* ---- dE: expressions --------------------------------------------------------------------------- */
+
+int32_t VQ_CALL dEparse(VqBlock *block, const char *text, VqTable *table, VqExpr **out, char *type,
+                        int32_t *length);
+int32_t VQ_CALL dErun(VqBlock *block, VqExpr *expr, const void *record, uint32_t options,
+                      int32_t max, void *buffer, int32_t *length);
+int32_t VQ_CALL dEeval(VqBlock *block, const char *text, VqTable *table, const void *record,
+                       void *buffer, char *type, int32_t *length);
+int32_t VQ_CALL dEfree(VqExpr *expr);
+
+/* ---- dN: NDX files ------------------------------------------------------------------------------ */
+
+int32_t VQ_CALL dNcreat(VqBlock *block, const char *name, const char *expression,
+                        const char *format);
+VqIndex *VQ_CALL dNopen(VqTable *table, const char *name, uint32_t mode, int32_t buffers);
+int32_t VQ_CALL dNclose(VqIndex *index);
+int32_t VQ_CALL dNbuffs(VqBlock *block, const char *name, int32_t buffers);
+VqIndex *VQ_CALL dN3datek(VqIndex *index);
+int32_t VQ_CALL dNflush(VqIndex *index);
+int32_t VQ_CALL dNputkey(VqIndex *index, const void *key, uint32_t recno);
+int32_t VQ_CALL dNrmkey(VqIndex *index, const void *key, uint32_t recno);
+int32_t VQ_CALL dNupdkey(VqIndex *index, const void *old_key, const void *new_key, uint32_t recno);
+int32_t VQ_CALL dNgetrno(VqIndex *index, const void *key, uint32_t *recno);
+int32_t VQ_CALL dNnxtkey(VqIndex *index, void *key, uint32_t *recno);
+int32_t VQ_CALL dNprvkey(VqIndex *index, void *key, uint32_t *recno);
+int32_t VQ_CALL dNcurkey(VqIndex *index, void *key, uint32_t *recno);
+int32_t VQ_CALL dNrewind(VqIndex *index);
+int32_t VQ_CALL dNforwrd(VqIndex *index);
+int32_t VQ_CALL dNexpr(VqIndex *index, char *text, int32_t size, int32_t *flags);
+int32_t VQ_CALL dNexplen(VqIndex *index, int32_t *length, int32_t *flags);
+int32_t VQ_CALL dNkeylen(VqIndex *index);
+int32_t VQ_CALL dNkeytyp(VqIndex *index);
+int32_t VQ_CALL dNlkfil(VqIndex *index);
+int32_t VQ_CALL dNulkfil(VqIndex *index);
+int32_t VQ_CALL dNlkfsta(VqIndex *index);
+int32_t VQ_CALL dNcopy(VqBlock *block, const char *from, const char *to);
+
+/* ---- DB: databases: a table, its memo file and its index group ---------------------------------- */
+
+int32_t VQ_CALL DBinit(VqBlock *block, uint32_t kind);
+int32_t VQ_CALL DBopen(VqBlock *block, const char *name, uint32_t mode, int32_t buffers,
+                       uint32_t options, int32_t count, VqIndexSpec *specs, VqDatabase **out,
+                       VqIndexSpec **failed);
+int32_t VQ_CALL DBuse(VqBlock *block, const char *name, uint32_t mode, VqDatabase **out);
+int32_t VQ_CALL DBclose(VqDatabase *database);
+int32_t VQ_CALL GRPmember(VqDatabase *database, uint32_t kind, const char *name, const char *tag,
+                          VqMember *out);
+int32_t VQ_CALL DBcreat(VqBlock *block, const char *name, int32_t count, const char *const *fields);
+int32_t VQ_CALL DBcopy(VqBlock *block, const char *from, const char *to);
+int32_t VQ_CALL DBgetrec(const VqMember *member, const void *key, void *record, uint32_t *recno);
+int32_t VQ_CALL DBnextrec(const VqMember *member, void *record, uint32_t *recno, void *key);
+int32_t VQ_CALL DBprevrec(const VqMember *member, void *record, uint32_t *recno, void *key);
+int32_t VQ_CALL DBcurrec(const VqMember *member, void *record, uint32_t *recno, void *key);
+int32_t VQ_CALL DBrewind(const VqMember *member);
+int32_t VQ_CALL DBforward(const VqMember *member);
+int32_t VQ_CALL DBapprec(VqDatabase *database, const void *record, uint32_t *recno);
+int32_t VQ_CALL DBupdrec(VqDatabase *database, uint32_t recno, const void *record);
+int32_t VQ_CALL DBdelrec(VqDatabase *database, uint32_t recno);
+int32_t VQ_CALL DBrclrec(VqDatabase *database, uint32_t recno);
+int32_t VQ_CALL DBrecsta(VqDatabase *database, uint32_t recno);
+int32_t VQ_CALL DBflush(VqDatabase *database);
+int32_t VQ_CALL DBexfield(VqTable *table, const void *record, const char *name, char *out);
+int32_t VQ_CALL DBexpr(const VqMember *member, char *text, int32_t size, int32_t *flags);
+int32_t VQ_CALL DBexplen(const VqMember *member, int32_t *length, int32_t *flags);
+int32_t VQ_CALL DBkeylen(const VqMember *member, int32_t *length);
+int32_t VQ_CALL DBkeytype(const VqMember *member, int32_t *type);
+int32_t VQ_CALL DBlist_tags(const VqMember *member, int32_t sorted, void *list);
+int32_t VQ_CALL DBtags(const VqMember *member);
+int32_t VQ_CALL DBgetmemo(VqDatabase *database, const char *reference, int32_t offset, int32_t max,
+                          void *buffer, int32_t *length, int32_t *done);
+int32_t VQ_CALL DBmemosize(VqDatabase *database, const char *reference, int32_t *length);
+int32_t VQ_CALL DBmemotype(VqDatabase *database, const char *reference, int32_t *type);
+int32_t VQ_CALL DBmemomem(VqBlock *block, const char *name, int32_t *size);
+int32_t VQ_CALL DBoptimize(VqBlock *block, const char *name);
+int32_t VQ_CALL WEP(int32_t reason);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* VQDBSYS_H_ */
