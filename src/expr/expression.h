@@ -1,0 +1,52 @@
+// Compiled expressions: parsed once against a table, run against a record buffer as often as
+// wanted, delivering a value as text or number, or as the bytes of an index key.
+#ifndef VQDBSYS_EXPR_EXPRESSION_H_
+#define VQDBSYS_EXPR_EXPRESSION_H_
+
+#include <cstdint>
+
+#include "frame/handle_pool.h"
+#include "frame/result.h"
+#include "table/table.h"
+
+namespace vqdb::expr {
+
+class Expression;
+
+HandlePool<Expression>& expressions();
+
+// Against which names are bound: a table; none, but types are checked; or nothing at all.
+struct Binding {
+  table::Table* table = nullptr;
+  bool check_types = true;
+};
+
+// What an expression delivers.
+struct ResultShape {
+  char type = 0;            // C N F D L M; 0 when types are not checked
+  std::int32_t length = 0;  // bytes; records of the program when types are not checked
+  std::uint8_t integer_digits = 0;
+  std::uint8_t decimals = 0;
+};
+
+Result parse(VqBlock& block, const char* text, const Binding& binding, Expression*& out,
+             ResultShape& shape);
+void free(Expression& expression);
+
+namespace run_option {
+inline constexpr std::uint32_t kKey = 0x01;           // deliver key form
+inline constexpr std::uint32_t kPackedKey = 0x10;     // 12-byte packed decimal, also with 0x20
+inline constexpr std::uint32_t kTagKey = 0x20;
+inline constexpr std::uint32_t kOrderedKey = 0x100;   // order-preserving double, also with 0x200
+inline constexpr std::uint32_t kOrderedKey2 = 0x200;
+inline constexpr std::uint32_t kTextKey = 0x400;
+}  // namespace run_option
+
+// Runs against a whole record, deletion flag included (null where no field is read). Writes at most
+// max bytes (below 1: 1000), zero-terminated texts one more, and the length written.
+Result run(VqBlock& block, Expression& expression, const void* record, std::uint32_t options,
+           std::int32_t max, void* buffer, std::int32_t& length);
+
+}  // namespace vqdb::expr
+
+#endif  // VQDBSYS_EXPR_EXPRESSION_H_

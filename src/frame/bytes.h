@@ -1,0 +1,46 @@
+// Little-endian numbers as every file format stores them, and doubles as index keys store them.
+#ifndef VQDBSYS_FRAME_BYTES_H_
+#define VQDBSYS_FRAME_BYTES_H_
+
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
+namespace vqdb {
+
+using Byte = std::uint8_t;
+
+static_assert(std::endian::native == std::endian::little);
+
+inline std::uint16_t load_le16(const void* from) {
+  std::uint16_t value;
+  std::memcpy(&value, from, sizeof value);
+  return value;
+}
+
+inline std::uint32_t load_le32(const void* from) {
+  std::uint32_t value;
+  std::memcpy(&value, from, sizeof value);
+  return value;
+}
+
+inline double load_double(const void* from) {
+  double value;
+  std::memcpy(&value, from, sizeof value);
+  return value;
+}
+
+inline void store_le16(void* to, std::uint16_t value) { std::memcpy(to, &value, sizeof value); }
+inline void store_le32(void* to, std::uint32_t value) { std::memcpy(to, &value, sizeof value); }
+inline void store_double(void* to, double value) { std::memcpy(to, &value, sizeof value); }
+
+// ASCII letters and white space, whatever the locale.
+inline char to_upper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; }
+inline char to_lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
+inline bool is_digit(char c) { return c >= '0' && c <= '9'; }
+inline bool is_letter(char c) { return to_upper(c) >= 'A' && to_upper(c) <= 'Z'; }
+inline bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+}  // namespace vqdb
+
+#endif  // VQDBSYS_FRAME_BYTES_H_

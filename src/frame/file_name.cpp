@@ -1,0 +1,69 @@
+#include "frame/file_name.h"
+
+#include <atomic>
+#include <cstdint>
+
+#include "platform/file.h"
+#include "platform/path.h"
+
+namespace vqdb {
+namespace {
+
+// The last number used in a temporary name, by anyone in this process.
+std::atomic<std::uint32_t> last_temporary{0};
+
+// Where the extension's point stands, searched backwards up to the start of the file name.
+std::size_t find_point(std::string_view name) {
+  for (std::size_t i = name.size(); i-- > 0;) {
+    const char c = name[i];
+    if (c == '.') return i;
+    if (c == '\\' || c == '/' || c == ':') break;
+  }
+  return std::string_view::npos;
+}
+
+std::string_view before_semicolon(std::string_view name) { return name.substr(0, name.find(';')); }
+
+}  // namespace
+
+std::string with_extension(std::string_view name, std::string_view extension) {
+  const std::string_view stem = before_semicolon(name);
+  std::string result(stem);
+  if (find_point(stem) != std::string_view::npos) return result;
+  return result.append(".").append(extension);
+}
+
+std::string replace_extension(std::string_view name, std::string_view extension) {
+  const std::string_view stem = before_semicolon(name);
+  return std::string(stem.substr(0, find_point(stem))).append(".").append(extension);
+}
+
+std::string path_of(std::string_view name, std::string_view extension) {
+  return platform::resolve(with_extension(name, extension));
+}
+
+std::string_view behind_semicolon(std::string_view name) {
+  const std::size_t semicolon = name.find(';');
+  return semicolon == std::string_view::npos ? std::string_view() : name.substr(semicolon + 1);
+}
+
+std::string_view base_name(std::string_view path) {
+  const std::size_t separator = path.find_last_of("\\/:");
+  const std::string_view file =
+      separator == std::string_view::npos ? path : path.substr(separator + 1);
+  return file.substr(0, file.rfind('.'));
+}
+
+std::optional<std::string> temporary_path(const VqBlock& block, std::string_view extension) {
+  std::string directory = block.temporary_directory;
+  const std::uint32_t start = last_temporary.load();
+  for (;;) {
+    const std::uint32_t number = ++last_temporary;
+    if (number == start) return std::nullopt;
+    const std::string name = directory + std::to_string(number);
+    const std::string path = path_of(name, extension);
+    if (!platform::exists(platform::resolve(name)) && !platform::exists(path)) return path;
+  }
+}
+
+}  // namespace vqdb

@@ -1,0 +1,36 @@
+// File names as callers write them: the default-extension rule, the part behind a semicolon, and
+// names for temporary files.
+#ifndef VQDBSYS_FRAME_FILE_NAME_H_
+#define VQDBSYS_FRAME_FILE_NAME_H_
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "vqdbsys.h"
+
+namespace vqdb {
+
+// The name up to its first `;`, with "." and the extension behind it when it has none. A name
+// that ends in a point keeps it. The case stays as it is.
+std::string with_extension(std::string_view name, std::string_view extension);
+
+// The name up to its first `;`, with its extension, if any, replaced by this one.
+std::string replace_extension(std::string_view name, std::string_view extension);
+
+// The path of the file that the name means; see platform::resolve.
+std::string path_of(std::string_view name, std::string_view extension);
+
+// The text behind the first `;`; empty when there is none.
+std::string_view behind_semicolon(std::string_view name);
+
+// The file name without directory and extension.
+std::string_view base_name(std::string_view path);
+
+// The path of a file in the block's temporary directory that does not exist, neither under this
+// name nor with the extension that it carries already; nothing when every number is taken.
+std::optional<std::string> temporary_path(const VqBlock& block, std::string_view extension);
+
+}  // namespace vqdb
+
+#endif  // VQDBSYS_FRAME_FILE_NAME_H_

@@ -1,0 +1,21 @@
+// Which file of the system a name means. On Windows the system knows by itself; elsewhere names
+// are matched as given, then upper-cased, then without regard to case, component by component, and
+// both `\` and `/` separate.
+#ifndef VQDBSYS_PLATFORM_PATH_H_
+#define VQDBSYS_PLATFORM_PATH_H_
+
+#include <string>
+#include <string_view>
+
+namespace vqdb::platform {
+
+// The path of the file that `name` (already carrying its extension, in any case) means: an
+// existing one if there is a match, else the upper-cased name in its directory.
+std::string resolve(std::string_view name);
+
+// The separator that ends a directory text on this system.
+char separator();
+
+}  // namespace vqdb::platform
+
+#endif  // VQDBSYS_PLATFORM_PATH_H_

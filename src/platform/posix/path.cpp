@@ -1,0 +1,82 @@
+#include "platform/path.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+
+#include <memory>
+#include <optional>
+
+#include "platform/file.h"
+
+namespace vqdb::platform {
+namespace {
+
+char upper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
+
+std::string upper(std::string_view text) {
+  std::string result(text);
+  for (char& c : result) c = upper(c);
+  return result;
+}
+
+bool is_directory(const std::string& path) {
+  struct stat about = {};
+  return ::stat(path.c_str(), &about) == 0 && S_ISDIR(about.st_mode);
+}
+
+// The first entry of the directory, in sorted order, that equals the name but for case.
+std::optional<std::string> match(const std::string& directory, std::string_view name) {
+  const auto close = [](DIR* stream) { ::closedir(stream); };
+  const std::unique_ptr<DIR, decltype(close)> stream(
+      ::opendir(directory.empty() ? "." : directory.c_str()), close);
+  if (stream == nullptr) return std::nullopt;
+  const std::string wanted = upper(name);
+  std::optional<std::string> best;
+  while (const dirent* entry = ::readdir(stream.get())) {
+    const std::string_view candidate = entry->d_name;
+    if (candidate.size() != wanted.size() || upper(candidate) != wanted) continue;
+    if (!best || candidate < *best) best = std::string(candidate);
+  }
+  return best;
+}
+
+std::string resolve_directory(std::string_view text) {
+  const std::string given(text);
+  if (given.empty() || is_directory(given)) return given;
+  std::string path;
+  std::size_t start = 0;
+  while (start < text.size()) {
+    const std::size_t end = text.find('/', start);
+    const std::string_view component = text.substr(start, end - start);
+    if (component.empty() || is_directory(path + std::string(component))) {
+      path += component;
+    } else {
+      path += match(path, component).value_or(std::string(component));
+    }
+    path += '/';
+    start = end == std::string_view::npos ? text.size() : end + 1;
+  }
+  return path;
+}
+
+}  // namespace
+
+std::string resolve(std::string_view name) {
+  std::string given(name);
+  for (char& c : given) {
+    if (c == '\\') c = '/';
+  }
+  const std::size_t slash = given.rfind('/');
+  const std::size_t base = slash == std::string::npos ? 0 : slash + 1;
+  const std::string directory = resolve_directory(std::string_view(given).substr(0, base));
+  const std::string file = given.substr(base);
+  if (exists(directory + file)) return directory + file;
+  const std::string upper_file = upper(file);
+  if (exists(directory + upper_file)) return directory + upper_file;
+  if (const auto found = match(directory, file)) return directory + *found;
+  return directory + upper_file;
+}
+
+char separator() { return '/'; }
+
+}  // namespace vqdb::platform
