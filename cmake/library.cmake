@@ -1,0 +1,69 @@
+# The library as hosts link it: a shared library whose only visible symbols are those of
+# src/exports/exports.list, and on Linux an archive with the same property.
+set(list_file ${PROJECT_SOURCE_DIR}/src/exports/exports.list)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${list_file})
+file(STRINGS ${list_file} VQ_EXPORTS)
+list(SORT VQ_EXPORTS)
+list(REMOVE_DUPLICATES VQ_EXPORTS)
+
+set(generated ${PROJECT_BINARY_DIR}/generated)
+set(map "{\n")
+set(def "LIBRARY vqdbsys.dll\nEXPORTS\n")
+set(inc "")
+set(names "")
+if(VQ_EXPORTS)
+  string(APPEND map "global:\n")
+endif()
+foreach(name IN LISTS VQ_EXPORTS)
+  string(APPEND map "  ${name};\n")
+  string(APPEND def "  ${name}\n")
+  string(APPEND inc "VQ_EXPORTED(${name})\n")
+  string(APPEND names "${name}\n")
+endforeach()
+string(APPEND map "local: *;\n};\n")
+file(CONFIGURE OUTPUT ${generated}/vqdbsys.map CONTENT "${map}" @ONLY)
+file(CONFIGURE OUTPUT ${generated}/vqdbsys.def CONTENT "${def}" @ONLY)
+file(CONFIGURE OUTPUT ${generated}/exported_functions.inc CONTENT "${inc}" @ONLY)
+file(CONFIGURE OUTPUT ${generated}/exported_names.txt CONTENT "${names}" @ONLY)
+set(VQ_GENERATED_DIR ${generated})
+
+if(NOT VQ_OBJECTS OR NOT VQ_EXPORTS)
+  return()
+endif()
+
+add_library(vqdbsys SHARED ${VQ_OBJECTS} ${VQ_FAULT_OFF})
+target_include_directories(vqdbsys INTERFACE ${PROJECT_SOURCE_DIR}/include)
+target_link_libraries(vqdbsys PRIVATE vq_partial)
+set_target_properties(vqdbsys PROPERTIES LINKER_LANGUAGE CXX)
+
+if(WIN32)
+  set_target_properties(vqdbsys PROPERTIES PREFIX "" LINK_DEPENDS ${generated}/vqdbsys.def)
+  # The definition file names the functions plainly; the linker finds the decorated ones, and
+  # hosts that link against the import library find the plain names the same way.
+  target_sources(vqdbsys PRIVATE ${generated}/vqdbsys.def)
+  target_link_options(vqdbsys PUBLIC -Wl,--enable-stdcall-fixup)
+else()
+  set_target_properties(vqdbsys PROPERTIES SOVERSION ${PROJECT_VERSION_MAJOR} LINK_DEPENDS
+                                           ${generated}/vqdbsys.map)
+  target_link_options(vqdbsys PRIVATE -Wl,--version-script=${generated}/vqdbsys.map)
+
+  # One relocatable object in which every symbol but the exported ones is local.
+  add_custom_command(
+    OUTPUT ${PROJECT_BINARY_DIR}/libvqdbsys.a
+    COMMAND ${CMAKE_LINKER} -r --force-group-allocation -o ${generated}/vqdbsys_all.o ${VQ_OBJECTS}
+            ${VQ_FAULT_OFF}
+    COMMAND ${CMAKE_OBJCOPY} --keep-global-symbols=${generated}/exported_names.txt
+            ${generated}/vqdbsys_all.o
+    COMMAND ${CMAKE_COMMAND} -E rm -f ${PROJECT_BINARY_DIR}/libvqdbsys.a
+    COMMAND ${CMAKE_AR} rcs ${PROJECT_BINARY_DIR}/libvqdbsys.a ${generated}/vqdbsys_all.o
+    DEPENDS ${VQ_OBJECTS} ${VQ_FAULT_OFF} ${generated}/exported_names.txt
+    COMMAND_EXPAND_LISTS VERBATIM)
+  add_custom_target(vqdbsys_archive ALL DEPENDS ${PROJECT_BINARY_DIR}/libvqdbsys.a)
+endif()
+
+add_custom_command(
+  TARGET vqdbsys
+  POST_BUILD
+  COMMAND ${CMAKE_COMMAND} -DNM=${CMAKE_NM} -DOBJDUMP=${CMAKE_OBJDUMP} -DLIBRARY=$<TARGET_FILE:vqdbsys>
+          -DNAMES=${generated}/exported_names.txt -P ${PROJECT_SOURCE_DIR}/cmake/check_exports.cmake
+  VERBATIM)
