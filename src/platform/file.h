@@ -82,7 +82,7 @@ class File {
 
 bool exists(const std::string& path);
 Outcome remove(const std::string& path);
-// Renames; refuses neither an existing target nor another device with other_device.
+// An existing target is refused with already_exists, one on another device with other_device.
 Outcome rename(const std::string& from, const std::string& to);
 // Puts `from` in the place of `to` in one step that a crash cannot split, when both lie on one
 // device; `to` need not exist.

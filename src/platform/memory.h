@@ -10,8 +10,9 @@
 
 namespace vqdb::platform {
 
-// A zeroed block aligned for every plain type (64 bytes on systems that allow it); null when there
-// is no memory.
+inline constexpr std::size_t kBlockAlignment = 64;
+
+// A zeroed block, aligned to kBlockAlignment; null when there is no memory.
 void* allocate(std::size_t size);
 void release(void* block);
 

@@ -13,6 +13,9 @@ namespace vqdb::platform {
 // existing one if there is a match, else the upper-cased name in its directory.
 std::string resolve(std::string_view name);
 
+// ASCII letters upper-cased, every other byte as it is.
+std::string upper_case(std::string_view text);
+
 // The separator that ends a directory text on this system.
 char separator();
 

@@ -9,9 +9,8 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
-#include <utility>
 
-#include "platform/fault.h"
+#include "platform/system_calls.h"
 
 namespace vqdb::platform {
 namespace {
@@ -37,8 +36,6 @@ Outcome outcome_of(int number) {
     case EDQUOT:
     case EFBIG:
       return {Error::disk_full, number};
-    case EAGAIN:
-      return {Error::lock_refused, number};
     case EXDEV:
       return {Error::other_device, number};
     default:
@@ -46,220 +43,130 @@ Outcome outcome_of(int number) {
   }
 }
 
-Outcome last_error() { return outcome_of(errno); }
+Outcome outcome_if(bool succeeded) { return succeeded ? Outcome{} : outcome_of(errno); }
 
-int retry_open(const std::string& path, int flags) {
-  int fd = -1;
-  do {
-    fd = ::open(path.c_str(), flags | O_CLOEXEC, 0666);
-  } while (fd < 0 && errno == EINTR);
-  return fd;
+int descriptor(system::Handle file) { return static_cast<int>(file); }
+
+// The call again for as long as a signal interrupts it.
+template <typename SystemCall>
+auto uninterrupted(SystemCall system_call) {
+  for (;;) {
+    const auto result = system_call();
+    if (result >= 0 || errno != EINTR) return result;
+  }
 }
 
-Outcome injected(Call call) {
-  return outcome_of(call == Call::write || call == Call::create ? ENOSPC : EIO);
+Outcome open_descriptor(const std::string& path, int flags, system::Handle& file) {
+  const int opened = uninterrupted([&] { return ::open(path.c_str(), flags | O_CLOEXEC, 0666); });
+  if (opened < 0) return outcome_of(errno);
+  struct stat about = {};
+  if (::fstat(opened, &about) == 0 && S_ISDIR(about.st_mode)) {
+    ::close(opened);
+    return outcome_of(EISDIR);
+  }
+  file = opened;
+  return {};
 }
 
-bool denied(int number) { return number == EACCES || number == EPERM || number == EROFS; }
-
-// Whether a call may go on; cut_short leaves the decision to the transfer.
-bool struck(Call call) { return verdict(call) != Verdict::go_on; }
-
-std::size_t total_size(std::span<const Piece> pieces) {
-  std::size_t total = 0;
-  for (const Piece& piece : pieces) total += piece.size;
-  return total;
-}
-
-// One gathering or scattering transfer. Returns the bytes moved, or -1 with errno set.
-template <typename Transfer>
-ssize_t transfer_pieces(std::span<const Piece> pieces, Transfer transfer) {
-  std::array<iovec, kMaxPieces> vectors;
-  const std::size_t count = std::min(pieces.size(), vectors.size());
-  for (std::size_t i = 0; i < count; ++i) vectors[i] = {pieces[i].data, pieces[i].size};
-  ssize_t moved = 0;
-  do {
-    moved = transfer(vectors.data(), static_cast<int>(count));
-  } while (moved < 0 && errno == EINTR);
-  return moved;
+// Gives the pieces to `plain` (data, size) when there is one, else to `vectored` (vectors, count).
+template <typename Plain, typename Vectored>
+Outcome transfer(std::span<const Piece> pieces, std::size_t& moved, Plain plain,
+                 Vectored vectored) {
+  ssize_t bytes = 0;
+  if (pieces.size() == 1) {
+    bytes = uninterrupted([&] { return plain(pieces[0].data, pieces[0].size); });
+  } else {
+    std::array<iovec, kMaxPieces> vectors;
+    const std::size_t count = std::min(pieces.size(), vectors.size());
+    for (std::size_t i = 0; i < count; ++i) vectors[i] = {pieces[i].data, pieces[i].size};
+    bytes = uninterrupted([&] { return vectored(vectors.data(), static_cast<int>(count)); });
+  }
+  moved = bytes < 0 ? 0 : static_cast<std::size_t>(bytes);
+  return outcome_if(bytes >= 0);
 }
 
 // Byte-range locks that belong to the open file, not to the process.
-Outcome set_lock(int fd, short kind, std::uint64_t offset, std::uint64_t length) {
+Outcome set_lock(system::Handle file, short kind, std::uint64_t offset, std::uint64_t length) {
   struct flock range = {};
   range.l_type = kind;
   range.l_whence = SEEK_SET;
   range.l_start = static_cast<off_t>(offset);
   range.l_len = static_cast<off_t>(length);
-  if (::fcntl(fd, F_OFD_SETLK, &range) == 0) return {};
-  if (errno == EBADF && kind == F_WRLCK) {  // open for reading only
+  if (::fcntl(descriptor(file), F_OFD_SETLK, &range) == 0) return {};
+  if (errno == EBADF && kind == F_WRLCK) {  // open for reading only: keep writers out at least
     range.l_type = F_RDLCK;
-    if (::fcntl(fd, F_OFD_SETLK, &range) == 0) return {};
+    if (::fcntl(descriptor(file), F_OFD_SETLK, &range) == 0) return {};
   }
   const int number = errno;
-  if (number == EACCES) return {Error::lock_refused, number};
+  if (number == EACCES || number == EAGAIN) return {Error::lock_refused, number};
   return outcome_of(number);
 }
 
 }  // namespace
 
-File::~File() {
-  if (is_open()) ::close(static_cast<int>(handle_));
+bool exists(const std::string& path) { return ::access(path.c_str(), F_OK) == 0; }
+
+namespace system {
+
+Outcome open_file(const std::string& path, bool writable, Handle& file) {
+  return open_descriptor(path, writable ? O_RDWR : O_RDONLY, file);
 }
 
-File::File(File&& other) noexcept : handle_(std::exchange(other.handle_, kNoHandle)) {}
-
-File& File::operator=(File&& other) noexcept {
-  std::swap(handle_, other.handle_);
-  return *this;
-}
-
-Outcome File::open(const std::string& path, Access access) {
-  if (struck(Call::open)) return injected(Call::open);
-  int fd = -1;
-  if (access != Access::read_only) {
-    fd = retry_open(path, O_RDWR);
-    if (fd < 0 && (access == Access::read_write || !denied(errno))) return last_error();
-  }
-  if (fd < 0) fd = retry_open(path, O_RDONLY);
-  if (fd < 0) return last_error();
-  struct stat about = {};
-  if (::fstat(fd, &about) == 0 && S_ISDIR(about.st_mode)) {
-    ::close(fd);
-    return outcome_of(EISDIR);
-  }
-  handle_ = fd;
-  return {};
-}
-
-Outcome File::create(const std::string& path, Creation creation) {
-  if (struck(Call::create)) return injected(Call::create);
+Outcome create_file(const std::string& path, Creation creation, Handle& file) {
   const int how = creation == Creation::truncate ? O_TRUNC : O_EXCL;
-  const int fd = retry_open(path, O_RDWR | O_CREAT | how);
-  if (fd < 0) return last_error();
-  handle_ = fd;
-  return {};
+  return open_descriptor(path, O_RDWR | O_CREAT | how, file);
 }
 
-Outcome File::close() {
-  if (!is_open()) return {};
-  const bool fails = struck(Call::close);
-  const int result = ::close(static_cast<int>(std::exchange(handle_, kNoHandle)));
-  if (fails) return injected(Call::close);
-  return result == 0 ? Outcome{} : last_error();
+Outcome close_file(Handle file) { return outcome_if(::close(descriptor(file)) == 0); }
+
+Outcome read_file(Handle file, std::uint64_t offset, std::span<const Piece> pieces,
+                  std::size_t& moved) {
+  const int fd = descriptor(file);
+  const auto place = static_cast<off_t>(offset);
+  return transfer(
+      pieces, moved, [&](void* data, std::size_t size) { return ::pread(fd, data, size, place); },
+      [&](const iovec* vectors, int count) { return ::preadv(fd, vectors, count, place); });
 }
 
-Outcome File::read_at(std::uint64_t offset, void* data, std::size_t size,
-                      std::size_t& transferred) {
-  auto* bytes = static_cast<char*>(data);
-  transferred = 0;
-  while (transferred < size) {
-    const std::size_t chunk = std::min(size - transferred, kChunkBytes);
-    const Piece piece{bytes + transferred, chunk};
-    std::size_t moved = 0;
-    const Outcome outcome = read_pieces(offset + transferred, {&piece, 1}, moved);
-    transferred += moved;
-    if (!outcome.ok()) return outcome;
-    if (moved < chunk) break;
-  }
-  return {};
+Outcome write_file(Handle file, std::uint64_t offset, std::span<const Piece> pieces,
+                   std::size_t& moved) {
+  const int fd = descriptor(file);
+  const auto place = static_cast<off_t>(offset);
+  return transfer(
+      pieces, moved, [&](void* data, std::size_t size) { return ::pwrite(fd, data, size, place); },
+      [&](const iovec* vectors, int count) { return ::pwritev(fd, vectors, count, place); });
 }
 
-Outcome File::read_exactly(std::uint64_t offset, void* data, std::size_t size) {
-  std::size_t transferred = 0;
-  const Outcome outcome = read_at(offset, data, size, transferred);
-  if (!outcome.ok()) return outcome;
-  return transferred == size ? Outcome{} : Outcome{Error::short_transfer, 0};
-}
-
-Outcome File::write_at(std::uint64_t offset, const void* data, std::size_t size) {
-  const auto* bytes = static_cast<const char*>(data);
-  for (std::size_t done = 0; done < size;) {
-    const std::size_t chunk = std::min(size - done, kChunkBytes);
-    const Piece piece{const_cast<char*>(bytes + done), chunk};
-    const Outcome outcome = write_pieces(offset + done, {&piece, 1});
-    if (!outcome.ok()) return outcome;
-    done += chunk;
-  }
-  return {};
-}
-
-Outcome File::read_pieces(std::uint64_t offset, std::span<const Piece> pieces,
-                          std::size_t& transferred) {
-  transferred = 0;
-  const Verdict seam = verdict(Call::read);
-  if (seam == Verdict::fail) return injected(Call::read);
-  const int fd = static_cast<int>(handle_);
-  const ssize_t moved =
-      pieces.size() == 1
-          ? ::pread(fd, pieces[0].data, pieces[0].size, static_cast<off_t>(offset))
-          : transfer_pieces(pieces, [&](const iovec* vectors, int count) {
-              return ::preadv(fd, vectors, count, static_cast<off_t>(offset));
-            });
-  if (moved < 0) return last_error();
-  transferred = static_cast<std::size_t>(moved);
-  if (seam == Verdict::cut_short) transferred /= 2;
-  return {};
-}
-
-Outcome File::write_pieces(std::uint64_t offset, std::span<const Piece> pieces) {
-  const Verdict seam = verdict(Call::write);
-  if (seam == Verdict::fail) return injected(Call::write);
-  const int fd = static_cast<int>(handle_);
-  if (seam == Verdict::cut_short) {
-    const ssize_t half = ::pwrite(fd, pieces[0].data, pieces[0].size / 2,
-                                  static_cast<off_t>(offset));
-    return half < 0 ? last_error() : Outcome{Error::short_transfer, 0};
-  }
-  const ssize_t moved =
-      pieces.size() == 1
-          ? ::pwrite(fd, pieces[0].data, pieces[0].size, static_cast<off_t>(offset))
-          : transfer_pieces(pieces, [&](const iovec* vectors, int count) {
-              return ::pwritev(fd, vectors, count, static_cast<off_t>(offset));
-            });
-  if (moved < 0) return last_error();
-  const bool complete = static_cast<std::size_t>(moved) == total_size(pieces);
-  return complete ? Outcome{} : Outcome{Error::short_transfer, 0};
-}
-
-Outcome File::size(std::uint64_t& bytes) {
-  if (struck(Call::size)) return injected(Call::size);
+Outcome file_size(Handle file, std::uint64_t& bytes) {
   struct stat about = {};
-  if (::fstat(static_cast<int>(handle_), &about) != 0) return last_error();
+  if (::fstat(descriptor(file), &about) != 0) return outcome_of(errno);
   bytes = static_cast<std::uint64_t>(about.st_size);
   return {};
 }
 
-Outcome File::sync() {
-  if (struck(Call::sync)) return injected(Call::sync);
-  return ::fdatasync(static_cast<int>(handle_)) == 0 ? Outcome{} : last_error();
+Outcome sync_file(Handle file) { return outcome_if(::fdatasync(descriptor(file)) == 0); }
+
+Outcome lock_range(Handle file, std::uint64_t offset, std::uint64_t length) {
+  return set_lock(file, F_WRLCK, offset, length);
 }
 
-Outcome File::lock(std::uint64_t offset, std::uint64_t length) {
-  if (struck(Call::lock)) return injected(Call::lock);
-  return set_lock(static_cast<int>(handle_), F_WRLCK, offset, length);
+Outcome unlock_range(Handle file, std::uint64_t offset, std::uint64_t length) {
+  return set_lock(file, F_UNLCK, offset, length);
 }
 
-Outcome File::unlock(std::uint64_t offset, std::uint64_t length) {
-  if (struck(Call::unlock)) return injected(Call::unlock);
-  return set_lock(static_cast<int>(handle_), F_UNLCK, offset, length);
+Outcome remove_file(const std::string& path) { return outcome_if(::unlink(path.c_str()) == 0); }
+
+Outcome rename_file(const std::string& from, const std::string& to) {
+  if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return {};
+  if (errno != EINVAL && errno != ENOSYS) return outcome_of(errno);
+  // A file system without that flag.
+  if (exists(to)) return outcome_of(EEXIST);
+  return outcome_if(::rename(from.c_str(), to.c_str()) == 0);
 }
 
-bool exists(const std::string& path) { return ::access(path.c_str(), F_OK) == 0; }
-
-Outcome remove(const std::string& path) {
-  if (struck(Call::remove)) return injected(Call::remove);
-  return ::unlink(path.c_str()) == 0 ? Outcome{} : last_error();
+Outcome replace_file(const std::string& from, const std::string& to) {
+  return outcome_if(::rename(from.c_str(), to.c_str()) == 0);
 }
 
-Outcome rename(const std::string& from, const std::string& to) {
-  if (struck(Call::rename)) return injected(Call::rename);
-  return ::rename(from.c_str(), to.c_str()) == 0 ? Outcome{} : last_error();
-}
-
-Outcome replace(const std::string& from, const std::string& to) {
-  if (struck(Call::replace)) return injected(Call::replace);
-  return ::rename(from.c_str(), to.c_str()) == 0 ? Outcome{} : last_error();
-}
-
+}  // namespace system
 }  // namespace vqdb::platform

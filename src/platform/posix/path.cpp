@@ -11,14 +11,6 @@
 namespace vqdb::platform {
 namespace {
 
-char upper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
-
-std::string upper(std::string_view text) {
-  std::string result(text);
-  for (char& c : result) c = upper(c);
-  return result;
-}
-
 bool is_directory(const std::string& path) {
   struct stat about = {};
   return ::stat(path.c_str(), &about) == 0 && S_ISDIR(about.st_mode);
@@ -30,11 +22,11 @@ std::optional<std::string> match(const std::string& directory, std::string_view 
   const std::unique_ptr<DIR, decltype(close)> stream(
       ::opendir(directory.empty() ? "." : directory.c_str()), close);
   if (stream == nullptr) return std::nullopt;
-  const std::string wanted = upper(name);
+  const std::string wanted = upper_case(name);
   std::optional<std::string> best;
   while (const dirent* entry = ::readdir(stream.get())) {
     const std::string_view candidate = entry->d_name;
-    if (candidate.size() != wanted.size() || upper(candidate) != wanted) continue;
+    if (candidate.size() != wanted.size() || upper_case(candidate) != wanted) continue;
     if (!best || candidate < *best) best = std::string(candidate);
   }
   return best;
@@ -71,7 +63,7 @@ std::string resolve(std::string_view name) {
   const std::string directory = resolve_directory(std::string_view(given).substr(0, base));
   const std::string file = given.substr(base);
   if (exists(directory + file)) return directory + file;
-  const std::string upper_file = upper(file);
+  const std::string upper_file = upper_case(file);
   if (exists(directory + upper_file)) return directory + upper_file;
   if (const auto found = match(directory, file)) return directory + *found;
   return directory + upper_file;

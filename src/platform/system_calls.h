@@ -1,0 +1,41 @@
+// The system's own calls behind File, one function each, as each system's folder supplies them.
+// Only file.cpp uses them: it adds the fault seam, the chunks and the ownership.
+#ifndef VQDBSYS_PLATFORM_SYSTEM_CALLS_H_
+#define VQDBSYS_PLATFORM_SYSTEM_CALLS_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "platform/error.h"
+#include "platform/file.h"
+
+namespace vqdb::platform::system {
+
+using Handle = std::intptr_t;
+
+// A directory is refused with access_denied.
+Outcome open_file(const std::string& path, bool writable, Handle& file);
+Outcome create_file(const std::string& path, Creation creation, Handle& file);
+Outcome close_file(Handle file);
+
+// Moves the pieces to or from consecutive places of the file; moved is less than their total at
+// the end of the file or on a full disk.
+Outcome read_file(Handle file, std::uint64_t offset, std::span<const Piece> pieces,
+                  std::size_t& moved);
+Outcome write_file(Handle file, std::uint64_t offset, std::span<const Piece> pieces,
+                   std::size_t& moved);
+
+Outcome file_size(Handle file, std::uint64_t& bytes);
+Outcome sync_file(Handle file);
+Outcome lock_range(Handle file, std::uint64_t offset, std::uint64_t length);
+Outcome unlock_range(Handle file, std::uint64_t offset, std::uint64_t length);
+
+Outcome remove_file(const std::string& path);
+Outcome rename_file(const std::string& from, const std::string& to);
+Outcome replace_file(const std::string& from, const std::string& to);
+
+}  // namespace vqdb::platform::system
+
+#endif  // VQDBSYS_PLATFORM_SYSTEM_CALLS_H_

@@ -1,0 +1,13 @@
+#include "platform/clock.h"
+
+#include <windows.h>
+
+namespace vqdb::platform {
+
+LocalTime local_time() {
+  SYSTEMTIME now = {};
+  ::GetLocalTime(&now);
+  return {now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond};
+}
+
+}  // namespace vqdb::platform

@@ -1,0 +1,154 @@
+#include "platform/file.h"
+
+#include <windows.h>
+
+#include "platform/system_calls.h"
+
+namespace vqdb::platform {
+namespace {
+
+Outcome outcome_of(DWORD number) {
+  const auto system_number = static_cast<std::int32_t>(number);
+  switch (number) {
+    case ERROR_SUCCESS:
+      return {};
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+      return {Error::not_found, system_number};
+    case ERROR_FILE_EXISTS:
+    case ERROR_ALREADY_EXISTS:
+      return {Error::already_exists, system_number};
+    case ERROR_TOO_MANY_OPEN_FILES:
+      return {Error::too_many_open, system_number};
+    case ERROR_ACCESS_DENIED:
+    case ERROR_INVALID_ACCESS:
+    case ERROR_INVALID_DRIVE:
+    case ERROR_WRITE_PROTECT:
+    case ERROR_NOT_READY:
+    case ERROR_SHARING_VIOLATION:
+      return {Error::access_denied, system_number};
+    case ERROR_HANDLE_DISK_FULL:
+    case ERROR_DISK_FULL:
+      return {Error::disk_full, system_number};
+    case ERROR_NOT_SAME_DEVICE:
+      return {Error::other_device, system_number};
+    default:
+      return {Error::other, system_number};
+  }
+}
+
+Outcome outcome_if(BOOL succeeded) {
+  return succeeded != 0 ? Outcome{} : outcome_of(::GetLastError());
+}
+
+HANDLE handle_of(system::Handle file) { return reinterpret_cast<HANDLE>(file); }
+
+DWORD low_word(std::uint64_t value) { return static_cast<DWORD>(value); }
+DWORD high_word(std::uint64_t value) { return static_cast<DWORD>(value >> 32); }
+
+Outcome create_handle(const std::string& path, DWORD access, DWORD disposition,
+                      system::Handle& file) {
+  const HANDLE opened = ::CreateFileA(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                      nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (opened == INVALID_HANDLE_VALUE) return outcome_of(::GetLastError());
+  file = reinterpret_cast<system::Handle>(opened);
+  return {};
+}
+
+// Hands the pieces one by one to ReadFile or WriteFile, up to the first that moves less than it
+// should.
+template <typename SystemCall>
+Outcome transfer(std::uint64_t offset, std::span<const Piece> pieces, std::size_t& moved,
+                 SystemCall system_call) {
+  moved = 0;
+  for (const Piece& piece : pieces) {
+    OVERLAPPED place = {};
+    place.Offset = low_word(offset + moved);
+    place.OffsetHigh = high_word(offset + moved);
+    DWORD bytes = 0;
+    if (system_call(piece.data, static_cast<DWORD>(piece.size), &bytes, &place) == 0) {
+      const DWORD number = ::GetLastError();
+      if (number != ERROR_HANDLE_EOF) return outcome_of(number);
+    }
+    moved += bytes;
+    if (bytes < piece.size) break;
+  }
+  return {};
+}
+
+Outcome lock_outcome(BOOL succeeded) {
+  if (succeeded != 0) return {};
+  const DWORD number = ::GetLastError();
+  if (number == ERROR_SHARING_VIOLATION || number == ERROR_LOCK_VIOLATION) {
+    return {Error::lock_refused, static_cast<std::int32_t>(number)};
+  }
+  return outcome_of(number);
+}
+
+}  // namespace
+
+bool exists(const std::string& path) {
+  return ::GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+namespace system {
+
+Outcome open_file(const std::string& path, bool writable, Handle& file) {
+  const DWORD access = writable ? GENERIC_READ | GENERIC_WRITE : GENERIC_READ;
+  return create_handle(path, access, OPEN_EXISTING, file);
+}
+
+Outcome create_file(const std::string& path, Creation creation, Handle& file) {
+  const DWORD disposition = creation == Creation::truncate ? CREATE_ALWAYS : CREATE_NEW;
+  return create_handle(path, GENERIC_READ | GENERIC_WRITE, disposition, file);
+}
+
+Outcome close_file(Handle file) { return outcome_if(::CloseHandle(handle_of(file))); }
+
+Outcome read_file(Handle file, std::uint64_t offset, std::span<const Piece> pieces,
+                  std::size_t& moved) {
+  return transfer(offset, pieces, moved,
+                  [&](void* data, DWORD size, DWORD* bytes, OVERLAPPED* place) {
+                    return ::ReadFile(handle_of(file), data, size, bytes, place);
+                  });
+}
+
+Outcome write_file(Handle file, std::uint64_t offset, std::span<const Piece> pieces,
+                   std::size_t& moved) {
+  return transfer(offset, pieces, moved,
+                  [&](const void* data, DWORD size, DWORD* bytes, OVERLAPPED* place) {
+                    return ::WriteFile(handle_of(file), data, size, bytes, place);
+                  });
+}
+
+Outcome file_size(Handle file, std::uint64_t& bytes) {
+  LARGE_INTEGER size = {};
+  if (::GetFileSizeEx(handle_of(file), &size) == 0) return outcome_of(::GetLastError());
+  bytes = static_cast<std::uint64_t>(size.QuadPart);
+  return {};
+}
+
+Outcome sync_file(Handle file) { return outcome_if(::FlushFileBuffers(handle_of(file))); }
+
+Outcome lock_range(Handle file, std::uint64_t offset, std::uint64_t length) {
+  return lock_outcome(::LockFile(handle_of(file), low_word(offset), high_word(offset),
+                                 low_word(length), high_word(length)));
+}
+
+Outcome unlock_range(Handle file, std::uint64_t offset, std::uint64_t length) {
+  return lock_outcome(::UnlockFile(handle_of(file), low_word(offset), high_word(offset),
+                                   low_word(length), high_word(length)));
+}
+
+Outcome remove_file(const std::string& path) { return outcome_if(::DeleteFileA(path.c_str())); }
+
+Outcome rename_file(const std::string& from, const std::string& to) {
+  return outcome_if(::MoveFileExA(from.c_str(), to.c_str(), 0));
+}
+
+Outcome replace_file(const std::string& from, const std::string& to) {
+  return outcome_if(::MoveFileExA(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING));
+}
+
+}  // namespace system
+}  // namespace vqdb::platform
