@@ -42,7 +42,8 @@ debian32_run_copied() {
   shift
   place=$(as_root mktemp -d "$debian32/var/tmp/run.XXXXXX")
   as_root mkdir "$place/program" "$place/work"
-  as_root cp "${program%/*}"/*.exe "${program%/*}"/*.dll "$place/program"
+  as_root find "${program%/*}" -maxdepth 1 -name '*.exe' -exec cp {} "$place/program" \;
+  as_root find "${program%/*}" -maxdepth 1 -name '*.dll' -exec cp {} "$place/program" \;
   if [ "$(realpath "${program%/*}")" != "$PWD" ]; then
     as_root cp -R . "$place/work"
   fi
