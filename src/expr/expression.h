@@ -34,10 +34,10 @@ Result parse(VqBlock& block, const char* text, const Binding& binding, Expressio
 void free(Expression& expression);
 
 namespace run_option {
-inline constexpr std::uint32_t kKey = 0x01;           // deliver key form
-inline constexpr std::uint32_t kPackedKey = 0x10;     // 12-byte packed decimal, also with 0x20
+inline constexpr std::uint32_t kKey = 0x01;        // deliver key form
+inline constexpr std::uint32_t kPackedKey = 0x10;  // 12-byte packed decimal, also with 0x20
 inline constexpr std::uint32_t kTagKey = 0x20;
-inline constexpr std::uint32_t kOrderedKey = 0x100;   // order-preserving double, also with 0x200
+inline constexpr std::uint32_t kOrderedKey = 0x100;  // order-preserving double, also with 0x200
 inline constexpr std::uint32_t kOrderedKey2 = 0x200;
 inline constexpr std::uint32_t kTextKey = 0x400;
 }  // namespace run_option

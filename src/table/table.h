@@ -17,6 +17,8 @@ namespace vqdb::table {
 class Table;
 
 HandlePool<Table>& tables();
+// The live table at this address, else null; for rooms that do not know what a table is made of.
+Table* find_live(const void* address);
 
 // Opens a table (its name without or with extension "DBF"). Null on failure, with the result code
 // in the block's result field.
