@@ -5,6 +5,8 @@
  *   first_light SOURCE.DBF
  *
  * The new files (PLACES.DBF, NAMES.NDX, NUMBERS.NDX, MIXED.NDX, PLACES.DD) go to the current
+ * folder. The source is only read. It needs two character fields and a numeric one.
+ */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
