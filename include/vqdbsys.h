@@ -167,36 +167,83 @@ int32_t VQ_CALL dDclearbuf(VqTable *table);
 /* ---- dU: conversions, calendar and settings ---------------------------------------------------- */
 
 char *VQ_CALL dUexpnm(const char *name, const char *extension, char *out);
+/* A blank date is month, day and year 9999, and 8 blanks in a field. A key kind is a sum of bits:
+ * 1 or 2 a little-endian double (8 bytes), 4 a double whose bytes sort as the numbers do (8 bytes),
+ * 8 text; without these a number is packed decimal (12 bytes) and a date has no key. A date key
+ * holds the day number + 1721425; day 1 is 1 January of year 1. */
+
+/* Writes 8 bytes, YYYYMMDD. 4001: no valid date, or a year of five digits. */
 int32_t VQ_CALL dU3itodf(VqBlock *block, int32_t month, int32_t day, int32_t year, char *field);
+/* Reads 8 bytes. The numbers are not checked. */
 int32_t VQ_CALL dUdfto3i(const char *field, int32_t *month, int32_t *day, int32_t *year);
+/* Writes 8 bytes, or none for a packed kind. The block may be null. 4021: no valid date. */
 int32_t VQ_CALL dU3itodk(VqBlock *block, uint32_t kind, int32_t month, int32_t day, int32_t year,
                          void *key);
 int32_t VQ_CALL dUdftodk(VqBlock *block, uint32_t kind, const char *field, void *key);
+/* The date of a key; a blank key, a damaged one and a packed kind give the blank date. */
 int32_t VQ_CALL dUdkto3i(uint32_t kind, const void *key, int32_t *month, int32_t *day,
                          int32_t *year);
+/* The day number, or VQ_E_RANGE with 4071 when the date is not valid. */
 int32_t VQ_CALL dU3itoJ(VqBlock *block, int32_t month, int32_t day, int32_t year);
 int32_t VQ_CALL dUJto3i(int32_t day_number, int32_t *month, int32_t *day, int32_t *year);
+/* The day number of a text in the block's date format: its three numbers in the format's order,
+ * `/`, `.` or `-` between them, blanks around them; years of one or two digits are 19yy. 4071: no
+ * valid date. */
 int32_t VQ_CALL dUatoJ(VqBlock *block, const char *text);
+/* The key of a number; kind 8 writes nothing. A packed key takes the first 16 of the value's 25
+ * significant digits. */
 int32_t VQ_CALL dUdtonk(uint32_t kind, double value, void *key);
+/* The key of a numeric field, `width` bytes of text; a packed key takes all its digits. Kind 8
+ * copies the text. 4081: wider than 20. */
 int32_t VQ_CALL dUnftonk(VqBlock *block, uint32_t kind, const char *field, int32_t width, void *key);
+/* Not for kind 8 (VQ_E_RANGE), whose keys do not tell their width. */
 int32_t VQ_CALL dUnktod(uint32_t kind, const void *key, double *value);
+/* A numeric key as field text of `width` bytes with a zero byte behind it; width and decimals as
+ * for dUdtonf. */
 int32_t VQ_CALL dUnktoa(uint32_t kind, const void *key, int32_t width, int32_t decimals, char *text);
+/* Reads the number that `width` bytes of text begin with, 0 when there is none. VQ_E_RANGE: 40
+ * bytes or more. */
 int32_t VQ_CALL dUnftod(const char *field, int32_t width, double *value);
+/* dUdtonf of the number that a text begins with. 4041: width or decimals out of range. */
 int32_t VQ_CALL dUatonf(VqBlock *block, const char *text, int32_t width, int32_t decimals,
                         char *field);
+/* Writes `width` bytes (1..254): the number right-aligned with so many decimals (0..width - 2),
+ * rounded to the nearest; in exponent form (` .123E+9`) when it does not fit; `*` when that does
+ * not fit either. With kind 16 zeros stand for the leading blanks, the sign before them. The block
+ * may be null. 4061: width or decimals out of range. */
 int32_t VQ_CALL dUdtonf(VqBlock *block, double value, int32_t width, int32_t decimals, char *field);
+/* Copies `width` bytes and a zero byte. */
 int32_t VQ_CALL dUfldtoa(const char *field, int32_t width, char *text);
+/* Writes `width` bytes: the text, cut or filled with blanks. */
 int32_t VQ_CALL dUatocf(const char *text, int32_t width, char *field);
+/* Looks at the 10 bytes of a memo field: 1 a block number, 0 blank (blanks, or blanks and then
+ * zeros), -1 anything else. */
 int32_t VQ_CALL dUcheck_mfld(const char *field);
+/* Writes 10 blanks. */
 int32_t VQ_CALL dUinitmf(char *field);
+/* Today by the local clock; 1 January 1980 when it cannot be read. */
 int32_t VQ_CALL dUtoday(int32_t *month, int32_t *day, int32_t *year);
+/* 1 for a leap year, else 0. */
 int32_t VQ_CALL dUleap(int32_t year);
+/* Writes "6.00" and its zero byte (5 bytes); returns the text. */
 char *VQ_CALL dUversion(char *text);
+
+/* Settings go into the block and are read from there; these return it. */
+
+/* Language 1: indexes opened from now on sort character keys in dictionary order of code page
+ * 1252. Any other: by bytes. */
 VqBlock *VQ_CALL dUsetlang(VqBlock *block, int32_t language);
+/* Lock scheme of tables opened from now on, and default index kind: 0..6, any other is 0. */
 VqBlock *VQ_CALL dUsetnet(VqBlock *block, int32_t scheme);
+/* Whether years in date texts have four digits, else two. */
 VqBlock *VQ_CALL dUsetcent(VqBlock *block, int32_t on);
+/* Whether expressions compare whole texts, else only as far as the right one goes. */
 VqBlock *VQ_CALL dUsetexact(VqBlock *block, int32_t on);
+/* Date texts: 0 mm/dd/yy, 1 yy.mm.dd, 2 dd/mm/yy, 3 dd-mm-yy, 4 dd.mm.yy, 5 mm-dd-yy, 6 yy/mm/dd;
+ * any other is 0. */
 VqBlock *VQ_CALL dUsetdate(VqBlock *block, int32_t format);
+/* Where temporary files are made, with a `\` added when none ends it; null or empty: the current
+ * directory. VQ_E_UNKNOWN_NAME: longer than 85 characters, nothing changed. */
 int32_t VQ_CALL dUtmpdir(VqBlock *block, const char *directory);
 
 /* ---- dE: expressions --------------------------------------------------------------------------- */

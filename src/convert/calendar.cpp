@@ -22,7 +22,8 @@ constexpr std::int64_t kDaysBeforeFirstMarch = 306;  // of year 0, before day 1
 bool is_leap(std::int32_t year) { return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0); }
 
 bool is_valid(const Date& date) {
-  if (date.month < 1 || date.month > 12 || date.day < 1 || date.year < 1) return false;
+  if (date.month < 1 || date.month > 12 || date.day < 1) return false;
+  if (date.year < 1 || date.year > kLastYear) return false;
   if (date.month == 2 && date.day == 29) return is_leap(date.year);
   return date.day <= kMonthLengths[static_cast<std::size_t>(date.month - 1)];
 }

@@ -30,8 +30,11 @@ inline constexpr std::array<std::string_view, 12> kMonthNames = {
     "January", "February", "March",     "April",   "May",      "June",
     "July",    "August",   "September", "October", "November", "December"};
 
+// The last year all of whose day numbers fit in 32 bits.
+inline constexpr std::int32_t kLastYear = 5'879'609;
+
 bool is_leap(std::int32_t year);
-// Month 1..12, day within the month, year at least 1.
+// Month 1..12, day within the month, year 1..kLastYear.
 bool is_valid(const Date& date);
 // REQUIRES is_valid(date).
 std::int32_t day_number(const Date& date);

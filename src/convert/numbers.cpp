@@ -1,0 +1,209 @@
+#include "convert/numbers.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <iterator>
+#include <limits>
+
+#include "frame/bytes.h"
+
+namespace vqdb::convert {
+namespace {
+
+// Powers of ten that a double holds exactly.
+constexpr std::array<double, 23> kPowersOfTen = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                                 1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                                 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
+constexpr std::uint64_t kExactIntegers = std::uint64_t{1} << 53;
+constexpr std::ptrdiff_t kDigitsInWord = 19;  // any so many digits fit in 64 bits
+
+constexpr std::size_t kMaxFieldWidth = 254;
+// Integer digits of the largest double, decimals of the widest field, sign and point.
+constexpr std::size_t kFixedText = 309 + kMaxFieldWidth + 2;
+
+// Where a number lies in a text: [digits, end) without its sign.
+struct Extent {
+  const char* digits = nullptr;
+  const char* end = nullptr;
+  bool negative = false;
+};
+
+const char* skip_digits(const char* at, const char* end) {
+  while (at != end && is_digit(*at)) ++at;
+  return at;
+}
+
+// The end of an exponent that starts here, or `at` itself when none does.
+const char* skip_exponent(const char* at, const char* end) {
+  if (at == end || to_upper(*at) != 'E') return at;
+  const char* digits = at + 1;
+  if (digits != end && (*digits == '+' || *digits == '-')) ++digits;
+  const char* const last = skip_digits(digits, end);
+  return last == digits ? at : last;
+}
+
+// Numbers that no double holds: infinite when large, else zero.
+double out_of_range(const Extent& number) {
+  std::int64_t position = 0;  // of the point, seen from the first digit that is not 0
+  const char* at = number.digits;
+  bool significant = false;
+  bool fraction = false;
+  for (; at != number.end && to_upper(*at) != 'E'; ++at) {
+    if (*at == '.') {
+      fraction = true;
+      continue;
+    }
+    significant = significant || *at != '0';
+    if (!fraction && significant) ++position;
+    if (fraction && !significant) --position;
+  }
+  std::int64_t exponent = 0;
+  if (at != number.end) {
+    const bool negative = at[1] == '-';
+    for (const char* digit = at + 1; digit != number.end; ++digit) {
+      if (is_digit(*digit))
+        exponent = std::min<std::int64_t>(exponent * 10 + (*digit - '0'), 1 << 30);
+    }
+    if (negative) exponent = -exponent;
+  }
+  return position + exponent > 0 ? std::numeric_limits<double>::infinity() : 0.0;
+}
+
+double parse_extent(const Extent& number) {
+  double value = 0.0;
+  const auto parsed = std::from_chars(number.digits, number.end, value);
+  if (parsed.ec == std::errc::result_out_of_range) value = out_of_range(number);
+  return number.negative ? -value : value;
+}
+
+// Writes the value in fixed-point form and gives the end of the text.
+char* write_fixed(double value, std::int32_t decimals, std::array<char, kFixedText>& text) {
+  if (decimals == 0 && std::fabs(value) < static_cast<double>(kExactIntegers) &&
+      value == std::trunc(value)) {
+    return std::to_chars(text.data(), text.data() + text.size(), static_cast<std::int64_t>(value))
+        .ptr;
+  }
+  char* end = std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed,
+                            decimals)
+                  .ptr;
+  // A number that rounds to nothing has no sign.
+  const bool zero =
+      std::all_of(text.data(), end, [](char c) { return c == '-' || c == '.' || c == '0'; });
+  if (zero && text[0] == '-') end = std::copy(text.data() + 1, end, text.data());
+  return end;
+}
+
+// Writes a sign character, a point, `digits` mantissa digits and the exponent; false when that
+// makes another width than the field's.
+bool write_exponent_form(double value, std::ptrdiff_t digits, char* field, std::ptrdiff_t width) {
+  std::array<char, kMaxFieldWidth + 16> text;
+  const char* const end = std::to_chars(text.data(), text.data() + text.size(), std::fabs(value),
+                                        std::chars_format::scientific, static_cast<int>(digits - 1))
+                              .ptr;
+  const char* const mark = std::find(static_cast<const char*>(text.data()), end, 'e');
+  int exponent = 0;
+  std::from_chars(mark + (mark[1] == '+' ? 2 : 1), end, exponent);
+  ++exponent;  // the point stands before the first digit here
+  std::array<char, 8> exponent_text;
+  const char* const exponent_end =
+      std::to_chars(exponent_text.data(), exponent_text.data() + exponent_text.size(),
+                    std::abs(exponent))
+          .ptr;
+  const std::ptrdiff_t exponent_digits = exponent_end - exponent_text.data();
+  if (4 + digits + exponent_digits != width) return false;
+  *field++ = value < 0 ? '-' : ' ';
+  *field++ = '.';
+  for (const char* at = text.data(); at != mark; ++at) {
+    if (*at != '.') *field++ = *at;
+  }
+  *field++ = 'E';
+  *field++ = exponent < 0 ? '-' : '+';
+  std::copy(static_cast<const char*>(exponent_text.data()), exponent_end, field);
+  return true;
+}
+
+bool write_exponent_form(double value, char* field, std::ptrdiff_t width) {
+  if (!std::isfinite(value)) return false;
+  for (std::ptrdiff_t exponent_digits = 1; exponent_digits <= 3; ++exponent_digits) {
+    const std::ptrdiff_t digits = width - 4 - exponent_digits;
+    if (digits < 1) return false;
+    if (write_exponent_form(value, digits, field, width)) return true;
+  }
+  return false;
+}
+
+// A sign goes before the zeros, where it reads back.
+void fill_with_zeros(char* field, std::ptrdiff_t width) {
+  char* const text = std::find_if(field, field + width, [](char c) { return c != ' '; });
+  const bool negative = text != field + width && *text == '-';
+  std::fill(field, negative ? text + 1 : text, '0');
+  if (negative) field[0] = '-';
+}
+
+}  // namespace
+
+double parse_number(std::string_view text) {
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  while (at != end && is_space(*at)) ++at;
+  Extent number;
+  if (at != end && (*at == '-' || *at == '+')) number.negative = *at++ == '-';
+  number.digits = at;
+  std::uint64_t mantissa = 0;
+  while (at != end && is_digit(*at)) mantissa = mantissa * 10 + static_cast<unsigned>(*at++ - '0');
+  std::ptrdiff_t digits = at - number.digits;
+  std::ptrdiff_t decimals = 0;
+  if (at != end && *at == '.') {
+    const char* const first = ++at;
+    while (at != end && is_digit(*at))
+      mantissa = mantissa * 10 + static_cast<unsigned>(*at++ - '0');
+    decimals = at - first;
+    digits += decimals;
+  }
+  if (digits == 0) return 0.0;
+  number.end = skip_exponent(at, end);
+  // A mantissa and a power of ten that doubles hold exactly give the nearest double.
+  if (number.end == at && digits <= kDigitsInWord && mantissa <= kExactIntegers) {
+    const double value = static_cast<double>(static_cast<std::int64_t>(mantissa)) /
+                         kPowersOfTen[static_cast<std::size_t>(decimals)];
+    return number.negative ? -value : value;
+  }
+  return parse_extent(number);
+}
+
+void format_number(const VqBlock* block, double value, std::int32_t width, std::int32_t decimals,
+                   char* field) {
+  constexpr std::uint32_t kLeadingZeros = 16;
+  bool written = false;
+  if (std::isfinite(value)) {
+    std::array<char, kFixedText> text;
+    const char* const end = write_fixed(value, decimals, text);
+    written = right_align({text.data(), static_cast<std::size_t>(end - text.data())}, width, field);
+  }
+  if (!written && !write_exponent_form(value, field, width)) {
+    std::fill_n(field, width, '*');
+    return;
+  }
+  if (block != nullptr && block->kind == kLeadingZeros) fill_with_zeros(field, width);
+}
+
+bool right_align(std::string_view number, std::int32_t width, char* field) {
+  const bool negative = number.front() == '-';
+  if (negative) number.remove_prefix(1);
+  const auto sign = static_cast<std::ptrdiff_t>(negative);
+  std::ptrdiff_t blanks = width - std::ssize(number) - sign;
+  if (blanks < 0 && number.starts_with("0.")) {
+    number.remove_prefix(1);
+    ++blanks;
+  }
+  if (blanks < 0) return false;
+  field = std::fill_n(field, blanks, ' ');
+  if (negative) *field++ = '-';
+  std::copy(number.begin(), number.end(), field);
+  return true;
+}
+
+}  // namespace vqdb::convert

@@ -1,0 +1,196 @@
+#include <gtest/gtest.h>
+
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <string>
+
+#include "support/exports.h"
+
+namespace {
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+std::string field_of(double value, int32_t width, int32_t decimals, uint32_t kind = 1) {
+  VqBlock block = {};
+  block.kind = kind;
+  std::string field(static_cast<size_t>(width) + 1, '#');
+  EXPECT_EQ(0, lib.dUdtonf(&block, value, width, decimals, field.data()));
+  EXPECT_EQ('#', field.back());
+  field.pop_back();
+  return field;
+}
+
+double number_of(std::string_view text) {
+  double value = -1;
+  EXPECT_EQ(0, lib.dUnftod(text.data(), static_cast<int32_t>(text.size()), &value)) << text;
+  return value;
+}
+
+TEST(Numbers, fields_hold_fixed_point_else_exponent_form_else_stars) {
+  struct Case {
+    double value;
+    int32_t width;
+    int32_t decimals;
+    const char* field;
+  };
+  const Case cases[] = {
+      {1234.5, 10, 2, "   1234.50"},
+      {-0.001, 8, 2, "    0.00"},  // nothing has no sign
+      {0.125, 6, 2, "  0.12"},     // halves that are exact go to the even digit
+      {0.375, 6, 2, "  0.38"},
+      {2.675, 6, 2, "  2.67"},  // below the half as a double
+      {-12.5, 6, 2, "-12.50"},
+      {1e22, 24, 0, " 10000000000000000000000"},
+      {-0.5, 3, 1, "-.5"},  // the 0 before the point gives way first
+      {123456, 5, 0, "*****"},
+      {123456, 6, 0, "123456"},
+      {1234567, 6, 0, " .1E+7"},
+      {-1234567, 7, 0, "-.12E+7"},
+      {9.99999e9, 8, 0, " .10E+11"},  // the exponent grows by rounding
+      {1e300, 9, 2, " .10E+301"},
+      {9.999e-99, 8, 6, "0.000000"},
+      {kInfinity, 4, 0, "****"},
+      {-kInfinity, 10, 2, "**********"},
+      {std::nan(""), 10, 2, "**********"},
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(c.field, field_of(c.value, c.width, c.decimals)) << c.value;
+  }
+  EXPECT_EQ("0000012.50", field_of(12.5, 10, 2, 16));
+  EXPECT_EQ("-000012.50", field_of(-12.5, 10, 2, 16));
+}
+
+TEST(Numbers, shapes_that_no_field_has_are_refused) {
+  struct Shape {
+    int32_t width;
+    int32_t decimals;
+  };
+  for (const auto [width, decimals] :
+       {Shape{0, 0}, {-1, 0}, {255, 0}, {10, -1}, {3, 2}, {10, 9}, {2, 1}, {10, 2147483647}}) {
+    VqBlock block = {};
+    char field[300] = "untouched";
+    EXPECT_EQ(-4, lib.dUdtonf(&block, 1, width, decimals, field));
+    EXPECT_EQ(4061, block.detail);
+    EXPECT_EQ(-4, lib.dUatonf(&block, "1", width, decimals, field));
+    EXPECT_EQ(4041, block.detail);
+    EXPECT_STREQ("untouched", field);
+  }
+  VqBlock block = {};
+  char field[10];
+  EXPECT_EQ(0, lib.dUatonf(&block, " -1.5x", 9, 3, field));
+  EXPECT_EQ("   -1.500", std::string_view(field, 9));
+}
+
+// m / 1024 is exact both as a double and as a decimal, so integers tell the right text.
+TEST(Numbers, rounding_agrees_with_integer_arithmetic) {
+  std::mt19937_64 random(20);
+  for (int i = 0; i < 200000; ++i) {
+    const auto m = static_cast<int64_t>(random() >> (14 + random() % 40)) >> 14;
+    const auto decimals = static_cast<int32_t>(random() % 6);
+    int64_t scale = 1;
+    for (int32_t d = 0; d < decimals; ++d) scale *= 10;
+    int64_t units = m / 1024 * scale + m % 1024 * scale / 1024;
+    const int64_t rest = m % 1024 * scale % 1024;
+    if (rest > 512 || (rest == 512 && units % 2 != 0)) ++units;
+    std::string expected = std::to_string(units / scale);
+    if (decimals > 0) expected += "." + std::to_string(scale + units % scale).substr(1);
+    if (i % 2 == 0 && units > 0) expected = "-" + expected;
+    expected.insert(0, 20 - expected.size(), ' ');
+    const double value = static_cast<double>(m) / 1024;
+    ASSERT_EQ(expected, field_of(i % 2 == 0 ? -value : value, 20, decimals)) << m;
+  }
+}
+
+TEST(Numbers, texts_read_as_far_as_they_are_numbers) {
+  struct Case {
+    std::string_view text;
+    double value;
+  };
+  const Case cases[] = {
+      {"     1234.56", 1234.56},
+      {"\t\n -.5", -0.5},
+      {"5.", 5},
+      {"+7", 7},
+      {"1 2", 1},
+      {"12-3", 12},
+      {"1.2.3", 1.2},
+      {{"1\0"
+        "2",
+        3},
+       1},
+      {"", 0},
+      {"    ", 0},
+      {".", 0},
+      {"-", 0},
+      {"- 5", 0},
+      {"--5", 0},
+      {".e5", 0},
+      {"0x10", 0},
+      {"inf", 0},
+      {"nan", 0},
+      {"***", 0},
+      {"1e3", 1000},
+      {" .12E+3", 120},
+      {"-1E-2", -0.01},
+      {"1e", 1},
+      {"1e+", 1},
+      {"1e+x", 1},
+      {"1e999", kInfinity},
+      {"-1e99999999999999999999", -kInfinity},
+      {"0e999", 0},
+      {"1e-999", 0},
+      {"0.0001e-99999999999", 0},
+      {"9007199254740993", 9007199254740992},  // a half between two doubles: to the even one
+      {"9007199254740993.0000000001", 9007199254740994},
+      {"00000000000000000000000000000000000012", 12},
+      {"99999999999999999999999999999999999999", 1e38},
+      {"0.0000000000000000000000000000000001234", 1.234e-34},
+  };
+  for (const Case& c : cases) EXPECT_EQ(c.value, number_of(c.text)) << c.text;
+  double value = 0;
+  EXPECT_EQ(-4, lib.dUnftod("1", 40, &value));
+  EXPECT_EQ(-4, lib.dUnftod("1", -1, &value));
+  EXPECT_EQ(0, lib.dUnftod("1", 0, &value));
+}
+
+TEST(Numbers, every_double_reads_back_from_its_digits) {
+  std::mt19937_64 random(21);
+  for (int i = 0; i < 200000; ++i) {
+    const uint64_t bits = random();
+    double value;
+    std::memcpy(&value, &bits, sizeof value);
+    if (!std::isfinite(value)) continue;
+    if (i % 2 == 0) value = static_cast<double>(static_cast<int64_t>(bits) >> 16) / 100;
+    char text[40];
+    const auto end = std::to_chars(text, text + 39, value).ptr;
+    ASSERT_EQ(value, number_of({text, static_cast<size_t>(end - text)}));
+  }
+}
+
+TEST(Numbers, memo_fields_hold_a_block_number_or_nothing) {
+  const std::pair<const char*, int32_t> cases[] = {
+      {"        12", 1},  {"0000000012", 1},  {"   0000012", 1},  {"1234567890", 1},
+      {"          ", 0},  {"         0", 0},  {" 000000000", 0},  {"0000000000", -1},
+      {"12        ", -1}, {"       1 2", -1}, {"       -12", -1}, {"      0 12", -1},
+      {"        1x", -1}, {"x         ", -1}};
+  for (const auto& [field, answer] : cases) EXPECT_EQ(answer, lib.dUcheck_mfld(field)) << field;
+  char field[11] = "..........";
+  EXPECT_EQ(0, lib.dUinitmf(field));
+  EXPECT_STREQ("          ", field);
+}
+
+TEST(Numbers, texts_are_cut_and_filled_to_the_field) {
+  char text[7] = "------";
+  EXPECT_EQ(0, lib.dUatocf("AB", 4, text));
+  EXPECT_STREQ("AB  --", text);
+  EXPECT_EQ(0, lib.dUatocf("ABCDEF", 3, text));
+  EXPECT_STREQ("ABC --", text);
+  char copy[7] = "------";
+  EXPECT_EQ(0, lib.dUfldtoa(text, 4, copy));
+  EXPECT_STREQ("ABC ", copy);
+}
+
+}  // namespace

@@ -1,0 +1,95 @@
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstring>
+#include <string>
+
+#include "support/exports.h"
+
+namespace {
+
+TEST(Settings, choices_are_kept_in_the_block) {
+  struct Case {
+    decltype(lib.dUsetnet) set;
+    size_t offset;
+    int32_t given;
+    uint32_t kept;
+  };
+  const Case cases[] = {
+      {lib.dUsetlang, offsetof(VqBlock, language), 1, 1},
+      {lib.dUsetlang, offsetof(VqBlock, language), 2, 0},
+      {lib.dUsetnet, offsetof(VqBlock, index_kind), 6, 6},
+      {lib.dUsetnet, offsetof(VqBlock, index_kind), 7, 0},
+      {lib.dUsetnet, offsetof(VqBlock, index_kind), -1, 0},
+      {lib.dUsetdate, offsetof(VqBlock, date_format), 6, 6},
+      {lib.dUsetdate, offsetof(VqBlock, date_format), 7, 0},
+      {lib.dUsetdate, offsetof(VqBlock, date_format), -1, 0},
+      {lib.dUsetcent, offsetof(VqBlock, century), 5, 1},
+      {lib.dUsetcent, offsetof(VqBlock, century), 0, 0},
+      {lib.dUsetexact, offsetof(VqBlock, exact), -1, 1},
+      {lib.dUsetexact, offsetof(VqBlock, exact), 0, 0},
+  };
+  for (const Case& c : cases) {
+    VqBlock block = {};
+    const uint32_t before = 3;
+    std::memcpy(reinterpret_cast<char*>(&block) + c.offset, &before, sizeof before);
+    EXPECT_EQ(&block, c.set(&block, c.given));
+    uint32_t kept = before;
+    std::memcpy(&kept, reinterpret_cast<char*>(&block) + c.offset, sizeof kept);
+    EXPECT_EQ(c.kept, kept) << c.offset << " " << c.given;
+    EXPECT_EQ(nullptr, c.set(nullptr, c.given));
+  }
+}
+
+TEST(Settings, temporary_directory_ends_in_a_backslash) {
+  VqBlock block = {};
+  EXPECT_EQ(0, lib.dUtmpdir(&block, "C:\\TMP"));
+  EXPECT_STREQ("C:\\TMP\\", block.temporary_directory);
+  EXPECT_EQ(0, lib.dUtmpdir(&block, "D:\\"));
+  EXPECT_STREQ("D:\\", block.temporary_directory);
+  EXPECT_EQ(-2, lib.dUtmpdir(&block, std::string(86, 'X').c_str()));
+  EXPECT_STREQ("D:\\", block.temporary_directory);
+  const std::string longest(85, 'X');
+  EXPECT_EQ(0, lib.dUtmpdir(&block, longest.c_str()));
+  EXPECT_EQ(longest + "\\", block.temporary_directory);
+  EXPECT_EQ(0, lib.dUtmpdir(&block, ""));
+  EXPECT_STREQ("", block.temporary_directory);
+  EXPECT_EQ(0, lib.dUtmpdir(&block, nullptr));
+  EXPECT_STREQ("", block.temporary_directory);
+}
+
+TEST(Settings, version_is_told) {
+  char text[8] = "-------";
+  EXPECT_EQ(text, lib.dUversion(text));
+  EXPECT_STREQ("6.00", text);
+}
+
+TEST(Settings, null_arguments_are_refused) {
+  VqBlock block = {};
+  char bytes[16] = {};
+  int32_t m = 0;
+  EXPECT_EQ(-4, lib.dU3itodf(&block, 1, 1, 1995, nullptr));
+  EXPECT_EQ(-4, lib.dUdfto3i(nullptr, &m, &m, &m));
+  EXPECT_EQ(-4, lib.dUdfto3i("19950101", &m, nullptr, &m));
+  EXPECT_EQ(-4, lib.dU3itodk(nullptr, 2, 1, 1, 1995, nullptr));
+  EXPECT_EQ(-4, lib.dUdftodk(&block, 2, nullptr, bytes));
+  EXPECT_EQ(-4, lib.dUdkto3i(2, nullptr, &m, &m, &m));
+  EXPECT_EQ(-4, lib.dUJto3i(1, nullptr, &m, &m));
+  EXPECT_EQ(-4, lib.dUatoJ(&block, nullptr));
+  EXPECT_EQ(-4, lib.dUatoJ(nullptr, "01/01/95"));
+  EXPECT_EQ(-4, lib.dUdtonk(2, 1, nullptr));
+  EXPECT_EQ(-4, lib.dUnftonk(&block, 2, nullptr, 1, bytes));
+  EXPECT_EQ(-4, lib.dUnktoa(2, bytes, 5, 1, nullptr));
+  EXPECT_EQ(-4, lib.dUnftod(nullptr, 1, nullptr));
+  EXPECT_EQ(-4, lib.dUatonf(&block, nullptr, 5, 1, bytes));
+  EXPECT_EQ(-4, lib.dUdtonf(&block, 1, 5, 1, nullptr));
+  EXPECT_EQ(-4, lib.dUfldtoa(nullptr, 1, bytes));
+  EXPECT_EQ(-4, lib.dUatocf("A", -1, bytes));
+  EXPECT_EQ(-4, lib.dUcheck_mfld(nullptr));
+  EXPECT_EQ(-4, lib.dUinitmf(nullptr));
+  EXPECT_EQ(-4, lib.dUtoday(&m, &m, nullptr));
+  EXPECT_EQ(-4, lib.dUtmpdir(nullptr, "X"));
+  EXPECT_EQ(nullptr, lib.dUversion(nullptr));
+}
+
+}  // namespace
