@@ -40,4 +40,9 @@ target_compile_options(vq_warnings INTERFACE -Wall -Wextra -Wpedantic -Wconversi
 add_library(vq_partial INTERFACE)
 if(VQ_PARTIAL)
   target_link_options(vq_partial INTERFACE -Wl,--warn-unresolved-symbols)
+  if(NOT WIN32)
+    # The loader refuses position-independent programs with calls to nowhere.
+    target_link_options(vq_partial INTERFACE
+                        $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:-no-pie>)
+  endif()
 endif()

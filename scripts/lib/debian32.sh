@@ -22,36 +22,33 @@ $log tells why. VQ_DEBIAN_MIRROR names another mirror; a wine that runs 32-bit p
   as_root mv "$debian32.new" "$debian32"
 }
 
-# Runs a command in it. The machine's files appear under /host, and the working folder is the same.
+debian32_enter='
+  exec chroot "$0" /usr/bin/env -i HOME=/root LANG=C.UTF-8 WINEDEBUG=-all \
+    WINEDLLPATH=/usr/lib/i386-linux-gnu/wine PATH=/usr/sbin:/usr/bin:/sbin:/bin:/usr/lib/wine \
+    sh -c "cd \"\$0\" && exec \"\$@\"" "/host$PWD" "$@"'
+
+# debian32_run FOLDER COMMAND...: runs a command in it, in the same working folder. The machine's
+# files appear under /host. Where nothing may be mounted, as in many containers, the working folder
+# and FOLDER are copied in and the working folder is copied back.
 debian32_run() {
-  as_root unshare --mount sh -c '
-    mount --rbind /proc "$0/proc" && mount --rbind / "$0/host" || exit 125
-    folder=/host$PWD
-    exec chroot "$0" /usr/bin/env -i HOME=/root LANG=C.UTF-8 WINEDEBUG=-all \
-      WINEDLLPATH=/usr/lib/i386-linux-gnu/wine PATH=/usr/sbin:/usr/bin:/sbin:/bin:/usr/lib/wine \
-      sh -c "cd \"\$0\" && exec \"\$@\"" "$folder" "$@"' "$debian32" "$@"
+  local folder=$1 code=0
+  shift
+  if as_root unshare --mount true 2>/dev/null; then
+    as_root unshare --mount sh -c 'mount --rbind /proc "$0/proc" && mount --rbind / "$0/host" ||
+      exit 125'"$debian32_enter" "$debian32" "$@"
+    return
+  fi
+  debian32_copy "$folder" "$debian32/host$folder"
+  debian32_copy "$PWD" "$debian32/host$PWD"
+  as_root sh -c "$debian32_enter" "$debian32" "$@" || code=$?
+  debian32_copy "$debian32/host$PWD" "$PWD"
+  as_root rm -rf --one-file-system "$debian32/host"
+  as_root mkdir "$debian32/host"
+  return $code
 }
 
-# Whether this machine lets us mount; containers often do not.
-debian32_can_mount() { as_root unshare --mount true 2>/dev/null; }
-
-# Like debian32_run for a Windows program, where nothing may be mounted: program and working folder
-# are copied in, and the working folder is copied back.
-debian32_run_copied() {
-  local program=$1 code=0 place
-  shift
-  place=$(as_root mktemp -d "$debian32/var/tmp/run.XXXXXX")
-  as_root mkdir "$place/program" "$place/work"
-  as_root find "${program%/*}" -maxdepth 1 -name '*.exe' -exec cp {} "$place/program" \;
-  as_root find "${program%/*}" -maxdepth 1 -name '*.dll' -exec cp {} "$place/program" \;
-  if [ "$(realpath "${program%/*}")" != "$PWD" ]; then
-    as_root cp -R . "$place/work"
-  fi
-  as_root chroot "$debian32" /usr/bin/env -i HOME=/root LANG=C.UTF-8 WINEDEBUG=-all \
-    WINEDLLPATH=/usr/lib/i386-linux-gnu/wine PATH=/usr/sbin:/usr/bin:/sbin:/bin:/usr/lib/wine \
-    sh -c 'cd "$0" && exec "$@"' "${place#"$debian32"}/work" wine \
-    "../program/${program##*/}" "$@" || code=$?
-  as_root cp -R "$place/work/." .
-  as_root rm -rf "$place"
-  return $code
+debian32_copy() {
+  as_root mkdir -p "$2"
+  as_root tar -C "$1" --exclude=./.git --exclude=./build/release --exclude=./build/asan -cf - . |
+    as_root tar -C "$2" -xf -
 }

@@ -1,0 +1,80 @@
+// Records counted by a compiled filter.
+
+#include <array>
+
+#include "customers.h"
+#include "sqlite.h"
+#include "vq_table.h"
+#include "workload.h"
+
+namespace vqdb::bench {
+namespace {
+
+void count_items(benchmark::State& state) {
+  state.SetItemsProcessed(static_cast<std::int64_t>(record_count()));
+}
+
+// How many records satisfy the filter, every record read and tested.
+std::size_t count_matches(VqBlock* block, VqTable* table, VqExpr* filter) {
+  std::array<char, kRecordBytes> record;
+  std::array<char, 8> answer = {};
+  std::int32_t length = 0;
+  std::size_t matches = 0;
+  for (std::uint32_t n = 1; n <= record_count(); ++n) {
+    require(dDgetrec(table, n, record.data()) == 0, "dDgetrec");
+    require(dErun(block, filter, record.data(), 0, answer.size(), answer.data(), &length) == 0,
+            "dErun");
+    matches += answer[0] == 'T';
+  }
+  return matches;
+}
+
+std::size_t count_rows(Sqlite& database, const char* sql) {
+  Statement select(database, sql);
+  require(select.step(), sql);
+  return static_cast<std::size_t>(select.integer(0));
+}
+
+void filter_ours(benchmark::State& state, const char* expression, const char* sql) {
+  Block block;
+  const Table table(block, customer_table(), 0, 64);
+  VqExpr* filter = nullptr;
+  char type = 0;
+  std::int32_t length = 0;
+  require(dEparse(block, expression, table, &filter, &type, &length) == 0, expression);
+  std::size_t matches = 0;
+  for (auto _ : state) matches = count_matches(block, table, filter);
+  dEfree(filter);
+  Sqlite database(sqlite_customers());
+  require(matches == count_rows(database, sql), "count the same records as the yardstick");
+  count_items(state);
+}
+
+void filter_sqlite(benchmark::State& state, const char* sql) {
+  Sqlite database(sqlite_customers());
+  for (auto _ : state) benchmark::DoNotOptimize(count_rows(database, sql));
+  count_items(state);
+}
+
+constexpr const char* kPlain = "AMOUNT > 5000 .AND. STATE = \"CA\"";
+constexpr const char* kPlainSql =
+    "SELECT count(*) FROM customer WHERE amount > 5000 AND state = 'CA'";
+
+const Register plain({5, "filter, compiled expression",
+                      [](benchmark::State& state) { filter_ours(state, kPlain, kPlainSql); },
+                      [](benchmark::State& state) { filter_sqlite(state, kPlainSql); }, 1});
+
+constexpr const char* kFunctions =
+    "UPPER(LEFT(CITY,3)) = \"SAN\" .AND. YEAR(DUE) >= 1995 .AND. AMOUNT > 100";
+constexpr const char* kFunctionsSql =
+    "SELECT count(*) FROM customer WHERE upper(substr(city,1,3)) = 'SAN' AND "
+    "CAST(substr(due,1,4) AS INTEGER) >= 1995 AND amount > 100";
+
+const Register functions({6, "filter with functions",
+                          [](benchmark::State& state) {
+                            filter_ours(state, kFunctions, kFunctionsSql);
+                          },
+                          [](benchmark::State& state) { filter_sqlite(state, kFunctionsSql); }, 1});
+
+}  // namespace
+}  // namespace vqdb::bench

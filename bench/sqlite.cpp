@@ -1,0 +1,89 @@
+#include "sqlite.h"
+
+#include "folder.h"
+#include "workload.h"
+
+namespace vqdb::bench {
+
+Sqlite::Sqlite(const std::string& path) {
+  require(sqlite3_open(path.c_str(), &database_) == SQLITE_OK, "open the SQLite database");
+  run("PRAGMA synchronous=OFF");
+  run("PRAGMA journal_mode=MEMORY");
+  run("PRAGMA cache_size=-65536");
+}
+
+Sqlite::~Sqlite() { sqlite3_close(database_); }
+
+void Sqlite::run(const char* sql) {
+  require(sqlite3_exec(database_, sql, nullptr, nullptr, nullptr) == SQLITE_OK, sql);
+}
+
+Statement::Statement(Sqlite& database, const char* sql) {
+  require(sqlite3_prepare_v2(database.handle(), sql, -1, &statement_, nullptr) == SQLITE_OK, sql);
+}
+
+Statement::~Statement() { sqlite3_finalize(statement_); }
+
+void Statement::bind(int parameter, std::string_view text) {
+  sqlite3_bind_text(statement_, parameter, text.data(), static_cast<int>(text.size()),
+                    SQLITE_STATIC);
+}
+
+void Statement::bind(int parameter, std::int64_t value) {
+  sqlite3_bind_int64(statement_, parameter, value);
+}
+
+void Statement::bind(int parameter, double value) {
+  sqlite3_bind_double(statement_, parameter, value);
+}
+
+bool Statement::step() {
+  const int result = sqlite3_step(statement_);
+  require(result == SQLITE_ROW || result == SQLITE_DONE, "step an SQLite statement");
+  return result == SQLITE_ROW;
+}
+
+void Statement::reset() { sqlite3_reset(statement_); }
+
+std::string_view Statement::text(int column) {
+  const auto* const bytes = reinterpret_cast<const char*>(sqlite3_column_text(statement_, column));
+  return {bytes, static_cast<std::size_t>(sqlite3_column_bytes(statement_, column))};
+}
+
+void create_customer_table(Sqlite& database) {
+  database.run(
+      "CREATE TABLE customer(id INTEGER PRIMARY KEY, name TEXT, city TEXT, state TEXT, "
+      "amount REAL, due TEXT, active INTEGER)");
+}
+
+void insert_customers(Sqlite& database) {
+  database.run("BEGIN");
+  {
+    Statement insert(database, "INSERT INTO customer VALUES(?,?,?,?,?,?,?)");
+    for (const Customer& customer : customers()) {
+      insert.bind(1, std::int64_t{customer.id});
+      insert.bind(2, customer.name_text());
+      insert.bind(3, customer.city_text());
+      insert.bind(4, std::string_view(customer.state.data(), customer.state.size()));
+      insert.bind(5, customer.cents / 100.0);
+      insert.bind(6, std::string_view(customer.due.data(), customer.due.size()));
+      insert.bind(7, std::int64_t{customer.active});
+      insert.step();
+      insert.reset();
+    }
+  }
+  database.run("COMMIT");
+}
+
+const std::string& sqlite_customers() {
+  static const std::string path = [] {
+    std::string made = fresh_file("customers.sqlite");
+    Sqlite database(made);
+    create_customer_table(database);
+    insert_customers(database);
+    return made;
+  }();
+  return path;
+}
+
+}  // namespace vqdb::bench

@@ -1,0 +1,66 @@
+// SQLite as the yardstick, set up for speed: no synchronisation with the disk, the rollback
+// journal in memory, 64 MB of page cache, prepared statements, one transaction per benchmark.
+#ifndef VQDBSYS_BENCH_SQLITE_H_
+#define VQDBSYS_BENCH_SQLITE_H_
+
+#include <sqlite3.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "customers.h"
+
+namespace vqdb::bench {
+
+class Sqlite {
+ public:
+  explicit Sqlite(const std::string& path);
+  ~Sqlite();
+  Sqlite(const Sqlite&) = delete;
+  Sqlite& operator=(const Sqlite&) = delete;
+
+  void run(const char* sql);
+  sqlite3* handle() { return database_; }
+
+ private:
+  sqlite3* database_ = nullptr;
+};
+
+class Statement {
+ public:
+  Statement(Sqlite& database, const char* sql);
+  ~Statement();
+  Statement(const Statement&) = delete;
+  Statement& operator=(const Statement&) = delete;
+
+  // The text must stay until the next step.
+  void bind(int parameter, std::string_view text);
+  void bind(int parameter, std::int64_t value);
+  void bind(int parameter, double value);
+
+  // Whether there is a row.
+  bool step();
+  // Ends the execution and makes the statement ready for the next one.
+  void reset();
+
+  double number(int column) { return sqlite3_column_double(statement_, column); }
+  std::int64_t integer(int column) { return sqlite3_column_int64(statement_, column); }
+  std::string_view text(int column);
+
+ private:
+  sqlite3_stmt* statement_ = nullptr;
+};
+
+// Makes the customer table.
+void create_customer_table(Sqlite& database);
+
+// Inserts all customers into it.
+void insert_customers(Sqlite& database);
+
+// A database with all customers, made once.
+const std::string& sqlite_customers();
+
+}  // namespace vqdb::bench
+
+#endif  // VQDBSYS_BENCH_SQLITE_H_

@@ -1,0 +1,198 @@
+// Appending, scanning and fetching records of a table.
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <vector>
+
+#include "customers.h"
+#include "folder.h"
+#include "sqlite.h"
+#include "vq_table.h"
+#include "workload.h"
+
+namespace vqdb::bench {
+namespace {
+
+constexpr std::size_t kWritePiece = 16384;
+constexpr std::size_t kReadPiece = 32768;
+constexpr int kSomeBuffers = 64;
+constexpr int kFewBuffers = 4;
+
+void count_items(benchmark::State& state) {
+  state.SetItemsProcessed(static_cast<std::int64_t>(record_count()));
+}
+
+// ---- append
+
+void append_ours(benchmark::State& state) {
+  customers();
+  Block block;
+  const std::string path = fresh_file("APPEND.DBF");
+  create_customer_table(block, path);
+  for (auto _ : state) {
+    const Table table(block, path, 0, kSomeBuffers);
+    append_customers(table);
+  }
+  count_items(state);
+}
+
+void append_sqlite(benchmark::State& state) {
+  customers();
+  Sqlite database(fresh_file("append.sqlite"));
+  create_customer_table(database);
+  for (auto _ : state) insert_customers(database);
+  count_items(state);
+}
+
+// The same records formatted into a piece of memory that is written whenever it is full.
+void append_limit(benchmark::State& state) {
+  customers();
+  const int fd = ::open(fresh_file("append.raw").c_str(), O_RDWR | O_CREAT, 0666);
+  std::vector<char> piece(kWritePiece + kRecordBytes);
+  for (auto _ : state) {
+    std::size_t used = 0;
+    for (const Customer& customer : customers()) {
+      format_record(customer, piece.data() + used);
+      used += kRecordBytes;
+      if (used < kWritePiece) continue;
+      require(::write(fd, piece.data(), kWritePiece) == kWritePiece, "write");
+      used -= kWritePiece;
+      std::copy_n(piece.data() + kWritePiece, used, piece.data());
+    }
+    require(::write(fd, piece.data(), used) == static_cast<ssize_t>(used), "write");
+  }
+  ::close(fd);
+  count_items(state);
+}
+
+const Register append({1, "append", append_ours, append_sqlite, 8, append_limit, 0.6});
+
+// ---- sequential scan, one number of each record summed
+
+void scan_ours(benchmark::State& state) {
+  Block block;
+  const Table table(block, customer_table(), 0, kSomeBuffers);
+  std::array<char, kRecordBytes> record;
+  for (auto _ : state) {
+    double sum = 0;
+    for (std::uint32_t n = 1; n <= record_count(); ++n) {
+      require(dDgetrec(table, n, record.data()) == 0, "dDgetrec");
+      sum += parse_number(record.data() + kAmountOffset, kAmountBytes);
+    }
+    benchmark::DoNotOptimize(sum);
+  }
+  count_items(state);
+}
+
+void scan_sqlite(benchmark::State& state) {
+  Sqlite database(sqlite_customers());
+  database.run("BEGIN");
+  for (auto _ : state) {
+    Statement select(database, "SELECT * FROM customer");
+    double sum = 0;
+    while (select.step()) sum += select.number(4);
+    benchmark::DoNotOptimize(sum);
+  }
+  database.run("COMMIT");
+  count_items(state);
+}
+
+void scan_limit(benchmark::State& state) {
+  const int fd = ::open(customer_table().c_str(), O_RDONLY);
+  constexpr std::size_t kWhole = kReadPiece / kRecordBytes * kRecordBytes;
+  std::vector<char> piece(kWhole);
+  for (auto _ : state) {
+    ::lseek(fd, kHeaderBytes, SEEK_SET);
+    double sum = 0;
+    std::size_t left = record_count();
+    while (left > 0) {
+      const ssize_t moved = ::read(fd, piece.data(), kWhole);
+      require(moved > 0, "read");
+      const std::size_t here = std::min(left, static_cast<std::size_t>(moved) / kRecordBytes);
+      for (std::size_t i = 0; i < here; ++i) {
+        sum += parse_number(piece.data() + i * kRecordBytes + kAmountOffset, kAmountBytes);
+      }
+      left -= here;
+    }
+    benchmark::DoNotOptimize(sum);
+  }
+  ::close(fd);
+  count_items(state);
+}
+
+const Register scan({2, "sequential scan", scan_ours, scan_sqlite, 3, scan_limit, 0.6});
+
+// ---- records fetched in random order
+
+void fetch_all(const Table& table) {
+  std::array<char, kRecordBytes> record;
+  int sum = 0;
+  for (const std::uint32_t number : random_order()) {
+    require(dDgetrec(table, number, record.data()) == 0, "dDgetrec");
+    sum += record[kAmountOffset + kAmountBytes - 1];
+  }
+  benchmark::DoNotOptimize(sum);
+}
+
+void fetch_ours(benchmark::State& state) {
+  random_order();
+  Block block;
+  const Table table(block, customer_table(), 0, kFewBuffers);
+  for (auto _ : state) fetch_all(table);
+  count_items(state);
+}
+
+void fetch_cached_ours(benchmark::State& state) {
+  Block block;
+  const auto buffers = static_cast<std::int32_t>(record_count() / 12 + 1);
+  const Table table(block, customer_table(), 0, buffers);
+  fetch_all(table);
+  for (auto _ : state) fetch_all(table);
+  count_items(state);
+}
+
+void fetch_sqlite(benchmark::State& state) {
+  random_order();
+  Sqlite database(sqlite_customers());
+  database.run("BEGIN");
+  {
+    Statement select(database, "SELECT * FROM customer WHERE id=?");
+    for (auto _ : state) {
+      double sum = 0;
+      for (const std::uint32_t number : random_order()) {
+        select.bind(1, std::int64_t{number});
+        require(select.step(), "fetch a row");
+        sum += select.number(4);
+        select.reset();
+      }
+      benchmark::DoNotOptimize(sum);
+    }
+  }
+  database.run("COMMIT");
+  count_items(state);
+}
+
+void fetch_limit(benchmark::State& state) {
+  random_order();
+  const int fd = ::open(customer_table().c_str(), O_RDONLY);
+  std::array<char, kRecordBytes> record;
+  for (auto _ : state) {
+    int sum = 0;
+    for (const std::uint32_t number : random_order()) {
+      const auto offset = static_cast<off_t>(kHeaderBytes + (number - 1) * kRecordBytes);
+      require(::pread(fd, record.data(), kRecordBytes, offset) == kRecordBytes, "pread");
+      sum += record[kAmountOffset + kAmountBytes - 1];
+    }
+    benchmark::DoNotOptimize(sum);
+  }
+  ::close(fd);
+  count_items(state);
+}
+
+const Register fetch({3, "random fetch, 4 buffers", fetch_ours, fetch_sqlite, 3, fetch_limit, 0.8});
+const Register cached({4, "random fetch, all cached", fetch_cached_ours, fetch_sqlite, 15});
+
+}  // namespace
+}  // namespace vqdb::bench

@@ -1,0 +1,42 @@
+// The list of what is measured. A workload has up to three sides that do the same work: this
+// library, the yardstick beside it, and the least that the system asks for. Each side is an
+// ordinary Google Benchmark function that runs its work once per measured iteration; the report
+// sets the sides' best rates in relation to each other and to the targets.
+#ifndef VQDBSYS_BENCH_WORKLOAD_H_
+#define VQDBSYS_BENCH_WORKLOAD_H_
+
+#include <benchmark/benchmark.h>
+
+#include <string>
+#include <vector>
+
+namespace vqdb::bench {
+
+using Side = void (*)(benchmark::State&);
+
+struct Workload {
+  int order;         // place in the report
+  std::string name;  // in the report; no '/'
+  Side ours;
+  Side yardstick;           // may be null
+  double yardstick_target;  // least ratio of our rate to the yardstick's; 0: none
+  Side limit = nullptr;
+  double limit_target = 0;
+  int rounds = 5;  // how often each side runs, in turns
+  std::string yardstick_name = "SQLite";
+};
+
+// The workloads registered so far, by their order.
+std::vector<Workload>& workloads();
+
+// Declare one at namespace scope to add a workload.
+struct Register {
+  explicit Register(Workload workload) { workloads().push_back(std::move(workload)); }
+};
+
+// Ends the program with a message when a step of a benchmark fails.
+void require(bool succeeded, const char* step);
+
+}  // namespace vqdb::bench
+
+#endif  // VQDBSYS_BENCH_WORKLOAD_H_
