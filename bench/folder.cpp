@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "workload.h"
+#include "require.h"
 
 namespace vqdb::bench {
 namespace {

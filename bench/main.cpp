@@ -1,5 +1,6 @@
-// Runs every workload's sides in turns and prints their best rates as one table of ratios. Takes
-// the options of Google Benchmark; --benchmark_filter selects by "workload/side".
+// Runs every workload's sides in turns and prints their best rates as one table of ratios, then
+// what open handles take from memory. Takes the options of Google Benchmark; --benchmark_filter
+// selects by "workload/side".
 
 #include <algorithm>
 #include <cstdio>
@@ -7,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "memory.h"
 #include "workload.h"
 
 namespace vqdb::bench {
@@ -14,12 +16,6 @@ namespace vqdb::bench {
 std::vector<Workload>& workloads() {
   static std::vector<Workload> all;
   return all;
-}
-
-void require(bool succeeded, const char* step) {
-  if (succeeded) return;
-  std::fprintf(stderr, "benchmark step failed: %s\n", step);
-  std::exit(1);
 }
 
 namespace {
@@ -135,5 +131,6 @@ int main(int argc, char** argv) {
   Rates rates;
   benchmark::RunSpecifiedBenchmarks(&rates);
   print_table(rates);
+  print_memory();
   return 0;
 }

@@ -1,7 +1,7 @@
 #include "sqlite.h"
 
 #include "folder.h"
-#include "workload.h"
+#include "require.h"
 
 namespace vqdb::bench {
 

@@ -4,7 +4,7 @@
 
 #include "customers.h"
 #include "folder.h"
-#include "workload.h"
+#include "require.h"
 
 namespace vqdb::bench {
 

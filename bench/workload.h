@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "require.h"
+
 namespace vqdb::bench {
 
 using Side = void (*)(benchmark::State&);
@@ -33,9 +35,6 @@ std::vector<Workload>& workloads();
 struct Register {
   explicit Register(Workload workload) { workloads().push_back(std::move(workload)); }
 };
-
-// Ends the program with a message when a step of a benchmark fails.
-void require(bool succeeded, const char* step);
 
 }  // namespace vqdb::bench
 
