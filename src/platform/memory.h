@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <type_traits>
 
 namespace vqdb::platform {
 
@@ -25,6 +26,16 @@ using Bytes = std::unique_ptr<std::uint8_t[], Release>;
 
 inline Bytes allocate_bytes(std::size_t size) {
   return Bytes(static_cast<std::uint8_t*>(allocate(size)));
+}
+
+// A zeroed array of plain values; null when there is no memory.
+template <typename T>
+using Array = std::unique_ptr<T[], Release>;
+
+template <typename T>
+Array<T> allocate_array(std::size_t count) {
+  static_assert(std::is_trivially_copyable_v<T> && alignof(T) <= kBlockAlignment);
+  return Array<T>(static_cast<T*>(allocate(count * sizeof(T))));
 }
 
 }  // namespace vqdb::platform

@@ -1,0 +1,86 @@
+#include "expr/compiled.h"
+
+#include "convert/dates.h"
+#include "expr/delivery.h"
+
+namespace vqdb::expr {
+
+namespace {
+
+constexpr Operation kParse{600};
+constexpr Operation kRun{606};
+constexpr std::int32_t kTokenDetails = 5000;
+
+// What a text gets whose length only a run knows.
+constexpr std::int32_t kOpenLength = 254;
+
+ResultShape shape_of(const Value& result) {
+  constexpr char kLetters[] = "\0CNFDLM";
+  ResultShape shape{kLetters[static_cast<std::size_t>(result.type)], result.length,
+                    result.integer_digits, result.decimals};
+  switch (result.type) {
+    case Type::character:
+      if (shape.length == 0) shape.length = kOpenLength;
+      break;
+    case Type::numeric:
+    case Type::floating:
+    case Type::date:
+      shape.length = 8;
+      break;
+    case Type::logical:
+      shape.length = 1;
+      break;
+    default:
+      break;
+  }
+  return shape;
+}
+
+}  // namespace
+
+Result Compiled::compile(VqBlock& block, const Postfix& order, bool check_types,
+                         ResultShape& shape) {
+  const Result result = program_.reserve(block, order, kParse.detail(check_types ? 6 : 4));
+  if (!ok(result)) return result;
+  const auto check_stack = platform::allocate_array<const Value*>(order.count);
+  if (check_stack == nullptr) return fail(block, Result::no_memory, kParse.detail(5));
+  refusal_ = program_.assemble(block, order, check_stack.get());
+  if (!check_types) {
+    shape.length = static_cast<std::int32_t>(order.count);
+    return Result::ok;
+  }
+  if (!ok(refusal_.result)) return fail(block, refusal_.result, refusal_.detail);
+  shape = shape_of(program_.result());
+  longest_ = shape.length;
+  return Result::ok;
+}
+
+Result Compiled::run(VqBlock& block, const char* record, std::uint32_t options, std::int32_t max,
+                     char* buffer, std::int32_t& length) {
+  if (!ok(refusal_.result)) return fail(block, refusal_.result, refusal_.detail);
+  if (record == nullptr && program_.reads_fields()) {
+    return fail(block, Result::out_of_range, kRun.detail(2));
+  }
+  if (literals_ != nullptr && literals_read_in_ != block.date_format) read_date_literals(block);
+  texts_.clear();
+  Run run(block, record, table_, texts_);
+  for (const Call& call : program_.calls()) {
+    const Result result =
+        call.run(run, Arguments(call.arguments, call.argument_count), *call.result);
+    if (!ok(result)) return fail(block, result, kTokenDetails + number_of(call.token));
+  }
+  return deliver(run, program_.result(), {options, max, longest_}, buffer, length);
+}
+
+void Compiled::read_date_literals(const VqBlock& block) {
+  for (Value& operand : program_.operands()) {
+    if (operand.form != Form::date_literal) continue;
+    Value::DateLiteral& literal = operand.date_literal;
+    literal.day =
+        convert::parse_date_text(block, {literal.text, static_cast<std::size_t>(operand.length)})
+            .value_or(0);
+  }
+  literals_read_in_ = block.date_format;
+}
+
+}  // namespace vqdb::expr

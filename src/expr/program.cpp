@@ -1,0 +1,135 @@
+#include "expr/program.h"
+
+#include <algorithm>
+
+#include "expr/operators.h"
+
+namespace vqdb::expr {
+
+namespace {
+
+constexpr Operation kParse{600};
+constexpr Operation kEvaluate{605};
+constexpr std::int32_t kTokenDetails = 5000;
+
+}  // namespace
+
+Result Program::reserve(VqBlock& block, const Postfix& order, std::int32_t run_stack_detail) {
+  std::size_t operands = 0;
+  std::size_t calls = 0;
+  for (const Lexeme* word : order.all()) {
+    if (word != nullptr) ++(word->token == Token::none ? operands : calls);
+  }
+  // Every operand and every result is an argument once at most.
+  const std::size_t arguments = operands + calls;
+  block_ = platform::allocate_bytes(operands * sizeof(Value) + calls * sizeof(Call) +
+                                    arguments * sizeof(Value*));
+  if (block_ == nullptr) return fail(block, Result::no_memory, kParse.detail(3));
+  operands_ = reinterpret_cast<Value*>(block_.get());
+  calls_ = reinterpret_cast<Call*>(operands_ + operands);
+  arguments_ = reinterpret_cast<const Value**>(calls_ + calls);
+  run_stack_ = platform::allocate_array<Value>(calls);
+  if (run_stack_ == nullptr) return fail(block, Result::no_memory, run_stack_detail);
+  return Result::ok;
+}
+
+// Runs the words in check mode: what would be a value at run time is a pointer to the place where
+// that value will be, which holds its type and size meanwhile.
+class Assembler {
+ public:
+  Assembler(const VqBlock& block, Program& program, const Value** stack)
+      : block_(block), program_(program), stack_(stack), arguments_(program.arguments_) {}
+
+  Refusal assemble(const Postfix& order) {
+    for (const Lexeme* word : order.all()) {
+      if (word == nullptr) {
+        stack_[depth_++] = nullptr;
+      } else if (word->token == Token::none) {
+        push_operand(word->operand);
+      } else if (const Refusal refusal = call(word->token); !ok(refusal.result)) {
+        return refusal;
+      }
+    }
+    if (depth_ != 1 || stack_[0] == nullptr) return {Result::operand, kEvaluate.detail(2)};
+    program_.result_ = stack_[0];
+    return {};
+  }
+
+ private:
+  void push_operand(const Value& operand) {
+    Value& place = program_.operands_[program_.operand_count_++];
+    place = operand;
+    program_.reads_fields_ = program_.reads_fields_ || operand.form == Form::field;
+    stack_[depth_++] = &place;
+  }
+
+  Refusal call(Token token) {
+    const Function* function = is_function(token) ? find_function(token) : nullptr;
+    if (is_function(token) && function == nullptr) return {Result::no_handler, kEvaluate.detail(1)};
+    const Result result =
+        function != nullptr ? call_function(*function) : call_operator(operator_of(token));
+    if (ok(result)) return {};
+    return {result, kTokenDetails + number_of(token)};
+  }
+
+  Result call_operator(const Operator& row) {
+    if (depth_ < row.operands) return Result::operand;
+    const Value* const* operands = stack_ + depth_ - row.operands;
+    const Value* left = operands[0];
+    const Value* right = operands[row.operands - 1];
+    if (left == nullptr || right == nullptr) return Result::operand;
+    const Type type = row.result_type(left->type, right->type);
+    if (type == Type::none) return Result::operand;
+    Call& call = lay(row.token, row.handler(left->type, right->type), operands, row.operands);
+    call.result->type = type;
+    row.rule(Arguments(call.arguments, call.argument_count), *call.result);
+    return replace(row.operands, *call.result);
+  }
+
+  // The arguments are the topmost values, down to the mark: too few are refused before wrong
+  // types, and those before too many.
+  Result call_function(const Function& row) {
+    std::size_t given = 0;
+    while (given < depth_ && stack_[depth_ - given - 1] != nullptr) ++given;
+    if (given < row.min_arguments) return Result::too_few;
+    const std::size_t taken = std::min<std::size_t>(given, row.max_arguments);
+    const Value* const* arguments = stack_ + depth_ - taken;
+    for (std::size_t i = 0; i < taken; ++i) {
+      if (!arguments[i]->is(row.arguments[i])) return Result::argument_type;
+    }
+    if (given > taken) return Result::too_many;
+    Call& call = lay(row.token, row.run, arguments, taken);
+    const Result result =
+        row.rule(block_, Arguments(call.arguments, call.argument_count), *call.result);
+    if (!ok(result)) return result;
+    return replace(taken + 1, *call.result);
+  }
+
+  Call& lay(Token token, Handler handler, const Value* const* arguments, std::size_t count) {
+    const std::size_t number = program_.call_count_++;
+    Call& call = program_.calls_[number];
+    call = {handler, arguments_, &program_.run_stack_[number], static_cast<std::uint8_t>(count),
+            token};
+    arguments_ = std::copy_n(arguments, count, arguments_);
+    return call;
+  }
+
+  // The result takes the place of the topmost words.
+  Result replace(std::size_t words, const Value& result) {
+    depth_ -= words;
+    stack_[depth_++] = &result;
+    return Result::ok;
+  }
+
+  const VqBlock& block_;
+  Program& program_;
+  const Value** stack_;
+  const Value** arguments_;
+  std::size_t depth_ = 0;
+};
+
+Refusal Program::assemble(const VqBlock& block, const Postfix& order, const Value** check_stack) {
+  return Assembler(block, *this, check_stack).assemble(order);
+}
+
+}  // namespace vqdb::expr

@@ -1,0 +1,62 @@
+// A compiled expression. Operands lie in the program and results in its run stack, each in a place
+// of its own, so a run only calls one handler after another: nothing is pushed, popped or copied.
+#ifndef VQDBSYS_EXPR_PROGRAM_H_
+#define VQDBSYS_EXPR_PROGRAM_H_
+
+#include <cstdint>
+#include <span>
+
+#include "expr/function.h"
+#include "expr/postfix.h"
+#include "expr/value.h"
+#include "platform/memory.h"
+
+namespace vqdb::expr {
+
+// An operator or function with its arguments and the place of its result.
+struct Call {
+  Handler run = nullptr;
+  const Value* const* arguments = nullptr;
+  Value* result = nullptr;
+  std::uint8_t argument_count = 0;
+  Token token = Token::none;
+};
+
+// Why a program was refused by the check of types; ok when it was not.
+struct Refusal {
+  Result result = Result::ok;
+  std::int32_t detail = 0;
+};
+
+class Program {
+ public:
+  // Takes memory for the words of the expression; details 6003, and for the run stack the given
+  // one.
+  Result reserve(VqBlock& block, const Postfix& order, std::int32_t run_stack_detail);
+
+  // Checks the types and lays out the calls. The check stack holds a pointer for each word.
+  Refusal assemble(const VqBlock& block, const Postfix& order, const Value** check_stack);
+
+  std::span<const Call> calls() const { return {calls_, call_count_}; }
+  std::span<Value> operands() const { return {operands_, operand_count_}; }
+  // The value of the whole expression, in its place. REQUIRES that assemble refused nothing.
+  const Value& result() const { return *result_; }
+  bool reads_fields() const { return reads_fields_; }
+
+ private:
+  friend class Assembler;
+
+  platform::Bytes block_;  // operands, calls, then the arguments of all calls
+  platform::Array<Value> run_stack_;
+  Value* operands_ = nullptr;
+  Call* calls_ = nullptr;
+  const Value** arguments_ = nullptr;
+  const Value* result_ = nullptr;
+  std::uint16_t operand_count_ = 0;
+  std::uint16_t call_count_ = 0;
+  bool reads_fields_ = false;
+};
+
+}  // namespace vqdb::expr
+
+#endif  // VQDBSYS_EXPR_PROGRAM_H_
