@@ -100,7 +100,8 @@ typedef struct VqBlock {
   char field_name[16];               /* 154 scratch of dDcreat */
   uint64_t progress;                 /* 170 see dUsetprog */
   uint64_t progress_context;         /* 178 */
-  uint8_t reserved[341];             /* 186 */
+  uint64_t random_state;             /* 186 of the expression function RAND; 0: not yet seeded */
+  uint8_t reserved[333];             /* 194 */
 } VqBlock;
 
 #pragma pack(pop)

@@ -177,17 +177,18 @@ double parse_number(std::string_view text) {
 void format_number(const VqBlock* block, double value, std::int32_t width, std::int32_t decimals,
                    char* field) {
   constexpr std::uint32_t kLeadingZeros = 16;
-  bool written = false;
-  if (std::isfinite(value)) {
-    std::array<char, kFixedText> text;
-    const char* const end = write_fixed(value, decimals, text);
-    written = right_align({text.data(), static_cast<std::size_t>(end - text.data())}, width, field);
-  }
-  if (!written && !write_exponent_form(value, field, width)) {
+  if (!format_fixed(value, width, decimals, field) && !write_exponent_form(value, field, width)) {
     std::fill_n(field, width, '*');
     return;
   }
   if (block != nullptr && block->kind == kLeadingZeros) fill_with_zeros(field, width);
+}
+
+bool format_fixed(double value, std::int32_t width, std::int32_t decimals, char* field) {
+  if (!std::isfinite(value)) return false;
+  std::array<char, kFixedText> text;
+  const char* const end = write_fixed(value, decimals, text);
+  return right_align({text.data(), static_cast<std::size_t>(end - text.data())}, width, field);
 }
 
 bool right_align(std::string_view number, std::int32_t width, char* field) {

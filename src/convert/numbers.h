@@ -19,6 +19,9 @@ double parse_number(std::string_view text);
 void format_number(const VqBlock* block, double value, std::int32_t width, std::int32_t decimals,
                    char* field);
 
+// The fixed-point form alone: false when it does not fit.
+bool format_fixed(double value, std::int32_t width, std::int32_t decimals, char* field);
+
 // Right-aligns a fixed-point number, if need be without the 0 before its point; false when it does
 // not fit.
 bool right_align(std::string_view number, std::int32_t width, char* field);

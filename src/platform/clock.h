@@ -11,6 +11,7 @@ struct LocalTime {
   int hour;
   int minute;
   int second;
+  int hundredth;
 };
 
 // 1 January 1980, midnight, when the clock cannot be read as a local time.

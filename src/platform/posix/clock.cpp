@@ -5,13 +5,19 @@
 namespace vqdb::platform {
 
 LocalTime local_time() {
-  const std::time_t now = std::time(nullptr);
+  constexpr long kNanosecondsPerHundredth = 10'000'000;
+  std::timespec now = {};
   std::tm parts = {};
-  if (now == static_cast<std::time_t>(-1) || ::localtime_r(&now, &parts) == nullptr) {
-    return {1980, 1, 1, 0, 0, 0};
+  if (::clock_gettime(CLOCK_REALTIME, &now) != 0 || ::localtime_r(&now.tv_sec, &parts) == nullptr) {
+    return {1980, 1, 1, 0, 0, 0, 0};
   }
-  return {parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday,
-          parts.tm_hour,        parts.tm_min,     parts.tm_sec};
+  return {parts.tm_year + 1900,
+          parts.tm_mon + 1,
+          parts.tm_mday,
+          parts.tm_hour,
+          parts.tm_min,
+          parts.tm_sec,
+          static_cast<int>(now.tv_nsec / kNanosecondsPerHundredth)};
 }
 
 }  // namespace vqdb::platform

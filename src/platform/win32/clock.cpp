@@ -7,7 +7,8 @@ namespace vqdb::platform {
 LocalTime local_time() {
   SYSTEMTIME now = {};
   ::GetLocalTime(&now);
-  return {now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond};
+  return {
+      now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond, now.wMilliseconds / 10};
 }
 
 }  // namespace vqdb::platform
