@@ -40,7 +40,9 @@ if(WIN32)
   set_target_properties(vqdbsys PROPERTIES PREFIX "" LINK_DEPENDS ${generated}/vqdbsys.def)
   # The definition file names the functions plainly; the linker finds the decorated ones, and
   # hosts that link against the import library find the plain names the same way.
-  target_sources(vqdbsys PRIVATE ${generated}/vqdbsys.def)
+  enable_language(RC)
+  target_sources(vqdbsys PRIVATE ${generated}/vqdbsys.def
+                                 ${PROJECT_SOURCE_DIR}/src/exports/vqdbsys.rc)
   target_link_options(vqdbsys PUBLIC -Wl,--enable-stdcall-fixup)
 else()
   set_target_properties(vqdbsys PROPERTIES SOVERSION ${PROJECT_VERSION_MAJOR} LINK_DEPENDS
