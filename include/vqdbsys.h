@@ -143,30 +143,148 @@ typedef struct VqIndexSpec {
 
 /* ---- dD: tables ------------------------------------------------------------------------------ */
 
+/*
+ * Names get the extension "DBF" when they have none; what follows a `;` is left off. Records and
+ * fields count from 1. A caller's record is dDreclen bytes, the first of them the deletion flag
+ * (' ' live, '*' deleted); with run-time flag 1 of the block it is the fields alone. Detail code
+ * nn0 of an operation stands for a null argument, nn1 for a bad handle.
+ *
+ * Open modes: 0 exclusive; 1 read-only; 2 shared, reads go to the file and the record count is
+ * taken from it; 4 shared, reads come from the buffers. The bits add up. In exclusive modes changes
+ * wait in the buffers for dDflush or dDclose; in shared modes they are written at once. An exclusive
+ * or read-only table, or a shared one without bit 2, has at least one buffer.
+ *
+ * Details of the buffers, from any operation on records: 10061 (-17) a changed block that makes room
+ * could not be written, 10062 (-17) nor one that is read again, 10063 (-17) reading failed, 10064
+ * (-17) the file lacks a record that its header counts.
+ */
+
+/* Creates a table with `count` fields and no records, over any file of that name. `fields` holds
+ * 2 * count texts: name, type, name, type, ... Types: C1..C254; N1..N20 and F1..F20 with decimals
+ * behind a point ("N10.2", at most length - 2); D (8 bytes); L (1); M (10); B and G (10, kinds with
+ * bit 4); P (10, kinds with bit 8). Names: up to 10 letters, digits and `_`, no digit first; they
+ * are put into capitals. A failure removes the file.
+ *   151 -4  count (1..255, with kind bit 4 1..1024)      152 -14 no memory
+ *   153     file not created: -5, -17 to -20             155 -17 descriptors not written
+ *   156 -4  name longer than 10 characters               157 -11 character in a name
+ *   158 -11 name taken                                   159 -4  character length
+ *   160 -4  numeric length or decimals                   161 -11 type unknown to the dialect
+ *   162 -4  record longer than 4000 bytes without its flag (kind bit 4: 32767, bit 8: 65500)
+ *   163 -17 last descriptors not written                 164 -17 header not written */
 int32_t VQ_CALL dDcreat(VqBlock *block, const char *name, int32_t count, const char *const *fields);
+
+/* Opens a table with this many buffers. Null on failure, with the result code in block->result.
+ *   10421 -5  no such file          10422     not opened: -17, -18 too many files, -19 denied, -20
+ *   311  -17  shorter than a header   312  -3 header length below 65, or record length 0
+ *   10042 -3  record length 0       10043 -14 no memory        10044 -17 descriptors not read
+ *   10045 -15 encrypted             10046 -3  version          10047 -14 no memory for the buffers
+ *   10048 -3  no fields, or fields that do not fit the record */
 VqTable *VQ_CALL dDopen(VqBlock *block, const char *name, uint32_t mode, int32_t buffers);
+
+/* Flushes, closes the file and frees the handle, whatever the result: that of the flush, or -17 with
+ * 306 when only closing failed. */
 int32_t VQ_CALL dDclose(VqTable *table);
+
+/* What kind of table a file is: 4 dBASE IV memo, 8 dBASE III memo, 32 FoxPro memo, plus 2 with a
+ * production MDX file, plus 16 when encrypted. 281 (-17) short file, 282 (-3) version. */
 int32_t VQ_CALL dDmode(VqBlock *block, const char *name);
+
+/* The number of fields. Bad handle: 181. */
 int32_t VQ_CALL dDfields(VqTable *table);
+/* The name of a field, at most 10 characters and a zero byte. 222 (-4) number. */
 int32_t VQ_CALL dDfldnm(VqTable *table, int32_t number, char *name);
+/* The number of the field of this name, in any case. Bad handle: 221. 222 (-4) unknown name. */
 int32_t VQ_CALL dDfldno(VqTable *table, const char *name);
+/* The record length with the deletion flag. Makes no signature test; 0 for a closed handle. */
 int32_t VQ_CALL dDreclen(VqTable *table);
+/* The number of records, under open mode bit 2 as the file says now (kind bit 16: as its size says).
+ * 423 (-17) header not read, 424 (-17) size unknown. */
 int32_t VQ_CALL dDreccnt(VqTable *table, uint32_t *count);
+/* The date of the last update, the year in full; out arguments may be null. Bad handle: 161. */
 int32_t VQ_CALL dDdate(VqTable *table, int32_t *month, int32_t *day, int32_t *year);
+/* The bytes of memory that opening the table with this many buffers takes; a negative number counts
+ * as 1. Details as for dDopen; 10047 (-14) for more than 2147483647. */
 int32_t VQ_CALL dDbuffs(VqBlock *block, const char *name, int32_t buffers);
+
+/* Reads a record. 262 (-4) number below 1, 263 (-4) beyond the last record, 264 (-17) not read, 265
+ * (-17) not even its flag byte. */
 int32_t VQ_CALL dDgetrec(VqTable *table, uint32_t recno, void *record);
+
+/* Appends a record; its number goes to block->record_number, which is -1 after a failure.
+ *   323 -16 read-only            324 -38 somebody else appends or has the file
+ *   325 -40 lock refused         327 -20 the table would reach the locked bytes at 0xEFFFFFFE
+ *   331 -17 record not written   332 -17 nor the fields behind its flag (long records)
+ *   333 -17 end mark not written 335 -17 record count not written
+ *   341 -17 a full changed block not written             423, 424 see dDreccnt
+ *   353 -39 the record is appended, but the append lock could not be released */
 int32_t VQ_CALL dDapprec(VqTable *table, const void *record);
+
+/* Overwrites a record. With run-time flag 1 this makes it live. In shared modes a record that
+ * somebody else has locked is refused (-37, 10453); -36, 10454 when the system cannot tell.
+ * 463 (-16) read-only, 464 (-4) number below 1, 465 (-4) beyond the last record, 466 (-14) no
+ * memory, 467 (-17) not written. */
 int32_t VQ_CALL dDupdrec(VqTable *table, uint32_t recno, const void *record);
+/* Set and clear the deletion flag of a record; results as for dDupdrec. */
 int32_t VQ_CALL dDdelrec(VqTable *table, uint32_t recno);
 int32_t VQ_CALL dDrclrec(VqTable *table, uint32_t recno);
+
+/* Inserts a record before the given one; recno may be the last plus 1. 272 (-11) shared, 273 (-16)
+ * read-only, 274 (-4) number, 275 (-14) no memory; else as for dDapprec. */
 int32_t VQ_CALL dDinsrec(VqTable *table, uint32_t recno, const void *record);
+/* Removes a record; those behind it move up. The file keeps its length. 402 (-11) shared, 403 (-16)
+ * read-only, 404 (-4) number, 405 (-14) no memory. */
 int32_t VQ_CALL dDrmrec(VqTable *table, uint32_t recno);
+/* The deletion flag of a record, 0x20 or 0x2A. Makes no signature test; a closed handle has no
+ * records. 382 (-4) number below 1, 383 (-4) beyond the last record, 384 (-17) not read. */
 int32_t VQ_CALL dDrecsta(VqTable *table, uint32_t recno);
+
+/* Writes changed blocks (242, -17) and, when the record count changed, count and date (243, -17). */
 int32_t VQ_CALL dDflush(VqTable *table);
+/* Flushes and empties the buffers. Bad handle: 461. */
 int32_t VQ_CALL dDclearbuf(VqTable *table);
+
+/*
+ * Locks on bytes beyond the data, against every other handle in any process; a request never waits.
+ * Where the bytes lie depends on the lock scheme (dUsetnet) at the time of opening; schemes 4 to 6
+ * have no locks: -13. A refusal leaves the system's number in block->system_error. Locking what the
+ * handle holds already changes nothing. Closing the table releases all its locks.
+ */
+
+/* The whole file: nobody else can lock it, lock a record or append. 482 (-13), 483 (-38) somebody
+ * else has it or appends, 484 (-37) somebody else has a record, 485 (-40) system, 486 (-14). */
+int32_t VQ_CALL dDlkfil(VqTable *table);
+/* 492 (-13), 493 (-35) not held, 494 (-39) system. */
+int32_t VQ_CALL dDulkfil(VqTable *table);
+/* One record. 502 (-4) number that no lock can name, 503 (-13), 504 (-37) somebody else has it, 505
+ * (-38) somebody else has the file, 506 (-14) no memory, 507 (-40) system. */
+int32_t VQ_CALL dDlkrec(VqTable *table, uint32_t recno);
+/* Results as for dDulkfil. */
+int32_t VQ_CALL dDulkrec(VqTable *table, uint32_t recno);
+/* Locks a record, then reads it; lets go of it when it cannot be read. Results of both. */
+int32_t VQ_CALL dDlkgetr(VqTable *table, uint32_t recno, void *record);
+/* The number of locked records; up to `max` of their numbers, the oldest lock first. */
+int32_t VQ_CALL dDlklist(VqTable *table, uint32_t *records, int32_t max);
+/* The lock taken last: a record number, or 0 for the file. -35 when there is none. */
+int32_t VQ_CALL dDlktop(VqTable *table, uint32_t *recno);
+/* The number of locks held, the file's included. */
+int32_t VQ_CALL dDlkcnt(VqTable *table);
+/* Releases the lock taken last; results as for dDulkfil. */
+int32_t VQ_CALL dDpoplk(VqTable *table);
+/* The append position, which dDapprec else locks for itself. 324 (-38), 325 (-40), 326 (-13). */
+int32_t VQ_CALL dDlkapp(VqTable *table);
+/* 326 (-13), 352 (-35) not held, 353 (-39) system. Bad handle: 351. */
+int32_t VQ_CALL dDulkapp(VqTable *table);
+/* Who holds a record: 0 this handle (it or the file), -35 nobody, -37 somebody else (10453).
+ * 10451 (-4) number, 10452 (-13), 10454 (-36) the system cannot tell. */
+int32_t VQ_CALL dDlkrsta(VqTable *table, uint32_t recno);
+/* Who holds the file, in the same way. */
+int32_t VQ_CALL dDlkfsta(VqTable *table);
 
 /* ---- dU: conversions, calendar and settings ---------------------------------------------------- */
 
+/* Writes a file name as the library takes it into out (128 bytes) and returns out: up to the first
+ * `;`, with "." and the extension when it has none, in capitals. Longer than 127 characters: an
+ * empty text. */
 char *VQ_CALL dUexpnm(const char *name, const char *extension, char *out);
 /* A blank date is month, day and year 9999, and 8 blanks in a field. A key kind is a sum of bits:
  * 1 or 2 a little-endian double (8 bytes), 4 a double whose bytes sort as the numbers do (8 bytes),

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <atomic>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <new>
@@ -27,88 +28,81 @@ struct HandleHead {
   VqBlock* block = nullptr;
 };
 
-// T derives from HandleHead first. T's constructor takes what open() is given.
-template <typename T>
-class HandlePool {
+// The slots of a pool, whatever they hold. Slots are a power of two apart, so that an address is
+// judged without a division.
+class HandleSlots {
  public:
-  // A new handle, not yet live (its signature is 0 until the caller sets it); null without memory.
-  template <typename... Args>
-  T* open(VqBlock* block, Args&&... args) {
-    const SpinGuard guard(lock_);
-    Slot* slot = take();
-    if (slot == nullptr) return nullptr;
-    T* handle = ::new (static_cast<void*>(slot->bytes)) T(std::forward<Args>(args)...);
-    handle->block = block;
-    return handle;
+  // The block that the handle at this address, live or closed, was opened with, else null.
+  VqBlock* block_of(const void* address) const {
+    const HandleHead* const head = head_at(address);
+    return head != nullptr ? head->block : nullptr;
   }
 
-  // Destroys the handle and clears its slot, all but the block.
-  void close(T* handle) {
+ protected:
+  // Precedes the handle in its slot.
+  struct alignas(8) SlotHead {
+    SlotHead* next;  // in the queue of closed slots
+    bool open;
+  };
+
+  constexpr explicit HandleSlots(std::size_t handle_bytes)
+      : slot_bytes_(std::bit_ceil(sizeof(SlotHead) + handle_bytes)) {}
+
+  static SlotHead* slot_of(const HandleHead* head) {
+    const auto place = reinterpret_cast<std::uintptr_t>(head);
+    return reinterpret_cast<SlotHead*>(place - sizeof(SlotHead));
+  }
+
+  HandleHead* head_at(const void* address) const {
+    const auto place = reinterpret_cast<std::uintptr_t>(address);
+    const std::size_t count = slab_count_.load(std::memory_order_acquire);
+    for (std::size_t i = 0; i < count; ++i) {
+      const std::uintptr_t offset =
+          place - reinterpret_cast<std::uintptr_t>(slabs_[i]) - sizeof(SlotHead);
+      if (offset >= slots_in(i) * slot_bytes_) continue;
+      if ((offset & (slot_bytes_ - 1)) != 0) return nullptr;
+      return reinterpret_cast<HandleHead*>(place);
+    }
+    return nullptr;
+  }
+
+  // Memory for a handle, marked open; null without memory.
+  void* take() {
     const SpinGuard guard(lock_);
-    VqBlock* block = handle->block;
-    handle->signature = 0;
-    handle->~T();
-    auto* slot = reinterpret_cast<Slot*>(handle);
-    auto* head = ::new (static_cast<void*>(slot->bytes)) HandleHead();
-    head->block = block;
+    SlotHead* slot = nullptr;
+    if (slab_count_ == 0 || fresh_ == slots_in(slab_count_ - 1)) {
+      slot = first_closed_;
+      if (slot != nullptr) {
+        first_closed_ = slot->next;
+        if (first_closed_ == nullptr) last_closed_ = nullptr;
+      } else if (!grow()) {
+        return nullptr;
+      }
+    }
+    if (slot == nullptr) {
+      slot = reinterpret_cast<SlotHead*>(slabs_[slab_count_ - 1] + fresh_++ * slot_bytes_);
+    }
+    slot->open = true;
+    return slot + 1;
+  }
+
+  void give_back(SlotHead* slot) {
+    const SpinGuard guard(lock_);
     slot->next = nullptr;
     (last_closed_ != nullptr ? last_closed_->next : first_closed_) = slot;
     last_closed_ = slot;
   }
 
-  // The live handle at this address, else null.
-  T* find(const void* address) const {
-    HandleHead* head = slot_at(address);
-    return head != nullptr && head->signature == kHandleSignature ? static_cast<T*>(head)
-                                                                  : nullptr;
-  }
-
-  // The block that the handle at this address, live or closed, was opened with, else null.
-  VqBlock* block_of(const void* address) const {
-    const HandleHead* head = slot_at(address);
-    return head != nullptr ? head->block : nullptr;
-  }
-
  private:
-  struct Slot {
-    alignas(T) std::byte bytes[sizeof(T)];
-    Slot* next;
-  };
-
   static constexpr std::size_t kMaxSlabs = 24;
   static constexpr std::size_t kFirstSlab = 64;
 
   static std::size_t slots_in(std::size_t slab) { return kFirstSlab << slab; }
 
-  HandleHead* slot_at(const void* address) const {
-    const auto place = reinterpret_cast<std::uintptr_t>(address);
-    const std::size_t count = slab_count_.load(std::memory_order_acquire);
-    for (std::size_t i = 0; i < count; ++i) {
-      const auto start = reinterpret_cast<std::uintptr_t>(slabs_[i]);
-      if (place < start || place >= start + slots_in(i) * sizeof(Slot)) continue;
-      if ((place - start) % sizeof(Slot) != 0) return nullptr;
-      return reinterpret_cast<HandleHead*>(const_cast<void*>(address));
-    }
-    return nullptr;
-  }
-
-  Slot* take() {
-    if (slab_count_ == 0 || fresh_ == slots_in(slab_count_ - 1)) {
-      if (first_closed_ != nullptr) {
-        Slot* slot = first_closed_;
-        first_closed_ = slot->next;
-        if (first_closed_ == nullptr) last_closed_ = nullptr;
-        return slot;
-      }
-      if (!grow()) return nullptr;
-    }
-    return &slabs_[slab_count_ - 1][fresh_++];
-  }
-
   bool grow() {
     const std::size_t count = slab_count_;
     if (count == kMaxSlabs) return false;
-    auto* slab = static_cast<Slot*>(platform::allocate(slots_in(count) * sizeof(Slot)));
+    auto* const slab = static_cast<std::byte*>(platform::allocate(slots_in(count) * slot_bytes_));
     if (slab == nullptr) return false;
     slabs_[count] = slab;
     fresh_ = 0;
@@ -117,11 +111,56 @@ class HandlePool {
   }
 
   SpinLock lock_;
-  std::array<Slot*, kMaxSlabs> slabs_ = {};
+  std::size_t slot_bytes_;
+  std::array<std::byte*, kMaxSlabs> slabs_ = {};
   std::atomic<std::size_t> slab_count_ = 0;
   std::size_t fresh_ = 0;
-  Slot* first_closed_ = nullptr;
-  Slot* last_closed_ = nullptr;
+  SlotHead* first_closed_ = nullptr;
+  SlotHead* last_closed_ = nullptr;
+};
+
+// T derives from HandleHead first. T's constructor takes what open() is given; it must not throw.
+// Looking a handle up does without T's definition.
+template <typename T>
+class HandlePool : public HandleSlots {
+ public:
+  constexpr HandlePool() : HandleSlots(sizeof(T)) {}
+
+  // A new handle, not yet live (its signature is 0 until the caller sets it); null without memory.
+  template <typename... Args>
+  T* open(VqBlock* block, Args&&... args) {
+    static_assert(alignof(T) <= alignof(SlotHead));
+    void* const place = take();
+    if (place == nullptr) return nullptr;
+    T* const handle = ::new (place) T(std::forward<Args>(args)...);
+    handle->block = block;
+    return handle;
+  }
+
+  // Destroys the handle and clears its slot, all but the block.
+  void close(T* handle) {
+    SlotHead* const slot = slot_of(handle);
+    VqBlock* const block = handle->block;
+    slot->open = false;
+    handle->signature = 0;
+    handle->~T();
+    auto* const head = ::new (static_cast<void*>(slot + 1)) HandleHead();
+    head->block = block;
+    give_back(slot);
+  }
+
+  // The live handle at this address, else null.
+  T* find(const void* address) const {
+    HandleHead* const head = head_at(address);
+    return head != nullptr && head->signature == kHandleSignature ? reinterpret_cast<T*>(head)
+                                                                  : nullptr;
+  }
+
+  // The open handle at this address whatever its signature says, else null.
+  T* find_unsigned(const void* address) const {
+    HandleHead* const head = head_at(address);
+    return head != nullptr && slot_of(head)->open ? reinterpret_cast<T*>(head) : nullptr;
+  }
 };
 
 }  // namespace vqdb

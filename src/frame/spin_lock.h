@@ -12,9 +12,7 @@ class SpinLock {
     while (held_.test_and_set(std::memory_order_acquire)) {
     }
   }
-  void unlock() {
-    held_.clear(std::memory_order_release);
-  }
+  void unlock() { held_.clear(std::memory_order_release); }
 
  private:
   std::atomic_flag held_;

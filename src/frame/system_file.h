@@ -21,8 +21,7 @@ inline Result transfer_result(const platform::Outcome& outcome) {
 
 // Opens an existing file: read-write, or with mode bit 1 read-only where read-write is denied.
 // Details 10421 (not found) and 10422.
-Result open_file(VqBlock& block, const std::string& path, std::uint32_t mode,
-                 platform::File& file);
+Result open_file(VqBlock& block, const std::string& path, std::uint32_t mode, platform::File& file);
 
 }  // namespace vqdb
 

@@ -1,35 +1,58 @@
 // Byte-range locks far beyond the data, by the table's lock scheme: the file, the append position
-// and single records. A request never waits.
+// and single records. A request never waits. Every refusal leaves the system's number in the
+// block. Who has the file excludes every record lock and append of others. The file's and the
+// records' locks of a handle form a stack.
 #ifndef VQDBSYS_TABLE_LOCKS_H_
 #define VQDBSYS_TABLE_LOCKS_H_
 
 #include <cstdint>
+#include <span>
 
 #include "platform/file.h"
 #include "table/table.h"
 
 namespace vqdb::table {
 
-Result lock_append(Table& table);
-Result unlock_append(Table& table);
-bool holds_append_lock(const Table& table);
+std::uint32_t lock_scheme(const Table& table);
+// Whether the table's scheme has lock operations; without them every request below is refused with
+// -13, and shared tables are changed unlocked.
+bool has_lock_operations(const Table& table);
+
+// Locking what the handle holds already changes nothing. Details 482 (no lock operations), 483
+// (somebody else has the file or appends), 484 (somebody else has a record), 485 (system), 486 (no
+// memory).
+Result lock_file(Table& table);
+// Details 502 (number out of range), 503 (no lock operations), 504 (somebody else has the record),
+// 505 (somebody else has the file), 506 (no memory), 507 (system).
 Result lock_record(Table& table, std::uint32_t recno);
+// Details 492 (no lock operations), 493 (not held), 494 (system).
+Result unlock_file(Table& table);
 Result unlock_record(Table& table, std::uint32_t recno);
 // Releases the lock taken last.
 Result pop_lock(Table& table);
+
+// Details 324 (somebody else appends or has the file), 325 (system), 326 (no lock operations).
+Result lock_append(Table& table);
+// Details 326, 352 (not held), 353 (system).
+Result unlock_append(Table& table);
+bool holds_append_lock(const Table& table);
+
+// Record numbers, and 0 for the file, in the order in which they were locked.
+std::span<const std::uint32_t> held_locks(const Table& table);
 // Any lock of the caller's (file or record).
 bool holds_any_lock(const Table& table);
-// ok: this handle holds the record (or the file); not_locked: nobody does; locked or file_locked:
-// somebody else does.
+
+// ok: this handle holds the record (or the file); not_locked: nobody does, which is no failure and
+// leaves no detail code; locked: somebody else does; lock_unknown: the system cannot tell. Details
+// 10451 (number), 10452 (no lock operations), 10453 (somebody else has it), 10454 (system).
 Result record_lock_status(Table& table, std::uint32_t recno);
+Result file_lock_status(Table& table);
 
 // The file lock of any file (an index or memo file) by a scheme; schemes 4 to 6 have no locks and
-// grant at once. A refusal leaves the system's number in the block. The caller remembers what it
-// holds.
+// grant at once. The caller remembers what it holds. Details 10431 (somebody else has the file),
+// 10432 (system), 10433 (unlocking failed).
 Result lock_whole_file(VqBlock& block, platform::File& file, std::uint32_t scheme);
 Result unlock_whole_file(VqBlock& block, platform::File& file, std::uint32_t scheme);
-
-std::uint32_t lock_scheme(const Table& table);
 
 }  // namespace vqdb::table
 

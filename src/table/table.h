@@ -8,6 +8,7 @@
 #include <span>
 #include <string_view>
 
+#include "convert/calendar.h"
 #include "frame/handle_pool.h"
 #include "frame/result.h"
 #include "table/field.h"
@@ -21,7 +22,10 @@ HandlePool<Table>& tables();
 Table* find_live(const void* address);
 
 // Opens a table (its name without or with extension "DBF"). Null on failure, with the result code
-// in the block's result field.
+// in the block's result field and the detail code of open_file (10421, 10422) or: 311 short header,
+// 312 header or record length, 10042 record length, 10043 no memory, 10044 short descriptors,
+// 10045 encrypted, 10046 version, 10047 no memory for the buffers, 10048 descriptors that do not
+// fit the record.
 Table* open(VqBlock& block, const char* name, std::uint32_t mode, std::int32_t buffers);
 // Flushes, closes and releases; the handle is gone whatever the result.
 Result close(Table& table);
@@ -40,6 +44,8 @@ void set_current_record(Table& table, std::uint32_t recno);
 Result record_count(Table& table, std::uint32_t& count);
 // The count as last known, without looking at the file.
 std::uint32_t known_record_count(const Table& table);
+// From the header, the month and day as they stand there.
+convert::Date last_update(const Table& table);
 
 }  // namespace vqdb::table
 

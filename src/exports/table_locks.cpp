@@ -1,0 +1,128 @@
+// The dDlk family: locks on tables and records.
+#include <algorithm>
+
+#include "exports/guard.h"
+#include "table/locks.h"
+#include "table/records.h"
+#include "vqdbsys.h"
+
+namespace {
+
+using vqdb::code;
+using vqdb::fail;
+using vqdb::ok;
+using vqdb::Operation;
+using vqdb::Result;
+using vqdb::exports::with_handle;
+using vqdb::table::Table;
+using vqdb::table::tables;
+namespace table = vqdb::table;
+
+constexpr Operation kAppend{32};
+constexpr Operation kUnlockAppend{35};
+constexpr Operation kFile{48};
+constexpr Operation kUnlock{49};
+constexpr Operation kRecord{50};
+
+template <typename Body>
+std::int32_t on_table(const void* table, const Operation& operation, Body body) {
+  return with_handle(tables(), table, operation.bad_handle(), body);
+}
+
+Result null_argument(Table& table) {
+  return fail(table::block_of(table), Result::out_of_range, kRecord.detail(0));
+}
+
+// Unlocks a record again unless it was locked before, with the detail code of the failure.
+void let_go(Table& table, std::uint32_t recno, bool held_before) {
+  if (held_before) return;
+  const std::int32_t detail = table::block_of(table).detail;
+  (void)table::unlock_record(table, recno);
+  table::block_of(table).detail = detail;
+}
+
+bool is_held(const Table& table, std::uint32_t recno) {
+  const auto held = table::held_locks(table);
+  return std::find(held.begin(), held.end(), recno) != held.end();
+}
+
+}  // namespace
+
+extern "C" {
+
+int32_t VQ_CALL dDlkfil(VqTable* table) {
+  return on_table(table, kFile, [](Table& t) { return table::lock_file(t); });
+}
+
+int32_t VQ_CALL dDulkfil(VqTable* table) {
+  return on_table(table, kUnlock, [](Table& t) { return table::unlock_file(t); });
+}
+
+int32_t VQ_CALL dDlkrec(VqTable* table, uint32_t recno) {
+  return on_table(table, kRecord, [=](Table& t) { return table::lock_record(t, recno); });
+}
+
+int32_t VQ_CALL dDulkrec(VqTable* table, uint32_t recno) {
+  return on_table(table, kUnlock, [=](Table& t) { return table::unlock_record(t, recno); });
+}
+
+int32_t VQ_CALL dDlkgetr(VqTable* table, uint32_t recno, void* record) {
+  return on_table(table, kRecord, [=](Table& t) {
+    if (record == nullptr) return null_argument(t);
+    const bool held_before = is_held(t, recno);
+    Result result = table::lock_record(t, recno);
+    if (!ok(result)) return result;
+    result = table::read_record(t, recno, record);
+    if (!ok(result)) let_go(t, recno, held_before);
+    return result;
+  });
+}
+
+int32_t VQ_CALL dDlklist(VqTable* table, uint32_t* records, int32_t max) {
+  return on_table(table, kRecord, [=](Table& t) -> std::int32_t {
+    if (records == nullptr && max > 0) return code(null_argument(t));
+    std::int32_t count = 0;
+    for (const std::uint32_t lock : table::held_locks(t)) {
+      if (lock == 0) continue;  // the file
+      if (count < max) records[count] = lock;
+      ++count;
+    }
+    return count;
+  });
+}
+
+int32_t VQ_CALL dDlktop(VqTable* table, uint32_t* recno) {
+  return on_table(table, kRecord, [=](Table& t) {
+    if (recno == nullptr) return null_argument(t);
+    const auto held = table::held_locks(t);
+    if (held.empty()) return fail(table::block_of(t), Result::not_locked, kUnlock.detail(3));
+    *recno = held.back();
+    return Result::ok;
+  });
+}
+
+int32_t VQ_CALL dDlkcnt(VqTable* table) {
+  return on_table(table, kRecord, [](Table& t) { return table::held_locks(t).size(); });
+}
+
+int32_t VQ_CALL dDpoplk(VqTable* table) {
+  return on_table(table, kUnlock, [](Table& t) { return table::pop_lock(t); });
+}
+
+int32_t VQ_CALL dDlkapp(VqTable* table) {
+  return on_table(table, kAppend, [](Table& t) { return table::lock_append(t); });
+}
+
+int32_t VQ_CALL dDulkapp(VqTable* table) {
+  return on_table(table, kUnlockAppend, [](Table& t) { return table::unlock_append(t); });
+}
+
+int32_t VQ_CALL dDlkrsta(VqTable* table, uint32_t recno) {
+  return on_table(table, kRecord, [=](Table& t) { return table::record_lock_status(t, recno); });
+}
+
+int32_t VQ_CALL dDlkfsta(VqTable* table) {
+  return on_table(table, kFile, [](Table& t) { return table::file_lock_status(t); });
+}
+
+}  // extern "C"

@@ -1,0 +1,132 @@
+#include <cstring>
+
+#include "table/locks.h"
+#include "table/records.h"
+#include "table/table_handle.h"
+
+namespace vqdb::table {
+namespace {
+
+constexpr Operation kApprec{32};
+
+// Details of the steps of an append, behind 321 to 326.
+constexpr std::int32_t kTableFull = kApprec.detail(7);
+constexpr std::int32_t kRecordFailed = kApprec.detail(11);  // record or its flag byte
+constexpr std::int32_t kFieldsFailed = kApprec.detail(12);  // fields behind the flag byte
+constexpr std::int32_t kMarkFailed = kApprec.detail(13);
+constexpr std::int32_t kHeaderFailed = kApprec.detail(15);
+constexpr std::int32_t kShortFile = 10064;
+
+// A record more must fit below the locked bytes, and behind records that are all there.
+Result check_room(Table& table) {
+  const RecordFile& records = table.records;
+  const std::uint64_t end = records.offset_of(records.count + 1) + records.record_length;
+  if (end + 1 > kMaxTableBytes || records.count >= INT32_MAX) {
+    return fail(table.block, Result::disk_full, kTableFull);
+  }
+  if (table.short_file && (table.block->kind & dialect::kCountBySize) == 0) {
+    return fail(table.block, Result::io, kShortFile);
+  }
+  return Result::ok;
+}
+
+void count_record(Table& table) {
+  ++table.records.count;
+  table.current = table.records.count;
+  table.block->record_number = static_cast<std::int32_t>(table.records.count);
+}
+
+Result append_cached(Table& table, const void* record) {
+  if (const Result result = check_room(table); !ok(result)) return result;
+  Byte* place = nullptr;
+  if (const Result result = table.cache.find_append(place); !ok(result)) return result;
+  const std::uint32_t skip = table.caller_offset();
+  if (skip != 0) place[0] = kLive;
+  std::memcpy(place + skip, record, table.records.record_length - skip);
+  table.cache.append_done();
+  table.header_dirty = true;
+  count_record(table);
+  return Result::ok;
+}
+
+// Writes the record and the end mark behind it, in one call of the system when they fit.
+Result write_record(Table& table, std::uint64_t offset, const void* record) {
+  static constexpr char kLiveFlag = kLive;
+  struct Step {
+    const void* data;
+    std::size_t size;
+    std::int32_t detail;
+  };
+  platform::File& file = table.records.file;
+  const std::uint32_t skip = table.caller_offset();
+  const std::size_t length = table.records.record_length;
+  const std::array<Step, 3> steps = {
+      {{&kLiveFlag, skip, kRecordFailed},
+       {record, length - skip, skip != 0 ? kFieldsFailed : kRecordFailed},
+       {&kEndMark, 1, kMarkFailed}}};
+  if (length < platform::kChunkBytes) {
+    std::array<platform::Piece, 3> pieces;
+    std::size_t count = 0;
+    for (const Step& step : steps) {
+      if (step.size != 0) pieces[count++] = {const_cast<void*>(step.data), step.size};
+    }
+    const platform::Outcome outcome = file.write_pieces(offset, {pieces.data(), count});
+    return outcome.ok() ? Result::ok : fail(table.block, Result::io, kRecordFailed);
+  }
+  for (const Step& step : steps) {
+    if (!file.write_at(offset, step.data, step.size).ok()) {
+      return fail(table.block, Result::io, step.detail);
+    }
+    offset += step.size;
+  }
+  return Result::ok;
+}
+
+Result append_under_lock(Table& table, const void* record) {
+  if (const Result result = refresh_count(table); !ok(result)) return result;
+  if (const Result result = check_room(table); !ok(result)) return result;
+  RecordFile& records = table.records;
+  const std::uint32_t recno = records.count + 1;
+  const std::uint64_t offset = records.offset_of(recno);
+  Result result = write_record(table, offset, record);
+  if (ok(result)) result = write_count(table, recno, kHeaderFailed);
+  if (!ok(result)) {
+    // What was written does not count; the records still end here.
+    (void)records.file.write_at(offset, &kEndMark, 1);
+    return result;
+  }
+  if (Byte* const place = table.cache.note_append(recno); place != nullptr) {
+    const std::uint32_t skip = table.caller_offset();
+    place[0] = kLive;
+    std::memcpy(place + skip, record, records.record_length - skip);
+  }
+  count_record(table);
+  return Result::ok;
+}
+
+// Every shared mode numbers the record by the count in the file, so that appenders never overwrite
+// each other.
+Result append_through(Table& table, const void* record) {
+  const bool locks_here = has_lock_operations(table) && !holds_append_lock(table);
+  if (locks_here) {
+    if (const Result result = lock_append(table); !ok(result)) return result;
+  }
+  const Result result = append_under_lock(table, record);
+  if (!locks_here) return result;
+  const std::int32_t detail = table.block->detail;
+  const Result unlocked = unlock_append(table);
+  if (ok(result)) return unlocked;
+  table.block->detail = detail;
+  return result;
+}
+
+}  // namespace
+
+Result append_record(Table& table, const void* record) {
+  table.block->record_number = -1;
+  if (table.is_read_only()) return fail(table.block, Result::read_only, kApprec.detail(3));
+  return table.policy == BufferPolicy::write_back ? append_cached(table, record)
+                                                  : append_through(table, record);
+}
+
+}  // namespace vqdb::table

@@ -1,0 +1,136 @@
+// The block buffers of an open table, least recently used first to go. Blocks are found by hash,
+// read ahead while a table is read in order, and written together with their changed neighbours,
+// so that a sequence of blocks takes one transfer of the system. A failed transfer loses nothing:
+// a changed block stays changed until it has been written whole.
+#ifndef VQDBSYS_TABLE_BLOCK_CACHE_H_
+#define VQDBSYS_TABLE_BLOCK_CACHE_H_
+
+#include <array>
+#include <cstdint>
+#include <span>
+
+#include "frame/bytes.h"
+#include "frame/result.h"
+#include "frame/system_file.h"
+#include "platform/memory.h"
+#include "table/record_file.h"
+
+namespace vqdb::table {
+
+class BlockCache {
+ public:
+  enum class Load : std::uint8_t {
+    cached,  // from the cache, else from the file
+    reload,  // from the file
+  };
+
+  // The file and the block for detail codes stay with the table.
+  BlockCache(VqBlock& block, RecordFile& file) : block_(block), file_(file) {}
+  BlockCache(const BlockCache&) = delete;
+  BlockCache& operator=(const BlockCache&) = delete;
+
+  // Takes memory for this many buffers, all empty. False when there is none.
+  bool allocate(std::uint32_t buffers);
+  bool has_buffers() const { return buffer_count_ != 0; }
+
+  // The bytes of a record, valid until the next call. Details 10061 (a changed block that had to
+  // make room could not be written), 10062 (nor one that had to be reloaded), 10063 (read failed),
+  // 10064 (the file ends before the record). REQUIRES buffers and 1 <= recno <= count.
+  Result find(std::uint32_t recno, Load load, Byte*& record) {
+    const std::uint32_t position = recno - current_first_;
+    if (load == Load::cached && position < buffers_[current_].held) {
+      record = data_of(current_) + std::size_t{position} * file_.record_length;
+      return Result::ok;
+    }
+    return find_block(recno, load, record);
+  }
+
+  // Room for the record behind the last. It counts once append_done() is called. Details as for
+  // find, and 341 for a changed block that had to make room.
+  Result find_append(Byte*& record) {
+    const std::uint32_t position = file_.count + 1 - current_first_;
+    if (position < file_.records_per_block && position == buffers_[current_].held) {
+      record = data_of(current_) + std::size_t{position} * file_.record_length;
+      return Result::ok;
+    }
+    return find_append_block(record);
+  }
+  // Takes the record put in the room that find_append gave.
+  void append_done() {
+    ++buffers_[current_].held;
+    mark_changed();
+  }
+
+  // The bytes of a record if its block is cached and holds it, else null.
+  Byte* peek(std::uint32_t recno);
+  // Marks the block that find gave last as changed.
+  void mark_changed();
+
+  // After a record was appended to the file itself: where to put it in its cached block, else null.
+  // A block that lacks records before it is dropped.
+  Byte* note_append(std::uint32_t recno);
+  // Drops the block of a record. REQUIRES that it is not changed.
+  void drop(std::uint32_t recno);
+
+  // Forgets records of the last block that no longer count, after the count has fallen by one.
+  void shrink();
+
+  // Writes every changed block; details of a failure under `detail`.
+  Result write_changed(std::int32_t detail);
+  // Empties every buffer. REQUIRES that none is changed.
+  void clear();
+
+ private:
+  // Buffers are named by index; the index behind the last buffer is the head of the
+  // least-recently-used ring and stands for "none" in hash chains. As it holds no record, it also
+  // serves as the current buffer when there is none.
+  struct Buffer {
+    std::uint32_t block;  // 0 when empty
+    std::uint32_t newer;  // neighbours in the ring
+    std::uint32_t older;
+    std::uint32_t chained;  // next buffer of the same hash
+    std::uint16_t held;     // records
+    bool changed;
+  };
+
+  std::uint32_t none() const { return buffer_count_; }
+  Byte* data_of(std::uint32_t buffer) const {
+    return data_ + std::size_t{buffer} * file_.block_size;
+  }
+  std::uint32_t lookup(std::uint32_t block) const;
+  std::uint32_t expected_records(std::uint32_t block) const;
+
+  void make_current(std::uint32_t buffer);
+  void move_to_front(std::uint32_t buffer);
+  void install(std::uint32_t buffer, std::uint32_t block, std::uint32_t held);
+  void forget(std::uint32_t buffer);
+  void move_to_back(std::uint32_t buffer);
+
+  Result find_block(std::uint32_t recno, Load load, Byte*& record);
+  Result find_append_block(Byte*& record);
+  Result oldest(std::int32_t detail, std::uint32_t& buffer);
+  std::size_t choose_run(std::uint32_t block, std::span<std::uint32_t> run) const;
+  Result read_run(std::uint32_t block, std::span<const std::uint32_t> run);
+  std::uint32_t start_of_run(std::uint32_t buffer) const;
+  Result write_run(std::uint32_t buffer, std::int32_t detail);
+  bool needs_end_mark(std::uint32_t buffer) const;
+
+  VqBlock& block_;
+  RecordFile& file_;
+  platform::Bytes memory_;
+  Buffer* buffers_ = nullptr;         // one more than buffer_count_
+  std::uint32_t* buckets_ = nullptr;  // hash_mask_ + 1
+  Byte* data_ = nullptr;
+  std::uint32_t buffer_count_ = 0;
+  std::uint32_t hash_mask_ = 0;
+  std::uint32_t current_ = 0;
+  std::uint32_t current_first_ = 0;  // first record of the current block
+  std::uint32_t next_block_ = 1;     // the block that continues what was read last
+  std::uint32_t changed_count_ = 0;
+  std::uint32_t changed_low_ = 0;  // changed blocks lie between these two
+  std::uint32_t changed_high_ = 0;
+};
+
+}  // namespace vqdb::table
+
+#endif  // VQDBSYS_TABLE_BLOCK_CACHE_H_

@@ -1,0 +1,66 @@
+// Making a table file: the tests that every new field passes, and the writing of header and
+// descriptors. A file that is not finished is removed.
+#ifndef VQDBSYS_TABLE_CREATE_H_
+#define VQDBSYS_TABLE_CREATE_H_
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "frame/bytes.h"
+#include "frame/result.h"
+#include "platform/file.h"
+#include "platform/memory.h"
+#include "table/field.h"
+
+namespace vqdb::table {
+
+// Creates the table (default extension "DBF") with `count` fields given as pairs of texts, name and
+// type ("C20", "N10.2", "D"). An existing file of that name is overwritten.
+Result create(VqBlock& block, const char* name, std::int32_t count, const char* const* fields);
+
+// The same with these fields, their types, lengths and decimals taken as they are. Tells whether
+// the new table has memo fields.
+Result create(VqBlock& block, const std::string& path, std::span<const Field> fields,
+              bool& has_memo);
+
+bool is_memo_type(char type);
+
+// A table file in the making. Details 151 to 164.
+class NewTable {
+ public:
+  explicit NewTable(VqBlock& block) : block_(block) {}
+  ~NewTable();
+  NewTable(const NewTable&) = delete;
+  NewTable& operator=(const NewTable&) = delete;
+
+  Result start(const std::string& path, std::size_t field_count);
+  // Tests a field's name and puts it, in upper case, into the field.
+  Result name_field(std::string_view name, Field& field);
+  // Adds a field that has passed its tests, behind the fields added before.
+  Result add(const Field& field);
+  Result finish();
+
+  bool has_memo() const { return has_memo_; }
+
+ private:
+  Result write_descriptors(std::int32_t detail);
+  Byte version() const;
+
+  VqBlock& block_;
+  std::string path_;
+  platform::File file_;
+  bool complete_ = false;
+  platform::Bytes work_;
+  std::size_t pending_bytes_ = 0;    // in the work area, not yet written
+  std::uint32_t header_length_ = 0;  // written so far, end byte included
+  std::uint32_t field_bytes_ = 0;    // sum of the field lengths
+  bool has_memo_ = false;
+  std::vector<std::array<char, kMaxFieldName + 1>> names_;
+};
+
+}  // namespace vqdb::table
+
+#endif  // VQDBSYS_TABLE_CREATE_H_

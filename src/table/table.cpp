@@ -1,0 +1,77 @@
+#include "table/table.h"
+
+#include <algorithm>
+
+#include "table/table_handle.h"
+
+namespace vqdb::table {
+namespace {
+
+constexpr Operation kReccnt{42};
+
+constinit HandlePool<Table> pool;
+
+}  // namespace
+
+HandlePool<Table>& tables() { return pool; }
+
+std::span<const Field> fields(const Table& table) {
+  return {reinterpret_cast<const Field*>(table.field_memory.get()), table.field_count};
+}
+
+const Field* find_field(const Table& table, std::string_view name) {
+  if (name.empty() || name.size() > kMaxFieldName) return nullptr;
+  std::array<char, kMaxFieldName + 1> wanted = {};
+  std::transform(name.begin(), name.end(), wanted.begin(), to_upper);
+  const auto all = fields(table);
+  const auto found = std::find_if(all.begin(), all.end(),
+                                  [&](const Field& field) { return field.name == wanted; });
+  return found == all.end() ? nullptr : &*found;
+}
+
+std::uint32_t record_length(const Table& table) { return table.records.record_length; }
+std::uint32_t open_mode_of(const Table& table) { return table.mode; }
+VqBlock& block_of(const Table& table) { return *table.block; }
+std::uint32_t current_record(const Table& table) { return table.current; }
+void set_current_record(Table& table, std::uint32_t recno) { table.current = recno; }
+std::uint32_t known_record_count(const Table& table) { return table.records.count; }
+convert::Date last_update(const Table& table) { return table.updated; }
+
+Result record_count(Table& table, std::uint32_t& count) {
+  if ((table.mode & open_mode::kSharedReread) != 0) {
+    if (const Result result = refresh_count(table); !ok(result)) return result;
+  }
+  count = table.records.count;
+  return Result::ok;
+}
+
+Result refresh_count(Table& table) {
+  RecordFile& records = table.records;
+  if ((table.block->kind & dialect::kCountBySize) != 0) {
+    std::uint64_t bytes = 0;
+    if (!records.file.size(bytes).ok()) return fail(table.block, Result::io, kReccnt.detail(4));
+    const std::uint64_t data = bytes - std::min<std::uint64_t>(bytes, records.header_length);
+    records.count = static_cast<std::uint32_t>(
+        std::min<std::uint64_t>(data / records.record_length, UINT32_MAX));
+    return Result::ok;
+  }
+  std::array<Byte, 4> bytes;
+  if (!records.file.read_exactly(kCountOffset, bytes.data(), bytes.size()).ok()) {
+    return fail(table.block, Result::io, kReccnt.detail(3));
+  }
+  records.count = load_le32(bytes.data());
+  return Result::ok;
+}
+
+Result write_count(Table& table, std::uint32_t count, std::int32_t detail) {
+  const convert::Date today = convert::today();
+  std::array<Byte, kDateAndCountBytes> bytes;
+  encode_date_and_count(today, count, bytes);
+  if (!table.records.file.write_at(kDateOffset, bytes.data(), bytes.size()).ok()) {
+    return fail(table.block, Result::io, detail);
+  }
+  table.updated = today;
+  return Result::ok;
+}
+
+}  // namespace vqdb::table

@@ -1,0 +1,63 @@
+// What an open table consists of, for the files of this folder; table.h is what others see.
+#ifndef VQDBSYS_TABLE_TABLE_HANDLE_H_
+#define VQDBSYS_TABLE_TABLE_HANDLE_H_
+
+#include <cstdint>
+
+#include "frame/handle_pool.h"
+#include "table/block_cache.h"
+#include "table/header.h"
+#include "table/lock_state.h"
+#include "table/record_file.h"
+#include "table/table.h"
+
+namespace vqdb::table {
+
+// When a change reaches the file, and where reads come from.
+enum class BufferPolicy : std::uint8_t {
+  write_back = 1,    // changes wait in the cache
+  direct_reads = 2,  // changes are written at once; reads go to the file unless the block's
+                     // run-time flag 2 sends them to the cache
+  cached_reads = 4,  // changes are written at once; reads come from the cache
+};
+
+class Table : public HandleHead {
+ public:
+  explicit Table(VqBlock* owner) : cache(*owner, records) {}
+
+  std::uint32_t mode = 0;
+  BufferPolicy policy = BufferPolicy::write_back;
+  std::uint32_t scheme = 0;     // of locks, 0 to 6
+  std::uint32_t current = 0;    // record last read or written
+  bool header_dirty = false;    // the count changed and is not in the file yet
+  bool end_mark_stale = false;  // records were removed from the end
+  bool production = false;
+  bool short_file = false;  // at open, the file lacked records that its header counts
+  convert::Date updated;
+  platform::Bytes field_memory;
+  std::uint32_t field_count = 0;
+  RecordFile records;
+  BlockCache cache;
+  LockState locks;
+
+  bool is_read_only() const { return (mode & open_mode::kReadOnly) != 0; }
+  bool is_shared() const { return (mode & open_mode::kShared) != 0; }
+  // Callers' records start here in the whole record.
+  std::uint32_t caller_offset() const {
+    return (block->runtime_flags & runtime_flag::kFieldsOnly) != 0 ? 1 : 0;
+  }
+  bool reads_from_file() const {
+    return !cache.has_buffers() || (policy == BufferPolicy::direct_reads &&
+                                    (block->runtime_flags & runtime_flag::kCachedReads) == 0);
+  }
+};
+
+// Takes the count from the file: from the header, or from the file's size under the dialect bit
+// for that. Details 423 and 424.
+Result refresh_count(Table& table);
+// Writes today's date and this count into the header.
+Result write_count(Table& table, std::uint32_t count, std::int32_t detail);
+
+}  // namespace vqdb::table
+
+#endif  // VQDBSYS_TABLE_TABLE_HANDLE_H_
