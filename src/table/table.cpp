@@ -14,6 +14,7 @@ constinit HandlePool<Table> pool;
 }  // namespace
 
 HandlePool<Table>& tables() { return pool; }
+Table* find_live(const void* address) { return pool.find(address); }
 
 std::span<const Field> fields(const Table& table) {
   return {reinterpret_cast<const Field*>(table.field_memory.get()), table.field_count};
