@@ -402,6 +402,110 @@ int32_t VQ_CALL dNulkfil(VqIndex *index);
 int32_t VQ_CALL dNlkfsta(VqIndex *index);
 int32_t VQ_CALL dNcopy(VqBlock *block, const char *from, const char *to);
 
+/* ---- dT: memo files ------------------------------------------------------------------------------ */
+
+/* A memo field holds a reference: 10 characters, the number of the memo's first block, blank or 0
+ * for none. A function that writes a memo elsewhere rewrites the reference in place and, where
+ * there is a `moved`, sets it to 1 (else 0; it may be null); the host then writes the record. After
+ * a failure, too, the reference names a memo that can be read.
+ *
+ * Names get the extension DBT, also in place of DBF. "notes;orders" is the memo file notes of the
+ * table orders. Mode: 0 alone, 1 for reading only, 2 or 4 shared; in a shared mode every call holds
+ * the lock of the memo file, and while somebody else does it is refused at once (VQ_E_FILE_LOCKED,
+ * or VQ_E_LOCK_REFUSED). 10161: bad handle. 10162: null or empty reference (VQ_E_RANGE). 10163:
+ * reference above every block number (VQ_E_IO). Writing through a handle of the other layout is
+ * VQ_E_NOT_ALLOWED, through one opened for reading VQ_E_READ_ONLY, both with the detail ending
+ * in 2. */
+
+/* dBASE IV layout: texts of any bytes, blocks of 512 to 16384 bytes, space used again. */
+
+/* Makes the memo file, over an existing one, in blocks of the block's memo block setting (1..32)
+ * times 512 bytes, and marks its table, which must exist, with version byte 0x8B. On failure there
+ * is no memo file. 2041: not created; 2042: not written; 2051, 2053: table not read, not written;
+ * 2052: no table (VQ_E_FORMAT). */
+int32_t VQ_CALL dTcreat(VqBlock *block, const char *name);
+/* Null on failure, with the result code in the block. 10421: not found; 10422: not opened; 2143: no
+ * memory; 2144, 2145: not read; 2146: no dBASE IV memo file (VQ_E_FORMAT). */
+VqMemo *VQ_CALL dTopen(VqBlock *block, const char *name, uint32_t mode);
+/* The handle is gone whatever the result, but for 2152: it is of the other layout. 2153: not
+ * closed. */
+int32_t VQ_CALL dTclose(VqMemo *memo);
+/* Writes a new memo of `length` bytes (0 or more) and fills the reference, which must not name one
+ * already (2101, VQ_E_NOT_ALLOWED). 2103: bad length. 2113..2123 for finding its blocks and
+ * writing: 2114, 2116, 2118..2123 not read or written; 2115: no block numbers left
+ * (VQ_E_DISK_FULL); 2117: the chain of free blocks is damaged (VQ_E_FORMAT). */
+int32_t VQ_CALL dTnewmm(VqMemo *memo, int32_t ignored, int32_t length, const void *data,
+                        char *reference);
+/* Puts `length` bytes (1 or more) behind a memo; it moves when they do not fit in its blocks. 2003:
+ * bad length, or longer than 2147483647 together; 2005..2010: not read or written; 10321, 10323:
+ * moved, but the old blocks are not free; further details of dTnewmm and dTmemosz. */
+int32_t VQ_CALL dTaddmm(VqMemo *memo, int32_t length, const void *data, char *reference,
+                        int32_t *moved);
+/* Replaces a memo by `length` bytes (1 or more); it moves unless the number of its blocks stays.
+ * 2163: bad length; 2166: not written; further details as for dTaddmm. In a shared mode, for every
+ * function: 2161..2163 (VQ_E_FORMAT, VQ_E_IO): the file's header cannot be read again. */
+int32_t VQ_CALL dTupdmm(VqMemo *memo, int32_t ignored, int32_t length, const void *data,
+                        char *reference, int32_t *moved);
+/* Reads at most `max` bytes from `offset` on and puts a zero byte behind them, so the buffer needs
+ * one more than it may receive. `length` gets the number of bytes read; `done`, which may be null,
+ * 1 once the file's lock is held. 2062: other layout; 2063: bad offset, maximum or null; 2064:
+ * offset at or behind the end of a text that is not empty; 2066: not read. */
+int32_t VQ_CALL dTgetmm(VqMemo *memo, const char *reference, int32_t offset, int32_t max,
+                        void *buffer, int32_t *length, int32_t *done);
+/* The length in bytes. 2082: other layout; 2083: not read, or behind the file; 2084: no memo at the
+ * block (VQ_E_FORMAT); 2085: its length is damaged (VQ_E_FORMAT). */
+int32_t VQ_CALL dTmemosz(VqMemo *memo, const char *reference, int32_t *length);
+/* 1: text. For both layouts. */
+int32_t VQ_CALL dTmemotype(VqMemo *memo, const char *reference, int32_t *type);
+/* The bytes of memory that an open handle on the file needs, or a negative result. 2091: the header
+ * cannot be read (VQ_E_IO) or is damaged (VQ_E_FORMAT). For both layouts. */
+int32_t VQ_CALL dTmemuse(VqBlock *block, const char *name);
+/* Rebuilds a table's memo file with only the memos that its M fields name, in record order, without
+ * free space, in the layout that the table is marked with and blocks of the present memo block
+ * setting. The table must not be open elsewhere. The new file takes the old one's place in one
+ * step; after a failure the old one is untouched and nothing else is left.
+ *
+ * WARNING. The references in the table are not rewritten: afterwards they name the wrong blocks of
+ * the new file. Memos lie in the order of the records and, within one, of its fields, each in
+ * length / block size + 1 blocks (length + 7 in the dBASE IV layout, length + 1 in the dBASE III
+ * layout), from block 1 on; a host that keeps the table must write these numbers into its fields
+ * before anyone reads a memo. A dBASE IV memo of more than 32768 bytes is not kept: its first 32768
+ * bytes are repeated up to its length. Copy longer texts with dTgetmm and dTnewmm instead.
+ *
+ * VQ_E_NO_MEMORY without a detail, or 1234: no memory; 19876: the old file is in use; 19877: the
+ * new one cannot take its place; VQ_E_CANCELLED: see dUsetprog; and the details of the calls that
+ * it is made of. */
+int32_t VQ_CALL dToptimize(VqBlock *block, const char *name);
+
+/* dBASE III layout: texts without the bytes 0 and 0x1A, which end them, and blocks of 512 bytes.
+ * Every write puts a whole new memo behind all others, and only dToptimize frees the old ones. */
+
+/* As dTcreat, with version byte 0x83. 2201: not created; 2202: not written. */
+int32_t VQ_CALL dTcreat3(VqBlock *block, const char *name);
+/* 2263: no memory; 2264: no memo file (VQ_E_FORMAT). */
+VqMemo *VQ_CALL dTopen3(VqBlock *block, const char *name, uint32_t mode);
+/* In mode 0 this is what stores the next free block. 2272: other layout; 2273: not closed; 2274:
+ * next free block not stored. */
+int32_t VQ_CALL dTclose3(VqMemo *memo);
+/* These four do the same: they write the text, up to its zero byte, as a new memo and rewrite the
+ * reference, whatever it was. `moved`, which may be null, is set to 1. 2282: other layout, or
+ * opened for reading; 2283: null or empty text; 2284: next free block not read, or damaged
+ * (VQ_E_FORMAT), or no block numbers left (VQ_E_DISK_FULL); 2285..2287: not written. */
+int32_t VQ_CALL dTnewmm3(VqMemo *memo, int32_t ignored, int32_t ignored2, const char *text,
+                         char *reference);
+int32_t VQ_CALL dTaddmm3(VqMemo *memo, int32_t ignored, const char *text, char *reference,
+                         int32_t *moved);
+int32_t VQ_CALL dTupdmm3(VqMemo *memo, int32_t ignored, int32_t ignored2, const char *text,
+                         char *reference, int32_t *moved);
+int32_t VQ_CALL dTputmm3(VqMemo *memo, const char *text, char *reference);
+/* Reads the whole memo, whatever offset and maximum say, and puts a zero byte behind it: ask
+ * dTmemsz3 for the size of the buffer first. 2222: other layout; 2223: not read, or behind the
+ * file. */
+int32_t VQ_CALL dTgetmm3(VqMemo *memo, const char *reference, int32_t ignored, int32_t ignored2,
+                         void *buffer, int32_t *length, int32_t *done);
+/* 2242: other layout; 2243: not read, or behind the file. */
+int32_t VQ_CALL dTmemsz3(VqMemo *memo, const char *reference, int32_t *length);
+
 /* ---- DB: databases: a table, its memo file and its index group ---------------------------------- */
 
 int32_t VQ_CALL DBinit(VqBlock *block, uint32_t kind);

@@ -1,0 +1,187 @@
+#include "memo/compaction.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "frame/file_name.h"
+#include "frame/progress.h"
+#include "frame/put_in_place.h"
+#include "memo/dbase3_memo.h"
+#include "memo/dbase4_file.h"
+#include "memo/driver_table.h"
+#include "memo/memo.h"
+#include "memo/names.h"
+#include "memo/reference.h"
+#include "platform/path.h"
+#include "table/records.h"
+#include "table/table.h"
+
+namespace vqdb::memo {
+namespace {
+
+constexpr std::int32_t kNoRecordBuffer = 1234;
+constexpr std::int32_t kOldFileStays = 19876;
+constexpr std::int32_t kNewFileStays = 19877;
+
+constexpr std::int32_t kWorkBytes = 32768;
+constexpr std::int32_t kLeastWorkBytes = 512;
+
+// What a compaction has open, and the file that it builds. Whatever is left of it when it goes out
+// of scope is closed and removed, and the detail code of the failure stays.
+struct Files {
+  VqBlock& block;
+  const Driver& driver;
+  std::string temporary;
+  Memo* old = nullptr;
+  Memo* fresh = nullptr;
+  table::Table* table = nullptr;
+
+  ~Files() {
+    const std::int32_t detail = block.detail;
+    static_cast<void>(close_all());
+    if (!temporary.empty()) static_cast<void>(platform::remove(temporary).ok());
+    block.detail = detail;
+  }
+
+  // The first failure of the three.
+  Result close_all() {
+    Result result = Result::ok;
+    const auto keep_first = [&result](Result closed) {
+      if (ok(result)) result = closed;
+    };
+    if (fresh != nullptr) keep_first(driver.close(*std::exchange(fresh, nullptr)));
+    if (table != nullptr) keep_first(table::close(*std::exchange(table, nullptr)));
+    if (old != nullptr) keep_first(driver.close(*std::exchange(old, nullptr)));
+    return result;
+  }
+};
+
+// The buffer that memos go through. Smaller ones are tried when there is no memory for the first.
+struct Work {
+  platform::Bytes bytes;
+  std::int32_t size = kWorkBytes;
+
+  bool allocate() {
+    for (; size >= kLeastWorkBytes; size /= 2) {
+      bytes = platform::allocate_bytes(static_cast<std::size_t>(size) + 1);
+      if (bytes != nullptr) return true;
+    }
+    return false;
+  }
+};
+
+// The layout that the table is marked with; one without a mark has that of its dialect.
+Layout layout_of(const VqBlock& block, const std::string& table_path) {
+  if (const std::optional<Layout> marked = marked_layout(table_path)) return *marked;
+  return block.kind == 2 || block.kind == 7 ? Layout::dbase4 : Layout::dbase3;
+}
+
+Result last_result(const VqBlock& block) { return static_cast<Result>(block.result); }
+
+Result open_files(Files& files, const char* name, const std::string& table, Layout layout) {
+  VqBlock& block = files.block;
+  files.old = files.driver.open(block, name, 0);
+  if (files.old == nullptr) return last_result(block);
+  files.table = table::open(block, table.c_str(), 0, 1);
+  if (files.table == nullptr) return last_result(block);
+
+  const auto temporary = temporary_path(block, kMemoExtension);
+  if (!temporary) return fail(block, Result::io, kNewFileStays);
+  const Result created = layout == Layout::dbase4
+                             ? create_dbase4_file(block, *temporary, base_name(memo_path(name)))
+                             : create_dbase3_file(block, *temporary);
+  if (!ok(created)) return created;
+  files.temporary = *temporary;
+  if (const Result marked = mark_table(block, platform::resolve(table), layout); !ok(marked)) {
+    return marked;
+  }
+  files.fresh = files.driver.open(block, files.temporary.c_str(), 0);
+  return files.fresh != nullptr ? Result::ok : last_result(block);
+}
+
+// Copies one memo. Texts of a dBASE IV file that are longer than the whole work buffer come out as
+// repetitions of their first piece: hosts have met this rule for as long as the operation exists,
+// and it is kept for the buffer size that it was made with. A smaller buffer reads on.
+Result copy_memo(Files& files, Work& work, const char* reference) {
+  const Driver& driver = files.driver;
+  std::int32_t left = 0;
+  if (const Result sized = driver.size(*files.old, reference, &left); !ok(sized)) return sized;
+
+  Work whole;  // a dBASE III text is only ever read as a whole
+  const bool in_pieces = files.old->layout == Layout::dbase4;
+  if (!in_pieces && left > work.size) {
+    whole.size = left;
+    whole.bytes = platform::allocate_bytes(static_cast<std::size_t>(left) + 1);
+    if (whole.bytes == nullptr) return Result::no_memory;
+  }
+  const Work& through = whole.bytes != nullptr ? whole : work;
+  const bool repeats = through.size == kWorkBytes;
+
+  std::array<char, kReferenceWidth> copy;
+  copy.fill(' ');
+  for (std::int32_t offset = 0, size = 0; left > 0; left -= size) {
+    Result result = driver.get(*files.old, reference, offset, std::min(left, through.size),
+                               through.bytes.get(), &size, nullptr);
+    if (!ok(result)) return result;
+    result = parse_reference(copy.data()) == 0
+                 ? driver.create_memo(*files.fresh, size, through.bytes.get(), copy.data())
+                 : driver.add(*files.fresh, size, through.bytes.get(), copy.data(), nullptr);
+    if (!ok(result)) return result;
+    if (!repeats) offset += size;
+  }
+  return Result::ok;
+}
+
+Result copy_memos(Files& files, Work& work) {
+  table::Table& table = *files.table;
+  const platform::Bytes record = platform::allocate_bytes(table::record_length(table));
+  if (record == nullptr) return fail(files.block, Result::no_memory, kNoRecordBuffer);
+  // With this flag records come without the deletion flag that field offsets count.
+  const std::uint32_t skipped =
+      (files.block.runtime_flags & runtime_flag::kFieldsOnly) != 0 ? 1 : 0;
+
+  std::uint32_t count = 0;
+  if (const Result counted = table::record_count(table, count); !ok(counted)) return counted;
+  for (std::uint32_t recno = 1; recno <= count; ++recno) {
+    if (cancelled(files.block, recno - 1, count)) return Result::cancelled;
+    const Result read = table::read_record(table, recno, record.get());
+    if (!ok(read)) return read;
+    for (const table::Field& field : table::fields(table)) {
+      if (field.type != 'M' || field.length < kReferenceWidth) continue;
+      const auto* reference = reinterpret_cast<const char*>(record.get() + field.offset - skipped);
+      if (!names_memo(reference)) continue;
+      if (const Result copied = copy_memo(files, work, reference); !ok(copied)) return copied;
+    }
+  }
+  return Result::ok;
+}
+
+}  // namespace
+
+Result compact(VqBlock& block, const char* name) {
+  Work work;
+  if (!work.allocate()) return Result::no_memory;
+  const std::string table = table_name(name);
+  const Layout layout = layout_of(block, platform::resolve(table));
+  Files files{block, driver(layout == Layout::dbase4 ? kDbase4Column : kDbase3Column), {}};
+  Result result = open_files(files, name, table, layout);
+  if (ok(result)) result = copy_memos(files, work);
+  if (ok(result) && !files.fresh->file.sync().ok()) {
+    result = fail(block, Result::io, kNewFileStays);
+  }
+  if (ok(result)) result = files.close_all();
+  if (!ok(result)) return result;
+
+  const platform::Outcome placed = put_in_place(files.temporary, memo_path(name));
+  if (placed.ok()) {
+    files.temporary.clear();
+    return Result::ok;
+  }
+  const bool in_use = placed.error == platform::Error::access_denied;
+  return fail(block, Result::io, in_use ? kOldFileStays : kNewFileStays);
+}
+
+}  // namespace vqdb::memo

@@ -1,0 +1,78 @@
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "frame/bytes.h"
+#include "frame/system_file.h"
+#include "memo/dbase3_memo.h"
+#include "memo/file_layout.h"
+#include "memo/names.h"
+
+namespace vqdb::memo {
+namespace {
+
+constexpr Operation kCreate{220};
+constexpr Operation kOpen{226};
+constexpr Operation kClose{227};
+
+Result open_checked(VqBlock& block, const char* name, std::uint32_t mode, Memo*& memo) {
+  platform::File file;
+  if (const Result opened = open_file(block, memo_path(name), mode, file); !ok(opened)) {
+    return opened;
+  }
+  std::array<Byte, kHeaderBytes> header;
+  std::uint64_t size = 0;
+  if (!file.read_exactly(0, header.data(), header.size()).ok() || !file.size(size).ok()) {
+    return fail(block, Result::bad_format, kOpen.detail(4));
+  }
+  memo = make_handle(block, mode, std::move(file), kDbase3BlockSize);
+  if (memo == nullptr) return fail(block, Result::no_memory, kOpen.detail(3));
+  memo->file_size = size;
+  memo->next_free = memo->stored_next_free = load_le32(&header[kNextFreeOffset]);
+  set_live(*memo, Layout::dbase3);
+  return Result::ok;
+}
+
+}  // namespace
+
+Result create_dbase3(VqBlock& block, const char* name) {
+  const Result created = create_dbase3_file(block, memo_path(name));
+  return ok(created) ? mark_table_of(block, name, Layout::dbase3) : created;
+}
+
+Result create_dbase3_file(VqBlock& block, const std::string& path) {
+  platform::File file;
+  const platform::Outcome created = file.create(path, platform::Creation::truncate);
+  if (!created.ok()) return fail(block, open_result(created.error), kCreate.detail(1));
+  std::array<Byte, kDbase3BlockSize> header = {};
+  store_le32(&header[kNextFreeOffset], 1);
+  const bool written = file.write_at(0, header.data(), header.size()).ok();
+  if (file.close().ok() && written) return Result::ok;
+  static_cast<void>(platform::remove(path).ok());
+  return fail(block, Result::io, kCreate.detail(2));
+}
+
+Memo* open_dbase3(VqBlock& block, const char* name, std::uint32_t mode) {
+  Memo* memo = nullptr;
+  const Result result = open_checked(block, name, mode, memo);
+  if (!ok(result)) block.result = code(result);
+  return memo;
+}
+
+Result close_dbase3(Memo& memo) {
+  VqBlock& block = *memo.block;
+  if (memo.layout != Layout::dbase3) {
+    return fail(block, Result::not_allowed, kClose.detail(2));
+  }
+  bool stored = true;
+  if (memo.next_free != memo.stored_next_free) {
+    std::array<Byte, 4> bytes;
+    store_le32(bytes.data(), memo.next_free);
+    stored = memo.file.write_at(kNextFreeOffset, bytes.data(), bytes.size()).ok();
+  }
+  const bool closed = release_handle(memo);
+  if (!stored) return fail(block, Result::io, kClose.detail(4));
+  return closed ? Result::ok : fail(block, Result::io, kClose.detail(3));
+}
+
+}  // namespace vqdb::memo

@@ -1,0 +1,69 @@
+// The chain of free runs in a dBASE IV memo file, from which new memos get their blocks. It begins
+// at the block that the file header names and ends at a block at or beyond the end of the file,
+// where new memos are appended. What has been read of the chain is remembered until reset().
+//
+// Writes are ordered so that a crash between any two of them loses blocks at worst: no block is
+// ever both in the chain and in a memo that a reference names.
+#ifndef VQDBSYS_MEMO_DBASE4_FREE_CHAIN_H_
+#define VQDBSYS_MEMO_DBASE4_FREE_CHAIN_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+
+#include "frame/result.h"
+
+namespace vqdb::memo {
+
+struct Memo;
+
+struct Run {
+  std::uint32_t first = 0;
+  std::uint32_t count = 0;
+};
+
+// Blocks taken for a memo.
+struct Placement {
+  Run run;
+  bool at_end = false;  // behind everything else, where the file may not reach yet
+};
+
+class FreeChain {
+ public:
+  // Forgets what was read; the chain begins at the block that the header names.
+  void reset(std::uint32_t first);
+
+  // Takes the first run that has enough blocks; the rest of a larger one stays in the chain. When
+  // none has, the blocks lie at the end of the chain. A chain that leaves the file or runs in a
+  // circle gives -3 and nothing is taken.
+  Result take(Memo& memo, std::uint32_t blocks, Placement& placement);
+
+  // Puts a run at the front. Runs are not merged.
+  Result give(Memo& memo, Run run);
+
+  // Gives back, as far as the file lets us, what take() gave for a memo that could not be written.
+  // The block's detail code stays.
+  void give_back(Memo& memo, const Placement& placement);
+
+ private:
+  struct Link {
+    std::uint32_t from;
+    std::uint32_t to;
+  };
+
+  std::uint32_t front() const;
+  std::uint32_t behind(std::size_t index) const;
+  Result read_run(Memo& memo);
+  Result take_whole(Memo& memo, std::size_t index);
+  Result take_part(Memo& memo, std::size_t index, std::uint32_t blocks);
+  Result append(Memo& memo, std::uint32_t blocks, Placement& placement);
+  Result set_link(Memo& memo, std::size_t index, Link link, std::int32_t detail) const;
+  void shrink_end(Memo& memo, std::uint32_t first);
+
+  std::deque<Run> runs_;    // read so far, in chain order
+  std::uint32_t next_ = 0;  // where the chain goes on behind them
+};
+
+}  // namespace vqdb::memo
+
+#endif  // VQDBSYS_MEMO_DBASE4_FREE_CHAIN_H_

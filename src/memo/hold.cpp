@@ -1,0 +1,30 @@
+#include "memo/hold.h"
+
+#include <utility>
+
+#include "table/locks.h"
+
+namespace vqdb::memo {
+
+Hold::~Hold() {
+  if (held_) static_cast<void>(release(Result::unavailable));
+}
+
+Result Hold::take() {
+  if (!memo_.shared()) return Result::ok;
+  const Result result = table::lock_whole_file(*memo_.block, memo_.file, memo_.lock_scheme);
+  held_ = ok(result);
+  memo_.stale = true;
+  return result;
+}
+
+Result Hold::release(Result result) {
+  if (!std::exchange(held_, false)) return result;
+  const std::int32_t detail = memo_.block->detail;
+  const Result unlocked = table::unlock_whole_file(*memo_.block, memo_.file, memo_.lock_scheme);
+  if (ok(result)) return unlocked;
+  memo_.block->detail = detail;
+  return result;
+}
+
+}  // namespace vqdb::memo

@@ -1,0 +1,51 @@
+// The hold of one operation on a memo file: in the shared modes the file's lock, from take() to
+// release(). What another process may have changed meanwhile is marked as stale.
+#ifndef VQDBSYS_MEMO_HOLD_H_
+#define VQDBSYS_MEMO_HOLD_H_
+
+#include "memo/memo.h"
+
+namespace vqdb::memo {
+
+class Hold {
+ public:
+  explicit Hold(Memo& memo) : memo_(memo) {}
+  ~Hold();
+  Hold(const Hold&) = delete;
+  Hold& operator=(const Hold&) = delete;
+
+  Result take();
+  // Lets go and gives the operation's result back, or the failure to let go when it had none. The
+  // detail code of a failed operation stays.
+  Result release(Result result);
+
+ private:
+  Memo& memo_;
+  bool held_ = false;
+};
+
+// Runs an operation's body under a hold, on a file that is known as it is now.
+template <typename Refresh, typename Body>
+Result under_hold(Memo& memo, Refresh refresh, Body body) {
+  Hold hold(memo);
+  if (const Result taken = hold.take(); !ok(taken)) return taken;
+  Result result = memo.stale ? refresh(memo) : Result::ok;
+  if (ok(result)) {
+    memo.stale = false;
+    result = body();
+  }
+  return hold.release(result);
+}
+
+// Runs a body that writes. What is known of the file is stale when it fails or throws.
+template <typename Body>
+Result changing(Memo& memo, Body body) {
+  memo.stale = true;
+  const Result result = body();
+  memo.stale = !ok(result);
+  return result;
+}
+
+}  // namespace vqdb::memo
+
+#endif  // VQDBSYS_MEMO_HOLD_H_

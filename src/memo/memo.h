@@ -1,0 +1,57 @@
+// An open memo file of either layout.
+#ifndef VQDBSYS_MEMO_MEMO_H_
+#define VQDBSYS_MEMO_MEMO_H_
+
+#include <cstdint>
+
+#include "frame/handle_pool.h"
+#include "frame/result.h"
+#include "memo/dbase4_free_chain.h"
+#include "memo/driver_table.h"
+#include "platform/file.h"
+#include "platform/memory.h"
+
+namespace vqdb::memo {
+
+enum class Layout : std::uint8_t { none = 0, dbase3 = 3, dbase4 = 4 };
+
+// How far behind the end of the file new memos may begin. A crash can leave a gap as long as the
+// memo that was being written; a larger one comes from a damaged file and would only fill the disk.
+inline constexpr std::uint64_t kMaxGapBytes = std::uint64_t{64} << 20;
+
+struct Memo : HandleHead {
+  platform::File file;
+  std::uint32_t mode = 0;
+  std::uint32_t lock_scheme = 0;
+  Layout layout = Layout::none;  // none once closed
+  bool stale = false;            // what is known of the file has to be read again
+  std::uint32_t block_size = 0;
+  std::uint64_t file_size = 0;
+
+  // dBASE IV.
+  FreeChain free_chain;
+  platform::Bytes head;          // the beginning of the memo located last
+  std::uint32_t head_size = 0;   // how much of it was read
+  std::uint32_t head_block = 0;  // whose it is; 0 when it must not be used again
+
+  // dBASE III: the next free block, as the file header has it and as it is.
+  std::uint32_t stored_next_free = 0;
+  std::uint32_t next_free = 0;
+
+  bool shared() const { return (mode & open_mode::kShared) != 0; }
+  bool read_only() const { return (mode & open_mode::kReadOnly) != 0; }
+  std::uint64_t offset_of(std::uint64_t block_number) const { return block_number * block_size; }
+  // How many blocks the file reaches into.
+  std::uint64_t blocks_in_file() const { return (file_size + block_size - 1) / block_size; }
+};
+
+// A handle on an opened file, not yet live; null without memory for it and for its block buffer.
+Memo* make_handle(VqBlock& block, std::uint32_t mode, platform::File&& file,
+                  std::uint32_t block_size);
+void set_live(Memo& memo, Layout layout);
+// Closes the file and releases the handle; false when the system reports a failure.
+bool release_handle(Memo& memo);
+
+}  // namespace vqdb::memo
+
+#endif  // VQDBSYS_MEMO_MEMO_H_

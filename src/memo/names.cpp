@@ -1,0 +1,84 @@
+#include "memo/names.h"
+
+#include <algorithm>
+
+#include "frame/bytes.h"
+#include "frame/file_name.h"
+#include "frame/system_file.h"
+#include "platform/path.h"
+
+namespace vqdb::memo {
+namespace {
+
+constexpr Operation kMark{205};
+
+// Bits of a table's version byte.
+constexpr Byte kAnyTable = 0x03;
+constexpr Byte kHasMemo = 0x80;
+constexpr Byte kDbase4Memo = 0x08;
+
+constexpr Byte kDbase3Version = 0x83;
+constexpr Byte kDbase4Version = 0x8B;
+constexpr Byte kFoxproVersion = 0xF5;
+
+bool has_table_extension(std::string_view path) {
+  if (path.size() <= kTableExtension.size()) return false;
+  const std::string_view end = path.substr(path.size() - kTableExtension.size() - 1);
+  return end.front() == '.' &&
+         std::equal(kTableExtension.begin(), kTableExtension.end(), end.begin() + 1,
+                    [](char extension, char given) { return extension == to_upper(given); });
+}
+
+bool is_marked(Byte version, Layout layout) {
+  const bool dbase4 = (version & kDbase4Memo) != 0;
+  return (version & kHasMemo) != 0 && dbase4 == (layout == Layout::dbase4);
+}
+
+}  // namespace
+
+std::string memo_path(std::string_view name) {
+  const std::string full = with_extension(name, kMemoExtension);
+  return platform::resolve(has_table_extension(full) ? replace_extension(full, kMemoExtension)
+                                                     : full);
+}
+
+std::string table_name(std::string_view name) {
+  const std::string_view table = behind_semicolon(name);
+  return table.empty() ? replace_extension(name, kTableExtension)
+                       : with_extension(table, kTableExtension);
+}
+
+std::optional<Layout> marked_layout(const std::string& path) {
+  platform::File file;
+  Byte version = 0;
+  if (!file.open(path, platform::Access::read_only).ok() ||
+      !file.read_exactly(0, &version, 1).ok()) {
+    return std::nullopt;
+  }
+  if ((version & kHasMemo) == 0 || version == kFoxproVersion) return std::nullopt;
+  return (version & kDbase4Memo) != 0 ? Layout::dbase4 : Layout::dbase3;
+}
+
+Result mark_table(VqBlock& block, const std::string& path, Layout layout) {
+  platform::File file;
+  if (const Result opened = open_file(block, path, 0, file); !ok(opened)) return opened;
+  Byte version = 0;
+  if (!file.read_exactly(0, &version, 1).ok()) {
+    return fail(block, Result::io, kMark.detail(1));
+  }
+  if ((version & kAnyTable) == 0) return fail(block, Result::bad_format, kMark.detail(2));
+  if (is_marked(version, layout)) return Result::ok;
+  version = layout == Layout::dbase4 ? kDbase4Version : kDbase3Version;
+  if (!file.write_at(0, &version, 1).ok() || !file.close().ok()) {
+    return fail(block, Result::io, kMark.detail(3));
+  }
+  return Result::ok;
+}
+
+Result mark_table_of(VqBlock& block, std::string_view name, Layout layout) {
+  const Result marked = mark_table(block, platform::resolve(table_name(name)), layout);
+  if (!ok(marked)) static_cast<void>(platform::remove(memo_path(name)).ok());
+  return marked;
+}
+
+}  // namespace vqdb::memo

@@ -1,0 +1,37 @@
+// The files that a memo name means. A name may carry its table's behind a semicolon: "notes;orders"
+// is the memo file notes of the table orders; without one both have the same base name.
+#ifndef VQDBSYS_MEMO_NAMES_H_
+#define VQDBSYS_MEMO_NAMES_H_
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "frame/result.h"
+#include "memo/memo.h"
+
+namespace vqdb::memo {
+
+inline constexpr std::string_view kMemoExtension = "DBT";
+inline constexpr std::string_view kTableExtension = "DBF";
+
+// The memo file's path. A table's extension gives way to that of memo files, since hosts pass a
+// table's name where they mean its memo file.
+std::string memo_path(std::string_view name);
+
+// The name of the table that the memo file belongs to, with its extension.
+std::string table_name(std::string_view name);
+
+// The layout that a table's version byte gives its memo file; nothing when it gives none or the
+// table cannot be read.
+std::optional<Layout> marked_layout(const std::string& path);
+
+// Marks a table as having a memo file of this layout, in its version byte.
+Result mark_table(VqBlock& block, const std::string& path, Layout layout);
+
+// Finishes the creation of a memo file: when its table cannot be marked the new file is removed.
+Result mark_table_of(VqBlock& block, std::string_view name, Layout layout);
+
+}  // namespace vqdb::memo
+
+#endif  // VQDBSYS_MEMO_NAMES_H_

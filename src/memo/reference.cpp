@@ -1,0 +1,34 @@
+#include "memo/reference.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "frame/bytes.h"
+
+namespace vqdb::memo {
+
+std::uint64_t parse_reference(const char* reference) {
+  std::uint64_t block = 0;
+  std::size_t i = 0;
+  while (i < kReferenceWidth && reference[i] == ' ') ++i;
+  for (; i < kReferenceWidth && is_digit(reference[i]); ++i) {
+    block = block * 10 + static_cast<std::uint64_t>(reference[i] - '0');
+  }
+  return block;
+}
+
+void write_reference(std::uint32_t block, char* reference) {
+  for (std::size_t i = kReferenceWidth; i-- > 0; block /= 10) {
+    reference[i] = static_cast<char>('0' + block % 10);
+  }
+}
+
+bool names_memo(const char* reference) {
+  const std::string_view text(reference, kReferenceWidth);
+  const std::size_t digits = std::min(text.find_first_not_of(' '), text.size());
+  const std::size_t number = std::min(text.find_first_not_of('0', digits), text.size());
+  const std::string_view block = text.substr(number);
+  return !block.empty() && std::all_of(block.begin(), block.end(), is_digit);
+}
+
+}  // namespace vqdb::memo

@@ -1,0 +1,25 @@
+// Memo references: the ten characters of a memo field, which name the first block of a memo.
+#ifndef VQDBSYS_MEMO_REFERENCE_H_
+#define VQDBSYS_MEMO_REFERENCE_H_
+
+#include <cstddef>
+#include <cstdint>
+
+namespace vqdb::memo {
+
+inline constexpr std::size_t kReferenceWidth = 10;
+
+// The block number: leading blanks are skipped and reading stops at the first character that is no
+// digit. 0 when the field has no memo. Ten digits can exceed every block number that a file holds.
+std::uint64_t parse_reference(const char* reference);
+
+// Ten digits, with leading zeros; no zero byte behind them.
+void write_reference(std::uint32_t block, char* reference);
+
+// Whether a record's field holds a memo: a digit other than 0 behind optional blanks and zeros, and
+// digits only from there on.
+bool names_memo(const char* reference);
+
+}  // namespace vqdb::memo
+
+#endif  // VQDBSYS_MEMO_REFERENCE_H_
