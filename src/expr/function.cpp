@@ -6,7 +6,7 @@ namespace vqdb::expr {
 
 const Function* find_function(Token token) {
   for (const auto family :
-       {text_functions(), numeric_functions(), date_functions(), record_functions()}) {
+       {text_functions(), value_functions(), numeric_functions(), date_functions(), record_functions()}) {
     const auto row = std::ranges::find(family, token, &Function::token);
     if (row != family.end()) return &*row;
   }

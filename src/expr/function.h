@@ -35,6 +35,7 @@ struct Function {
 
 // The families.
 std::span<const Function> text_functions();
+std::span<const Function> value_functions();
 std::span<const Function> numeric_functions();
 std::span<const Function> date_functions();
 std::span<const Function> record_functions();

@@ -1,17 +1,205 @@
+#include <algorithm>
+#include <array>
+
+#include "convert/calendar.h"
+#include "convert/dates.h"
 #include "expr/function.h"
+#include "platform/clock.h"
 
 namespace vqdb::expr {
 
 namespace {
 
+constexpr std::string_view kUnknown = "Unknown";  // the day and month of the empty date
+
+// ---- Rules
+
+Result two_digits(const VqBlock&, Arguments, Value& result) {
+  result.shape_number(2);
+  return Result::ok;
+}
+
+Result four_digits(const VqBlock&, Arguments, Value& result) {
+  result.shape_number(4);
+  return Result::ok;
+}
+
+// The longest are Wednesday and September.
+Result name_rule(const VqBlock&, Arguments, Value& result) {
+  result.shape_text(9);
+  return Result::ok;
+}
+
+Result date_text_rule(const VqBlock& block, Arguments, Value& result) {
+  result.shape_text(static_cast<std::int32_t>(convert::date_text_width(block)));
+  return Result::ok;
+}
+
+Result digits_rule(const VqBlock&, Arguments, Value& result) {
+  result.shape_text(convert::kDateFieldWidth);
+  return Result::ok;
+}
+
+Result long_date_rule(const VqBlock& block, Arguments, Value& result) {
+  result.shape_text(block.century != 0 ? 18 : 16);
+  return Result::ok;
+}
+
+// hh:mm:ss, and .hh when any argument asks for hundredths.
+constexpr std::int32_t kTimeWidth = 8;
+constexpr std::int32_t kLongTimeWidth = 11;
+
+Result time_rule(const VqBlock&, Arguments arguments, Value& result) {
+  result.shape_text(arguments.size() > 0 ? kLongTimeWidth : kTimeWidth);
+  return Result::ok;
+}
+
+// ---- Handlers
+
+std::int32_t day_argument(const Run& run, Arguments arguments) {
+  return whole_day(run.day(arguments[0]));
+}
+
+Result cdow(Run& run, Arguments arguments, Value& result) {
+  const std::int32_t day = day_argument(run, arguments);
+  result.set_text(day == 0 ? kUnknown : convert::kDayNames[static_cast<std::size_t>(day % 7)]);
+  return Result::ok;
+}
+
+std::string_view month_name(const convert::Date& date) {
+  return convert::kMonthNames[static_cast<std::size_t>(date.month - 1)];
+}
+
+Result cmonth(Run& run, Arguments arguments, Value& result) {
+  const std::int32_t day = day_argument(run, arguments);
+  result.set_text(day == 0 ? kUnknown : month_name(convert::date_of(day)));
+  return Result::ok;
+}
+
+Result ctod(Run& run, Arguments arguments, Value& result) {
+  result.set_number(convert::parse_date_text(run.block(), run.text(arguments[0])).value_or(0));
+  return Result::ok;
+}
+
+Result date(Run&, Arguments, Value& result) {
+  result.set_number(convert::day_number(convert::today()));
+  return Result::ok;
+}
+
+Result day(Run& run, Arguments arguments, Value& result) {
+  const std::int32_t number = day_argument(run, arguments);
+  result.set_number(number == 0 ? 0 : convert::date_of(number).day);
+  return Result::ok;
+}
+
+Result month(Run& run, Arguments arguments, Value& result) {
+  const std::int32_t number = day_argument(run, arguments);
+  result.set_number(number == 0 ? 0 : convert::date_of(number).month);
+  return Result::ok;
+}
+
+Result year(Run& run, Arguments arguments, Value& result) {
+  const std::int32_t number = day_argument(run, arguments);
+  result.set_number(number == 0 ? 0 : convert::date_of(number).year);
+  return Result::ok;
+}
+
 Result dow(Run& run, Arguments arguments, Value& result) {
-  const std::int32_t day = whole_day(run.day(arguments[0]));
-  result.set_number(day == 0 ? 0 : day % 7 + 1);
+  const std::int32_t number = day_argument(run, arguments);
+  result.set_number(number == 0 ? 0 : number % 7 + 1);
+  return Result::ok;
+}
+
+char* put(std::string_view text, char* out) { return std::copy(text.begin(), text.end(), out); }
+
+// A number in so many characters, filled in front.
+char* put_digits(std::int32_t value, std::ptrdiff_t count, char fill, char* out) {
+  char* const end = out + count;
+  char* at = end;
+  do {
+    *--at = static_cast<char>('0' + value % 10);
+    value /= 10;
+  } while (value != 0 && at != out);
+  std::fill(out, at, fill);
+  return end;
+}
+
+char* put_year(const VqBlock& block, std::int32_t year, char* out) {
+  return block.century != 0 ? put_digits(year, 4, '0', out) : put_digits(year % 100, 2, '0', out);
+}
+
+constexpr std::size_t kLongDate = 24;
+
+Result dmy(Run& run, Arguments arguments, Value& result) {
+  const std::int32_t number = day_argument(run, arguments);
+  std::array<char, kLongDate> text;
+  const convert::Date date = number == 0 ? convert::Date{} : convert::date_of(number);
+  char* end = put_digits(date.day, 2, ' ', text.data());
+  *end++ = ' ';
+  end = put(number == 0 ? kUnknown : month_name(date), end);
+  *end++ = ' ';
+  end = put_year(run.block(), date.year, end);
+  return run.copy_text(result, {text.data(), static_cast<std::size_t>(end - text.data())});
+}
+
+// The empty date's day is 00 here, though other days below 10 have a blank.
+Result mdy(Run& run, Arguments arguments, Value& result) {
+  const std::int32_t number = day_argument(run, arguments);
+  std::array<char, kLongDate> text;
+  const convert::Date date = number == 0 ? convert::Date{} : convert::date_of(number);
+  char* end = put(number == 0 ? kUnknown : month_name(date), text.data());
+  *end++ = ' ';
+  end = put_digits(date.day, 2, number == 0 ? '0' : ' ', end);
+  end = put(", ", end);
+  end = put_year(run.block(), date.year, end);
+  return run.copy_text(result, {text.data(), static_cast<std::size_t>(end - text.data())});
+}
+
+Result dtoc(Run& run, Arguments arguments, Value& result) {
+  char* place = run.make_text(result, convert::date_text_width(run.block()));
+  if (place == nullptr) return Result::no_memory;
+  convert::write_date_text(run.block(), day_argument(run, arguments), place);
+  return Result::ok;
+}
+
+Result dtos(Run& run, Arguments arguments, Value& result) {
+  const std::int32_t number = day_argument(run, arguments);
+  char* place = run.make_text(result, convert::kDateFieldWidth);
+  if (place == nullptr) return Result::no_memory;
+  convert::write_date_field(number == 0 ? convert::kBlankDate : convert::date_of(number), place);
+  return Result::ok;
+}
+
+Result time(Run& run, Arguments arguments, Value& result) {
+  const platform::LocalTime now = platform::local_time();
+  const bool hundredths = arguments.size() > 0;
+  char* at = run.make_text(result, hundredths ? kLongTimeWidth : kTimeWidth);
+  if (at == nullptr) return Result::no_memory;
+  at = put_digits(now.hour, 2, '0', at);
+  *at++ = ':';
+  at = put_digits(now.minute, 2, '0', at);
+  *at++ = ':';
+  at = put_digits(now.second, 2, '0', at);
+  if (!hundredths) return Result::ok;
+  *at++ = '.';
+  put_digits(now.hundredth, 2, '0', at);
   return Result::ok;
 }
 
 constexpr Function kFunctions[] = {
-    {Token::dow, 1, 1, {kDate}, rule::number, dow},
+    {Token::cdow, 1, 1, {kDate}, name_rule, cdow},
+    {Token::cmonth, 1, 1, {kDate}, name_rule, cmonth},
+    {Token::ctod, 1, 1, {kCharacter}, rule::date, ctod},
+    {Token::date, 0, 0, {}, rule::date, date},
+    {Token::day, 1, 1, {kDate}, two_digits, day},
+    {Token::dmy, 1, 1, {kDate}, long_date_rule, dmy},
+    {Token::dow, 1, 1, {kDate}, two_digits, dow},
+    {Token::dtoc, 1, 1, {kDate}, date_text_rule, dtoc},
+    {Token::dtos, 1, 1, {kDate}, digits_rule, dtos},
+    {Token::mdy, 1, 1, {kDate}, long_date_rule, mdy},
+    {Token::month, 1, 1, {kDate}, two_digits, month},
+    {Token::time, 0, 1, {kAny}, time_rule, time},
+    {Token::year, 1, 1, {kDate}, four_digits, year},
 };
 
 }  // namespace

@@ -1,18 +1,103 @@
+// Functions that ask the table and the record that the expression runs against. Without a table
+// they answer as an empty work area does: 0, false or nothing.
+#include <string>
+
 #include "expr/function.h"
+#include "platform/file.h"
+#include "platform/path.h"
+#include "table/records.h"
 
 namespace vqdb::expr {
 
 namespace {
 
+constexpr unsigned kRecordDigits = 10;
+
+Result record_number(const VqBlock&, Arguments, Value& result) {
+  result.shape_number(kRecordDigits);
+  return Result::ok;
+}
+
+Result size_rule(const VqBlock&, Arguments, Value& result) {
+  result.shape_number(5);
+  return Result::ok;
+}
+
+Result field_rule(const VqBlock&, Arguments, Value& result) {
+  result.shape_text(table::kMaxFieldName);
+  return Result::ok;
+}
+
+// The table when there is one; bad_handle when it was closed after the expression was parsed.
+Result find_table(const Run& run, table::Table*& table) {
+  table = run.table();
+  return table == nullptr && run.is_bound() ? Result::bad_handle : Result::ok;
+}
+
+Result deleted(Run& run, Arguments, Value& result) {
+  table::Table* table = nullptr;
+  const Result found = find_table(run, table);
+  if (!ok(found)) return found;
+  if (table != nullptr && run.record() == nullptr) return Result::out_of_range;
+  result.set_truth(run.record() != nullptr && *run.record() == table::kDeleted);
+  return Result::ok;
+}
+
+Result field(Run& run, Arguments arguments, Value& result) {
+  table::Table* table = nullptr;
+  const Result found = find_table(run, table);
+  if (!ok(found)) return found;
+  const std::int32_t number = run.integer(arguments[0]);
+  const auto fields = table != nullptr ? table::fields(*table) : std::span<const table::Field>();
+  const bool known = number >= 1 && static_cast<std::size_t>(number) <= fields.size();
+  return run.copy_text(result,
+                       known ? fields[static_cast<std::size_t>(number - 1)].name.data() : "");
+}
+
+// The name is taken as it stands, extension included; blanks around it are none of it.
+Result file(Run& run, Arguments arguments, Value& result) {
+  std::string_view name = run.text(arguments[0]);
+  while (name.ends_with(' ')) name.remove_suffix(1);
+  while (name.starts_with(' ')) name.remove_prefix(1);
+  const std::string path(name.substr(0, name.find('\0')));
+  result.set_truth(!path.empty() && platform::exists(platform::resolve(path)));
+  return Result::ok;
+}
+
+Result reccount(Run& run, Arguments, Value& result) {
+  table::Table* table = nullptr;
+  const Result found = find_table(run, table);
+  if (!ok(found)) return found;
+  std::uint32_t count = 0;
+  const Result counted = table != nullptr ? table::record_count(*table, count) : Result::ok;
+  if (!ok(counted)) return counted;
+  result.set_number(count);
+  return Result::ok;
+}
+
 Result recno(Run& run, Arguments, Value& result) {
-  const table::Table* table = run.table();
-  if (table == nullptr) return Result::bad_handle;
-  result.set_number(table::current_record(*table));
+  table::Table* table = nullptr;
+  const Result found = find_table(run, table);
+  if (!ok(found)) return found;
+  result.set_number(table != nullptr ? table::current_record(*table) : 0);
+  return Result::ok;
+}
+
+Result recsize(Run& run, Arguments, Value& result) {
+  table::Table* table = nullptr;
+  const Result found = find_table(run, table);
+  if (!ok(found)) return found;
+  result.set_number(table != nullptr ? table::record_length(*table) : 0);
   return Result::ok;
 }
 
 constexpr Function kFunctions[] = {
-    {Token::recno, 0, 0, {}, rule::number, recno},
+    {Token::deleted, 0, 0, {}, rule::logical, deleted},
+    {Token::field, 1, 1, {kNumber}, field_rule, field},
+    {Token::file, 1, 1, {kCharacter}, rule::logical, file},
+    {Token::reccount, 0, 0, {}, record_number, reccount},
+    {Token::recno, 0, 0, {}, record_number, recno},
+    {Token::recsize, 0, 0, {}, size_rule, recsize},
 };
 
 }  // namespace

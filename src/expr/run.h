@@ -24,6 +24,8 @@ class Run {
   const char* record() const { return record_; }
   // The table that the program was parsed against; null when there was none or it is closed.
   table::Table* table() const;
+  // Whether it was parsed against a table, closed or not.
+  bool is_bound() const { return table_ != nullptr; }
 
   // A character value, or a memo field's ten characters. Valid until the run ends.
   std::string_view text(const Value& value) const {

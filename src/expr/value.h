@@ -85,10 +85,11 @@ struct Value {
 
   Value() : inline_text{} {}
 
-  // Results of a run; the type stays what the check found.
+  // Results of a run; the type stays what the check found. What is no number is 0: SQRT(-1), or
+  // infinity less infinity. Index pages could not order it.
   void set_number(double value) {
     form = Form::number;
-    number = value;
+    number = value == value ? value : 0;
   }
   void set_truth(bool value) {
     form = Form::truth;
