@@ -1,0 +1,145 @@
+// The page buffers of an index file: a fixed number of page images in one slab, looked up by hash
+// and given up least recently used first (by second chance). Changed pages are written together,
+// in an order that leaves every key reachable wherever the writing stops:
+//
+//   1. new pages, which nothing in the file leads to yet,
+//   2. the header, which names the root and the end of the file,
+//   3. changed pages from the root down, so that a page gives entries up only after the pages that
+//      now lead to them are in the file.
+//
+// Therefore a changed page is never written alone: when one has to make room, all are written.
+#ifndef VQDBSYS_INDEX_PAGE_CACHE_H_
+#define VQDBSYS_INDEX_PAGE_CACHE_H_
+
+#include <cstdint>
+#include <span>
+
+#include "frame/result.h"
+#include "index/page.h"
+#include "platform/file.h"
+#include "platform/memory.h"
+
+namespace vqdb::index {
+
+// The owner of the file's header, asked for it between new and changed pages.
+class HeaderWriter {
+ public:
+  virtual Result write_header() = 0;  // nothing to do is ok
+
+ protected:
+  ~HeaderWriter() = default;
+};
+
+class PageCache {
+ public:
+  // A buffer; valid until another page is asked for, or as long as it is pinned.
+  using Frame = std::uint32_t;
+
+  // Pages are page_bytes long and numbered in units of unit_bytes from the start of the file.
+  PageCache(VqBlock& block, platform::File& file, HeaderWriter& header, std::uint32_t unit_bytes,
+            std::uint32_t page_bytes)
+      : block_(block), file_(file), header_(header), unit_(unit_bytes), page_bytes_(page_bytes) {}
+  PageCache(const PageCache&) = delete;
+  PageCache& operator=(const PageCache&) = delete;
+
+  // Takes memory for this many buffers. REQUIRES buffers >= 4.
+  bool allocate(std::uint32_t buffers);
+  // Pages from this one on are not in the file.
+  void set_limit(PageNumber limit) { limit_ = limit; }
+  PageNumber limit() const { return limit_; }
+
+  // The buffer that holds the page, read from the file when none does. REQUIRES page > 0.
+  Result fetch(PageNumber page, Frame& frame) {
+    const Slot* slot = find(page);
+    if (slot->page != page) return load(page, frame);
+    frame = slot->frame;
+    frames_[frame].referenced = true;
+    return Result::ok;
+  }
+  // A buffer for a page that the file does not have yet; the image is zero.
+  Result fetch_new(Frame& frame);
+  // Gives the page in a buffer of fetch_new its number.
+  void name_new(Frame frame, PageNumber page, std::uint32_t height);
+
+  Byte* image(Frame frame) { return images_.get() + std::size_t{frame} * page_bytes_; }
+
+  void pin(Frame frame) { ++frames_[frame].pins; }
+  void unpin(Frame frame) { --frames_[frame].pins; }
+
+  // The height is the page's distance from the leaves.
+  void mark_changed(Frame frame, std::uint32_t height);
+  // Forgets a page that no longer belongs to the tree.
+  void abandon(Frame frame);
+
+  // Sees to it that this many pages can be pinned at once, with more memory if it must be.
+  Result make_room(std::uint32_t pages);
+  // Gives the memory of make_room back; a failure to write keeps it for another time.
+  void settle();
+
+  Result write_changed();
+  bool has_changes() const { return changed_count_ > 0; }
+  // Forgets every page, changed ones too.
+  void drop_all();
+
+  // Brings the place where the page would be found close to the processor.
+  void prefetch(PageNumber page) const { __builtin_prefetch(&slots_[hash(page)]); }
+
+ private:
+  struct Slot {  // of the hash table; page 0 is an empty one
+    PageNumber page;
+    Frame frame;
+  };
+  struct FrameState {
+    PageNumber page;      // 0: holds none
+    std::uint8_t height;
+    std::uint8_t pins;
+    bool referenced;      // since the hand last passed
+    bool changed : 1;     // is in the list of changed frames
+    bool fresh : 1;       // the file has no such page yet
+  };
+
+  std::uint32_t hash(PageNumber page) const { return (page * 0x9E3779B1u) >> hash_shift_; }
+  // The slot of the page, or the empty one where it would go.
+  Slot* find(PageNumber page) const {
+    std::uint32_t at = hash(page);
+    while (slots_[at].page != page && slots_[at].page != 0) at = (at + 1) & slot_mask_;
+    return &slots_[at];
+  }
+  void insert_slot(PageNumber page, Frame frame) { *find(page) = {page, frame}; }
+  void erase_slot(PageNumber page);
+
+  Result load(PageNumber page, Frame& frame);
+  Result victim(Frame& frame);
+  bool find_victim(bool clean_only, Frame& frame);
+  void empty(Frame frame);
+  Result write_run(std::span<const Frame> frames);
+  Result write_frames(std::span<const Frame> frames);
+  std::uint64_t offset_of(PageNumber page) const { return std::uint64_t{page} * unit_; }
+  bool resize(std::uint32_t buffers);
+
+  VqBlock& block_;
+  platform::File& file_;
+  HeaderWriter& header_;
+  const std::uint32_t unit_;
+  const std::uint32_t page_bytes_;
+
+  struct Release {
+    void operator()(void* memory) const { platform::release(memory); }
+  };
+  platform::Bytes images_;
+  std::unique_ptr<FrameState[], Release> frames_;
+  std::unique_ptr<Slot[], Release> slots_;
+  std::unique_ptr<Frame[], Release> changed_;
+  PageNumber limit_ = 0;
+  std::uint32_t buffers_ = 0;
+  std::uint32_t nominal_buffers_ = 0;
+  std::uint32_t used_ = 0;  // frames from here on have never held a page
+  std::uint32_t hand_ = 0;
+  std::uint32_t changed_count_ = 0;
+  std::uint32_t slot_mask_ = 0;
+  std::uint32_t hash_shift_ = 0;
+};
+
+}  // namespace vqdb::index
+
+#endif  // VQDBSYS_INDEX_PAGE_CACHE_H_
