@@ -16,8 +16,7 @@ class Index;  // an index file or a tag; derives from HandleHead
 
 // The rows, in order.
 struct Driver {
-  Index* (*open)(table::Table& context, const char* name, std::uint32_t mode,
-                 std::int32_t buffers);
+  Index* (*open)(table::Table& context, const char* name, std::uint32_t mode, std::int32_t buffers);
   Result (*close)(Index&);
   Index* (*actidx)(Index& file, const char* tag);
   Result (*deaidx)(Index& tag);

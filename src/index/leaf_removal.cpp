@@ -138,8 +138,7 @@ void LeafRemoval::apply_collapse(std::uint32_t level, std::size_t index) {
   tree_.cache_.name_new(collapse.fresh, numbers_[index], height(level));
 }
 
-void LeafRemoval::hand_right(Page parent, std::uint32_t slot, PageNumber child,
-                             std::size_t index) {
+void LeafRemoval::hand_right(Page parent, std::uint32_t slot, PageNumber child, std::size_t index) {
   Page neighbour = tree_.page(collapses_[index].neighbour);
   Page fresh = tree_.page(collapses_[index].fresh);
   const Byte* last = has_new_last_ ? new_last_.data() : parent.key(slot);

@@ -3,8 +3,8 @@
 //
 //   count | entry 0 | entry 1 | ... | entry count-1 | trailing child
 //
-// An interior entry leads to the child with the keys up to and including its key; the trailing
-// child has the keys above the last entry's. A leaf entry names a record.
+// An interior entry begins with the page number of the child that has the keys up to and including
+// its key; the trailing child has the keys above the last entry's. A leaf entry names a record.
 #ifndef VQDBSYS_INDEX_PAGE_H_
 #define VQDBSYS_INDEX_PAGE_H_
 
@@ -21,8 +21,7 @@ using PageNumber = std::uint32_t;  // 0 is no page of a tree
 struct PageLayout {
   std::uint32_t page_bytes = 0;
   std::uint32_t entries_at = 0;  // in the page
-  std::uint32_t child_at = 0;    // in an entry
-  std::uint32_t recno_at = 0;    // in an entry; child_at where the two share their place
+  std::uint32_t recno_at = 0;    // in an entry; 0 where it shares its place with the child
   std::uint32_t key_at = 0;      // in an entry
   std::uint32_t stride = 0;      // from one entry to the next
   std::uint32_t key_length = 0;
@@ -46,15 +45,15 @@ class Page {
   bool is_leaf() const { return child(count()) == 0; }
 
   const Byte* key(std::uint32_t slot) const { return entry(slot) + layout_->key_at; }
-  std::uint32_t recno(std::uint32_t slot) const { return load_le32(entry(slot) + layout_->recno_at); }
+  std::uint32_t recno(std::uint32_t slot) const {
+    return load_le32(entry(slot) + layout_->recno_at);
+  }
   // The child of an entry, or the trailing one for slot == count().
-  PageNumber child(std::uint32_t slot) const { return load_le32(entry(slot) + layout_->child_at); }
+  PageNumber child(std::uint32_t slot) const { return load_le32(entry(slot)); }
   KeyRow keys() const { return {key(0), layout_->stride, count()}; }
 
   void set_count(std::uint32_t count) { store_le32(bytes_, count); }
-  void set_child(std::uint32_t slot, PageNumber page) {
-    store_le32(entry(slot) + layout_->child_at, page);
-  }
+  void set_child(std::uint32_t slot, PageNumber page) { store_le32(entry(slot), page); }
   void set_key(std::uint32_t slot, const Byte* key) {
     std::memcpy(entry(slot) + layout_->key_at, key, layout_->key_length);
   }
@@ -64,7 +63,7 @@ class Page {
     store_le32(open_gap(slot, key) + layout_->recno_at, recno);
   }
   void insert_child_entry(std::uint32_t slot, PageNumber child, const Byte* key) {
-    store_le32(open_gap(slot, key) + layout_->child_at, child);
+    store_le32(open_gap(slot, key), child);
   }
   // What lies behind the entry, the trailing child included, moves down. REQUIRES slot < count().
   void remove_entry(std::uint32_t slot);

@@ -61,8 +61,8 @@ Result PageCache::load(PageNumber page, Frame& frame) {
   const auto outcome = file_.read_at(offset_of(page), image(frame), page_bytes_, read);
   if (!outcome.ok()) return fail(block_, transfer_result(outcome), kPages.detail(1));
   if (read != page_bytes_) return fail(block_, Result::page_error, kPages.detail(2));
-  frames_[frame] = {.page = page, .height = 0, .pins = 0, .referenced = true, .changed = false,
-                    .fresh = false};
+  frames_[frame] = {
+      .page = page, .height = 0, .pins = 0, .referenced = true, .changed = false, .fresh = false};
   insert_slot(page, frame);
   return Result::ok;
 }

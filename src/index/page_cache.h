@@ -90,12 +90,12 @@ class PageCache {
     Frame frame;
   };
   struct FrameState {
-    PageNumber page;      // 0: holds none
+    PageNumber page;  // 0: holds none
     std::uint8_t height;
     std::uint8_t pins;
-    bool referenced;      // since the hand last passed
-    bool changed : 1;     // is in the list of changed frames
-    bool fresh : 1;       // the file has no such page yet
+    bool referenced;   // since the hand last passed
+    bool changed : 1;  // is in the list of changed frames
+    bool fresh : 1;    // the file has no such page yet
   };
 
   std::uint32_t hash(PageNumber page) const { return (page * 0x9E3779B1u) >> hash_shift_; }

@@ -40,8 +40,7 @@ std::string format_stream_spec(const StreamSpec& spec);
 const StreamOrder* stream_order(IndexFamily family, const StreamSpec& spec, bool collated);
 
 // Compares two entries of a stream: negative, 0 or positive.
-int compare_entries(const StreamOrder& order, std::size_t key_length, const Byte* a,
-                    const Byte* b);
+int compare_entries(const StreamOrder& order, std::size_t key_length, const Byte* a, const Byte* b);
 
 // The tie-break of equal keys: by record number.
 int compare_record_numbers(const Byte* a, const Byte* b);

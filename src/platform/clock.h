@@ -1,6 +1,8 @@
-// The system's clock, read as local time.
+// The system's clock, read as local time, and waiting.
 #ifndef VQDBSYS_PLATFORM_CLOCK_H_
 #define VQDBSYS_PLATFORM_CLOCK_H_
+
+#include <cstdint>
 
 namespace vqdb::platform {
 
@@ -16,6 +18,9 @@ struct LocalTime {
 
 // 1 January 1980, midnight, when the clock cannot be read as a local time.
 LocalTime local_time();
+
+// Lets others run for at least this long; 0 gives up no more than the rest of the time slice.
+void pause(std::uint32_t milliseconds);
 
 }  // namespace vqdb::platform
 

@@ -1,5 +1,7 @@
 #include "platform/clock.h"
 
+#include <sched.h>
+
 #include <ctime>
 
 namespace vqdb::platform {
@@ -18,6 +20,16 @@ LocalTime local_time() {
           parts.tm_min,
           parts.tm_sec,
           static_cast<int>(now.tv_nsec / kNanosecondsPerHundredth)};
+}
+
+void pause(std::uint32_t milliseconds) {
+  if (milliseconds == 0) {
+    ::sched_yield();
+    return;
+  }
+  const timespec span = {static_cast<std::time_t>(milliseconds / 1000),
+                         static_cast<long>(milliseconds % 1000) * 1'000'000};
+  ::nanosleep(&span, nullptr);
 }
 
 }  // namespace vqdb::platform

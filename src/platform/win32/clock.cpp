@@ -11,4 +11,6 @@ LocalTime local_time() {
       now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond, now.wMilliseconds / 10};
 }
 
+void pause(std::uint32_t milliseconds) { ::Sleep(milliseconds); }
+
 }  // namespace vqdb::platform

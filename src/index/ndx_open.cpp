@@ -1,0 +1,137 @@
+#include "index/ndx_open.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "frame/file_name.h"
+#include "frame/system_file.h"
+#include "table/locks.h"
+
+namespace vqdb::index {
+namespace {
+
+constexpr Operation kOpen{1018};
+constexpr Operation kClose{323};
+constexpr Operation kMemory{325};
+
+constexpr std::int32_t kMinBuffers = 4;
+constexpr std::uint64_t kHandleBytes = 495;
+constexpr std::uint64_t kBytesBesideABuffer = 29;
+
+// Reads and checks the header page, and that the file holds the pages that it counts.
+Result read_header(VqBlock& block, platform::File& file, NdxPageBytes& page, NdxHeader& header,
+                   PageNumber& pages) {
+  const auto read = file.read_exactly(0, page.data(), page.size());
+  if (!read.ok()) return fail(block, transfer_result(read), kOpen.detail(3));
+  std::uint64_t size = 0;
+  if (const auto sized = file.size(size); !sized.ok()) {
+    return fail(block, Result::io, kOpen.detail(3));
+  }
+  const std::uint64_t in_file = (size + kNdxPageBytes - 1) / kNdxPageBytes;
+  if (!parse_ndx_header(page, header) || header.next_free > in_file ||
+      in_file > std::numeric_limits<PageNumber>::max()) {
+    return fail(block, Result::bad_format, kOpen.detail(6));
+  }
+  pages = static_cast<PageNumber>(in_file);
+  return Result::ok;
+}
+
+KeyKind key_kind(const VqBlock& block, char type) {
+  if (type != 'C') return KeyKind::number;
+  return block.language == 1 ? KeyKind::collated_text : KeyKind::text;
+}
+
+Result set_up(NdxFile& file, const NdxHeader& header, PageNumber pages, std::uint32_t buffers) {
+  file.flags = header.flags;
+  file.key_type = header.key_type;
+  file.unique = header.unique;
+  file.byte20 = header.byte20;
+  file.expression_length = header.expression.size();
+  file.text = platform::allocate_bytes(header.expression.size() + 1);
+  file.cursor.key = platform::allocate_bytes(header.key_length);
+  if (file.text == nullptr || file.cursor.key == nullptr) {
+    return fail(file.block, Result::no_memory, kOpen.detail(4));
+  }
+  std::copy(header.expression.begin(), header.expression.end(), file.text.get());
+  if (!file.cache.allocate(buffers)) {
+    return fail(file.block, Result::no_memory, kOpen.detail(5));
+  }
+  file.store.set(header.root, header.next_free, pages);
+  file.tree.set_shape(header.layout(), key_order(key_kind(*file.block, header.key_type), false));
+  file.tree.set_root(header.root);
+  return Result::ok;
+}
+
+Result open_file_and_handle(table::Table& context, const char* name, std::uint32_t mode,
+                            std::int32_t buffers, NdxFile*& out) {
+  VqBlock& block = table::block_of(context);
+  platform::File system_file;
+  if (const Result result = open_file(block, path_of(name, "NDX"), mode, system_file);
+      !ok(result)) {
+    return result;
+  }
+  NdxPageBytes page;
+  NdxHeader header;
+  PageNumber pages = 0;
+  if (const Result result = read_header(block, system_file, page, header, pages); !ok(result)) {
+    return result;
+  }
+  NdxFile* file = ndx_files().open(&block, block);
+  if (file == nullptr) return fail(block, Result::no_memory, kOpen.detail(4));
+  file->store.file() = std::move(system_file);
+  file->mode = mode;
+  file->scheme = table::lock_scheme(context);
+  const auto count = static_cast<std::uint32_t>(std::max(buffers, kMinBuffers));
+  if (const Result result = set_up(*file, header, pages, count); !ok(result)) {
+    ndx_files().close(file);
+    return result;
+  }
+  file->file_number = file->store.file().number();
+  file->signature = kHandleSignature;
+  out = file;
+  return Result::ok;
+}
+
+}  // namespace
+
+NdxFile* open_ndx(table::Table& context, const char* name, std::uint32_t mode,
+                  std::int32_t buffers) {
+  NdxFile* file = nullptr;
+  const Result result = open_file_and_handle(context, name, mode, buffers, file);
+  if (!ok(result)) table::block_of(context).result = code(result);
+  return file;
+}
+
+Result flush_ndx(NdxFile& file) { return file.stale ? Result::ok : file.cache.write_changed(); }
+
+Result close_ndx(NdxFile& file) {
+  Result result = flush_ndx(file);
+  const auto closed = file.store.file().close();
+  if (ok(result) && !closed.ok()) {
+    result = fail(file.block, Result::io, kClose.detail(1));
+  }
+  ndx_files().close(&file);
+  return result;
+}
+
+Result ndx_memory(VqBlock& block, std::string_view name, std::int32_t buffers, std::int32_t& size) {
+  platform::File file;
+  const std::string path = path_of(name, "NDX");
+  if (const Result result = open_file(block, path, open_mode::kReadOnly, file); !ok(result)) {
+    return result;
+  }
+  NdxPageBytes page;
+  NdxHeader header;
+  PageNumber pages = 0;
+  if (const Result result = read_header(block, file, page, header, pages); !ok(result)) {
+    return fail(block, result, kMemory.detail(1));
+  }
+  const auto count = static_cast<std::uint64_t>(std::max(buffers, kMinBuffers));
+  const std::uint64_t bytes = (kBytesBesideABuffer + kNdxPageBytes) * count + header.stride +
+                              header.expression.size() + kHandleBytes;
+  size = static_cast<std::int32_t>(
+      std::min<std::uint64_t>(bytes, std::numeric_limits<std::int32_t>::max()));
+  return Result::ok;
+}
+
+}  // namespace vqdb::index
