@@ -80,9 +80,12 @@ std::vector<Customer> invent_customers() {
 }  // namespace
 
 std::size_t record_count() {
-  const char* const wanted = std::getenv("VQDB_BENCH_RECORDS");
-  const long count = wanted != nullptr ? std::strtol(wanted, nullptr, 10) : 0;
-  return count > 0 ? static_cast<std::size_t>(count) : 1000000;
+  static const std::size_t count = [] {
+    const char* const wanted = std::getenv("VQDB_BENCH_RECORDS");
+    const long given = wanted != nullptr ? std::strtol(wanted, nullptr, 10) : 0;
+    return given > 0 ? static_cast<std::size_t>(given) : 1000000;
+  }();
+  return count;
 }
 
 const std::vector<Customer>& customers() {

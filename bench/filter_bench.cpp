@@ -20,7 +20,8 @@ std::size_t count_matches(VqBlock* block, VqTable* table, VqExpr* filter) {
   std::array<char, 8> answer = {};
   std::int32_t length = 0;
   std::size_t matches = 0;
-  for (std::uint32_t n = 1; n <= record_count(); ++n) {
+  const std::size_t count = record_count();
+  for (std::uint32_t n = 1; n <= count; ++n) {
     require(dDgetrec(table, n, record.data()) == 0, "dDgetrec");
     require(dErun(block, filter, record.data(), 0, answer.size(), answer.data(), &length) == 0,
             "dErun");

@@ -77,7 +77,8 @@ void scan_ours(benchmark::State& state) {
   std::array<char, kRecordBytes> record;
   for (auto _ : state) {
     double sum = 0;
-    for (std::uint32_t n = 1; n <= record_count(); ++n) {
+    const std::size_t count = record_count();
+    for (std::uint32_t n = 1; n <= count; ++n) {
       require(dDgetrec(table, n, record.data()) == 0, "dDgetrec");
       sum += parse_number(record.data() + kAmountOffset, kAmountBytes);
     }
