@@ -1,0 +1,58 @@
+#include <gtest/gtest.h>
+
+#include <array>
+#include <string>
+#include <thread>
+
+#include "expr/operators.h"
+#include "support/bound_table.h"
+
+namespace vqdb::expr {
+namespace {
+
+// No text makes a float operand yet; indexes and hosts may still meet the type.
+TEST(Operators, two_floats_give_a_float_and_any_other_pair_a_number) {
+  constexpr std::array kTypes = {Type::character, Type::numeric, Type::floating,
+                                 Type::date,      Type::logical, Type::memo};
+  const struct {
+    Token token;
+    const char* float_left;   // by the right type; a dash where they do not go together
+    const char* float_right;  // by the left type
+  } rows[] = {{Token::plus, "-NFD--", "-NFD--"},      {Token::minus, "-NF---", "-NFD--"},
+              {Token::multiply, "-NF---", "-NF---"},  {Token::divide, "-NF---", "-NF---"},
+              {Token::power, "-NF---", "-NF---"},     {Token::less, "-LL---", "-LL---"},
+              {Token::equal, "-LL---", "-LL---"},     {Token::contained, "------", "------"},
+              {Token::logical_or, "------", "------"}};
+  constexpr char kLetters[] = "-CNFDLM";
+  for (const auto& row : rows) {
+    std::string left;
+    std::string right;
+    for (const Type other : kTypes) {
+      const Operator& op = operator_of(row.token);
+      left += kLetters[static_cast<int>(op.result_type(Type::floating, other))];
+      right += kLetters[static_cast<int>(op.result_type(other, Type::floating))];
+    }
+    EXPECT_EQ(left, row.float_left) << number_of(row.token);
+    EXPECT_EQ(right, row.float_right) << number_of(row.token);
+  }
+}
+
+TEST(Operators, threads_evaluate_at_once) {
+  const auto evaluate_often = [](int thread, bool& right) {
+    testing::BoundTable bound;
+    const std::string number = std::to_string(thread);
+    const std::string text = "CITY + '" + number + "' + NAME = CITY + '" + number + "'";
+    right = true;
+    for (int i = 0; i < 2000; ++i) right = right && bound.describe(text) == "L T";
+  };
+  std::array<bool, 4> right = {};
+  std::array<std::thread, 4> threads;
+  for (std::size_t i = 0; i < threads.size(); ++i) {
+    threads[i] = std::thread(evaluate_often, static_cast<int>(i), std::ref(right[i]));
+  }
+  for (std::thread& thread : threads) thread.join();
+  for (const bool one : right) EXPECT_TRUE(one);
+}
+
+}  // namespace
+}  // namespace vqdb::expr

@@ -1,0 +1,87 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "support/bound_table.h"
+#include "support/fault_plan.h"
+
+namespace vqdb::testing {
+namespace {
+
+bool allocations(platform::Call call) { return call == platform::Call::allocate; }
+
+// The details of the refusals while the first allocation fails, then the second, and so on.
+std::vector<std::int32_t> details_of_parse(BoundTable& bound, const char* text, VqTable* table) {
+  std::vector<std::int32_t> details;
+  for (std::uint64_t n = 1;; ++n) {
+    VqExpr* expr = nullptr;
+    char type = 0;
+    std::int32_t length = 0;
+    std::int32_t result = 0;
+    {
+      const FaultPlan plan(n, platform::Verdict::fail, allocations);
+      result = lib.dEparse(&bound.block, text, table, &expr, &type, &length);
+    }
+    if (result == 0) {
+      EXPECT_EQ(lib.dEfree(expr), 0);
+      return details;
+    }
+    EXPECT_EQ(result, VQ_E_NO_MEMORY);
+    EXPECT_EQ(expr, nullptr);
+    details.push_back(bound.block.detail);
+  }
+}
+
+TEST(ExpressionFaults, every_allocation_of_a_parse_has_its_code) {
+  BoundTable bound;
+  lib.dEfree(nullptr);
+  details_of_parse(bound, "1", bound.table);  // the first handle makes room for more
+  EXPECT_EQ(details_of_parse(bound, "NAME = 'a'", bound.table),
+            (std::vector<std::int32_t>{6002, 6041, 6003, 6006, 6005}));
+  EXPECT_EQ(details_of_parse(bound, "NAME = 'a text of more than 20'", bound.table),
+            (std::vector<std::int32_t>{6002, 6031, 6041, 6003, 6006, 6005}));
+  EXPECT_EQ(details_of_parse(bound, "DUE = {01/01/95}", bound.table),
+            (std::vector<std::int32_t>{6002, 6032, 6041, 6003, 6006, 6005}));
+  EXPECT_EQ(details_of_parse(bound, "1 = 2", VQ_NO_TABLE),
+            (std::vector<std::int32_t>{6002, 6041, 6003, 6004, 6005}));
+}
+
+TEST(ExpressionFaults, only_long_texts_take_memory_in_a_run) {
+  BoundTable bound;
+  const struct {
+    const char* text;
+    std::int32_t detail;  // 0: no allocation
+  } cases[] = {{"NAME", 0},
+               {"AMOUNT > 5000 .AND. STATE = 'CA'", 0},
+               {"NAME + STATE", 0},
+               {"LEFT(CITY, 24) = CITY", 0},
+               {"DUE = {01/01/95}", 0},
+               {"NAME + CITY", 5001},
+               {"CITY - STATE", 5002},
+               {"UPPER(CITY)", 5086}};
+  for (const auto& c : cases) {
+    VqExpr* expr = nullptr;
+    char type = 0;
+    std::int32_t length = 0;
+    ASSERT_EQ(lib.dEparse(&bound.block, c.text, bound.table, &expr, &type, &length), 0) << c.text;
+    char text[1001];
+    const auto run = [&] {
+      return lib.dErun(&bound.block, expr, bound.record.data(), 0, 0, text, &length);
+    };
+    {
+      const FaultPlan plan(1, platform::Verdict::fail, allocations);
+      EXPECT_EQ(run(), c.detail == 0 ? 0 : VQ_E_NO_MEMORY) << c.text;
+      EXPECT_EQ(plan.struck(), c.detail != 0) << c.text;
+      if (c.detail != 0) EXPECT_EQ(bound.block.detail, c.detail) << c.text;
+    }
+    EXPECT_EQ(run(), 0) << c.text;
+    // What the first run took serves the next ones.
+    const FaultPlan plan(1, platform::Verdict::fail, allocations);
+    EXPECT_EQ(run(), 0) << c.text;
+    lib.dEfree(expr);
+  }
+}
+
+}  // namespace
+}  // namespace vqdb::testing
