@@ -120,7 +120,7 @@ TEST(ExpressionOperators, compute_values) {
       {"'1234567890' + '1234567890'", "C20 [12345678901234567890]"},
       {"NAME + CITY + NAME + CITY - NAME - 'x'",
        "C81 [Smith     San Francisco            Smith     San FranciscoSmithx"
-       "                     ]"},
+       "                 ]"},
       {"'' + NAME", "C254 [Smith     ]"},
       {"'AB  ' - 'CD'", "C6 [ABCD  ]"},
       {"'    ' - 'CD'", "C6 [CD    ]"},
