@@ -61,7 +61,7 @@ Result Compiled::run(VqBlock& block, const char* record, std::uint32_t options, 
   if (record == nullptr && program_.reads_fields()) {
     return fail(block, Result::out_of_range, kRun.detail(2));
   }
-  if (literals_ != nullptr && literals_read_in_ != block.date_format) read_date_literals(block);
+  if (literals_ != nullptr) read_date_literals(block);
   texts_.clear();
   Run run(block, record, table_, texts_);
   for (const Call& call : program_.calls()) {
@@ -73,6 +73,8 @@ Result Compiled::run(VqBlock& block, const char* record, std::uint32_t options, 
 }
 
 void Compiled::read_date_literals(const VqBlock& block) {
+  const std::uint32_t format = block.date_format;
+  if (literals_read_in_ == format) return;
   for (Value& operand : program_.operands()) {
     if (operand.form != Form::date_literal) continue;
     Value::DateLiteral& literal = operand.date_literal;
@@ -80,7 +82,7 @@ void Compiled::read_date_literals(const VqBlock& block) {
         convert::parse_date_text(block, {literal.text, static_cast<std::size_t>(operand.length)})
             .value_or(0);
   }
-  literals_read_in_ = block.date_format;
+  literals_read_in_ = format;
 }
 
 }  // namespace vqdb::expr

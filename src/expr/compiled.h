@@ -25,6 +25,7 @@ class Compiled {
              char* buffer, std::int32_t& length);
 
  private:
+  // Anew only when the date format has changed since the last run.
   void read_date_literals(const VqBlock& block);
 
   // Only an address: the table may be closed before the expression is freed.
