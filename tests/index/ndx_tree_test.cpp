@@ -1,0 +1,211 @@
+// Whole histories of insertions and removals, checked against a model and, byte by byte, by the
+// checker.
+#include <algorithm>
+#include <map>
+#include <random>
+
+#include "support/ndx_fixture.h"
+
+namespace vqdb::testing {
+namespace {
+
+struct History {
+  const char* name;
+  const char* format;
+  std::size_t key_length;
+  std::int32_t buffers;
+  std::uint32_t distinct_keys;
+  int operations;
+};
+
+void PrintTo(const History& history, std::ostream* out) { *out << history.name; }
+
+class NdxHistory : public NdxFixture, public ::testing::WithParamInterface<History> {
+ protected:
+  std::string key(std::uint32_t n) const {
+    if (GetParam().format[0] != 'C') return number_key(static_cast<double>(n) - 5000.5);
+    return text_key("K" + std::to_string(n * 2654435761u % 1000003), GetParam().key_length);
+  }
+
+  void insert(std::uint32_t n) {
+    const std::uint32_t recno = next_recno_++;
+    ASSERT_EQ(0, lib.dNputkey(index_, key(n).data(), recno));
+    entries_.emplace_back(key(n), recno);
+  }
+
+  void remove_random() {
+    const std::size_t at = random_() % entries_.size();
+    ASSERT_EQ(0, lib.dNrmkey(index_, entries_[at].first.data(), entries_[at].second));
+    ASSERT_EQ(-5, lib.dNrmkey(index_, entries_[at].first.data(), entries_[at].second));
+    entries_[at] = entries_.back();
+    entries_.pop_back();
+  }
+
+  void verify() {
+    ASSERT_EQ(0, lib.dNflush(index_));
+    const NdxTree tree = read("H");
+    ASSERT_EQ("", tree.all_faults());
+    std::sort(entries_.begin(), entries_.end());
+    ASSERT_EQ(entries_, tree.sorted());
+    walk(tree);
+  }
+
+  // The library steps through the same entries in the same order, both ways.
+  void walk(const NdxTree& tree) {
+    std::string found(GetParam().key_length, '\0');
+    std::uint32_t recno = 0;
+    ASSERT_EQ(0, lib.dNrewind(index_));
+    for (const NdxEntry& entry : tree.entries) {
+      ASSERT_EQ(0, lib.dNnxtkey(index_, found.data(), &recno));
+      ASSERT_EQ(entry, NdxEntry(found, recno));
+    }
+    ASSERT_EQ(-7, lib.dNnxtkey(index_, found.data(), &recno));
+    for (std::size_t i = tree.entries.size(); i-- > 0;) {
+      ASSERT_EQ(0, lib.dNprvkey(index_, found.data(), &recno));
+      ASSERT_EQ(tree.entries[i], NdxEntry(found, recno));
+    }
+    ASSERT_EQ(-6, lib.dNprvkey(index_, found.data(), &recno));
+  }
+
+  std::mt19937 random_{20};
+  std::vector<NdxEntry> entries_;
+  std::uint32_t next_recno_ = 1;
+  VqIndex* index_ = nullptr;
+};
+
+TEST_P(NdxHistory, agrees_with_a_model) {
+  index_ = make("H", GetParam().format, 0, GetParam().buffers);
+  ASSERT_NE(nullptr, index_);
+  // Grow, churn, shrink to nothing, and grow again.
+  const int third = GetParam().operations / 3;
+  for (const std::uint32_t removals_in_ten : {2u, 5u, 9u, 3u}) {
+    for (int i = 0; i < third; ++i) {
+      if (!entries_.empty() && random_() % 10 < removals_in_ten) {
+        ASSERT_NO_FATAL_FAILURE(remove_random());
+      } else {
+        ASSERT_NO_FATAL_FAILURE(insert(random_() % GetParam().distinct_keys));
+      }
+    }
+    ASSERT_NO_FATAL_FAILURE(verify());
+  }
+  while (!entries_.empty()) ASSERT_NO_FATAL_FAILURE(remove_random());
+  ASSERT_NO_FATAL_FAILURE(verify());
+  ASSERT_EQ(0, lib.dNclose(index_));
+  EXPECT_EQ(1u, read("H").depth);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, NdxHistory,
+    ::testing::Values(History{"text_4_buffers", "C20", 20, 4, 100000, 60000},
+                      History{"text_1000_buffers", "C20", 20, 1000, 100000, 150000},
+                      History{"longest_text", "C100", 100, 4, 5000, 30000},
+                      History{"one_letter", "C1", 1, 1000, 9, 20000},
+                      History{"numbers_4_buffers", "N", 8, 4, 1000000, 60000},
+                      History{"numbers_1000_buffers", "3N", 8, 1000, 20000, 150000},
+                      History{"dates_1000_buffers", "D", 8, 1000, 3000, 100000}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+using Ndx = NdxFixture;
+
+TEST_F(Ndx, first_split_grows_the_file_by_two_pages) {
+  VqIndex* index = make("A", "C100");
+  for (std::uint32_t recno = 1; recno <= 4; ++recno) {
+    ASSERT_EQ(0, lib.dNputkey(index, text_key(std::string(1, static_cast<char>('A' + recno)), 100)
+                                         .data(), recno));
+  }
+  ASSERT_EQ(0, lib.dNflush(index));
+  EXPECT_EQ(1u, read("A").root);
+  EXPECT_EQ(2u, read("A").next_free);
+  ASSERT_EQ(0, lib.dNputkey(index, text_key("Z", 100).data(), 5));
+  ASSERT_EQ(0, lib.dNclose(index));
+  const NdxTree tree = read("A");
+  EXPECT_EQ("", tree.all_faults());
+  EXPECT_EQ(4u, tree.next_free);
+  EXPECT_EQ(3u, tree.root);
+  const std::string bytes = read_file(folder.file("A.NDX"));
+  ASSERT_EQ(4 * 512u, bytes.size());
+  // Five entries, the new one beyond the middle: the lower part is the larger one.
+  EXPECT_EQ(3, bytes[512]);
+  EXPECT_EQ(2, bytes[1024]);
+  EXPECT_EQ(std::string("\1\0\0\0\1\0\0\0\0\0\0\0D", 13), bytes.substr(1536, 13));
+  EXPECT_EQ(std::string("\2\0\0\0", 4), bytes.substr(1536 + 4 + 108, 4));
+}
+
+TEST_F(Ndx, entry_at_the_middle_stays_below) {
+  VqIndex* index = make("A", "C100");
+  for (const char* key : {"B", "D", "F", "H", "E"}) {
+    ASSERT_EQ(0, lib.dNputkey(index, text_key(key, 100).data(), 1));
+  }
+  ASSERT_EQ(0, lib.dNclose(index));
+  const std::string bytes = read_file(folder.file("A.NDX"));
+  EXPECT_EQ(3, bytes[512]);
+  EXPECT_EQ(2, bytes[1024]);
+  EXPECT_EQ("", read("A").all_faults());
+}
+
+TEST_F(Ndx, unique_index_refuses_a_second_key_and_changes_nothing) {
+  VqIndex* index = make("U", "C10U");
+  const std::string key = text_key("SAME", 10);
+  for (std::uint32_t i = 0; i < 100; ++i) {
+    ASSERT_EQ(0, lib.dNputkey(index, text_key("S" + std::to_string(i), 10).data(), i + 1));
+  }
+  ASSERT_EQ(0, lib.dNputkey(index, key.data(), 500));
+  ASSERT_EQ(0, lib.dNflush(index));
+  const std::string before = read_file(folder.file("U.NDX"));
+  EXPECT_EQ(-8, lib.dNputkey(index, key.data(), 501));
+  EXPECT_EQ(3164, block.detail);
+  EXPECT_EQ(-8, lib.dNupdkey(index, text_key("S5", 10).data(), key.data(), 6));
+  EXPECT_EQ(3315, block.detail);
+  ASSERT_EQ(0, lib.dNclose(index));
+  EXPECT_EQ(before, read_file(folder.file("U.NDX")));
+}
+
+// Equal keys over many leaves, removed in the orders in which records come and go.
+TEST_F(Ndx, equal_keys_are_removed_by_record) {
+  constexpr std::uint32_t kCount = 20000;
+  VqIndex* index = make("E", "C10", 0, 1000);
+  const std::string key = text_key("SAME", 10);
+  ASSERT_EQ(0, lib.dNputkey(index, text_key("ABOVE", 10).data(), 7));
+  ASSERT_EQ(0, lib.dNputkey(index, text_key("ZERO", 10).data(), 8));
+  for (std::uint32_t recno = 1; recno <= kCount; ++recno) {
+    ASSERT_EQ(0, lib.dNputkey(index, key.data(), recno));
+  }
+  ASSERT_EQ(0, lib.dNflush(index));
+  const NdxTree tree = read("E");
+  ASSERT_EQ("", tree.all_faults());
+  // A new key goes before its equals.
+  EXPECT_EQ(NdxEntry(key, kCount), tree.entries[1]);
+  EXPECT_EQ(NdxEntry(key, 1), tree.entries[kCount]);
+  EXPECT_EQ(-5, lib.dNrmkey(index, key.data(), kCount + 1));
+  EXPECT_EQ(3214, block.detail);
+  for (std::uint32_t i = 0; i < 5000; ++i) {
+    ASSERT_EQ(0, lib.dNrmkey(index, key.data(), i + 1));
+    ASSERT_EQ(0, lib.dNrmkey(index, key.data(), kCount - i));
+  }
+  for (std::uint32_t recno = 5001; recno <= 15000; recno += 100) {
+    ASSERT_EQ(0, lib.dNrmkey(index, key.data(), recno));
+  }
+  ASSERT_EQ(0, lib.dNclose(index));
+  EXPECT_EQ("", read("E").all_faults());
+  EXPECT_EQ(kCount - 10000 - 100 + 2, read("E").entries.size());
+}
+
+TEST_F(Ndx, update_moves_one_entry) {
+  VqIndex* index = make("A", "N");
+  for (std::uint32_t recno = 1; recno <= 200; ++recno) {
+    ASSERT_EQ(0, lib.dNputkey(index, number_key(recno).data(), recno));
+  }
+  EXPECT_EQ(-5, lib.dNupdkey(index, number_key(5).data(), number_key(900).data(), 6));
+  EXPECT_EQ(3314, block.detail);
+  EXPECT_EQ(0, lib.dNupdkey(index, number_key(5).data(), number_key(900).data(), 5));
+  EXPECT_EQ(0, lib.dNupdkey(index, number_key(6).data(), number_key(6).data(), 6));
+  ASSERT_EQ(0, lib.dNclose(index));
+  const NdxTree tree = read("A");
+  EXPECT_EQ("", tree.all_faults());
+  ASSERT_EQ(200u, tree.entries.size());
+  EXPECT_EQ(NdxEntry(number_key(6), 6), tree.entries[4]);
+  EXPECT_EQ(NdxEntry(number_key(900), 5), tree.entries.back());
+}
+
+}  // namespace
+}  // namespace vqdb::testing
