@@ -89,8 +89,10 @@ void PageCache::mark_changed(Frame frame, std::uint32_t height) {
   changed_[changed_count_++] = frame;
 }
 
+// A page that the file does not have yet is written all the same: the file must hold as many pages
+// as its header counts.
 void PageCache::abandon(Frame frame) {
-  if (frames_[frame].page == 0) return;
+  if (frames_[frame].page == 0 || frames_[frame].fresh) return;
   erase_slot(frames_[frame].page);
   frames_[frame].page = 0;
 }

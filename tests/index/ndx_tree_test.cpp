@@ -83,7 +83,8 @@ TEST_P(NdxHistory, agrees_with_a_model) {
       if (!entries_.empty() && random_() % 10 < removals_in_ten) {
         ASSERT_NO_FATAL_FAILURE(remove_random());
       } else {
-        ASSERT_NO_FATAL_FAILURE(insert(random_() % GetParam().distinct_keys));
+        ASSERT_NO_FATAL_FAILURE(
+            insert(static_cast<std::uint32_t>(random_() % GetParam().distinct_keys)));
       }
     }
     ASSERT_NO_FATAL_FAILURE(verify());
@@ -103,15 +104,16 @@ INSTANTIATE_TEST_SUITE_P(
                       History{"numbers_4_buffers", "N", 8, 4, 1000000, 60000},
                       History{"numbers_1000_buffers", "3N", 8, 1000, 20000, 150000},
                       History{"dates_1000_buffers", "D", 8, 1000, 3000, 100000}),
-    [](const auto& info) { return std::string(info.param.name); });
+    [](const auto& history) { return std::string(history.param.name); });
 
 using Ndx = NdxFixture;
 
 TEST_F(Ndx, first_split_grows_the_file_by_two_pages) {
   VqIndex* index = make("A", "C100");
   for (std::uint32_t recno = 1; recno <= 4; ++recno) {
-    ASSERT_EQ(0, lib.dNputkey(index, text_key(std::string(1, static_cast<char>('A' + recno)), 100)
-                                         .data(), recno));
+    ASSERT_EQ(
+        0, lib.dNputkey(index, text_key(std::string(1, static_cast<char>('A' + recno)), 100).data(),
+                        recno));
   }
   ASSERT_EQ(0, lib.dNflush(index));
   EXPECT_EQ(1u, read("A").root);

@@ -34,7 +34,8 @@ class Reader {
     used_.assign(bytes_.size() / kPage, false);
     std::string last;
     visit(tree_.root, 1, last);
-    for (std::uint32_t page = 1; page < std::min<std::size_t>(tree_.next_free, used_.size()); ++page) {
+    for (std::uint32_t page = 1; page < std::min<std::size_t>(tree_.next_free, used_.size());
+         ++page) {
       if (!used_[page]) ++tree_.orphans;
     }
     return tree_;

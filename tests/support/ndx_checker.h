@@ -12,12 +12,12 @@ namespace vqdb::testing {
 using NdxEntry = std::pair<std::string, std::uint32_t>;  // key and record number
 
 struct NdxTree {
-  std::vector<NdxEntry> entries;     // as the leaves hold them, from left to right
-  std::vector<std::string> faults;   // empty for a sound file
+  std::vector<NdxEntry> entries;    // as the leaves hold them, from left to right
+  std::vector<std::string> faults;  // empty for a sound file
   std::uint32_t root = 0;
   std::uint32_t next_free = 0;
-  std::uint32_t depth = 0;           // levels
-  std::uint32_t orphans = 0;         // pages that nothing leads to, left behind by removals
+  std::uint32_t depth = 0;    // levels
+  std::uint32_t orphans = 0;  // pages that nothing leads to, left behind by removals
 
   // The entries by key and record number.
   std::vector<NdxEntry> sorted() const;
