@@ -39,7 +39,7 @@ void BlockCache::clear() {
     buffers_[i] = Buffer{0, next, previous, none(), 0, false};
   }
   std::fill_n(buckets_, std::size_t{hash_mask_} + 1, none());
-  current_ = none();
+  leave_current();
   next_block_ = 1;
   changed_count_ = 0;
 }
@@ -58,6 +58,12 @@ std::uint32_t BlockCache::expected_records(std::uint32_t block) const {
 void BlockCache::make_current(std::uint32_t buffer) {
   current_ = buffer;
   current_first_ = file_.first_of(buffers_[buffer].block);
+}
+
+// No record is at hand: the head of the ring holds none, and no record has the number 0.
+void BlockCache::leave_current() {
+  current_ = none();
+  current_first_ = 0;
 }
 
 void BlockCache::move_to_front(std::uint32_t buffer) {
@@ -104,7 +110,7 @@ void BlockCache::forget(std::uint32_t buffer) {
   forgotten.block = 0;
   forgotten.held = 0;
   forgotten.changed = false;
-  if (current_ == buffer) current_ = none();
+  if (current_ == buffer) leave_current();
 }
 
 void BlockCache::mark_changed() {

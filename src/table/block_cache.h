@@ -101,6 +101,7 @@ class BlockCache {
   std::uint32_t expected_records(std::uint32_t block) const;
 
   void make_current(std::uint32_t buffer);
+  void leave_current();
   void move_to_front(std::uint32_t buffer);
   void install(std::uint32_t buffer, std::uint32_t block, std::uint32_t held);
   void forget(std::uint32_t buffer);

@@ -62,7 +62,7 @@ TEST(Records, append_to_new_table_writes_record_end_mark_count_and_date) {
     if ((way.flags & 1) == 0) record[0] = '*';
     const std::string given = (way.flags & 1) != 0 ? record.substr(1) : record;
     ASSERT_EQ(0, lib.dDapprec(table, given.data())) << way;
-    EXPECT_EQ(1, scratch.block.record_number);
+    EXPECT_EQ(1, +scratch.block.record_number);
     if (way.mode == 0) {
       EXPECT_EQ(kStart, read_file(scratch.file).size()) << "an exclusive append waits";
       ASSERT_EQ(0, lib.dDflush(table));
@@ -175,7 +175,7 @@ TEST(Records, refusals_have_their_codes_and_details) {
     OpenTable table(scratch.block, scratch.name, c.mode, 2);
     scratch.block.detail = 0;
     EXPECT_EQ(c.result, c.call(table)) << c.detail;
-    EXPECT_EQ(c.detail, scratch.block.detail);
+    EXPECT_EQ(c.detail, +scratch.block.detail);
   }
   EXPECT_EQ(before, read_file(scratch.file));
 }
@@ -234,7 +234,7 @@ TEST(Records, closed_foreign_and_null_handles_are_refused) {
        {table, static_cast<VqTable*>(nullptr), reinterpret_cast<VqTable*>(foreign)}) {
     scratch.block.detail = 12345;
     for (const auto& [detail, result] : all(bad)) EXPECT_EQ(-10, result) << detail;
-    EXPECT_EQ(bad == table ? 301 : 12345, scratch.block.detail) << "the last one's, if any";
+    EXPECT_EQ(bad == table ? 301 : 12345, +scratch.block.detail) << "the last one's, if any";
     EXPECT_EQ(0, lib.dDreclen(bad));
     EXPECT_GT(0, lib.dDrecsta(bad, 1));
   }
@@ -253,7 +253,7 @@ TEST(Records, insert_and_remove_move_the_records_behind) {
         const std::string record = ScratchTable::record(number);
         EXPECT_EQ(0, lib.dDinsrec(table, recno, record.data() + flags));
         model.insert(model.begin() + recno - 1, record);
-        EXPECT_EQ(static_cast<std::int32_t>(model.size()), scratch.block.record_number);
+        EXPECT_EQ(static_cast<std::int32_t>(model.size()), +scratch.block.record_number);
       };
       const auto remove = [&](std::uint32_t recno) {
         EXPECT_EQ(0, lib.dDrmrec(table, recno));
@@ -363,7 +363,7 @@ TEST(Records, appenders_in_any_shared_mode_take_turns_by_the_count_in_the_file) 
       for (std::uint32_t i = 1; i <= 150; ++i) {
         const bool by_first = i % 3 == 0;
         ASSERT_EQ(0, lib.dDapprec(by_first ? first : second, ScratchTable::record(i).data()));
-        EXPECT_EQ(static_cast<std::int32_t>(i), (by_first ? scratch.block : other).record_number);
+        EXPECT_EQ(static_cast<std::int32_t>(i), +(by_first ? scratch.block : other).record_number);
         expected += ScratchTable::record(i);
       }
       std::string out(kLength, '?');
@@ -405,7 +405,7 @@ TEST(Records, records_that_the_file_lacks_are_errors_and_never_old_bytes) {
       }
     }
     EXPECT_EQ(-17, lib.dDapprec(table, out.data())) << way;
-    EXPECT_EQ(10064, scratch.block.detail);
+    EXPECT_EQ(10064, +scratch.block.detail);
     if (way.mode == 0) {
       EXPECT_EQ(-17, lib.dDupdrec(table, 90, out.data()));
       EXPECT_EQ(-17, lib.dDrmrec(table, 5));
@@ -431,7 +431,7 @@ TEST(Records, a_table_ends_below_the_locked_bytes) {
     OpenTable table(scratch.block, scratch.name, mode, 1);
     ASSERT_EQ(0, lib.dDapprec(table, ScratchTable::record(1).data()));
     EXPECT_EQ(-20, lib.dDapprec(table, ScratchTable::record(2).data()));
-    EXPECT_EQ(327, scratch.block.detail);
+    EXPECT_EQ(327, +scratch.block.detail);
     ASSERT_EQ(0, table.close());
     EXPECT_EQ(kStart + std::uint64_t{most} * kLength + 1, std::filesystem::file_size(scratch.file));
   }

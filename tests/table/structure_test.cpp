@@ -116,12 +116,12 @@ TEST(Create, refuses_bad_fields_and_leaves_no_file) {
                                     static_cast<std::int32_t>(c.fields.size() / 2),
                                     c.fields.empty() ? &none : c.fields.data()))
         << c.detail;
-    EXPECT_EQ(c.detail, block.detail);
+    EXPECT_EQ(c.detail, +block.detail);
     EXPECT_EQ(c.result == 0 ? 1u : 0u, folder.list().size()) << c.detail;
   }
   VqBlock block = block_of_kind(1);
   EXPECT_EQ(-5, create_table(block, "/no/such/folder/T", {"A", "C1"}));
-  EXPECT_EQ(153, block.detail);
+  EXPECT_EQ(153, +block.detail);
 }
 
 TEST(Create, takes_as_many_fields_as_the_dialect_allows) {
@@ -133,7 +133,7 @@ TEST(Create, takes_as_many_fields_as_the_dialect_allows) {
     std::vector<const char*> fields;
     for (const std::string& name : names) fields.insert(fields.end(), {name.c_str(), "C3"});
     EXPECT_EQ(-4, create_table(block, folder.file("T"), fields));
-    EXPECT_EQ(151, block.detail);
+    EXPECT_EQ(151, +block.detail);
     fields.resize(fields.size() - 2);
     ASSERT_EQ(0, create_table(block, folder.file("T"), fields));
     EXPECT_EQ(33u + 32u * static_cast<unsigned>(most), read_file(folder.file("T.DBF")).size());
@@ -166,11 +166,11 @@ TEST(Open, describes_the_table) {
   EXPECT_EQ(0, lib.dDdate(table, nullptr, nullptr, nullptr));
 
   for (const std::int32_t number : {0, 3, -1}) EXPECT_EQ(-4, lib.dDfldnm(table, number, name));
-  EXPECT_EQ(222, scratch.block.detail);
+  EXPECT_EQ(222, +scratch.block.detail);
   for (const char* unknown : {"", "TEX", "TEXTS", "MUCHLONGERTHANANAME"}) {
     scratch.block.detail = 0;
     EXPECT_EQ(-4, lib.dDfldno(table, unknown)) << unknown;
-    EXPECT_EQ(222, scratch.block.detail);
+    EXPECT_EQ(222, +scratch.block.detail);
   }
 }
 
@@ -218,21 +218,21 @@ TEST(Open, judges_headers_by_code_and_detail) {
     write_file(scratch.file, bytes.substr(0, c.length));
     scratch.block = block_of_kind(c.kind);
     OpenTable table(scratch.block, scratch.name, 0, 1);
-    EXPECT_EQ(c.result, scratch.block.result) << c.what;
-    EXPECT_EQ(c.detail, scratch.block.detail) << c.what;
+    EXPECT_EQ(c.result, +scratch.block.result) << c.what;
+    EXPECT_EQ(c.detail, +scratch.block.detail) << c.what;
     EXPECT_EQ(c.result == 0, table != nullptr) << c.what;
   }
 
   scratch.block = block_of_kind(1);
   EXPECT_EQ(nullptr, lib.dDopen(&scratch.block, scratch.folder.file("NONE").c_str(), 0, 1));
-  EXPECT_EQ(-5, scratch.block.result);
-  EXPECT_EQ(10421, scratch.block.detail);
+  EXPECT_EQ(-5, +scratch.block.result);
+  EXPECT_EQ(10421, +scratch.block.detail);
   EXPECT_EQ(nullptr, lib.dDopen(&scratch.block, scratch.folder.path().string().c_str(), 0, 1));
-  EXPECT_LT(scratch.block.result, 0) << "a folder is no table";
+  EXPECT_LT(+scratch.block.result, 0) << "a folder is no table";
   write_file(scratch.file, sound);
   EXPECT_EQ(nullptr, lib.dDopen(&scratch.block, scratch.name.c_str(), 0, INT32_MAX));
-  EXPECT_EQ(-14, scratch.block.result);
-  EXPECT_EQ(10047, scratch.block.detail);
+  EXPECT_EQ(-14, +scratch.block.result);
+  EXPECT_EQ(10047, +scratch.block.detail);
 }
 
 TEST(Open, takes_names_padded_with_blanks_or_filling_their_place) {
@@ -266,11 +266,11 @@ TEST(Describe, mode_tells_memo_layout_production_index_and_encryption) {
     write_file(scratch.file, bytes);
     scratch.block = block_of_kind(c.kind);
     EXPECT_EQ(c.mode, lib.dDmode(&scratch.block, scratch.name.c_str()));
-    EXPECT_EQ(c.mode < 0 ? 282 : 0, scratch.block.detail);
+    EXPECT_EQ(c.mode < 0 ? 282 : 0, +scratch.block.detail);
   }
   write_file(scratch.file, bytes.substr(0, 49));
   EXPECT_EQ(-17, lib.dDmode(&scratch.block, scratch.name.c_str()));
-  EXPECT_EQ(281, scratch.block.detail);
+  EXPECT_EQ(281, +scratch.block.detail);
 }
 
 TEST(Describe, memory_need_follows_the_block_size_rule) {
@@ -293,7 +293,7 @@ TEST(Describe, memory_need_follows_the_block_size_rule) {
     EXPECT_EQ(467 + 14 * 2 + (c.block_size + 30) * 1000, need(1000));
   }
   EXPECT_EQ(-14, need(INT32_MAX));
-  EXPECT_EQ(10047, scratch.block.detail);
+  EXPECT_EQ(10047, +scratch.block.detail);
 }
 
 TEST(FileName, expansion_adds_an_extension_and_capitals) {
