@@ -367,33 +367,48 @@ int32_t VQ_CALL dUtmpdir(VqBlock *block, const char *directory);
 
 /* ---- dE: expressions --------------------------------------------------------------------------- */
 
+/* What a token of an expression is refused for has detail 5000 + the token's number: operators 1 +
+ * 2 - 3 * 4 / 5 ** 6 < 7 <= 8 > 9 >= 10 = 11 == 12 <> 13 $ 14 .AND. 15 .OR. 16 .NOT., functions 20
+ * ABS to 95 PADR. docs/expressions.md has the language.
+ *   500n -25 operand types refused, or operands missing
+ *   50nn -27 argument of the wrong type, -28 too few arguments, -29 too many
+ *   50nn -14 no memory for a text (while running)   5004 -31 division by zero (while running)
+ *   6051 -33 the function is not there              6052 -25 no value, or more than one */
+
+/* Compiles a text for a table, whose field names it may use; a null table: no fields; VQ_NO_TABLE:
+ * no fields, and types are checked only when it runs. The caller gives the handle back with dEfree;
+ * the table may be closed before. Writes the result's type (C N F D L M) and greatest length in
+ * bytes (C with an open length 254; N F D 8; L 1); with VQ_NO_TABLE the type stays as it was and
+ * length is the number of words of the program. On failure *out is null, type and length 0.
+ *   6001 -32 text null or empty         6011 -21 more than 239 characters, blanks between words not
+ *   6012 -22 quote not closed                    counted; 6014 within a literal, 6017 within a name
+ *   6013 -21 literal over 239 bytes     6018 -21 name over 239 bytes
+ *   6016 -24 "." that starts nothing    6020 -23 unknown function
+ *   6022 -30 unbalanced parentheses     6033, 6034 -25 unknown name
+ *   6042 -9  ")" before its "("         6007 -10 bad table handle
+ *   -14: 6002 words, 6003 program, 6004 6006 run stack, 6005 check of types, 6031 6032 literals,
+ *   6041 operators */
 int32_t VQ_CALL dEparse(VqBlock *block, const char *text, VqTable *table, VqExpr **out, char *type,
                         int32_t *length);
+/* Runs against a whole record, deletion flag included (null where no field is read), under the
+ * settings of the block. Writes the value and its length in bytes. Options are a sum of bits.
+ * Options 0: texts, dates (in the date format) and logical values ("T" or "F") as texts of at most
+ * max bytes (below 1: 1000), with a zero byte behind them: max + 1 bytes in all; numbers as a double
+ * of 8 bytes, whatever max says.
+ * 0x01 the key: texts filled with blanks to their greatest length, up to max; a zero byte only where
+ * max leaves room; dates and numbers as 8-byte doubles. And for keys: 0x10 or 0x20 numbers as packed
+ * decimals of 12 bytes; 0x100 or 0x200 doubles whose bytes sort; 0x400 numbers as the field's text,
+ * dates as YYYYMMDD.
+ *   6061 -32 null handle: an empty text; -10 bad handle
+ *   6062 -4  a field is read and there is no record
+ *   4021 -4  key of a date field that holds no date */
 int32_t VQ_CALL dErun(VqBlock *block, VqExpr *expr, const void *record, uint32_t options,
                       int32_t max, void *buffer, int32_t *length);
+/* dEparse, dErun with options 0 and max 1000, and dEfree. Buffer: 1001 bytes. */
 int32_t VQ_CALL dEeval(VqBlock *block, const char *text, VqTable *table, const void *record,
                        void *buffer, char *type, int32_t *length);
+/* Any address but that of a live expression is refused, and left alone. Bad handle: 6061. */
 int32_t VQ_CALL dEfree(VqExpr *expr);
-
-/* ---- f: texts ------------------------------------------------------------------------------------ */
-
-/* White space is blank, tab, line feed, vertical tab, form feed and carriage return. The output has
- * room for the result and its zero byte. */
-
-/* These return the output, which may be the text's own buffer. Without leading white space. */
-char *VQ_CALL fLTRIM(const char *text, char *out);
-/* Without trailing white space. */
-char *VQ_CALL fRTRIM(const char *text, char *out);
-/* The first word alone: without leading white space, up to the next. */
-char *VQ_CALL fALLTRIM(const char *text, char *out);
-
-/* The text at `width` characters (below 0 is 0): cut when it is longer, else with fill characters
- * on its left, its right, or both sides, half of them (rounded down) on the left. Each side goes
- * through the fill from its start; the first character comes twice where it starts again (AB fills
- * as ABAABAAB). A null or empty fill is a blank. Return the length of `text`. */
-int32_t VQ_CALL fPADL(const char *text, int32_t width, const char *fill, char *out);
-int32_t VQ_CALL fPADR(const char *text, int32_t width, const char *fill, char *out);
-int32_t VQ_CALL fPADC(const char *text, int32_t width, const char *fill, char *out);
 
 /* ---- dN: NDX files ------------------------------------------------------------------------------ */
 
