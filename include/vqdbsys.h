@@ -410,6 +410,26 @@ int32_t VQ_CALL dEeval(VqBlock *block, const char *text, VqTable *table, const v
 /* Any address but that of a live expression is refused, and left alone. Bad handle: 6061. */
 int32_t VQ_CALL dEfree(VqExpr *expr);
 
+/* ---- f: texts ------------------------------------------------------------------------------------ */
+
+/* White space is blank, tab, line feed, vertical tab, form feed and carriage return. The output has
+ * room for the result and its zero byte. */
+
+/* These return the output, which may be the text's own buffer. Without leading white space. */
+char *VQ_CALL fLTRIM(const char *text, char *out);
+/* Without trailing white space. */
+char *VQ_CALL fRTRIM(const char *text, char *out);
+/* The first word alone: without leading white space, up to the next. */
+char *VQ_CALL fALLTRIM(const char *text, char *out);
+
+/* The text at `width` characters (below 0 is 0): cut when it is longer, else with fill characters
+ * on its left, its right, or both sides, half of them (rounded down) on the left. Each side goes
+ * through the fill from its start; the first character comes twice where it starts again (AB fills
+ * as ABAABAAB). A null or empty fill is a blank. Return the length of `text`. */
+int32_t VQ_CALL fPADL(const char *text, int32_t width, const char *fill, char *out);
+int32_t VQ_CALL fPADR(const char *text, int32_t width, const char *fill, char *out);
+int32_t VQ_CALL fPADC(const char *text, int32_t width, const char *fill, char *out);
+
 /* ---- dN: NDX files ------------------------------------------------------------------------------ */
 
 int32_t VQ_CALL dNcreat(VqBlock *block, const char *name, const char *expression,
