@@ -5,6 +5,7 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 
 namespace vqdb {
 
@@ -40,6 +41,14 @@ inline char to_lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c
 inline bool is_digit(char c) { return c >= '0' && c <= '9'; }
 inline bool is_letter(char c) { return to_upper(c) >= 'A' && to_upper(c) <= 'Z'; }
 inline bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+inline bool equal_ignoring_case(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    if (to_upper(a[i]) != to_upper(b[i])) return false;
+  }
+  return true;
+}
 
 }  // namespace vqdb
 
