@@ -563,41 +563,125 @@ int32_t VQ_CALL dTmemsz3(VqMemo *memo, const char *reference, int32_t *length);
 
 /* ---- DB: databases: a table, its memo file and its index group ---------------------------------- */
 
+/* The host prepares one block per dialect, then opens, works and closes. A database keeps every
+ * index of its group in step with the table; memo texts are written by the dT functions, and their
+ * references stored in the record before it is appended or rewritten.
+ *
+ * Bad handles of this family have the detail code that ends in 0. Codes of the tables, memo files,
+ * indexes and expressions below come through unchanged. VQ_E_NO_DRIVER without a detail code: the
+ * kind has no such operation (256, 512 and 1024 have none). */
+
+/* Clears the block and sets the defaults of a dialect: 1 (dBASE III memo files, NDX indexes), 2, 4, 7
+ * (dBASE IV, MDX), 8, 32776 (FoxPro tables) or 16. VQ_E_UNKNOWN_KIND for any other, and the block
+ * stays as it was. */
 int32_t VQ_CALL DBinit(VqBlock *block, uint32_t kind);
+
+/* Opens table `name` ("orders", or "orders;notes" to name its memo file), its memo file and `count`
+ * indexes. `buffers` is for the table. `options`: 1 the specifications are an array, 2 a chain
+ * through `next`. The name of an MDX file may carry a tag behind a semicolon; else all its tags
+ * join. `mode`: as for dDopen, and 32 do not write the index list (the table's name with extension
+ * DD, from which DBuse opens the group again), 64 do not make a missing memo file, 64 + 128 go on
+ * without it. `out` becomes the database, to be given back to DBclose. `failed` (may be null)
+ * becomes the specification that could not be opened, else null. On failure nothing stays open.
+ * 6111 (VQ_E_NOT_ALLOWED): neither form of specifications. 6112 (VQ_E_MISMATCH): memo file missing.
+ * 6113..6117, 6121..6123, 6126 (VQ_E_NO_MEMORY): for members, tag list, index name, table name,
+ * memo name, a tag's key and filter and name, an index's expressions. 6124 (VQ_E_OPERAND): tag without a
+ * key expression. 6125 (VQ_E_OPERAND): filter that is not logical. */
 int32_t VQ_CALL DBopen(VqBlock *block, const char *name, uint32_t mode, int32_t buffers,
                        uint32_t options, int32_t count, VqIndexSpec *specs, VqDatabase **out,
                        VqIndexSpec **failed);
+/* The same with the indexes of the index list, none when there is no list, and with the block's
+ * table_access and index_open_parameter. 6301, 6304, 6306, 6308 (VQ_E_NO_MEMORY): for name, text,
+ * tokens, specification. 6302: list not opened. 6303 (VQ_E_FORMAT): empty list. 6305 (VQ_E_IO): not
+ * read. 6307, 6311 (VQ_E_FORMAT): a line that is not keyword, "=" and name. 6312 (VQ_E_FORMAT): no
+ * memory for a name. */
 int32_t VQ_CALL DBuse(VqBlock *block, const char *name, uint32_t mode, VqDatabase **out);
+/* Closes table, memo file and indexes, all of them even when one fails; returns the first failure.
+ * 6120: bad handle. */
 int32_t VQ_CALL DBclose(VqDatabase *database);
+
+/* Fills a copy of a member: kind 1 the table; 2, 4 or 8 the memo file; else the first index of that
+ * kind (64 finds NDX3 as well) by that file name, any when it is null or empty, and for tags (32,
+ * 768) by that tag name, whatever the case. The copy's texts, handle and programs belong to the
+ * database. 6131 (VQ_E_NOT_FOUND): no memo file. 6132 (VQ_E_NOT_ALLOWED): no member kind. 6133
+ * (VQ_E_NOT_FOUND): no such member. */
 int32_t VQ_CALL GRPmember(VqDatabase *database, uint32_t kind, const char *name, const char *tag,
                           VqMember *out);
+
+/* Creates a table as dDcreat does, and its memo file when it has memo fields; then removes files of
+ * the table's name with the extensions DD, MDX, NDX, CDX and IDX. */
 int32_t VQ_CALL DBcreat(VqBlock *block, const char *name, int32_t count, const char *const *fields);
+/* Makes an empty table of the structure of another, and its memo file. */
 int32_t VQ_CALL DBcopy(VqBlock *block, const char *from, const char *to);
+
+/* Reading records through a member: a copy of the table goes by record numbers, a copy of an index
+ * by its keys. `record` takes a whole record, or its fields with run-time flag 1; `recno` its
+ * number. Detail 61x1 (VQ_E_NOT_ALLOWED): a member without an order. 61x0 (VQ_E_BAD_HANDLE):
+ * the member's database is closed, or it never was a member. */
+
+/* Finds a key of the index's key length; for the table, `key` is the record number itself, cast:
+ * (const void *)(uintptr_t)n. VQ_E_NOT_FOUND: no such key; the record of the next key was read, or
+ * none (`recno` 0) above the last. 6141. */
 int32_t VQ_CALL DBgetrec(const VqMember *member, const void *key, void *record, uint32_t *recno);
+/* Step to the next or previous record, or stay. `key` takes the index's key; for the table it is
+ * not used and may be null. 6151, 6161, 6171. */
 int32_t VQ_CALL DBnextrec(const VqMember *member, void *record, uint32_t *recno, void *key);
 int32_t VQ_CALL DBprevrec(const VqMember *member, void *record, uint32_t *recno, void *key);
 int32_t VQ_CALL DBcurrec(const VqMember *member, void *record, uint32_t *recno, void *key);
+/* Before the first record, behind the last. 6181, 6191. */
 int32_t VQ_CALL DBrewind(const VqMember *member);
 int32_t VQ_CALL DBforward(const VqMember *member);
+
+/* Changing records. Nothing is undone after a failure: what was written stays. In shared modes the
+ * append lock, or the record's lock, is taken for the time of the call unless the host holds it. */
+
+/* Appends, then inserts a key into every index; a key that a unique index holds already is no
+ * failure. `recno` is set once the table has the record. 6201 (VQ_E_NO_MEMORY). */
 int32_t VQ_CALL DBapprec(VqDatabase *database, const void *record, uint32_t *recno);
+/* Rewrites a record, then moves the keys that changed; here a key that a unique index holds already
+ * is VQ_E_INDEX_PAGE. 6211, 6212 (VQ_E_NO_MEMORY). */
 int32_t VQ_CALL DBupdrec(VqDatabase *database, uint32_t recno, const void *record);
+/* Set and clear the deletion mark; the keys stay. */
 int32_t VQ_CALL DBdelrec(VqDatabase *database, uint32_t recno);
 int32_t VQ_CALL DBrclrec(VqDatabase *database, uint32_t recno);
+/* The deletion flag of a record, ' ' or '*', or a negative result. */
 int32_t VQ_CALL DBrecsta(VqDatabase *database, uint32_t recno);
+/* Writes the changes of table and indexes out; returns the first failure. */
 int32_t VQ_CALL DBflush(VqDatabase *database);
+/* Copies a field's bytes out of a record and puts a zero byte behind them. 221: bad handle; 222
+ * (VQ_E_RANGE): no such field. */
 int32_t VQ_CALL DBexfield(VqTable *table, const void *record, const char *name, char *out);
+
+/* Questions to an index member. VQ_E_UNAVAILABLE: a driver column beyond 6. 6260: bad member. */
+
+/* The key expression and its zero byte; for a tag its filter expression and another behind it. */
 int32_t VQ_CALL DBexpr(const VqMember *member, char *text, int32_t size, int32_t *flags);
 int32_t VQ_CALL DBexplen(const VqMember *member, int32_t *length, int32_t *flags);
 int32_t VQ_CALL DBkeylen(const VqMember *member, int32_t *length);
+/* The key type letter. */
 int32_t VQ_CALL DBkeytype(const VqMember *member, int32_t *type);
+/* The tags of an MDX file, 19 bytes each: header page (4), name (11), flags as DBexpr gives them
+ * (4); by name when `sorted`. */
 int32_t VQ_CALL DBlist_tags(const VqMember *member, int32_t sorted, void *list);
+/* The number of tags; VQ_E_UNAVAILABLE for a member that is no multiple-index file. */
 int32_t VQ_CALL DBtags(const VqMember *member);
+
+/* The memo file of a database. VQ_E_NOT_ALLOWED without a detail code: it has none. `reference`:
+ * the 10 characters of a memo field. Arguments and details as for dTgetmm, dTmemosz, dTmemotype. */
 int32_t VQ_CALL DBgetmemo(VqDatabase *database, const char *reference, int32_t offset, int32_t max,
                           void *buffer, int32_t *length, int32_t *done);
 int32_t VQ_CALL DBmemosize(VqDatabase *database, const char *reference, int32_t *length);
 int32_t VQ_CALL DBmemotype(VqDatabase *database, const char *reference, int32_t *type);
+
+/* A memo file by its name, in the layout of the block's dialect. */
+
+/* Bytes that an open handle of it takes. */
 int32_t VQ_CALL DBmemomem(VqBlock *block, const char *name, int32_t *size);
+/* Compacts it. The references that the table's records hold are NOT changed and no longer name the
+ * right memos; see dToptimize. */
 int32_t VQ_CALL DBoptimize(VqBlock *block, const char *name);
+
+/* The shut-down entry of old systems; does nothing and returns 1. */
 int32_t VQ_CALL WEP(int32_t reason);
 
 #ifdef __cplusplus

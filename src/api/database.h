@@ -1,0 +1,72 @@
+// A database: an open table with its memo file and its index group. It owns all of them; the host
+// holds the database by one address and the members by copies that group.h hands out.
+#ifndef VQDBSYS_API_DATABASE_H_
+#define VQDBSYS_API_DATABASE_H_
+
+#include <cstdint>
+#include <list>
+#include <memory>
+
+#include "api/memory.h"
+#include "expr/expression.h"
+#include "frame/handle_pool.h"
+#include "index/driver_table.h"
+#include "memo/driver_table.h"
+#include "table/table.h"
+
+namespace vqdb::api {
+
+// Room for a key expression and, behind its zero byte, a filter expression with its own.
+inline constexpr std::int32_t kMaxExpressionBytes = 490;
+
+struct FreeExpression {
+  void operator()(expr::Expression* expression) const { expr::free(*expression); }
+};
+using Program = std::unique_ptr<expr::Expression, FreeExpression>;
+
+// An index file or a tag of the group.
+struct Member {
+  std::uint32_t kind = 0;
+  std::uint32_t column = 0;  // of the index driver table
+  index::Index* index = nullptr;
+  Text name;                     // files only
+  Text tag;                      // tags only
+  const Member* file = nullptr;  // tags only: the member that holds the tag
+  Program key;
+  Program filter;  // tags only, and not all of them
+  std::int32_t key_length = 0;
+  char key_type = 0;
+
+  // The name of the file that the member is, or lies in.
+  const Text& file_name() const { return file != nullptr ? file->name : name; }
+  const index::Driver& driver() const { return index::driver(column); }
+};
+
+// Members keep their addresses while others join, since the copies that hosts hold point into them.
+using MemberList = std::list<Member, PlatformAllocator<Member>>;
+
+struct Database : HandleHead {
+  table::Table* table = nullptr;
+  Text table_name;  // as the host gave it
+  memo::Memo* memo = nullptr;
+  Text memo_name;
+  std::uint32_t memo_kind = 0;    // 0 without a memo file
+  std::uint32_t memo_column = 0;  // of the memo driver table
+  MemberList members;             // a tag behind its file
+
+  VqBlock& owner_block() const { return *block; }
+  const memo::Driver& memo_driver() const { return memo::driver(memo_column); }
+};
+
+HandlePool<Database>& databases();
+
+// Closes every member, the last one first, then memo file, table and handle, even when one of them
+// fails; the first failure is returned, with its detail code in the block.
+Result close(Database& database);
+
+// Takes the last member out of the group and closes it: a tag is deactivated, a file closed.
+Result close_last_member(Database& database);
+
+}  // namespace vqdb::api
+
+#endif  // VQDBSYS_API_DATABASE_H_

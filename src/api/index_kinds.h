@@ -1,0 +1,55 @@
+// The index kinds under their three numberings: the keyword of the index-list file, the kind code
+// of an index specification, and the column of the index driver table.
+#ifndef VQDBSYS_API_INDEX_KINDS_H_
+#define VQDBSYS_API_INDEX_KINDS_H_
+
+#include <cstdint>
+#include <string_view>
+
+namespace vqdb::api {
+
+namespace member_kind {
+inline constexpr std::uint32_t kTable = 1;
+inline constexpr std::uint32_t kDbase4Memo = 2;
+inline constexpr std::uint32_t kDbase3Memo = 4;
+inline constexpr std::uint32_t kFoxproMemo = 8;
+inline constexpr std::uint32_t kMemo = kDbase4Memo | kDbase3Memo | kFoxproMemo;
+inline constexpr std::uint32_t kMdx = 16;
+inline constexpr std::uint32_t kMdxTag = 32;
+inline constexpr std::uint32_t kNdx = 64;
+inline constexpr std::uint32_t kNdx3 = 128;
+inline constexpr std::uint32_t kFoxidx = 256;
+inline constexpr std::uint32_t kFoxcdx = 512;
+inline constexpr std::uint32_t kFoxcdxTag = 768;
+inline constexpr std::uint32_t kClipntx = 1024;
+}  // namespace member_kind
+
+// Tokens of the keyword parser beside those of the keywords.
+inline constexpr std::uint16_t kEqualsToken = 1;
+inline constexpr std::uint16_t kNameToken = 256;
+
+struct IndexKind {
+  std::string_view keyword;
+  std::uint16_t token;
+  std::uint32_t code;      // of specifications and of file members
+  std::uint32_t column;    // through which files are opened
+  std::uint32_t tag_code;  // of tag members; 0 for single-index files
+};
+
+// The kind of a keyword, whatever its case; null for any other word.
+const IndexKind* kind_of_keyword(std::string_view word);
+const IndexKind* kind_of_token(std::uint16_t token);
+// The kind of a specification or file member; null for any other code.
+const IndexKind* kind_of_code(std::uint32_t code);
+// The keyword that the index-list file uses for a specification, empty when it has none. Code 2304
+// is a FOXIDX that reading never brings back.
+std::string_view keyword_of_code(std::uint32_t code);
+
+// Whether a member of this kind carries keys that follow the records.
+bool carries_keys(std::uint32_t code);
+// Whether a member of this kind consults its filter.
+bool is_filtered(std::uint32_t code);
+
+}  // namespace vqdb::api
+
+#endif  // VQDBSYS_API_INDEX_KINDS_H_

@@ -1,0 +1,193 @@
+#include "api/index_list.h"
+
+#include <array>
+#include <limits>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "api/index_kinds.h"
+#include "frame/file_name.h"
+#include "frame/system_file.h"
+#include "platform/file.h"
+#include "platform/path.h"
+
+namespace vqdb::api {
+namespace {
+
+constexpr Operation kUse{630};
+constexpr Operation kParse{631};
+constexpr std::size_t kTokensPerLine = 3;
+constexpr std::string_view kLineEnds = "\r\n";
+constexpr std::string_view kLineEnd = "\r\n";
+
+// The table's own extension gives way: a list named like the table would overwrite it.
+std::string list_path(const char* table_name) {
+  return platform::resolve(replace_extension(table_name, "DD"));
+}
+
+bool holds(const std::string& path, std::string_view text) {
+  platform::File file;
+  std::uint64_t size = 0;
+  if (!file.open(path, platform::Access::read_only).ok() || !file.size(size).ok() ||
+      size != text.size()) {
+    return false;
+  }
+  std::string present(text.size(), '\0');
+  return file.read_exactly(0, present.data(), present.size()).ok() && present == text;
+}
+
+std::string list_text(SpecWalk specs) {
+  std::string text;
+  while (const VqIndexSpec* spec = specs.next()) {
+    const std::string_view keyword = keyword_of_code(spec->kind);
+    if (keyword.empty() || spec->name == nullptr) continue;
+    text.append(keyword).append("=").append(spec->name).append(kLineEnd);
+  }
+  return text;
+}
+
+bool is_blank(char c) { return c == ' ' || c == '\t'; }
+
+// Reads a whole list file.
+Result read_text(VqBlock& block, platform::File& file, platform::Bytes& bytes,
+                 std::string_view& text) {
+  std::uint64_t size = 0;
+  if (!file.size(size).ok() || size < 1) return fail(block, Result::bad_format, kUse.detail(3));
+  if (size <= std::numeric_limits<std::int32_t>::max()) {
+    bytes = platform::allocate_bytes(static_cast<std::size_t>(size));
+  }
+  if (bytes == nullptr) return fail(block, Result::no_memory, kUse.detail(4));
+  const auto length = static_cast<std::size_t>(size);
+  if (!file.read_exactly(0, bytes.get(), length).ok()) {
+    return fail(block, Result::io, kUse.detail(5));
+  }
+  text = std::string_view(reinterpret_cast<const char*>(bytes.get()), length);
+  text = text.substr(0, text.find('\0'));
+  return Result::ok;
+}
+
+// The specification that a line makes; a line of blanks makes none.
+Result read_line(VqBlock& block, std::string_view line, std::span<Token> tokens, SpecChain& specs) {
+  std::size_t read = 0;
+  if (!ok(parse_tokens(block, line, kTokensPerLine, tokens, read))) return Result::bad_format;
+  if (read == 0) return Result::ok;
+  const IndexKind* kind = kind_of_token(tokens[0].code);
+  if (kind == nullptr || tokens[1].code != kEqualsToken || tokens[2].code != kNameToken) {
+    return fail(block, Result::bad_format, kUse.detail(7));
+  }
+  if (!specs.append(kind->code, std::move(tokens[2].text), block.index_open_parameter)) {
+    return fail(block, Result::no_memory, kUse.detail(8));
+  }
+  return Result::ok;
+}
+
+Result read_lines(VqBlock& block, std::string_view text, SpecChain& specs) {
+  std::vector<Token, PlatformAllocator<Token>> tokens;
+  if (!has_memory([&] { tokens.resize(kTokensPerLine); })) {
+    return fail(block, Result::no_memory, kUse.detail(6));
+  }
+  while (!text.empty()) {
+    const std::size_t end = text.find_first_of(kLineEnds);
+    if (end == std::string_view::npos) break;
+    const std::string_view line = text.substr(0, end);
+    text.remove_prefix(end + 1);
+    if (line.empty()) continue;
+    const std::int32_t before = specs.count();
+    if (const Result result = read_line(block, line, tokens, specs); !ok(result)) return result;
+    // Behind an index the text up to the next line end is taken for the rest of the CR LF; with
+    // bare LF endings that swallows the line which follows.
+    if (specs.count() > before)
+      text.remove_prefix(std::min(text.find_first_of(kLineEnds), text.size()));
+  }
+  return Result::ok;
+}
+
+}  // namespace
+
+VqIndexSpec* SpecWalk::next() {
+  if (at_ == nullptr || left_ < 1) return nullptr;
+  VqIndexSpec* const spec = at_;
+  --left_;
+  at_ = chained_ ? spec->next : spec + 1;
+  return spec;
+}
+
+void write_index_list(const char* table_name, SpecWalk specs) {
+  if (SpecWalk(specs).next() == nullptr) return;
+  const std::string text = list_text(specs);
+  const std::string path = list_path(table_name);
+  if (holds(path, text)) return;
+  platform::File file;
+  if (!file.create(path, platform::Creation::truncate).ok()) return;
+  if (file.write_at(0, text.data(), text.size()).ok()) return;
+  (void)file.close();
+  (void)platform::remove(path);
+}
+
+Result parse_tokens(VqBlock& block, std::string_view line, std::size_t least,
+                    std::span<Token> tokens, std::size_t& read) {
+  for (read = 0; read < tokens.size(); ++read) {
+    while (!line.empty() && is_blank(line.front())) line.remove_prefix(1);
+    if (line.empty()) {
+      if (read == 0 || read > least) return Result::ok;
+      return fail(block, Result::too_few, kParse.detail(1));
+    }
+    Token& token = tokens[read];
+    token.text.clear();
+    if (line.front() == '=') {
+      token.code = kEqualsToken;
+      line.remove_prefix(1);
+      continue;
+    }
+    const std::string_view word = line.substr(0, line.find_first_of(" \t="));
+    line.remove_prefix(word.size());
+    if (const IndexKind* kind = kind_of_keyword(word)) {
+      token.code = kind->token;
+      continue;
+    }
+    token.code = kNameToken;
+    if (!has_memory([&] { token.text.assign(word); })) {
+      return fail(block, Result::no_memory, kParse.detail(2));
+    }
+  }
+  return Result::ok;
+}
+
+SpecChain::~SpecChain() {
+  while (first_ != nullptr) {
+    Link* const next = first_->next;
+    first_->~Link();
+    platform::release(std::exchange(first_, next));
+  }
+}
+
+bool SpecChain::append(std::uint32_t kind, Text name, std::int32_t parameter) {
+  void* const room = platform::allocate(sizeof(Link));
+  if (room == nullptr) return false;
+  Link* const link = ::new (room) Link{{}, std::move(name)};
+  link->spec = {kind, link->name.c_str(), parameter, nullptr};
+  if (last_ != nullptr) last_->spec.next = &link->spec;
+  (last_ != nullptr ? last_->next : first_) = link;
+  last_ = link;
+  ++count_;
+  return true;
+}
+
+Result read_index_list(VqBlock& block, const char* table_name, SpecChain& specs) {
+  Text path;
+  if (!has_memory([&] { path.assign(list_path(table_name)); })) {
+    return fail(block, Result::no_memory, kUse.detail(1));
+  }
+  platform::File file;
+  const platform::Outcome opened = file.open(path.c_str(), platform::Access::read_only);
+  if (opened.error == platform::Error::not_found) return Result::ok;
+  if (!opened.ok()) return fail(block, open_result(opened.error), kUse.detail(2));
+  platform::Bytes bytes;
+  std::string_view text;
+  if (const Result result = read_text(block, file, bytes, text); !ok(result)) return result;
+  (void)file.close();
+  return read_lines(block, text, specs);
+}
+
+}  // namespace vqdb::api

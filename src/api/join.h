@@ -1,0 +1,21 @@
+// How index files and tags become members of a database's group.
+#ifndef VQDBSYS_API_JOIN_H_
+#define VQDBSYS_API_JOIN_H_
+
+#include <cstdint>
+
+#include "api/database.h"
+#include "frame/result.h"
+#include "vqdbsys.h"
+
+namespace vqdb::api {
+
+// Opens the index file of the specification and adds it behind the other members; a multiple-index
+// file brings its tags, or the one named behind a semicolon. A specification of a kind that is no
+// index file adds nothing. After a failure the group is what it was. Details 6113 to 6115, 6121 to
+// 6126.
+Result join_index(Database& database, const VqIndexSpec& spec, std::uint32_t mode);
+
+}  // namespace vqdb::api
+
+#endif  // VQDBSYS_API_JOIN_H_

@@ -1,0 +1,161 @@
+#include "api/navigation.h"
+
+#include "api/database.h"
+#include "api/group.h"
+#include "api/index_kinds.h"
+#include "table/records.h"
+
+namespace vqdb::api {
+namespace {
+
+using namespace member_kind;
+
+constexpr Operation kGetrec{614};
+constexpr Operation kNextrec{615};
+constexpr Operation kPrevrec{616};
+constexpr Operation kCurrec{617};
+constexpr Operation kRewind{618};
+constexpr Operation kForward{619};
+constexpr Operation kSetrec{635};
+
+// One step in either order.
+struct Step {
+  Operation operation;
+  std::int32_t distance;  // in record numbers
+  Result (*index::Driver::*slot)(index::Index&, void* key, std::uint32_t* recno);
+};
+
+constexpr Step kNext{kNextrec, 1, &index::Driver::nxtkey};
+constexpr Step kPrevious{kPrevrec, -1, &index::Driver::prvkey};
+constexpr Step kCurrent{kCurrec, 0, &index::Driver::curkey};
+
+// Where a copy leads: to the table, or to a member of the group.
+struct Place {
+  Database* database = nullptr;
+  const Member* member = nullptr;  // null: the table
+
+  table::Table& table() const { return *database->table; }
+  index::Index& index() const { return *member->index; }
+};
+
+bool navigates(std::uint32_t kind, Operation operation) {
+  // A FOXCDX file passes for an index in the steps, and only there; its column has nothing to step
+  // with.
+  const bool steps = operation.number >= kNextrec.number && operation.number <= kCurrec.number;
+  return carries_keys(kind) || (kind == kFoxcdx && steps);
+}
+
+// Where the copy leads, and for a member that its column has the operation in question.
+template <typename Slot>
+Result reach(const VqMember& copy, Operation operation, Slot index::Driver::*slot, Place& place) {
+  place.database = owner_of(copy, operation.detail(0));
+  if (place.database == nullptr) return Result::bad_handle;
+  VqBlock* const block = place.database->block;
+  if (copy.kind == kTable) {
+    if (copy.handle == place.database->table) return Result::ok;
+    return fail(block, Result::bad_handle, operation.detail(0));
+  }
+  if (!navigates(copy.kind, operation)) {
+    return fail(block, Result::not_allowed, operation.detail(1));
+  }
+  if (index::driver(copy.driver_column).*slot == nullptr) return Result::no_driver;
+  place.member = member_of(*place.database, copy);
+  if (place.member == nullptr) return fail(block, Result::bad_handle, operation.detail(0));
+  return Result::ok;
+}
+
+Result step(const VqMember& copy, const Step& step, void* record, std::uint32_t& recno, void* key) {
+  Place place;
+  if (const Result result = reach(copy, step.operation, step.slot, place); !ok(result)) {
+    return result;
+  }
+  if (place.member == nullptr) {
+    const std::uint32_t current = table::current_record(place.table());
+    recno =
+        current == 0 && step.distance < 0 ? 0 : current + static_cast<std::uint32_t>(step.distance);
+    return table::read_record(place.table(), recno, record);
+  }
+  if (key == nullptr) return Result::out_of_range;
+  const Result moved = (place.member->driver().*step.slot)(place.index(), key, &recno);
+  return ok(moved) ? table::read_record(place.table(), recno, record) : moved;
+}
+
+// The record number under a key; with not_found that of the next key, or 0 above the last.
+Result seek(const Place& place, const void* key, std::uint32_t& recno) {
+  if (key == nullptr) return Result::out_of_range;
+  recno = 0;
+  return place.member->driver().getrno(place.index(), key, &recno);
+}
+
+std::uint32_t number_in(const void* key) {
+  return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(key));
+}
+
+}  // namespace
+
+Result get_record(const VqMember& copy, const void* key, void* record, std::uint32_t& recno) {
+  Place place;
+  if (const Result result = reach(copy, kGetrec, &index::Driver::getrno, place); !ok(result))
+    return result;
+  if (place.member == nullptr) {
+    recno = number_in(key);
+    return table::read_record(place.table(), recno, record);
+  }
+  const Result found = seek(place, key, recno);
+  if (!ok(found) && (found != Result::not_found || recno == 0)) return found;
+  const Result read = table::read_record(place.table(), recno, record);
+  return ok(read) ? found : read;
+}
+
+Result find_record(const VqMember& copy, const void* key, std::uint32_t& recno) {
+  Place place;
+  if (const Result result = reach(copy, kSetrec, &index::Driver::getrno, place); !ok(result))
+    return result;
+  if (place.member != nullptr) return seek(place, key, recno);
+  recno = number_in(key);
+  std::uint32_t count = 0;
+  if (const Result result = table::record_count(place.table(), count); !ok(result)) return result;
+  if (recno < 1 || recno > count) {
+    return fail(place.database->block, Result::out_of_range, kSetrec.detail(2));
+  }
+  table::set_current_record(place.table(), recno);
+  return Result::ok;
+}
+
+Result next_record(const VqMember& copy, void* record, std::uint32_t& recno, void* key) {
+  return step(copy, kNext, record, recno, key);
+}
+
+Result previous_record(const VqMember& copy, void* record, std::uint32_t& recno, void* key) {
+  return step(copy, kPrevious, record, recno, key);
+}
+
+Result current_record(const VqMember& copy, void* record, std::uint32_t& recno, void* key) {
+  return step(copy, kCurrent, record, recno, key);
+}
+
+Result rewind(const VqMember& copy) {
+  Place place;
+  if (const Result result = reach(copy, kRewind, &index::Driver::rewind, place); !ok(result))
+    return result;
+  if (place.member == nullptr) {
+    table::set_current_record(place.table(), 0);
+    return Result::ok;
+  }
+  return place.member->driver().rewind(place.index());
+}
+
+Result forward(const VqMember& copy) {
+  Place place;
+  if (const Result result = reach(copy, kForward, &index::Driver::forwrd, place); !ok(result))
+    return result;
+  if (place.member == nullptr) {
+    std::uint32_t count = 0;
+    const Result result = table::record_count(place.table(), count);
+    if (ok(result)) table::set_current_record(place.table(), count + 1);
+    return result;
+  }
+  return place.member->driver().forwrd(place.index());
+}
+
+}  // namespace vqdb::api

@@ -1,0 +1,48 @@
+// Opening a database: its table, its memo file, which is made when missing, and its index group,
+// from specifications or from the index-list file.
+#ifndef VQDBSYS_API_OPEN_H_
+#define VQDBSYS_API_OPEN_H_
+
+#include <cstdint>
+#include <string>
+
+#include "api/database.h"
+#include "frame/result.h"
+#include "vqdbsys.h"
+
+namespace vqdb::api {
+
+// Open mode bits of the database; files are opened with the others.
+namespace database_mode {
+inline constexpr std::uint32_t kNoIndexList = 32;
+inline constexpr std::uint32_t kNoMemoCreate = 64;
+inline constexpr std::uint32_t kWithoutMemo = 128;  // with kNoMemoCreate
+inline constexpr std::uint32_t kAll = kNoIndexList | kNoMemoCreate | kWithoutMemo;
+}  // namespace database_mode
+
+struct OpenRequest {
+  const char* name;  // the table, and behind a semicolon the memo file
+  std::uint32_t mode;
+  std::int32_t buffers;  // of the table
+  std::uint32_t options;
+  std::int32_t count;
+  VqIndexSpec* specs;
+};
+
+// `failed` becomes the specification that could not be opened, else null. On failure nothing stays
+// open. Details 6111 to 6117, those of join.h, and those of the rooms below.
+Result open(VqBlock& block, const OpenRequest& request, Database*& out, VqIndexSpec*& failed);
+
+// The same with the specifications of the index-list file. Details 6301 to 6312 as well.
+Result use(VqBlock& block, const char* name, std::uint32_t mode, Database*& out);
+
+// The memo file name that a table name implies: the text behind its semicolon, else the table's
+// name without extension, which the memo drivers complete with their own.
+std::string memo_name_of(const char* table_name);
+
+// What the memo drivers' create is given, so that it marks the right table.
+std::string memo_and_table(const char* table_name);
+
+}  // namespace vqdb::api
+
+#endif  // VQDBSYS_API_OPEN_H_
