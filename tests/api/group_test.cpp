@@ -1,0 +1,267 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "support/exports.h"
+#include "support/orders.h"
+
+namespace vqdb::testing {
+namespace {
+
+class Group : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    orders_.create();
+    database_ = orders_.open();
+    ASSERT_NE(nullptr, database_);
+    const std::string record = record_of({"ann", 100, 1});
+    std::uint32_t recno = 0;
+    ASSERT_EQ(0, lib.DBapprec(database_, record.data(), &recno));
+  }
+  void TearDown() override {
+    if (database_ != nullptr) {
+      EXPECT_EQ(0, lib.DBclose(database_));
+    }
+  }
+
+  std::int32_t find(std::uint32_t kind, const std::string& name, VqMember& member) {
+    return lib.GRPmember(database_, kind, name.c_str(), nullptr, &member);
+  }
+
+  Orders orders_;
+  VqDatabase* database_ = nullptr;
+};
+
+TEST_F(Group, hands_out_copies_by_kind_and_name) {
+  struct Case {
+    std::uint32_t kind;
+    const char* file;
+    std::size_t index;
+  };
+  const Case cases[] = {
+      {64, "NAMES", 0}, {64, "amounts", 1}, {64, "Mixed", 2},
+      {128, "DUES", 3}, {64, "DUES", 3},  // kind 64 finds NDX3 members as well
+  };
+  const std::int32_t lengths[] = {12, 8, 20, 8};
+  const char types[] = {'C', 'N', 'C', 'D'};
+  for (const Case& test : cases) {
+    VqMember member = {};
+    ASSERT_EQ(0, find(test.kind, orders_.file(test.file), member)) << test.file;
+    EXPECT_EQ(kOrderIndex[test.index].kind, member.kind);
+    EXPECT_EQ(orders_.file(kOrderIndex[test.index].file), member.name);
+    EXPECT_EQ(lengths[test.index], member.key_length) << test.file;
+    EXPECT_EQ(types[test.index], member.key_type) << test.file;
+    EXPECT_EQ(database_, member.owner);
+    EXPECT_EQ(1U, member.driver_column);
+    EXPECT_NE(nullptr, member.handle);
+    EXPECT_NE(nullptr, member.key_program);
+    EXPECT_EQ(nullptr, member.filter_program);
+    EXPECT_EQ(nullptr, member.tag);
+  }
+  VqMember first = {};
+  ASSERT_EQ(0, lib.GRPmember(database_, 64, nullptr, nullptr, &first));
+  EXPECT_EQ(orders_.file("NAMES"), first.name);
+  ASSERT_EQ(0, lib.GRPmember(database_, 64, "", nullptr, &first));
+  EXPECT_EQ(orders_.file("NAMES"), first.name);
+
+  const VqMember table = table_member(database_);
+  EXPECT_EQ(1U, table.kind);
+  EXPECT_EQ(&orders_.block, table.filter_program);
+  EXPECT_EQ(kOrderIndexes, table.flags);
+  EXPECT_EQ(orders_.table(), table.name);
+}
+
+TEST_F(Group, says_what_it_does_not_have) {
+  struct Case {
+    std::uint32_t kind;
+    const char* name;
+    std::int32_t result;
+    std::int32_t detail;
+  };
+  const Case cases[] = {
+      {2, "", VQ_E_NOT_FOUND, 6131},      {4, "", VQ_E_NOT_FOUND, 6131},
+      {8, "", VQ_E_NOT_FOUND, 6131},      {64, "OTHER", VQ_E_NOT_FOUND, 6133},
+      {16, "", VQ_E_NOT_FOUND, 6133},     {32, "", VQ_E_NOT_FOUND, 6133},
+      {768, "", VQ_E_NOT_FOUND, 6133},    {1024, "", VQ_E_NOT_FOUND, 6133},
+      {0, "", VQ_E_NOT_ALLOWED, 6132},    {96, "", VQ_E_NOT_ALLOWED, 6132},
+      {2304, "", VQ_E_NOT_ALLOWED, 6132},
+  };
+  for (const Case& test : cases) {
+    VqMember member = {};
+    EXPECT_EQ(test.result, find(test.kind, test.name, member)) << test.kind;
+    EXPECT_EQ(test.detail, orders_.block.detail) << test.kind;
+  }
+}
+
+// Every operation on a copy, by the detail code that refuses a copy of nothing alive.
+struct MemberCall {
+  std::int32_t detail;
+  std::int32_t (*call)(const VqMember* member);
+};
+
+char record_bytes[kOrderBytes];
+char key_bytes[128];
+std::uint32_t found;
+std::int32_t number;
+
+const MemberCall kMemberCalls[] = {
+    {6140, [](const VqMember* m) { return lib.DBgetrec(m, key_bytes, record_bytes, &found); }},
+    {6150, [](const VqMember* m) { return lib.DBnextrec(m, record_bytes, &found, key_bytes); }},
+    {6160, [](const VqMember* m) { return lib.DBprevrec(m, record_bytes, &found, key_bytes); }},
+    {6170, [](const VqMember* m) { return lib.DBcurrec(m, record_bytes, &found, key_bytes); }},
+    {6180, [](const VqMember* m) { return lib.DBrewind(m); }},
+    {6190, [](const VqMember* m) { return lib.DBforward(m); }},
+    {6260, [](const VqMember* m) { return lib.DBkeylen(m, &number); }},
+    {6260, [](const VqMember* m) { return lib.DBkeytype(m, &number); }},
+    {6260, [](const VqMember* m) { return lib.DBexplen(m, &number, &number); }},
+    {6260, [](const VqMember* m) { return lib.DBexpr(m, key_bytes, sizeof key_bytes, &number); }},
+};
+
+TEST_F(Group, refuses_stale_and_foreign_copies) {
+  const VqMember live = order_member(database_, orders_, 0);
+  VqMember no_owner = live;
+  no_owner.owner = nullptr;
+  VqMember foreign_owner = live;
+  foreign_owner.owner = reinterpret_cast<VqDatabase*>(&foreign_owner);
+  VqMember table_for_owner = live;
+  table_for_owner.owner = static_cast<VqDatabase*>(live.handle);
+  for (const VqMember& copy : {no_owner, foreign_owner, table_for_owner}) {
+    for (const MemberCall& test : kMemberCalls) {
+      EXPECT_EQ(VQ_E_BAD_HANDLE, test.call(&copy)) << test.detail;
+    }
+  }
+  VqMember foreign_handle = live;
+  foreign_handle.handle = &foreign_handle;
+  for (const MemberCall& test : kMemberCalls) {
+    EXPECT_EQ(VQ_E_BAD_HANDLE, test.call(&foreign_handle));
+    EXPECT_EQ(test.detail, orders_.block.detail);
+  }
+  ASSERT_EQ(0, lib.DBclose(database_));
+  for (const MemberCall& test : kMemberCalls) {
+    EXPECT_EQ(VQ_E_BAD_HANDLE, test.call(&live));
+    EXPECT_EQ(test.detail, orders_.block.detail);
+  }
+  database_ = nullptr;
+}
+
+TEST_F(Group, refuses_closed_databases_in_every_operation) {
+  using Call = std::int32_t (*)(VqDatabase*);
+  struct Case {
+    std::int32_t detail;
+    Call call;
+  };
+  const Case cases[] = {
+      {6120, [](VqDatabase* d) { return lib.DBclose(d); }},
+      {6130,
+       [](VqDatabase* d) {
+         VqMember member;
+         return lib.GRPmember(d, 1, nullptr, nullptr, &member);
+       }},
+      {6200, [](VqDatabase* d) { return lib.DBapprec(d, record_bytes, &found); }},
+      {6210, [](VqDatabase* d) { return lib.DBupdrec(d, 1, record_bytes); }},
+      {6220, [](VqDatabase* d) { return lib.DBdelrec(d, 1); }},
+      {6230, [](VqDatabase* d) { return lib.DBrclrec(d, 1); }},
+      {6240, [](VqDatabase* d) { return lib.DBflush(d); }},
+      {6250, [](VqDatabase* d) { return lib.DBrecsta(d, 1); }},
+      {6270,
+       [](VqDatabase* d) {
+         return lib.DBgetmemo(d, "0000000001", 0, 1, key_bytes, &number, &number);
+       }},
+      {6270, [](VqDatabase* d) { return lib.DBmemosize(d, "0000000001", &number); }},
+      {6270, [](VqDatabase* d) { return lib.DBmemotype(d, "0000000001", &number); }},
+  };
+  for (const Case& test : cases) EXPECT_EQ(VQ_E_BAD_HANDLE, test.call(nullptr));
+  ASSERT_EQ(0, lib.DBclose(database_));
+  for (const Case& test : cases) {
+    EXPECT_EQ(VQ_E_BAD_HANDLE, test.call(database_));
+    EXPECT_EQ(test.detail, orders_.block.detail);
+  }
+  database_ = nullptr;
+}
+
+TEST_F(Group, refuses_missing_arguments) {
+  const VqMember member = order_member(database_, orders_, 0);
+  VqBlock* const block = &orders_.block;
+  VqDatabase* out = nullptr;
+  const std::int32_t results[] = {
+      lib.DBopen(nullptr, "A", 0, 1, 1, 0, nullptr, &out, nullptr),
+      lib.DBopen(block, nullptr, 0, 1, 1, 0, nullptr, &out, nullptr),
+      lib.DBopen(block, "A", 0, 1, 1, 0, nullptr, nullptr, nullptr),
+      lib.DBuse(block, "A", 0, nullptr),
+      lib.DBcreat(block, "A", 1, nullptr),
+      lib.DBapprec(database_, nullptr, &found),
+      lib.DBupdrec(database_, 1, nullptr),
+      lib.DBgetrec(&member, nullptr, record_bytes, &found),
+      lib.DBgetrec(&member, key_bytes, nullptr, &found),
+      lib.DBnextrec(&member, record_bytes, &found, nullptr),
+      lib.DBnextrec(&member, record_bytes, nullptr, key_bytes),
+      lib.DBrewind(nullptr),
+      lib.DBkeylen(&member, nullptr),
+      lib.GRPmember(database_, 1, nullptr, nullptr, nullptr),
+      lib.DBmemomem(block, nullptr, &number),
+      lib.DBoptimize(nullptr, "A"),
+  };
+  for (std::size_t i = 0; i < std::size(results); ++i) {
+    EXPECT_EQ(VQ_E_RANGE, results[i]) << "call " << i;
+  }
+}
+
+TEST_F(Group, answers_questions_through_the_driver) {
+  std::int32_t flags = -1;
+  const VqMember mixed = order_member(database_, orders_, 2);
+  char text[250];
+  ASSERT_EQ(0, lib.DBexpr(&mixed, text, sizeof text, &flags));
+  EXPECT_STREQ("UPPER(NAME)+DTOS(DUE)", text);
+  EXPECT_EQ(0, flags);
+  ASSERT_EQ(0, lib.DBexplen(&mixed, &number, &flags));
+  EXPECT_EQ(21, number);
+  ASSERT_EQ(0, lib.DBkeylen(&mixed, &number));
+  EXPECT_EQ(20, number);
+  ASSERT_EQ(0, lib.DBkeytype(&mixed, &number));
+  EXPECT_EQ('C', number);
+  const VqMember dues = order_member(database_, orders_, 3);
+  ASSERT_EQ(0, lib.DBkeytype(&dues, &number));
+  EXPECT_EQ('D', number) << "the header of an NDX3 file does not say so";
+
+  EXPECT_EQ(VQ_E_UNAVAILABLE, lib.DBtags(&mixed));
+  EXPECT_EQ(VQ_E_NO_DRIVER, lib.DBlist_tags(&mixed, 0, text));
+  VqMember beyond = mixed;
+  beyond.driver_column = 7;
+  EXPECT_EQ(VQ_E_UNAVAILABLE, lib.DBkeylen(&beyond, &number));
+  VqMember empty = mixed;
+  empty.driver_column = 5;
+  EXPECT_EQ(VQ_E_NO_DRIVER, lib.DBkeylen(&empty, &number));
+  EXPECT_EQ(VQ_E_NO_DRIVER, lib.DBtags(&empty));
+}
+
+TEST_F(Group, memo_operations_need_a_memo_file) {
+  orders_.block.detail = 0;
+  EXPECT_EQ(VQ_E_NOT_ALLOWED,
+            lib.DBgetmemo(database_, "0000000001", 0, 1, key_bytes, &number, &number));
+  EXPECT_EQ(VQ_E_NOT_ALLOWED, lib.DBmemosize(database_, "0000000001", &number));
+  EXPECT_EQ(VQ_E_NOT_ALLOWED, lib.DBmemotype(database_, "0000000001", &number));
+  EXPECT_EQ(0, orders_.block.detail);
+}
+
+TEST(FieldText, is_taken_out_of_either_form_of_a_record) {
+  Orders orders;
+  orders.create();
+  VqTable* const table = lib.dDopen(&orders.block, orders.table().c_str(), 0, 1);
+  ASSERT_NE(nullptr, table);
+  const std::string record = record_of({"ann", 1250, 7, true});
+  char text[32];
+  ASSERT_EQ(0, lib.DBexfield(table, record.data(), "amount", text));
+  EXPECT_STREQ("    12.50", text);
+  orders.block.runtime_flags = 1;
+  ASSERT_EQ(0, lib.DBexfield(table, record.data() + 1, "DUE", text));
+  EXPECT_STREQ("19900107", text);
+  EXPECT_EQ(VQ_E_RANGE, lib.DBexfield(table, record.data(), "NOBODY", text));
+  EXPECT_EQ(222, orders.block.detail);
+  EXPECT_EQ(VQ_E_RANGE, lib.DBexfield(table, nullptr, "DUE", text));
+  EXPECT_EQ(0, lib.dDclose(table));
+  EXPECT_EQ(VQ_E_BAD_HANDLE, lib.DBexfield(table, record.data(), "DUE", text));
+  EXPECT_EQ(221, orders.block.detail);
+}
+
+}  // namespace
+}  // namespace vqdb::testing

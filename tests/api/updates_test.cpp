@@ -1,0 +1,148 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "support/exports.h"
+#include "support/orders.h"
+
+namespace vqdb::testing {
+namespace {
+
+std::int32_t append(VqDatabase* database, const Order& order, std::uint32_t& recno) {
+  return lib.DBapprec(database, record_of(order).data(), &recno);
+}
+
+TEST(Updates, a_key_that_a_unique_index_holds_is_forgiven_to_appends_only) {
+  Orders orders;
+  orders.create();
+  const std::string unique = orders.file("UNIQUE");
+  ASSERT_EQ(0, lib.dNcreat(&orders.block, unique.c_str(), "NAME", "C12U"));
+  VqIndexSpec spec = {64, unique.c_str(), 10, nullptr};
+  VqDatabase* database = nullptr;
+  ASSERT_EQ(
+      0, lib.DBopen(&orders.block, orders.table().c_str(), 0, 4, 1, 1, &spec, &database, nullptr));
+  std::uint32_t recno = 0;
+  ASSERT_EQ(0, append(database, {"ann", 1, 1}, recno));
+  ASSERT_EQ(0, append(database, {"ann", 2, 1}, recno));
+  EXPECT_EQ(2U, recno);
+  ASSERT_EQ(0, append(database, {"bob", 3, 1}, recno));
+  EXPECT_EQ(VQ_E_INDEX_PAGE, lib.DBupdrec(database, 3, record_of({"ann", 3, 1}).data()));
+
+  // The record is rewritten although its key was refused, and its old key is gone.
+  VqMember member = {};
+  ASSERT_EQ(0, lib.GRPmember(database, 64, nullptr, nullptr, &member));
+  std::string record(kOrderBytes, '\0');
+  char key[16];
+  ASSERT_EQ(0, lib.DBrewind(&member));
+  ASSERT_EQ(0, lib.DBnextrec(&member, record.data(), &recno, key));
+  EXPECT_EQ(1U, recno);
+  EXPECT_EQ(VQ_E_INDEX_END, lib.DBnextrec(&member, record.data(), &recno, key));
+  // The record without a key can be changed: a key that is not there is no failure.
+  EXPECT_EQ(0, lib.DBupdrec(database, 2, record_of({"cid", 2, 1}).data()));
+  EXPECT_EQ(0, lib.DBclose(database));
+}
+
+TEST(Updates, an_update_that_changes_no_key_writes_no_index) {
+  Orders orders;
+  orders.create();
+  VqDatabase* database = orders.open();
+  std::uint32_t recno = 0;
+  ASSERT_EQ(0, append(database, {"ann", 1, 1}, recno));
+  ASSERT_EQ(0, lib.DBclose(database));
+  // An index file that holds no keys stays so when no key changes.
+  for (std::size_t i = 0; i < kOrderIndexes; ++i) {
+    ASSERT_EQ(0, lib.dNcreat(&orders.block, orders.specs[i].name, kOrderIndex[i].expression,
+                             kOrderIndex[i].format));
+  }
+  database = orders.open();
+  ASSERT_EQ(0, lib.DBupdrec(database, 1, record_of({"ann", 1, 1, true}).data()));
+  ASSERT_EQ(0, lib.DBdelrec(database, 1));
+  ASSERT_EQ(0, lib.DBrclrec(database, 1));
+  std::string record(kOrderBytes, '\0');
+  char key[32];
+  for (std::size_t i = 0; i < kOrderIndexes; ++i) {
+    const VqMember member = order_member(database, orders, i);
+    ASSERT_EQ(0, lib.DBrewind(&member));
+    EXPECT_EQ(VQ_E_INDEX_END, lib.DBnextrec(&member, record.data(), &recno, key));
+  }
+  // A changed amount brings one key into one index.
+  ASSERT_EQ(0, lib.DBupdrec(database, 1, record_of({"ann", 2, 1, true}).data()));
+  for (std::size_t i = 0; i < kOrderIndexes; ++i) {
+    const VqMember member = order_member(database, orders, i);
+    ASSERT_EQ(0, lib.DBrewind(&member));
+    EXPECT_EQ(i == 1 ? 0 : VQ_E_INDEX_END, lib.DBnextrec(&member, record.data(), &recno, key));
+  }
+  EXPECT_EQ(0, lib.DBclose(database));
+}
+
+TEST(Updates, deleted_records_keep_their_keys) {
+  Orders orders;
+  orders.create();
+  VqDatabase* const database = orders.open();
+  std::vector<Order> records = {{"ann", 1, 1}, {"bob", 2, 2}};
+  std::uint32_t recno = 0;
+  for (const Order& order : records) ASSERT_EQ(0, append(database, order, recno));
+  ASSERT_EQ(0, lib.DBdelrec(database, 1));
+  EXPECT_EQ('*', lib.DBrecsta(database, 1));
+  EXPECT_EQ(' ', lib.DBrecsta(database, 2));
+  EXPECT_EQ(VQ_E_RANGE, lib.DBrecsta(database, 3));
+  EXPECT_EQ(383, orders.block.detail);
+  records[0].deleted = true;
+  expect_in_step(database, orders, records);
+  EXPECT_EQ(0, lib.DBclose(database));
+}
+
+TEST(Updates, a_failing_key_leaves_the_record_and_the_keys_before_it) {
+  Orders orders;
+  orders.create();
+  const std::string quotient = orders.file("QUOTIENT");
+  ASSERT_EQ(0, lib.dNcreat(&orders.block, quotient.c_str(), "1/AMOUNT", "N"));
+  std::vector<VqIndexSpec> specs = {
+      orders.specs[0], {64, quotient.c_str(), 10, nullptr}, orders.specs[1]};
+  VqDatabase* database = nullptr;
+  ASSERT_EQ(0, lib.DBopen(&orders.block, orders.table().c_str(), 0, 4, 1, 3, specs.data(),
+                          &database, nullptr));
+  std::uint32_t recno = 0;
+  ASSERT_EQ(0, append(database, {"ann", 1, 1}, recno));
+  EXPECT_EQ(VQ_E_DIVISION, append(database, {"bob", 0, 1}, recno));
+  EXPECT_EQ(5004, orders.block.detail);
+  EXPECT_EQ(2U, recno);
+  std::string record(kOrderBytes, '\0');
+  std::uint32_t number = 0;
+  char key[32];
+  std::vector<int> entries;
+  for (const VqIndexSpec& spec : specs) {
+    VqMember member = {};
+    ASSERT_EQ(0, lib.GRPmember(database, 64, spec.name, nullptr, &member));
+    ASSERT_EQ(0, lib.DBrewind(&member));
+    entries.push_back(0);
+    while (lib.DBnextrec(&member, record.data(), &number, key) == 0) ++entries.back();
+  }
+  EXPECT_EQ((std::vector<int>{2, 1, 1}), entries);
+  EXPECT_EQ(0, lib.DBclose(database));
+}
+
+TEST(Updates, refusals_of_the_table_come_through_and_change_no_index) {
+  Orders orders;
+  orders.create();
+  VqDatabase* database = orders.open();
+  std::uint32_t recno = 0;
+  ASSERT_EQ(0, append(database, {"ann", 1, 1}, recno));
+  EXPECT_EQ(VQ_E_RANGE, lib.DBupdrec(database, 2, record_of({"bob", 1, 1}).data()));
+  EXPECT_EQ(VQ_E_RANGE, lib.DBdelrec(database, 0));
+  ASSERT_EQ(0, lib.DBclose(database));
+  for (const std::uint32_t mode : {1U, 5U}) {
+    database = orders.open(mode);
+    EXPECT_EQ(VQ_E_READ_ONLY, append(database, {"bob", 1, 1}, recno));
+    EXPECT_EQ(323, orders.block.detail);
+    EXPECT_EQ(VQ_E_READ_ONLY, lib.DBupdrec(database, 1, record_of({"bob", 1, 1}).data()));
+    EXPECT_EQ(463, orders.block.detail);
+    EXPECT_EQ(VQ_E_READ_ONLY, lib.DBdelrec(database, 1));
+    expect_in_step(database, orders, {{"ann", 1, 1}});
+    EXPECT_EQ(0, lib.DBclose(database));
+  }
+}
+
+}  // namespace
+}  // namespace vqdb::testing

@@ -1,0 +1,227 @@
+// The n-th call of the system fails, for n = 1, 2, ... until the operation succeeds: nothing that
+// was acknowledged is lost, nothing stays open, and the codes say what failed.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "support/exports.h"
+#include "support/fault_plan.h"
+#include "support/orders.h"
+
+namespace vqdb::testing {
+namespace {
+
+using platform::Call;
+using platform::Verdict;
+
+constexpr std::uint64_t kMaxCalls = 500;
+
+bool is_write(Call call) { return call == Call::write; }
+bool is_allocation(Call call) { return call == Call::allocate; }
+
+// Tests that every index holds each record but the changed one under its key.
+void expect_nothing_lost(VqDatabase* database, const Orders& orders,
+                         const std::vector<Order>& records, std::uint32_t changed) {
+  std::string record(kOrderBytes, '\0');
+  const VqMember table = table_member(database);
+  for (std::uint32_t n = 1; n <= records.size(); ++n) {
+    std::uint32_t recno = 0;
+    ASSERT_EQ(0, lib.DBnextrec(&table, record.data(), &recno, nullptr));
+    if (n == changed) continue;
+    ASSERT_EQ(record_of(records[n - 1]), record);
+  }
+  for (std::size_t i = 0; i < kOrderIndexes; ++i) {
+    const VqMember member = order_member(database, orders, i);
+    ASSERT_EQ(0, lib.DBrewind(&member));
+    std::set<std::uint32_t> found;
+    std::array<char, 128> key;
+    std::uint32_t recno = 0;
+    for (std::size_t steps = 0; lib.DBnextrec(&member, record.data(), &recno, key.data()) == 0;
+         ++steps) {
+      // A page that could not be split to the end may show some entries twice.
+      ASSERT_LE(steps, 2 * records.size());
+      if (recno == changed) continue;
+      found.insert(recno);
+      ASSERT_EQ(kOrderIndex[i].key_of(records.at(recno - 1)), kOrderIndex[i].key_in(key.data()));
+    }
+    EXPECT_EQ(records.size() - (changed <= records.size() ? 1 : 0), found.size());
+  }
+}
+
+struct Change {
+  const char* name;
+  std::uint32_t mode;
+  bool disk_stays_full;
+  bool appends;
+};
+
+class FailingChange : public ::testing::TestWithParam<Change> {};
+
+// As many records as fill a leaf of the name index, so that the next one splits it.
+constexpr std::size_t kRecords = 25;
+
+TEST_P(FailingChange, loses_nothing) {
+  bool struck = true;
+  for (std::uint64_t n = 1; struck && n < kMaxCalls; ++n) {
+    SCOPED_TRACE(n);
+    Orders orders;
+    orders.create();
+    VqDatabase* database = orders.open(GetParam().mode);
+    std::vector<Order> records;
+    std::uint32_t recno = 0;
+    for (std::size_t i = 0; i < kRecords; ++i) {
+      records.push_back({std::string(1, static_cast<char>('a' + i)), static_cast<int>(i) * 7,
+                         1 + static_cast<int>(i)});
+      ASSERT_EQ(0, lib.DBapprec(database, record_of(records.back()).data(), &recno));
+    }
+    ASSERT_EQ(0, lib.DBclose(database));
+
+    ASSERT_EQ(0, lib.DBuse(&orders.block, orders.table().c_str(), GetParam().mode, &database));
+    const Order order = {"mm", 31, 28};
+    const std::uint32_t changed = GetParam().appends ? kRecords + 1 : 3;
+    orders.block.detail = 0;
+    std::int32_t result = 0;
+    {
+      const FaultPlan plan(n, Verdict::fail, GetParam().disk_stays_full ? is_write : nullptr,
+                           GetParam().disk_stays_full);
+      result = GetParam().appends ? lib.DBapprec(database, record_of(order).data(), &recno)
+                                  : lib.DBupdrec(database, changed, record_of(order).data());
+      if (result == 0) result = lib.DBflush(database);
+      struck = plan.struck();
+    }
+    EXPECT_TRUE(result == 0 || orders.block.detail != 0) << result;
+    EXPECT_TRUE(struck || result == 0);
+    (void)lib.DBclose(database);
+
+    ASSERT_EQ(0, lib.DBuse(&orders.block, orders.table().c_str(), 0, &database))
+        << orders.block.detail;
+    if (result == 0) {
+      if (GetParam().appends) {
+        records.push_back(order);
+      } else {
+        records[changed - 1] = order;
+      }
+      expect_in_step(database, orders, records);
+    } else {
+      expect_nothing_lost(database, orders, records, changed);
+    }
+    EXPECT_EQ(0, lib.DBclose(database));
+    if (HasFatalFailure()) return;
+  }
+  EXPECT_FALSE(struck);
+}
+
+INSTANTIATE_TEST_SUITE_P(changes, FailingChange,
+                         ::testing::Values(Change{"append", 0, false, true},
+                                           Change{"append_shared", 2, false, true},
+                                           Change{"append_full", 0, true, true},
+                                           Change{"append_shared_full", 4, true, true},
+                                           Change{"update", 0, false, false},
+                                           Change{"update_shared", 2, false, false},
+                                           Change{"update_shared_full", 4, true, false}),
+                         [](const auto& test) { return test.param.name; });
+
+// Opens until nothing fails any more; gives the detail codes of the refusals.
+template <typename Open>
+std::set<std::int32_t> refusals(VqBlock& block, const std::vector<std::string>& files, Open open) {
+  std::set<std::int32_t> details;
+  // The first opening ever takes memory for the pools of handles as well.
+  VqDatabase* first = nullptr;
+  EXPECT_EQ(0, open(&first));
+  EXPECT_EQ(0, lib.DBclose(first));
+  for (std::uint64_t n = 1; n < kMaxCalls; ++n) {
+    VqDatabase* database = nullptr;
+    block.detail = 0;
+    std::int32_t result = 0;
+    bool struck = false;
+    {
+      const FaultPlan plan(n, Verdict::fail, is_allocation);
+      result = open(&database);
+      struck = plan.struck();
+    }
+    if (result == 0) {
+      EXPECT_EQ(0, lib.DBclose(database));
+      if (!struck) return details;
+      continue;
+    }
+    // The reader of an index list answers every broken or unreadable line alike.
+    EXPECT_TRUE(result == VQ_E_NO_MEMORY || (result == VQ_E_FORMAT && block.detail == 6312));
+    EXPECT_EQ(nullptr, database);
+    details.insert(block.detail);
+    for (const std::string& file : files) EXPECT_FALSE(is_open(file)) << n;
+  }
+  ADD_FAILURE() << "never succeeds";
+  return details;
+}
+
+TEST(FailingOpen, tells_which_memory_ran_out_and_leaves_nothing_open) {
+  Orders orders;
+  const std::string memo_table = orders.file("NOTES");
+  const char* const fields[] = {"ID", "N5", "NOTE", "M"};
+  ASSERT_EQ(0, lib.DBcreat(&orders.block, memo_table.c_str(), 2, fields));
+  std::set<std::int32_t> details =
+      refusals(orders.block, {memo_table + ".DBF", memo_table + ".DBT"}, [&](VqDatabase** out) {
+        return lib.DBopen(&orders.block, memo_table.c_str(), 0, 1, 1, 0, nullptr, out, nullptr);
+      });
+  EXPECT_TRUE(std::ranges::includes(details, std::set{6116, 6117}));
+
+  orders.create();
+  ASSERT_EQ(0, lib.DBclose(orders.open()));
+  details = refusals(
+      orders.block, {orders.file("ORDERS.DBF"), orders.file("NAMES.NDX")},
+      [&](VqDatabase** out) { return lib.DBuse(&orders.block, orders.table().c_str(), 0, out); });
+  EXPECT_TRUE(std::ranges::includes(
+      details, std::set{6113, 6115, 6116, 6126, 6301, 6304, 6306, 6308, 6312}));
+}
+
+TEST(FailingUpdate, tells_which_memory_ran_out) {
+  Orders orders;
+  orders.create();
+  VqDatabase* const database = orders.open();
+  const std::string record = record_of({"ann", 1, 1});
+  std::uint32_t recno = 0;
+  for (const std::uint16_t flags : {std::uint16_t{0}, std::uint16_t{1}}) {
+    orders.block.runtime_flags = flags;
+    const char* const handed = record.data() + flags;
+    {
+      const FaultPlan plan(1, Verdict::fail, is_allocation);
+      EXPECT_EQ(VQ_E_NO_MEMORY, lib.DBapprec(database, handed, &recno));
+    }
+    EXPECT_EQ(6201, orders.block.detail);
+    ASSERT_EQ(0, lib.DBapprec(database, handed, &recno));
+    EXPECT_EQ(flags + 1U, recno) << "a refused append leaves no record";
+    for (const int n : {1, 2}) {
+      const FaultPlan plan(static_cast<std::uint64_t>(n), Verdict::fail, is_allocation);
+      EXPECT_EQ(VQ_E_NO_MEMORY, lib.DBupdrec(database, 1, handed));
+      EXPECT_EQ(6210 + n, orders.block.detail);
+    }
+  }
+  EXPECT_EQ(0, lib.DBclose(database));
+}
+
+TEST(FailingIndexList, leaves_no_half_written_list) {
+  Orders orders;
+  orders.create();
+  const std::string list = orders.file("ORDERS.DD");
+  bool written = false;
+  for (std::uint64_t n = 1; n < kMaxCalls && !written; ++n) {
+    write_file(list, "old");
+    VqDatabase* database = nullptr;
+    {
+      const FaultPlan plan(n, Verdict::cut_short,
+                           [](Call call) { return call == Call::write || call == Call::create; });
+      database = orders.open();
+      written = !plan.struck();
+    }
+    ASSERT_NE(nullptr, database) << "a list that cannot be written does not stop the open";
+    EXPECT_EQ(0, lib.DBclose(database));
+    EXPECT_TRUE(written || !file_exists(list) || read_file(list) == "old");
+  }
+  EXPECT_NE("old", read_file(list));
+}
+
+}  // namespace
+}  // namespace vqdb::testing

@@ -1,0 +1,137 @@
+// Several processes on one database at once.
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include "support/exports.h"
+#include "support/orders.h"
+#include "support/process.h"
+
+namespace vqdb::testing {
+namespace {
+
+// A refused lock is no failure: the request never waits, so its caller tries again.
+bool is_refusal(std::int32_t result) {
+  return result == VQ_E_LOCKED || result == VQ_E_FILE_LOCKED || result == VQ_E_LOCK_REFUSED;
+}
+
+// Opens the database of args: dialect, table, mode.
+VqDatabase* open_shared(VqBlock& block, const Arguments& args) {
+  VqDatabase* database = nullptr;
+  if (lib.DBinit(&block, static_cast<std::uint32_t>(std::stoi(args[0]))) != 0) return nullptr;
+  (void)lib.DBuse(&block, args[1].c_str(), static_cast<std::uint32_t>(std::stoi(args[2])) | 32,
+                  &database);
+  return database;
+}
+
+// Ends a child after its work, with a line that says what went wrong.
+int report(const VqBlock& block, std::int32_t result) {
+  say(result == 0 ? "done" : std::to_string(result) + "/" + std::to_string(block.detail));
+  return result == 0 ? 0 : 1;
+}
+
+// Appends args[3] orders by the name args[4].
+VQ_CHILD(append_orders) {
+  VqBlock block;
+  VqDatabase* const database = open_shared(block, args);
+  if (database == nullptr) return report(block, -1);
+  say("ready");
+  wait_for_line();
+  const int count = std::stoi(args[3]);
+  std::int32_t result = 0;
+  for (int i = 0; i < count && result == 0; ++i) {
+    const std::string record = record_of({args[4] + std::to_string(i % 10), i, 1 + i % 28});
+    std::uint32_t recno = 0;
+    do {
+      result = lib.DBapprec(database, record.data(), &recno);
+    } while (is_refusal(result));
+  }
+  if (result == 0) result = lib.DBclose(database);
+  return report(block, result);
+}
+
+// Gives args[3] records that are there new names, amounts and days.
+VQ_CHILD(change_orders) {
+  VqBlock block;
+  VqDatabase* const database = open_shared(block, args);
+  if (database == nullptr) return report(block, -1);
+  say("ready");
+  wait_for_line();
+  const int count = std::stoi(args[3]);
+  std::mt19937 random(7);
+  std::int32_t result = 0;
+  for (int i = 0; i < count && result == 0; ++i) {
+    const auto recno = static_cast<std::uint32_t>(1 + random() % 20);
+    const std::string record = record_of({"changed", i, 1 + i % 28});
+    do {
+      result = lib.DBupdrec(database, recno, record.data());
+    } while (is_refusal(result));
+  }
+  if (result == 0) result = lib.DBclose(database);
+  return report(block, result);
+}
+
+struct Sharing {
+  std::uint32_t dialect;
+  std::uint32_t mode;
+};
+
+class SharedDatabase : public ::testing::TestWithParam<Sharing> {};
+
+TEST_P(SharedDatabase, processes_that_append_and_change_at_once_lose_nothing) {
+  constexpr int kAppends = 150;
+  Orders orders(GetParam().dialect);
+  orders.create();
+  VqDatabase* database = orders.open();
+  ASSERT_NE(nullptr, database);
+  for (int i = 0; i < 20; ++i) {
+    std::uint32_t recno = 0;
+    ASSERT_EQ(0, lib.DBapprec(database, record_of({"first", i, 1}).data(), &recno));
+  }
+  ASSERT_EQ(0, lib.DBclose(database));
+
+  const Arguments place = {std::to_string(GetParam().dialect), orders.table(),
+                           std::to_string(GetParam().mode)};
+  const auto with = [&](const std::string& count, const std::string& name) {
+    Arguments args = place;
+    args.push_back(count);
+    args.push_back(name);
+    return args;
+  };
+  {
+    Child anna("append_orders", with(std::to_string(kAppends), "anna"));
+    Child bert("append_orders", with(std::to_string(kAppends), "bert"));
+    Child carl("change_orders", with(std::to_string(kAppends), ""));
+    for (Child* child : {&anna, &bert, &carl}) ASSERT_EQ("ready", child->read_line());
+    for (Child* child : {&anna, &bert, &carl}) child->write_line("go");
+    for (Child* child : {&anna, &bert, &carl}) EXPECT_EQ("done", child->read_line());
+  }
+
+  database = orders.open();
+  ASSERT_NE(nullptr, database);
+  const VqMember table = table_member(database);
+  std::vector<Order> records;
+  std::vector<int> seen[2] = {std::vector<int>(kAppends), std::vector<int>(kAppends)};
+  std::string record(kOrderBytes, '\0');
+  std::uint32_t recno = 0;
+  while (lib.DBnextrec(&table, record.data(), &recno, nullptr) == 0) {
+    records.push_back(order_in(record));
+    const Order& order = records.back();
+    if (order.name[0] == 'a') ++seen[0].at(static_cast<std::size_t>(order.cents));
+    if (order.name[0] == 'b') ++seen[1].at(static_cast<std::size_t>(order.cents));
+  }
+  EXPECT_EQ(20U + 2 * kAppends, records.size());
+  for (const std::vector<int>& each : seen) EXPECT_EQ(std::vector<int>(kAppends, 1), each);
+  expect_in_step(database, orders, records);
+  EXPECT_EQ(0, lib.DBclose(database));
+}
+
+// Dialects 1 and 2 lock by schemes 1 and 0.
+INSTANTIATE_TEST_SUITE_P(modes, SharedDatabase,
+                         ::testing::Values(Sharing{1, 2}, Sharing{1, 4}, Sharing{2, 2},
+                                           Sharing{2, 4}));
+
+}  // namespace
+}  // namespace vqdb::testing
