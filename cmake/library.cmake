@@ -38,12 +38,19 @@ set_target_properties(vqdbsys PROPERTIES LINKER_LANGUAGE CXX)
 
 if(WIN32)
   set_target_properties(vqdbsys PROPERTIES PREFIX "" LINK_DEPENDS ${generated}/vqdbsys.def)
-  # The definition file names the functions plainly; the linker finds the decorated ones, and
-  # hosts that link against the import library find the plain names the same way.
   enable_language(RC)
   target_sources(vqdbsys PRIVATE ${generated}/vqdbsys.def
                                  ${PROJECT_SOURCE_DIR}/src/exports/vqdbsys.rc)
-  target_link_options(vqdbsys PUBLIC -Wl,--enable-stdcall-fixup)
+  # The definition file names the functions plainly; the linker finds the decorated ones.
+  target_link_options(vqdbsys PRIVATE -Wl,--enable-stdcall-fixup)
+  add_custom_command(
+    TARGET vqdbsys
+    POST_BUILD
+    COMMAND ${CMAKE_COMMAND} -DNM=${CMAKE_NM} -DDLLTOOL=${CMAKE_DLLTOOL}
+            -DOBJECTS=$<TARGET_OBJECTS:vq_exports> -DNAMES=${generated}/exported_names.txt
+            -DLIBRARY=$<TARGET_LINKER_FILE:vqdbsys> -P
+            ${PROJECT_SOURCE_DIR}/cmake/import_library.cmake
+    VERBATIM)
 else()
   set_target_properties(vqdbsys PROPERTIES SOVERSION ${PROJECT_VERSION_MAJOR} LINK_DEPENDS
                                            ${generated}/vqdbsys.map)

@@ -16,13 +16,14 @@ typedef struct Column {
   int decimals;
   int offset;   /* in the new record, behind the deletion flag */
   int distinct; /* different values in the source */
+  int letters;  /* records whose value begins with a letter */
 } Column;
 
 typedef struct Plan {
   Column columns[kMaxColumns];
   int count;
   int record_length;
-  const Column* name;   /* the character column that tells the records best apart */
+  const Column* name;   /* the character column that names the records best */
   const Column* group;  /* another one, with few values */
   const Column* number; /* the numeric column with most values */
 } Plan;

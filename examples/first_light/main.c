@@ -161,11 +161,16 @@ static void change_records(Demo* demo) {
   printf("\nRecord %u, the last by name, now begins with '!'\n", (unsigned)recno);
   show(demo, kNames, "By name again: it comes first");
 
+  DBrewind(&demo->order[kNumbers]);
+  check("DBnextrec", &demo->block, DBnextrec(&demo->order[kNumbers], demo->record, &recno, key));
+  const double below = number_of(plan, demo->record) - 1;
   DBforward(&demo->order[kNumbers]);
   check("DBprevrec", &demo->block, DBprevrec(&demo->order[kNumbers], demo->record, &recno, key));
-  set_number(demo, -1);
+  set_number(demo, below);
   check("DBupdrec", &demo->block, DBupdrec(demo->database, recno, demo->record));
-  printf("\nRecord %u, the last by %s, now has -1 there\n", (unsigned)recno, plan->number->name);
+  printf("\nRecord %u, the last by %s, now has %.2f there\n", (unsigned)recno, plan->number->name,
+         below);
+  show(demo, kNumbers, "By number again: it comes first");
 
   for (uint32_t i = 1; i <= count; ++i) {
     if (i % 3 == 0) {
@@ -184,9 +189,9 @@ static void change_records(Demo* demo) {
       --deleted;
     }
   }
-  printf("Halved %s in %d records; %d are now marked as deleted\n", plan->number->name, halved,
+  printf("\nHalved %s in %d records; %d are now marked as deleted\n", plan->number->name, halved,
          deleted);
-  show(demo, kNumbers, "By number again");
+  show(demo, kMixed, "By group and name again");
 }
 
 int main(int argc, char** argv) {

@@ -1,3 +1,4 @@
+#include <ctype.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -61,6 +62,7 @@ void plan_column(Demo* demo, VqTable* source, const char* name, const char* reco
   for (uint32_t i = 0; i < count; ++i) {
     DBexfield(source, records + i * (size_t)length, name, text);
     measure(&column, text, &integer_digits);
+    column.letters += isalpha((unsigned char)text[0]) != 0;
   }
   if (column.type == 'N') {
     const int room = kNumberWidth - integer_digits - 2; /* one for the point, one for a minus */
@@ -74,10 +76,17 @@ void plan_column(Demo* demo, VqTable* source, const char* name, const char* reco
   plan->columns[plan->count++] = column;
 }
 
+/* Names begin with letters, codes seldom do; otherwise the column with more values is better. */
+static int names_better(const Column* column, const Column* than) {
+  if (than == NULL) return 1;
+  if ((column->letters > 0) != (than->letters > 0)) return column->letters > 0;
+  return column->distinct > than->distinct;
+}
+
 void choose_columns(Plan* plan) {
   for (int i = 0; i < plan->count; ++i) {
     const Column* const column = &plan->columns[i];
-    if (column->type == 'C' && (plan->name == NULL || column->distinct > plan->name->distinct)) {
+    if (column->type == 'C' && names_better(column, plan->name)) {
       plan->name = column;
     }
     if (column->type == 'N' &&
