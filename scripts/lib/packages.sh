@@ -1,7 +1,8 @@
 # What the scripts need from the machine. Sourced, not run.
 
 # Each need is PACKAGE=PROOF: a command, or a file when it begins with a slash.
-native_needs=(cmake=cmake ninja-build=ninja g++=g++ libgtest-dev=/usr/include/gtest/gtest.h)
+native_needs=(cmake=cmake ninja-build=ninja g++=g++ libgtest-dev=/usr/include/gtest/gtest.h
+  librapidcheck-dev=/usr/include/rapidcheck.h)
 windows_needs=(g++-mingw-w64-i686-posix=i686-w64-mingw32-g++ googletest=/usr/src/googletest/CMakeLists.txt)
 root_needs=(debootstrap=debootstrap)
 fuzz_needs=(clang=clang++)

@@ -97,11 +97,11 @@ class Assembler {
     for (std::size_t i = 0; i < taken; ++i) {
       if (!arguments[i]->is(row.arguments[i])) return Result::argument_type;
     }
-    if (given > taken) return Result::too_many;
     Call& call = lay(row.token, row.run, arguments, taken);
     const Result result =
         row.rule(block_, Arguments(call.arguments, call.argument_count), *call.result);
     if (!ok(result)) return result;
+    if (given > taken) return Result::too_many;
     return replace(taken + 1, *call.result);
   }
 
