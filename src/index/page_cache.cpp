@@ -61,8 +61,7 @@ Result PageCache::load(PageNumber page, Frame& frame) {
   const auto outcome = file_.read_at(offset_of(page), image(frame), page_bytes_, read);
   if (!outcome.ok()) return fail(block_, transfer_result(outcome), kPages.detail(1));
   if (read != page_bytes_) return fail(block_, Result::page_error, kPages.detail(2));
-  frames_[frame] = {
-      .page = page, .height = 0, .pins = 0, .referenced = true, .changed = false, .fresh = false};
+  frames_[frame] = {.page = page, .height = 0, .pins = 0, .changed = false, .fresh = false};
   insert_slot(page, frame);
   return Result::ok;
 }
@@ -75,7 +74,6 @@ Result PageCache::fetch_new(Frame& frame) {
 
 void PageCache::name_new(Frame frame, PageNumber page, std::uint32_t height) {
   frames_[frame].page = page;
-  frames_[frame].referenced = true;
   insert_slot(page, frame);
   mark_changed(frame, height);
   frames_[frame].fresh = true;
@@ -135,9 +133,15 @@ bool PageCache::find_victim(bool clean_only, Frame& frame) {
   for (std::uint32_t steps = 0; steps < 2 * buffers_; ++steps) {
     const Frame candidate = hand_;
     hand_ = hand_ + 1 == buffers_ ? 0 : hand_ + 1;
-    FrameState& state = frames_[candidate];
+    const FrameState& state = frames_[candidate];
     if (state.pins > 0 || (clean_only && state.changed)) continue;
-    if (std::exchange(state.referenced, false)) continue;
+    if (state.page != 0) {
+      Slot* const slot = find(state.page);
+      if (slot->referenced != 0) {
+        slot->referenced = 0;
+        continue;
+      }
+    }
     frame = candidate;
     return true;
   }

@@ -50,10 +50,10 @@ class PageCache {
 
   // The buffer that holds the page, read from the file when none does. REQUIRES page > 0.
   Result fetch(PageNumber page, Frame& frame) {
-    const Slot* slot = find(page);
+    Slot* slot = find(page);
     if (slot->page != page) return load(page, frame);
+    slot->referenced = 1;
     frame = slot->frame;
-    frames_[frame].referenced = true;
     return Result::ok;
   }
   // A buffer for a page that the file does not have yet; the image is zero.
@@ -81,21 +81,19 @@ class PageCache {
   // Forgets every page, changed ones too.
   void drop_all();
 
-  // Brings the place where the page would be found close to the processor.
-  void prefetch(PageNumber page) const { __builtin_prefetch(&slots_[hash(page)]); }
-
  private:
-  struct Slot {  // of the hash table; page 0 is an empty one
+  // Of the hash table; page 0 is an empty one. A look-up that succeeds touches nothing else.
+  struct Slot {
     PageNumber page;
-    Frame frame;
+    Frame frame : 31;
+    std::uint32_t referenced : 1;  // since the hand last passed
   };
   struct FrameState {
     PageNumber page;  // 0: holds none
     std::uint8_t height;
     std::uint8_t pins;
-    bool referenced;   // since the hand last passed
-    bool changed : 1;  // is in the list of changed frames
-    bool fresh : 1;    // the file has no such page yet
+    bool changed;  // is in the list of changed frames
+    bool fresh;    // the file has no such page yet
   };
 
   std::uint32_t hash(PageNumber page) const { return (page * 0x9E3779B1u) >> hash_shift_; }
@@ -105,7 +103,9 @@ class PageCache {
     while (slots_[at].page != page && slots_[at].page != 0) at = (at + 1) & slot_mask_;
     return &slots_[at];
   }
-  void insert_slot(PageNumber page, Frame frame) { *find(page) = {page, frame}; }
+  void insert_slot(PageNumber page, Frame frame) {
+    *find(page) = {.page = page, .frame = frame & 0x7FFFFFFF, .referenced = 1};
+  }
   void erase_slot(PageNumber page);
 
   Result load(PageNumber page, Frame& frame);
