@@ -1,0 +1,252 @@
+// NDX files as bytes: what create writes, what open accepts, and every refusal with its codes.
+#include "support/ndx_fixture.h"
+
+namespace vqdb::testing {
+namespace {
+
+using NdxFileTest = NdxFixture;
+
+TEST_F(NdxFileTest, create_writes_header_and_empty_root) {
+  struct Case {
+    const char* format;
+    unsigned flags, type, key_length, max_keys, numeric, unique;
+  };
+  const Case cases[] = {
+      {"C30", 0, 'C', 30, 13, 0, 0},       {"c100u", 0x40, 'C', 100, 4, 0, 0x40},
+      {"NU", 0x40, 'N', 8, 31, 1, 0x40},   {"D", 0, 'D', 8, 31, 1, 0},
+      {"F20U", 0x40, 'F', 8, 31, 1, 0x40}, {"3N", 0, 0, 8, 31, 1, 0},
+      {"3C1U", 0, 0, 1, 56, 0, 1},         {"3DU", 0, 0, 8, 31, 1, 1},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.format);
+    const std::string expression(240, 'X');
+    ASSERT_EQ(0, lib.dNcreat(&block, folder.file("new").c_str(), expression.c_str(), c.format));
+    std::string expected(1024, '\0');
+    expected[0] = 1;
+    expected[4] = 2;
+    expected[8] = static_cast<char>(c.flags);
+    expected[9] = static_cast<char>(c.type);
+    expected[12] = static_cast<char>(c.key_length);
+    expected[14] = static_cast<char>(c.max_keys);
+    expected[16] = static_cast<char>(c.numeric);
+    expected[18] = static_cast<char>(c.key_length + 8);
+    expected[20] = 2;
+    expected[23] = static_cast<char>(c.unique);
+    expected.replace(24, expression.size(), expression);
+    EXPECT_EQ(expected, read_file(folder.file("NEW.NDX")));
+
+    VqIndex* index = open("NEW");
+    ASSERT_NE(nullptr, index);
+    EXPECT_EQ(static_cast<int>(c.key_length), lib.dNkeylen(index));
+    // The dBASE III form does not tell dates from numbers.
+    const int type = c.type != 0 ? static_cast<int>(c.type) : c.numeric != 0 ? 'N' : 'C';
+    EXPECT_EQ(type, lib.dNkeytyp(index));
+    std::string text(241, '?');
+    int32_t flags = -1;
+    int32_t length = 0;
+    EXPECT_EQ(-4, lib.dNexpr(index, text.data(), 240, &flags));
+    EXPECT_EQ(3053, block.detail);
+    EXPECT_EQ(0, lib.dNexpr(index, text.data(), 241, &flags));
+    EXPECT_EQ(expression, text.c_str());
+    EXPECT_EQ(c.unique != 0 ? 4096 : 0, flags);
+    EXPECT_EQ(0, lib.dNexplen(index, &length, &flags));
+    EXPECT_EQ(240, length);
+    EXPECT_EQ(0, flags);
+    EXPECT_EQ(index, lib.dN3datek(index));
+    EXPECT_EQ('D', lib.dNkeytyp(index));
+    EXPECT_EQ(0, lib.dNclose(index));
+  }
+}
+
+TEST_F(NdxFileTest, create_refuses_what_the_format_cannot_hold) {
+  struct Case {
+    std::size_t expression_length;
+    const char* format;
+    int32_t result, detail;
+  };
+  const Case cases[] = {{241, "C10", -4, 3021}, {4, "C0", -4, 3022},
+                        {4, "C101", -4, 3022},  {4, "C", -4, 3022},
+                        {4, "C-5", -4, 3022},   {4, "L", -11, 3023},
+                        {4, "", -11, 3023},     {4, "3", -11, 3023},
+                        {4, "3M10", -11, 3023}, {4, "C99999999999999", -4, 3022}};
+  for (const Case& c : cases) {
+    EXPECT_EQ(c.result, lib.dNcreat(&block, folder.file("bad").c_str(),
+                                    std::string(c.expression_length, 'X').c_str(), c.format))
+        << c.format;
+    EXPECT_EQ(c.detail, block.detail) << c.format;
+  }
+  EXPECT_EQ(-5, lib.dNcreat(&block, folder.file("none/bad").c_str(), "X", "C10"));
+  EXPECT_EQ(3025, block.detail);
+  EXPECT_EQ(-4, lib.dNcreat(&block, folder.file("bad").c_str(), nullptr, "C10"));
+  EXPECT_EQ(3029, block.detail);
+  EXPECT_EQ(std::vector<std::string>{"TABLE.DBF"}, folder.list());
+}
+
+TEST_F(NdxFileTest, open_accepts_strides_of_other_writers) {
+  // Key length 10 with entries rounded up to 20 bytes.
+  ASSERT_EQ(0, lib.dNcreat(&block, folder.file("s").c_str(), "NAME", "C10"));
+  write_bytes(folder.file("S.NDX"), 14, std::string("\x19\0\0\0\x14", 5));
+  VqIndex* index = open("S");
+  ASSERT_NE(nullptr, index);
+  for (std::uint32_t recno = 1; recno <= 2000; ++recno) {
+    ASSERT_EQ(0,
+              lib.dNputkey(index, text_key(std::to_string(recno * 7919 % 2003), 10).data(), recno));
+  }
+  ASSERT_EQ(0, lib.dNclose(index));
+  EXPECT_EQ("", read("S").all_faults());
+  EXPECT_EQ(2000u, read("S").entries.size());
+}
+
+TEST_F(NdxFileTest, open_refuses_damaged_headers) {
+  struct Case {
+    const char* what;
+    std::size_t at;
+    std::string bytes;
+  };
+  const Case cases[] = {
+      {"root 0", 0, std::string(4, '\0')},
+      {"root outside the file", 0, std::string("\2\0\0\0", 4)},
+      {"pages that the file lacks", 4, std::string("\3\0\0\0", 4)},
+      {"wild page count", 4, std::string("\xFF\xFF\xFF\xFF", 4)},
+      {"key length 0", 12, std::string(2, '\0')},
+      {"key length above 100", 12, std::string("\x65\0\1\0", 4)},
+      {"key longer than its entry", 12, std::string("\x0B\0", 2)},
+      {"numeric key of 10 bytes", 9, "N"},
+      {"no keys per page", 14, std::string(2, '\0')},
+      {"too few keys per page to split", 14, std::string("\2\0", 2)},
+      {"more keys than fit a page", 14, std::string("\x1D\0", 2)},
+      {"entries of 0 bytes", 18, std::string(2, '\0')},
+      {"entries larger than a page", 18, std::string("\xFF\xFF", 2)},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    ASSERT_EQ(0, lib.dNcreat(&block, folder.file("d").c_str(), "NAME", "C10"));
+    write_bytes(folder.file("D.NDX"), c.at, c.bytes);
+    block.result = 0;
+    EXPECT_EQ(nullptr, open("D"));
+    EXPECT_EQ(-3, block.result);
+    EXPECT_EQ(10186, block.detail);
+    EXPECT_EQ(-3, lib.dNbuffs(&block, folder.file("D").c_str(), 10));
+    EXPECT_EQ(3251, block.detail);
+  }
+  write_file(folder.file("D.NDX"), std::string(255, '\1'));
+  EXPECT_EQ(nullptr, open("D"));
+  EXPECT_EQ(-17, block.result);
+  EXPECT_EQ(10183, block.detail);
+  EXPECT_EQ(nullptr, open("NONE"));
+  EXPECT_EQ(-5, block.result);
+  EXPECT_EQ(10421, block.detail);
+}
+
+TEST_F(NdxFileTest, memory_is_counted_by_buffers) {
+  ASSERT_EQ(0, lib.dNcreat(&block, folder.file("m").c_str(), "NAME", "C10"));
+  const std::string name = folder.file("m");
+  EXPECT_EQ(29 * 4 + 18 + 4 + 495 + 512 * 4, lib.dNbuffs(&block, name.c_str(), 1));
+  EXPECT_EQ(lib.dNbuffs(&block, name.c_str(), 1), lib.dNbuffs(&block, name.c_str(), 4));
+  EXPECT_EQ(541 * 1000 + 18 + 4 + 495, lib.dNbuffs(&block, name.c_str(), 1000));
+  EXPECT_EQ(-5, lib.dNbuffs(&block, folder.file("none").c_str(), 4));
+}
+
+TEST_F(NdxFileTest, closed_and_foreign_handles_are_refused) {
+  VqIndex* index = make("A", "C10");
+  ASSERT_EQ(0, lib.dNclose(index));
+  char key[10] = {};
+  char text[10];
+  uint32_t recno = 0;
+  int32_t number = 0;
+  const auto refused = [&](int32_t result, int32_t detail) {
+    EXPECT_EQ(-10, result) << detail;
+    EXPECT_EQ(detail, block.detail);
+  };
+  refused(lib.dNclose(index), 3231);
+  refused(lib.dNflush(index), 3071);
+  refused(lib.dNputkey(index, key, 1), 3161);
+  refused(lib.dNrmkey(index, key, 1), 3211);
+  refused(lib.dNupdkey(index, key, key, 1), 3311);
+  refused(lib.dNgetrno(index, key, &recno), 3091);
+  refused(lib.dNnxtkey(index, key, &recno), 3201);
+  refused(lib.dNprvkey(index, key, &recno), 3171);
+  refused(lib.dNcurkey(index, key, &recno), 3041);
+  refused(lib.dNrewind(index), 3191);
+  refused(lib.dNforwrd(index), 3081);
+  refused(lib.dNexpr(index, text, 10, &number), 3051);
+  refused(lib.dNexplen(index, &number, &number), 3061);
+  refused(lib.dNkeylen(index), 3111);
+  refused(lib.dNkeytyp(index), 3121);
+  refused(lib.dNlkfil(index), 3131);
+  refused(lib.dNulkfil(index), 3221);
+  refused(lib.dNlkfsta(index), 3141);
+  EXPECT_EQ(index, lib.dN3datek(index));
+  EXPECT_EQ(3001, block.detail);
+  EXPECT_EQ(-10, lib.dNputkey(nullptr, key, 1));
+  EXPECT_EQ(-10, lib.dNputkey(reinterpret_cast<VqIndex*>(&block), key, 1));
+  EXPECT_EQ(nullptr, lib.dNopen(nullptr, "A", 0, 4));
+}
+
+TEST_F(NdxFileTest, arguments_that_cannot_be_are_refused) {
+  VqIndex* index = make("A", "C10");
+  char key[10] = {};
+  uint32_t recno = 0;
+  EXPECT_EQ(-4, lib.dNputkey(index, nullptr, 1));
+  EXPECT_EQ(3162, block.detail);
+  EXPECT_EQ(-4, lib.dNputkey(index, key, 0));
+  EXPECT_EQ(-4, lib.dNrmkey(index, nullptr, 1));
+  EXPECT_EQ(3212, block.detail);
+  EXPECT_EQ(-4, lib.dNupdkey(index, key, nullptr, 1));
+  EXPECT_EQ(3312, block.detail);
+  EXPECT_EQ(-4, lib.dNgetrno(index, nullptr, &recno));
+  EXPECT_EQ(3092, block.detail);
+  EXPECT_EQ(-4, lib.dNgetrno(index, key, nullptr));
+  EXPECT_EQ(3099, block.detail);
+  EXPECT_EQ(-4, lib.dNnxtkey(index, nullptr, &recno));
+  EXPECT_EQ(3209, block.detail);
+  EXPECT_EQ(-4, lib.dNexpr(index, nullptr, 10, nullptr));
+  EXPECT_EQ(3052, block.detail);
+  EXPECT_EQ(nullptr, lib.dNopen(table, nullptr, 0, 4));
+  EXPECT_EQ(-4, block.result);
+  EXPECT_EQ(0, lib.dNclose(index));
+}
+
+TEST_F(NdxFileTest, read_only_index_is_searched_but_not_changed) {
+  VqIndex* index = make("R", "C10");
+  const std::string key = text_key("KEY", 10);
+  ASSERT_EQ(0, lib.dNputkey(index, key.data(), 3));
+  ASSERT_EQ(0, lib.dNclose(index));
+  const std::string before = read_file(folder.file("R.NDX"));
+  for (const std::uint32_t mode : {1u, 3u, 5u}) {
+    index = open("R", mode);
+    ASSERT_NE(nullptr, index);
+    EXPECT_EQ(-16, lib.dNputkey(index, key.data(), 4));
+    EXPECT_EQ(3163, block.detail);
+    EXPECT_EQ(-16, lib.dNrmkey(index, key.data(), 3));
+    EXPECT_EQ(3213, block.detail);
+    EXPECT_EQ(-16, lib.dNupdkey(index, key.data(), key.data(), 3));
+    EXPECT_EQ(3313, block.detail);
+    uint32_t recno = 0;
+    EXPECT_EQ(0, lib.dNgetrno(index, key.data(), &recno));
+    EXPECT_EQ(3u, recno);
+    EXPECT_EQ(0, lib.dNflush(index));
+    EXPECT_EQ(0, lib.dNclose(index));
+  }
+  EXPECT_EQ(before, read_file(folder.file("R.NDX")));
+}
+
+TEST_F(NdxFileTest, copy_is_the_same_file) {
+  VqIndex* index = make("A", "N");
+  for (std::uint32_t recno = 1; recno <= 3000; ++recno) {
+    ASSERT_EQ(0, lib.dNputkey(index, number_key(recno).data(), recno));
+  }
+  ASSERT_EQ(0, lib.dNclose(index));
+  const std::string source = folder.file("a");
+  write_file(folder.file("B.NDX"), "old");
+  EXPECT_EQ(0, lib.dNcopy(&block, source.c_str(), folder.file("b").c_str()));
+  EXPECT_EQ(read_file(folder.file("A.NDX")), read_file(folder.file("B.NDX")));
+  EXPECT_EQ(-11, lib.dNcopy(&block, source.c_str(), folder.file("A.NDX").c_str()));
+  EXPECT_EQ(3012, block.detail);
+  EXPECT_EQ(-5, lib.dNcopy(&block, folder.file("none").c_str(), folder.file("b").c_str()));
+  EXPECT_EQ((std::vector<std::string>{"A.NDX", "B.NDX", "TABLE.DBF"}), folder.list());
+  EXPECT_EQ(3000u, read("B").entries.size());
+}
+
+}  // namespace
+}  // namespace vqdb::testing
