@@ -35,17 +35,14 @@ Result move(NdxFile& file, Direction direction, bool& found) {
   Cursor& cursor = file.cursor;
   bool at_entry = false;
   if (const Result result = locate(file, at_entry); !ok(result)) return result;
-  const PageNumber leaf = cursor.path.leaf().page;
-  Result result = Result::ok;
   if (direction == Direction::backward) {
-    result = file.tree.previous(cursor.path, found);
-  } else if (at_entry && cursor.anchor == Cursor::Anchor::entry) {
-    result = file.tree.next(cursor.path, found);
-  } else {
-    result = file.tree.step_to_entry(cursor.path, found);
+    if (cursor.path.leaf().slot == 0) --cursor.leaves_passed;
+    return file.tree.previous(cursor.path, found);
   }
-  if (cursor.path.leaf().page == leaf) return result;
-  cursor.leaves_passed += direction == Direction::forward ? 1 : -1;
+  const bool leaves_entry = at_entry && cursor.anchor == Cursor::Anchor::entry;
+  const Result result = leaves_entry ? file.tree.next(cursor.path, found)
+                                     : file.tree.step_to_entry(cursor.path, found);
+  if (cursor.path.leaf().slot == 0) ++cursor.leaves_passed;
   return result;
 }
 
