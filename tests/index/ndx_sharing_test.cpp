@@ -81,7 +81,7 @@ TEST_F(NdxLocks, one_handle_at_a_time_holds_the_file) {
     block.system_error = 0;
     EXPECT_EQ(-38, lib.dNlkfil(theirs));
     EXPECT_EQ(3133, block.detail);
-    EXPECT_NE(0, block.system_error);
+    EXPECT_NE(0, int32_t{block.system_error});
     // The holder works on, and has written when it lets go.
     ASSERT_EQ(0, lib.dNputkey(mine, text_key("A", 10).data(), 5));
     EXPECT_EQ(0, lib.dNulkfil(mine));
