@@ -60,6 +60,17 @@ std::int32_t day_argument(const Run& run, Arguments arguments) {
   return whole_day(run.day(arguments[0]));
 }
 
+// The same as month, day and year, all 0 for the empty date. A field has them as they are.
+convert::Date date_argument(const Run& run, Arguments arguments) {
+  const Value& value = arguments[0];
+  if (value.form == Form::field) {
+    const convert::Date date = convert::read_date_field(run.text(value).data());
+    return convert::is_valid(date) ? date : convert::Date{};
+  }
+  const std::int32_t day = whole_day(run.day(value));
+  return day == 0 ? convert::Date{} : convert::date_of(day);
+}
+
 Result cdow(Run& run, Arguments arguments, Value& result) {
   const std::int32_t day = day_argument(run, arguments);
   result.set_text(day == 0 ? kUnknown : convert::kDayNames[static_cast<std::size_t>(day % 7)]);
@@ -67,12 +78,12 @@ Result cdow(Run& run, Arguments arguments, Value& result) {
 }
 
 std::string_view month_name(const convert::Date& date) {
-  return convert::kMonthNames[static_cast<std::size_t>(date.month - 1)];
+  return date.month == 0 ? kUnknown
+                         : convert::kMonthNames[static_cast<std::size_t>(date.month - 1)];
 }
 
 Result cmonth(Run& run, Arguments arguments, Value& result) {
-  const std::int32_t day = day_argument(run, arguments);
-  result.set_text(day == 0 ? kUnknown : month_name(convert::date_of(day)));
+  result.set_text(month_name(date_argument(run, arguments)));
   return Result::ok;
 }
 
@@ -87,20 +98,17 @@ Result date(Run&, Arguments, Value& result) {
 }
 
 Result day(Run& run, Arguments arguments, Value& result) {
-  const std::int32_t number = day_argument(run, arguments);
-  result.set_number(number == 0 ? 0 : convert::date_of(number).day);
+  result.set_number(date_argument(run, arguments).day);
   return Result::ok;
 }
 
 Result month(Run& run, Arguments arguments, Value& result) {
-  const std::int32_t number = day_argument(run, arguments);
-  result.set_number(number == 0 ? 0 : convert::date_of(number).month);
+  result.set_number(date_argument(run, arguments).month);
   return Result::ok;
 }
 
 Result year(Run& run, Arguments arguments, Value& result) {
-  const std::int32_t number = day_argument(run, arguments);
-  result.set_number(number == 0 ? 0 : convert::date_of(number).year);
+  result.set_number(date_argument(run, arguments).year);
   return Result::ok;
 }
 
@@ -131,12 +139,11 @@ char* put_year(const VqBlock& block, std::int32_t year, char* out) {
 constexpr std::size_t kLongDate = 24;
 
 Result dmy(Run& run, Arguments arguments, Value& result) {
-  const std::int32_t number = day_argument(run, arguments);
+  const convert::Date date = date_argument(run, arguments);
   std::array<char, kLongDate> text;
-  const convert::Date date = number == 0 ? convert::Date{} : convert::date_of(number);
   char* end = put_digits(date.day, 2, ' ', text.data());
   *end++ = ' ';
-  end = put(number == 0 ? kUnknown : month_name(date), end);
+  end = put(month_name(date), end);
   *end++ = ' ';
   end = put_year(run.block(), date.year, end);
   return run.copy_text(result, {text.data(), static_cast<std::size_t>(end - text.data())});
@@ -144,12 +151,11 @@ Result dmy(Run& run, Arguments arguments, Value& result) {
 
 // The empty date's day is 00 here, though other days below 10 have a blank.
 Result mdy(Run& run, Arguments arguments, Value& result) {
-  const std::int32_t number = day_argument(run, arguments);
+  const convert::Date date = date_argument(run, arguments);
   std::array<char, kLongDate> text;
-  const convert::Date date = number == 0 ? convert::Date{} : convert::date_of(number);
-  char* end = put(number == 0 ? kUnknown : month_name(date), text.data());
+  char* end = put(month_name(date), text.data());
   *end++ = ' ';
-  end = put_digits(date.day, 2, number == 0 ? '0' : ' ', end);
+  end = put_digits(date.day, 2, date.day == 0 ? '0' : ' ', end);
   end = put(", ", end);
   end = put_year(run.block(), date.year, end);
   return run.copy_text(result, {text.data(), static_cast<std::size_t>(end - text.data())});
@@ -163,10 +169,10 @@ Result dtoc(Run& run, Arguments arguments, Value& result) {
 }
 
 Result dtos(Run& run, Arguments arguments, Value& result) {
-  const std::int32_t number = day_argument(run, arguments);
+  const convert::Date date = date_argument(run, arguments);
   char* place = run.make_text(result, convert::kDateFieldWidth);
   if (place == nullptr) return Result::no_memory;
-  convert::write_date_field(number == 0 ? convert::kBlankDate : convert::date_of(number), place);
+  convert::write_date_field(date.day == 0 ? convert::kBlankDate : date, place);
   return Result::ok;
 }
 
