@@ -1,0 +1,301 @@
+// Every call to the system fails once, in turn, in every operation that changes a table: the code
+// says what failed, and nothing that was acknowledged is lost.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <functional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "support/fault_plan.h"
+#include "table/scratch_table.h"
+
+namespace {
+
+using vqdb::platform::Call;
+using vqdb::platform::Verdict;
+using vqdb::testing::FaultPlan;
+using vqdb::testing::OpenTable;
+using vqdb::testing::read_file;
+using vqdb::testing::ScratchTable;
+using vqdb::testing::TemporaryFolder;
+
+using Records = std::vector<std::string>;
+
+constexpr std::uint32_t kRecords = 150;   // two blocks and a bit
+constexpr std::uint32_t kUnflushed = 54;  // as many as fill the third block
+
+// All records of a table file as it stands; a test failure when it cannot be read.
+Records records_in(const std::string& name) {
+  VqBlock block = vqdb::testing::block_of_kind(1);
+  OpenTable table(block, name, 1, 8);
+  EXPECT_NE(nullptr, static_cast<VqTable*>(table)) << +block.result << " " << +block.detail;
+  Records records;
+  std::uint32_t count = 0;
+  if (table == nullptr || lib.dDreccnt(table, &count) != 0) return records;
+  for (std::uint32_t i = 1; i <= count; ++i) {
+    std::string record(ScratchTable::kRecordBytes, '?');
+    EXPECT_EQ(0, lib.dDgetrec(table, i, record.data())) << i;
+    records.push_back(record);
+  }
+  return records;
+}
+
+// What a crash would leave: a copy of the file, taken while the table is open.
+Records records_after_crash(const ScratchTable& scratch) {
+  const std::string copy = scratch.folder.file("CRASH.DBF");
+  std::filesystem::copy_file(scratch.file, copy, std::filesystem::copy_options::overwrite_existing);
+  return records_in(copy);
+}
+
+bool holds_all(const Records& records, const Records& wanted) {
+  const std::multiset<std::string> held(records.begin(), records.end());
+  return std::all_of(wanted.begin(), wanted.end(),
+                     [&](const std::string& record) { return held.count(record) > 0; });
+}
+
+struct Operation {
+  const char* name;
+  std::uint32_t mode;
+  std::int32_t buffers;
+  std::uint16_t flags;
+  std::function<std::int32_t(VqTable*)> run;
+  std::function<void(Records&)> model;  // what success means
+  std::vector<std::int32_t> results;    // that failures may have
+  std::uint32_t touched = 0;            // record that a torn write may leave in pieces
+  bool moves_records = false;           // on disk too, before it succeeds
+  bool removes = false;
+};
+
+const std::string kNew = ScratchTable::record(90000);
+
+void append_to(Records& records) { records.push_back(kNew); }
+
+std::vector<Operation> operations() {
+  const auto append = [](VqTable* t) { return lib.dDapprec(t, kNew.data()); };
+  const auto append_fields = [](VqTable* t) { return lib.dDapprec(t, kNew.data() + 1); };
+  const auto update = [](VqTable* t) { return lib.dDupdrec(t, 70, kNew.data()); };
+  const auto overwrite = [](Records& records) { records[69] = kNew; };
+  const auto set_deleted = [](VqTable* t) { return lib.dDdelrec(t, 70); };
+  const auto insert = [](VqTable* t) { return lib.dDinsrec(t, 3, kNew.data()); };
+  const auto remove = [](VqTable* t) { return lib.dDrmrec(t, 3); };
+  const auto insert_third = [](Records& records) { records.insert(records.begin() + 2, kNew); };
+  const auto remove_third = [](Records& records) { records.erase(records.begin() + 2); };
+  const auto flush = [](VqTable* t) { return lib.dDflush(t); };
+  return {
+      {"append, exclusive", 0, 1, 0, append, append_to, {-17}},
+      {"append, mode 2", 2, 0, 0, append, append_to, {-17, -39, -40}},
+      {"append, mode 2, fields only", 2, 2, 1, append_fields, append_to, {-17, -39, -40}},
+      {"append, mode 4", 4, 2, 0, append, append_to, {-17, -39, -40}},
+      {"update, exclusive", 0, 1, 0, update, overwrite, {-17}},
+      {"update, mode 2", 2, 0, 0, update, overwrite, {-17, -36}, 70},
+      {"update, mode 4", 4, 1, 0, update, overwrite, {-17, -36}, 70},
+      {"delete, mode 4", 4, 1, 0, set_deleted, [](Records& r) { r[69][0] = '*'; }, {-17, -36}, 70},
+      {"insert, one buffer", 0, 1, 0, insert, insert_third, {-17, -14}, 0, true},
+      {"insert, many buffers", 0, 30, 0, insert, insert_third, {-17, -14}, 0, true},
+      {"remove, one buffer", 0, 1, 0, remove, remove_third, {-17, -14}, 0, true, true},
+      {"remove, two buffers", 0, 2, 0, remove, remove_third, {-17, -14}, 0, true, true},
+      {"flush", 0, 5, 0, flush, [](Records&) {}, {-17}},
+  };
+}
+
+// Runs the operation with its n-th call failing. False once there is no n-th call.
+bool run_with_failure(const Operation& operation, std::uint64_t n, Verdict verdict, bool stays) {
+  ScratchTable scratch;
+  scratch.append(1, kRecords);
+  Records flushed = records_in(scratch.file);
+  Records acknowledged = flushed;
+  scratch.block.runtime_flags = operation.flags;
+  OpenTable table(scratch.block, scratch.name, operation.mode, operation.buffers);
+  // In exclusive mode some acknowledged records wait in the buffers.
+  for (std::uint32_t i = 1; operation.mode == 0 && i <= kUnflushed; ++i) {
+    EXPECT_EQ(0, lib.dDapprec(table, ScratchTable::record(80000 + i).data()));
+    acknowledged.push_back(ScratchTable::record(80000 + i));
+  }
+  scratch.block.detail = 0;
+  bool struck = false;
+  std::int32_t result = 0;
+  {
+    const FaultPlan plan(n, verdict, nullptr, stays);
+    result = operation.run(table);
+    struck = plan.struck();
+  }
+  // The record is in, but the append lock could not be given back.
+  const bool done = result == 0 || result == -39;
+  // Half a block may hold the record in question.
+  const bool may_succeed = verdict == Verdict::cut_short;
+  EXPECT_TRUE(result == 0 ? !struck || may_succeed : struck) << result;
+  if (result != 0) {
+    const auto& results = operation.results;
+    EXPECT_NE(results.end(), std::find(results.begin(), results.end(), result)) << result;
+    EXPECT_NE(0, +scratch.block.detail);
+  }
+  Records expected = acknowledged;
+  if (done) operation.model(expected);
+  Records on_disk = records_after_crash(scratch);
+  if (operation.moves_records) {
+    EXPECT_GE(on_disk.size(), flushed.size());
+  } else {
+    on_disk.resize(std::min(on_disk.size(), flushed.size()));
+    if (operation.touched != 0) on_disk[operation.touched - 1] = flushed[operation.touched - 1];
+    EXPECT_EQ(flushed, on_disk) << "after a crash";
+  }
+
+  EXPECT_EQ(0, table.close()) << "what could not be written is written later";
+  Records kept = records_in(scratch.file);
+  if (operation.moves_records && stays && !done) {
+    Records wanted = acknowledged;
+    if (operation.removes) wanted.erase(wanted.begin() + 2);
+    EXPECT_TRUE(holds_all(kept, wanted));
+  } else {
+    if (operation.touched != 0 && !done) {
+      kept[operation.touched - 1] = expected[operation.touched - 1];
+    }
+    EXPECT_EQ(expected, kept);
+  }
+  return struck;
+}
+
+TEST(TableFaults, no_failing_call_loses_an_acknowledged_record) {
+  for (const Operation& operation : operations()) {
+    for (const Verdict verdict : {Verdict::fail, Verdict::cut_short}) {
+      for (const bool stays : {false, true}) {
+        std::uint64_t n = 1;
+        while (n < 1000 && run_with_failure(operation, n, verdict, stays)) {
+          ASSERT_FALSE(HasFailure()) << operation.name << ", call " << n
+                                     << (verdict == Verdict::fail ? " fails" : " cut short")
+                                     << (stays ? ", and all after" : "");
+          ++n;
+        }
+        EXPECT_GT(n, 1u) << operation.name << " makes no call";
+      }
+    }
+  }
+}
+
+TEST(TableFaults, open_and_create_fail_cleanly) {
+  for (std::uint64_t n = 1;; ++n) {
+    ASSERT_LT(n, 100u);
+    ScratchTable scratch;
+    scratch.append(1, 3);
+    const std::string before = read_file(scratch.file);
+    VqTable* table = nullptr;
+    bool struck = false;
+    {
+      const FaultPlan plan(n);
+      table = lib.dDopen(&scratch.block, scratch.name.c_str(), 0, 4);
+      struck = plan.struck();
+    }
+    EXPECT_EQ(struck, table == nullptr) << n;
+    if (table != nullptr) {
+      EXPECT_EQ(0, lib.dDclose(table));
+      break;
+    }
+    EXPECT_TRUE(+scratch.block.result == -14 || +scratch.block.result == -17) << n;
+    EXPECT_NE(0, +scratch.block.detail) << n;
+    EXPECT_EQ(before, read_file(scratch.file));
+  }
+  std::set<std::int32_t> details;
+  for (std::uint64_t n = 1;; ++n) {
+    ASSERT_LT(n, 100u);
+    TemporaryFolder folder;
+    VqBlock block = vqdb::testing::block_of_kind(4);
+    std::vector<std::string> names;
+    for (int i = 0; i < 300; ++i) names.push_back("F" + std::to_string(i));
+    std::vector<const char*> fields;
+    for (const std::string& name : names) fields.insert(fields.end(), {name.c_str(), "L"});
+    std::int32_t result = 0;
+    {
+      const FaultPlan plan(n, Verdict::cut_short);
+      result = lib.dDcreat(&block, folder.file("T").c_str(), 300, fields.data());
+      if (!plan.struck()) break;
+    }
+    EXPECT_NE(0, result);
+    EXPECT_TRUE(folder.list().empty()) << n;
+    details.insert(+block.detail);
+  }
+  EXPECT_EQ((std::set<std::int32_t>{152, 153, 155, 163, 164}), details);
+}
+
+TEST(TableFaults, details_name_the_step) {
+  struct Case {
+    const char* what;
+    std::uint32_t mode;
+    std::int32_t buffers;
+    std::uint16_t flags;
+    Call call;
+    std::uint64_t n;
+    std::function<std::int32_t(VqTable*)> run;
+    std::int32_t result, detail;
+  };
+  static std::string out(ScratchTable::kRecordBytes, ' ');
+  const auto get = [](VqTable* t) { return lib.dDgetrec(t, 1, out.data()); };
+  const auto status = [](VqTable* t) { return lib.dDrecsta(t, 1); };
+  const auto append = [](VqTable* t) { return lib.dDapprec(t, out.data()); };
+  const auto update = [](VqTable* t) { return lib.dDupdrec(t, 1, out.data()); };
+  const auto flush = [](VqTable* t) { return lib.dDflush(t); };
+  const auto append_and_flush = [](VqTable* t) {
+    const std::int32_t result = lib.dDapprec(t, out.data());
+    return result != 0 ? result : lib.dDflush(t);
+  };
+  const auto update_and_read = [](VqTable* t) {
+    const std::int32_t result = lib.dDupdrec(t, 1, out.data());
+    return result != 0 ? result : lib.dDgetrec(t, 140, out.data());
+  };
+  const auto fill_block = [](VqTable* t) {
+    std::int32_t result = 0;
+    while (result == 0 && lib.dDfields(t) != 0) result = lib.dDapprec(t, out.data());
+    return result;
+  };
+  const Case cases[] = {
+      {"read from a buffer", 0, 1, 0, Call::read, 1, get, -17, 10063},
+      {"read from the file", 2, 0, 0, Call::read, 1, get, -17, 264},
+      {"read from the file, fields only", 2, 1, 1, Call::read, 1, get, -17, 265},
+      {"flag from the file", 2, 1, 0, Call::read, 1, status, -17, 384},
+      {"count at an append", 2, 0, 0, Call::read, 1, append, -17, 423},
+      {"append lock", 4, 1, 0, Call::lock, 1, append, -40, 325},
+      {"append unlock", 4, 1, 0, Call::unlock, 1, append, -39, 353},
+      {"record", 2, 0, 0, Call::write, 1, append, -17, 331},
+      {"header", 2, 0, 0, Call::write, 2, append, -17, 335},
+      {"block with the last record", 0, 1, 0, Call::read, 1, append, -17, 10063},
+      {"a full block makes room", 0, 1, 0, Call::write, 1, fill_block, -17, 341},
+      {"overwrite", 2, 0, 0, Call::write, 1, update, -17, 467},
+      {"record lock test", 2, 0, 0, Call::lock, 1, update, -36, 10454},
+      {"a changed block makes room", 0, 1, 0, Call::write, 1, update_and_read, -17, 10061},
+      {"flush of a block", 0, 1, 0, Call::write, 1, append_and_flush, -17, 242},
+      {"flush of the header", 0, 1, 0, Call::write, 2, append_and_flush, -17, 243},
+      {"nothing to flush", 0, 1, 0, Call::write, 1, flush, 0, 0},
+      {"lock a file", 2, 0, 0, Call::lock, 1, lib.dDlkfil, -40, 485},
+      {"lock a file's records", 2, 0, 0, Call::lock, 3, lib.dDlkfil, -40, 485},
+      {"memory for the locks", 2, 0, 0, Call::allocate, 1, lib.dDlkfil, -14, 486},
+      {"lock a record", 2, 0, 0, Call::lock, 1, [](VqTable* t) { return lib.dDlkrec(t, 1); }, -40,
+       507},
+      {"memory for a lock", 2, 0, 0, Call::allocate, 1,
+       [](VqTable* t) { return lib.dDlkrec(t, 1); }, -14, 506},
+      {"unlock", 2, 0, 0, Call::unlock, 2,
+       [](VqTable* t) { return lib.dDlkrec(t, 1) + lib.dDpoplk(t); }, -39, 494},
+      {"memory to insert", 0, 1, 0, Call::allocate, 1,
+       [](VqTable* t) { return lib.dDinsrec(t, 1, out.data()); }, -14, 275},
+      {"memory to remove", 0, 1, 0, Call::allocate, 1, [](VqTable* t) { return lib.dDrmrec(t, 1); },
+       -14, 405},
+      {"closing", 0, 1, 0, Call::close, 1, lib.dDclose, -17, 306},
+  };
+  for (const Case& c : cases) {
+    ScratchTable scratch;
+    scratch.append(1, 150);
+    scratch.block.runtime_flags = c.flags;
+    VqTable* const table = lib.dDopen(&scratch.block, scratch.name.c_str(), c.mode, c.buffers);
+    static Call call;
+    call = c.call;
+    {
+      const FaultPlan plan(c.n, Verdict::fail, [](Call made) { return made == call; });
+      EXPECT_EQ(c.result, c.run(table)) << c.what;
+    }
+    EXPECT_EQ(c.detail, +scratch.block.detail) << c.what;
+    EXPECT_EQ(c.detail == 306 ? -10 : 0, lib.dDclose(table)) << c.what;
+  }
+}
+
+}  // namespace
