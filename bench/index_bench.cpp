@@ -246,7 +246,7 @@ void append_three_ours(benchmark::State& state) {
     VqDatabase* database = nullptr;
     VqIndexSpec* failed = nullptr;
     require(
-        DBopen(block, path.c_str(), 0, 64, 0, kKept.size(), specs.data(), &database, &failed) == 0,
+        DBopen(block, path.c_str(), 0, 64, 1, kKept.size(), specs.data(), &database, &failed) == 0,
         "DBopen");
     std::array<char, kRecordBytes> record;
     std::uint32_t number = 0;
