@@ -215,7 +215,7 @@ std::int32_t VQ_CALL DBgetmemo(VqDatabase* database, const char* reference, std:
                                std::int32_t max, void* buffer, std::int32_t* length,
                                std::int32_t* done) {
   return with_database(database, kMemo, [&](api::Database& open) {
-    return any_null(reference, buffer, length, done)
+    return any_null(reference, buffer, length)
                ? Result::out_of_range
                : api::get_memo(open, reference, offset, max, buffer, length, done);
   });

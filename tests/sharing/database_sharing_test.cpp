@@ -73,6 +73,21 @@ VQ_CHILD(change_orders) {
   return report(block, result);
 }
 
+// Holds a lock of the kind that args[3] names until told to let go.
+VQ_CHILD(hold_lock) {
+  VqBlock block;
+  VqDatabase* const database = open_shared(block, args);
+  if (database == nullptr) return report(block, -1);
+  auto* const table = static_cast<VqTable*>(table_member(database).handle);
+  const std::int32_t result = args[3] == "record"   ? lib.dDlkrec(table, 2)
+                              : args[3] == "append" ? lib.dDlkapp(table)
+                                                    : lib.dDlkfil(table);
+  say(result == 0 ? "held" : std::to_string(block.detail));
+  wait_for_line();
+  (void)lib.DBclose(database);
+  return 0;
+}
+
 struct Sharing {
   std::uint32_t dialect;
   std::uint32_t mode;
@@ -124,6 +139,54 @@ TEST_P(SharedDatabase, processes_that_append_and_change_at_once_lose_nothing) {
   }
   EXPECT_EQ(20U + 2 * kAppends, records.size());
   for (const std::vector<int>& each : seen) EXPECT_EQ(std::vector<int>(kAppends, 1), each);
+  expect_in_step(database, orders, records);
+  EXPECT_EQ(0, lib.DBclose(database));
+}
+
+TEST_P(SharedDatabase, a_lock_of_another_process_stops_just_what_it_covers) {
+  Orders orders(GetParam().dialect);
+  orders.create();
+  VqDatabase* const database = orders.open(GetParam().mode);
+  const std::vector<Order> records = {{"ann", 1, 1}, {"bob", 2, 2}, {"cid", 3, 3}};
+  std::uint32_t recno = 0;
+  for (std::size_t i = 0; i < 2; ++i) {
+    ASSERT_EQ(0, lib.DBapprec(database, record_of(records[i]).data(), &recno));
+  }
+  struct Case {
+    const char* lock;
+    bool stops_first, stops_second, stops_appends;
+  };
+  for (const Case& test : {Case{"record", false, true, false}, Case{"append", false, false, true},
+                           Case{"file", true, true, true}}) {
+    SCOPED_TRACE(test.lock);
+    Child other("hold_lock", {std::to_string(GetParam().dialect), orders.table(),
+                              std::to_string(GetParam().mode), test.lock});
+    ASSERT_EQ("held", other.read_line());
+    const std::string changed = record_of({"zoe", 9, 9});
+    for (const std::uint32_t n : {1U, 2U}) {
+      const bool stops = n == 1 ? test.stops_first : test.stops_second;
+      EXPECT_EQ(stops, is_refusal(lib.DBupdrec(database, n, changed.data())));
+      EXPECT_EQ(stops, is_refusal(lib.DBdelrec(database, n)));
+      EXPECT_EQ(stops, is_refusal(lib.DBrclrec(database, n)));
+      if (!stops) {
+        EXPECT_EQ(0, lib.DBupdrec(database, n, record_of(records[n - 1]).data()));
+      }
+    }
+    if (test.stops_appends) {
+      EXPECT_TRUE(is_refusal(lib.DBapprec(database, changed.data(), &recno)));
+    }
+    other.write_line("let go");
+    EXPECT_EQ(0, other.wait());
+  }
+  auto* const table = static_cast<VqTable*>(table_member(database).handle);
+  ASSERT_EQ(0, lib.dDlkrec(table, 1));
+  EXPECT_EQ(0, lib.DBupdrec(database, 1, record_of(records[0]).data()));
+  EXPECT_EQ(1, lib.dDlkcnt(table)) << "a lock of the host's stays";
+  EXPECT_EQ(0, lib.DBupdrec(database, 2, record_of(records[1]).data()));
+  EXPECT_EQ(1, lib.dDlkcnt(table)) << "a lock of the call's goes";
+  EXPECT_EQ(0, lib.dDlkapp(table));
+  EXPECT_EQ(0, lib.DBapprec(database, record_of(records[2]).data(), &recno));
+  EXPECT_EQ(0, lib.dDulkapp(table)) << "the host's append lock stays";
   expect_in_step(database, orders, records);
   EXPECT_EQ(0, lib.DBclose(database));
 }
