@@ -33,7 +33,6 @@ endif()
 
 add_library(vqdbsys SHARED ${VQ_OBJECTS} ${VQ_FAULT_OFF})
 target_include_directories(vqdbsys INTERFACE ${PROJECT_SOURCE_DIR}/include)
-target_link_libraries(vqdbsys PRIVATE vq_partial)
 set_target_properties(vqdbsys PROPERTIES LINKER_LANGUAGE CXX)
 
 if(WIN32)
@@ -55,6 +54,9 @@ else()
   set_target_properties(vqdbsys PROPERTIES SOVERSION ${PROJECT_VERSION_MAJOR} LINK_DEPENDS
                                            ${generated}/vqdbsys.map)
   target_link_options(vqdbsys PRIVATE -Wl,--version-script=${generated}/vqdbsys.map)
+  if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
+    target_link_options(vqdbsys PRIVATE -Wl,--no-undefined)
+  endif()
 
   # One relocatable object in which every symbol but the exported ones is local.
   add_custom_command(

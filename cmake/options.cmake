@@ -3,7 +3,6 @@ option(VQ_BUILD_EXAMPLES "Build the example programs" ON)
 option(VQ_BUILD_TOOLS "Build the command-line programs" ON)
 option(VQ_BUILD_BENCH "Build the benchmarks where their libraries are installed" OFF)
 option(VQ_BUILD_FUZZ "Build only the library objects and the fuzz targets (clang)" OFF)
-option(VQ_PARTIAL "Link although functions are missing; they crash when called" ON)
 
 set(CMAKE_C_STANDARD 11)
 set(CMAKE_C_EXTENSIONS OFF)
@@ -35,14 +34,3 @@ endif()
 
 add_library(vq_warnings INTERFACE)
 target_compile_options(vq_warnings INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
-
-# Linked by the test programs only: a half-built tree can run the tests of the rooms that exist.
-add_library(vq_partial INTERFACE)
-if(VQ_PARTIAL)
-  target_link_options(vq_partial INTERFACE -Wl,--warn-unresolved-symbols)
-  if(NOT WIN32)
-    # The loader refuses position-independent programs with calls to nowhere.
-    target_link_options(vq_partial INTERFACE
-                        $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:-no-pie>)
-  endif()
-endif()
