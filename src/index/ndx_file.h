@@ -94,6 +94,7 @@ class NdxFile : public Index {
   Byte unique = 0;               // header byte 23
   Byte byte20 = 0;               // header byte 20, kept as it is
   bool lock_is_callers = false;  // taken by lock_index_file
+  bool lock_lingers = false;     // could not be given back after an operation
   bool stale = false;            // memory and file may differ: refresh before the next operation
   std::uint32_t changes = 0;     // keys inserted and removed
   std::size_t expression_length = 0;

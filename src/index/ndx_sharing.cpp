@@ -28,7 +28,9 @@ bool is_busy(Result result) { return result == Result::file_locked || result == 
 Result enter(NdxFile& file) {
   if (file.lock_is_callers) return file.stale ? refresh(file) : Result::ok;
   const std::int32_t detail = file.block->detail;
-  Result result = table::lock_whole_file(*file.block, file.store.file(), file.scheme);
+  Result result = file.lock_lingers
+                      ? Result::ok
+                      : table::lock_whole_file(*file.block, file.store.file(), file.scheme);
   for (std::uint32_t tries = 0; is_busy(result) && tries < kEagerTries + kPatientTries; ++tries) {
     platform::pause(tries < kEagerTries ? 0 : kPauseMilliseconds);
     result = table::lock_whole_file(*file.block, file.store.file(), file.scheme);
@@ -45,7 +47,9 @@ Result enter(NdxFile& file) {
 
 Result leave(NdxFile& file) {
   if (file.lock_is_callers) return Result::ok;
-  return table::unlock_whole_file(*file.block, file.store.file(), file.scheme);
+  const Result result = table::unlock_whole_file(*file.block, file.store.file(), file.scheme);
+  file.lock_lingers = !ok(result);
+  return result;
 }
 
 Result refresh(NdxFile& file) {

@@ -55,12 +55,10 @@ bool PageCache::resize(std::uint32_t buffers) {
 }
 
 Result PageCache::load(PageNumber page, Frame& frame) {
-  if (page >= limit_) return fail(block_, Result::page_error, kPages.detail(2));
+  if (page >= limit_) return fail(block_, Result::page_error, kPages.detail(5));
   if (const Result result = victim(frame); !ok(result)) return result;
-  std::size_t read = 0;
-  const auto outcome = file_.read_at(offset_of(page), image(frame), page_bytes_, read);
-  if (!outcome.ok()) return fail(block_, transfer_result(outcome), kPages.detail(1));
-  if (read != page_bytes_) return fail(block_, Result::page_error, kPages.detail(2));
+  const auto outcome = file_.read_exactly(offset_of(page), image(frame), page_bytes_);
+  if (!outcome.ok()) return fail(block_, transfer_result(outcome), kPages.detail(2));
   frames_[frame] = {.page = page, .height = 0, .pins = 0, .changed = false, .fresh = false};
   insert_slot(page, frame);
   return Result::ok;
@@ -187,6 +185,12 @@ Result PageCache::write_frames(std::span<const Frame> frames) {
   return Result::ok;
 }
 
+Result PageCache::write_reachable(std::span<const Frame> frames) {
+  if (const Result result = header_.write_header(); !ok(result)) return result;
+  while (!frames.empty() && !frames_[frames.front()].changed) frames = frames.subspan(1);
+  return write_frames(frames);
+}
+
 Result PageCache::write_changed() {
   Frame* const begin = changed_.get();
   Frame* end = begin + changed_count_;
@@ -203,8 +207,11 @@ Result PageCache::write_changed() {
     return x.height != y.height ? x.height > y.height : x.page < y.page;
   });
   Result result = write_frames({begin, old});
-  if (ok(result)) result = header_.write_header();
-  if (ok(result)) result = write_frames({old, end});
+  if (ok(result)) {
+    result = write_reachable({old, end});
+    // A page or a header cut short is worse than a late success.
+    if (!ok(result)) result = write_reachable({old, end});
+  }
   const auto left = std::remove_if(begin, end, [&](Frame f) { return !frames_[f].changed; });
   changed_count_ = static_cast<std::uint32_t>(left - begin);
   return result;

@@ -114,6 +114,8 @@ class PageCache {
   void empty(Frame frame);
   Result write_run(std::span<const Frame> frames);
   Result write_frames(std::span<const Frame> frames);
+  // The header and the pages, less those at the front that are written already.
+  Result write_reachable(std::span<const Frame> frames);
   std::uint64_t offset_of(PageNumber page) const { return std::uint64_t{page} * unit_; }
   bool resize(std::uint32_t buffers);
 

@@ -1,0 +1,244 @@
+// The n-th call of the system fails, for n = 1, 2, ... until a whole history of changes succeeds.
+// Whatever failed, the tree in memory stays whole, the file opens as it lies on disk at that
+// moment, and no key that was flushed before is lost.
+#include <algorithm>
+#include <map>
+
+#include "support/fault_plan.h"
+#include "support/ndx_fixture.h"
+
+namespace vqdb::testing {
+namespace {
+
+using platform::Call;
+using platform::Verdict;
+
+struct Setting {
+  const char* name;
+  std::uint32_t mode;
+  std::int32_t buffers;
+  Verdict verdict;
+  bool and_all_after;
+};
+
+void PrintTo(const Setting& setting, std::ostream* out) { *out << setting.name; }
+
+class NdxFaults : public NdxFixture, public ::testing::WithParamInterface<Setting> {
+ protected:
+  static constexpr std::uint32_t kKept = 80;      // flushed before anything fails
+  static constexpr std::uint32_t kRemoved = 60;   // flushed too, and removed under failures
+  static constexpr std::uint32_t kInserted = 60;  // inserted under failures
+
+  // Long keys make a deep tree of few entries.
+  static std::string key(std::uint32_t n) {
+    std::string digits = std::to_string(n * 37 % 1000);
+    return text_key("KEY" + std::string(4 - digits.size(), '0') + digits, 100);
+  }
+
+  void SetUp() override {
+    NdxFixture::SetUp();
+    VqIndex* index = make("F", "C100");
+    for (std::uint32_t n = 1; n <= kKept + kRemoved; ++n) {
+      ASSERT_EQ(0, lib.dNputkey(index, key(n).data(), n));
+    }
+    ASSERT_EQ(0, lib.dNclose(index));
+    start_ = read_file(folder.file("F.NDX"));
+  }
+
+  // What was acknowledged goes into the model; a failure has its code and a detail.
+  void expect_code(int32_t result) {
+    if (result == 0) return;
+    EXPECT_TRUE(result == -17 || result == -14 || result == -39 || result == -40) << result;
+    EXPECT_NE(0, int32_t{block.detail});
+    ++failures_;
+  }
+
+  void put(VqIndex* index, std::uint32_t n) {
+    block.detail = 0;
+    const int32_t result = lib.dNputkey(index, key(n).data(), n);
+    expect_code(result);
+    (result == 0 ? present_ : unsure_)[key(n)] = n;
+  }
+  void remove(VqIndex* index, std::uint32_t n) {
+    block.detail = 0;
+    const int32_t result = lib.dNrmkey(index, key(n).data(), n);
+    if (result == -5) {
+      EXPECT_TRUE(unsure_.contains(key(n)));
+      return;
+    }
+    expect_code(result);
+    present_.erase(key(n));
+    if (result != 0) unsure_[key(n)] = n;
+  }
+
+  void change(VqIndex* index) {
+    for (std::uint32_t i = 0; i < kInserted; ++i) {
+      put(index, 200 + i);
+      if (i % 20 == 19) {
+        block.detail = 0;
+        expect_code(lib.dNflush(index));
+      }
+      remove(index, kKept + 1 + i);
+    }
+  }
+
+  // Every key of the model is found in the file, by search and by walking.
+  void expect_found(const std::string& name, std::uint32_t upto) {
+    VqIndex* index = open(name, 0, 50);
+    ASSERT_NE(nullptr, index) << block.result << " " << block.detail;
+    for (std::uint32_t n = 1; n <= upto; ++n) {
+      std::uint32_t recno = 0;
+      ASSERT_EQ(0, lib.dNgetrno(index, key(n).data(), &recno)) << n;
+      ASSERT_EQ(n, recno);
+    }
+    ASSERT_EQ(0, lib.dNclose(index));
+  }
+
+  // As if the machine had stopped now.
+  void expect_disk_keeps_flushed_keys() {
+    write_file(folder.file("CRASH.NDX"), read_file(folder.file("F.NDX")));
+    expect_found("CRASH", kKept);
+  }
+
+  void expect_walk_agrees(VqIndex* index) {
+    std::string found(100, '\0');
+    std::uint32_t recno = 0;
+    auto expected = present_.begin();
+    ASSERT_EQ(0, lib.dNrewind(index));
+    int32_t result = 0;
+    while ((result = lib.dNnxtkey(index, found.data(), &recno)) == 0) {
+      if (expected != present_.end() && expected->first == found) {
+        ++expected;
+      } else if (!unsure_.contains(found)) {
+        // Where a shared file could not be written any more, a page may still have entries that
+        // its new neighbour has as well.
+        ASSERT_TRUE(GetParam().mode != 0 && present_.contains(found)) << found;
+      }
+    }
+    ASSERT_EQ(-7, result);
+    ASSERT_TRUE(expected == present_.end()) << expected->first;
+  }
+
+  std::string start_;
+  std::map<std::string, std::uint32_t> present_;
+  std::map<std::string, std::uint32_t> unsure_;  // their change failed
+  int failures_ = 0;
+};
+
+TEST_P(NdxFaults, history_of_changes_loses_nothing) {
+  const Setting& setting = GetParam();
+  for (std::uint64_t n = 1;; ++n) {
+    SCOPED_TRACE(n);
+    write_file(folder.file("F.NDX"), start_);
+    present_.clear();
+    unsure_.clear();
+    failures_ = 0;
+    for (std::uint32_t i = 1; i <= kKept + kRemoved; ++i) present_[key(i)] = i;
+    VqIndex* index = open("F", setting.mode, setting.buffers);
+    ASSERT_NE(nullptr, index);
+    bool struck = false;
+    {
+      const FaultPlan plan(n, setting.verdict, nullptr, setting.and_all_after);
+      change(index);
+      struck = plan.struck();
+    }
+    ASSERT_NO_FATAL_FAILURE(expect_disk_keeps_flushed_keys());
+    ASSERT_NO_FATAL_FAILURE(expect_walk_agrees(index));
+    // In an exclusive mode a change that failed was not made.
+    const bool exact = setting.mode == 0;
+    for (std::uint32_t i = 0; i < kInserted; ++i) {
+      std::uint32_t recno = 0;
+      const bool inserted = lib.dNgetrno(index, key(200 + i).data(), &recno) == 0;
+      if (exact) {
+        ASSERT_EQ(present_.contains(key(200 + i)), inserted);
+      }
+      if (!inserted) {
+        ASSERT_EQ(0, lib.dNputkey(index, key(200 + i).data(), 200 + i));
+      }
+      present_[key(200 + i)] = 200 + i;
+    }
+    ASSERT_NO_FATAL_FAILURE(expect_walk_agrees(index));
+    ASSERT_EQ(0, lib.dNclose(index));
+    if (exact) {
+      ASSERT_EQ("", read("F").all_faults());
+    }
+    if (!struck) {
+      EXPECT_EQ(0, failures_);
+      break;
+    }
+    if (n > 40) n += n / 20;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Settings, NdxFaults,
+    ::testing::Values(Setting{"exclusive", 0, 4, Verdict::fail, false},
+                      Setting{"exclusive_cut_short", 0, 4, Verdict::cut_short, false},
+                      Setting{"exclusive_all_after", 0, 4, Verdict::fail, true},
+                      Setting{"exclusive_many_buffers", 0, 300, Verdict::fail, false},
+                      Setting{"shared", 4, 4, Verdict::fail, false},
+                      Setting{"shared_cut_short", 2, 30, Verdict::cut_short, false},
+                      Setting{"shared_all_after", 4, 30, Verdict::fail, true}),
+    [](const auto& setting) { return std::string(setting.param.name); });
+
+// Opening, creating and copying either work or leave nothing behind and say why.
+TEST_F(NdxFixture, files_are_made_whole_or_not_at_all) {
+  VqIndex* index = make("SOURCE", "N");
+  for (std::uint32_t n = 1; n <= 3000; ++n) {
+    ASSERT_EQ(0, lib.dNputkey(index, number_key(n).data(), n));
+  }
+  ASSERT_EQ(0, lib.dNclose(index));
+  const std::string source = read_file(folder.file("SOURCE.NDX"));
+  const std::vector<std::string> before = folder.list();
+  const std::string name = folder.file("TARGET");
+  for (const Verdict verdict : {Verdict::fail, Verdict::cut_short}) {
+    for (std::uint64_t n = 1;; ++n) {
+      SCOPED_TRACE(n);
+      block.detail = 0;
+      int32_t result = 0;
+      {
+        const FaultPlan plan(n, verdict);
+        result = lib.dNcreat(&block, name.c_str(), "NAME", "C10");
+      }
+      if (result == 0) break;
+      EXPECT_TRUE(result == -14 || result == -17 || result == -20) << result;
+      EXPECT_TRUE(block.detail >= 3024 && block.detail <= 3026) << int32_t{block.detail};
+      EXPECT_EQ(before, folder.list());
+    }
+    ASSERT_EQ(0, std::remove(folder.file("TARGET.NDX").c_str()));
+    write_file(folder.file("TARGET.NDX"), "old");
+    for (std::uint64_t n = 1;; ++n) {
+      SCOPED_TRACE(n);
+      int32_t result = 0;
+      {
+        const FaultPlan plan(n, verdict);
+        result = lib.dNcopy(&block, folder.file("SOURCE").c_str(), name.c_str());
+      }
+      if (result == 0) break;
+      EXPECT_EQ("old", read_file(folder.file("TARGET.NDX")));
+      EXPECT_EQ(before.size() + 1, folder.list().size());
+    }
+    EXPECT_EQ(source, read_file(folder.file("TARGET.NDX")));
+    ASSERT_EQ(0, std::remove(folder.file("TARGET.NDX").c_str()));
+    for (std::uint64_t n = 1;; ++n) {
+      SCOPED_TRACE(n);
+      {
+        const FaultPlan plan(n, verdict);
+        index = open("SOURCE");
+      }
+      if (index != nullptr) break;
+      EXPECT_TRUE(block.result == -14 || block.result == -17) << int32_t{block.result};
+    }
+    std::uint32_t recno = 0;
+    EXPECT_EQ(0, lib.dNgetrno(index, number_key(77).data(), &recno));
+    {
+      const FaultPlan plan(1, verdict, [](Call call) { return call == Call::close; });
+      EXPECT_EQ(-17, lib.dNclose(index));
+      EXPECT_EQ(3231, block.detail);
+    }
+    EXPECT_EQ(-10, lib.dNclose(index));
+  }
+}
+
+}  // namespace
+}  // namespace vqdb::testing
