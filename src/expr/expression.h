@@ -42,8 +42,10 @@ inline constexpr std::uint32_t kOrderedKey2 = 0x200;
 inline constexpr std::uint32_t kTextKey = 0x400;
 }  // namespace run_option
 
-// Runs against a whole record, deletion flag included (null where no field is read). Writes at most
-// max bytes (below 1: 1000), zero-terminated texts one more, and the length written.
+// Runs against a whole record, deletion flag included (null where no field is read). Writes the
+// value and its length: a text of at most max bytes (below 1: 1000) with a zero byte behind it, or
+// a number of 8 bytes. A key never passes max, but for those of numbers and dates: 8 bytes, or 12
+// packed.
 Result run(VqBlock& block, Expression& expression, const void* record, std::uint32_t options,
            std::int32_t max, void* buffer, std::int32_t& length);
 
