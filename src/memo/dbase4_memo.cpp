@@ -22,7 +22,6 @@ constexpr Operation kNew{210};
 constexpr Operation kAllocate{211};
 constexpr Operation kWrite{212};
 constexpr Operation kUpdate{216};
-constexpr Operation kReference{1016};
 
 using Text = std::span<const Byte>;
 
