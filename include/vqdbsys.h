@@ -310,7 +310,7 @@ int32_t VQ_CALL dUJto3i(int32_t day_number, int32_t *month, int32_t *day, int32_
  * valid date. */
 int32_t VQ_CALL dUatoJ(VqBlock *block, const char *text);
 /* The key of a number; kind 8 writes nothing. A packed key takes the first 16 of the value's 25
- * significant digits. */
+ * significant digits: 2899999999999999 for 0.29, where dUnftonk takes 29 from a field. */
 int32_t VQ_CALL dUdtonk(uint32_t kind, double value, void *key);
 /* The key of a numeric field, `width` bytes of text; a packed key takes all its digits. Kind 8
  * copies the text. 4081: wider than 20. */
