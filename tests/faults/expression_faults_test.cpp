@@ -48,7 +48,7 @@ TEST(ExpressionFaults, every_allocation_of_a_parse_has_its_code) {
 }
 
 TEST(ExpressionFaults, only_long_texts_take_memory_in_a_run) {
-  BoundTable bound;
+  BoundTable bound(8);
   const struct {
     const char* text;
     std::int32_t detail;  // 0: no allocation
@@ -59,7 +59,19 @@ TEST(ExpressionFaults, only_long_texts_take_memory_in_a_run) {
                {"DUE = {01/01/95}", 0},
                {"NAME + CITY", 5001},
                {"CITY - STATE", 5002},
-               {"UPPER(CITY)", 5086}};
+               {"UPPER(LEFT(CITY,3)) = 'SAN' .AND. YEAR(DUE) >= 1995 .AND. AMOUNT > 100", 0},
+               {"STR(AMOUNT,19,2) + ''", 0},
+               {"IIF(ACTIVE,TRIM(SUBSTR(CITY,1,25)),DMY(DUE))", 0},
+               {"MDY(DUE) = TIME(1)", 0},
+               {"UPPER(CITY)", 5086},
+               {"LOWER(CITY)", 5056},
+               {"PROPER(CITY)", 5092},
+               {"CHRTRAN(CITY,'a','b')", 5090},
+               {"STUFF(CITY,1,0,STATE)", 5081},
+               {"REPLICATE(STATE,10)", 5070},
+               {"SPACE(20)", 5078},
+               {"STR(AMOUNT,20)", 5080},
+               {"PADC(STATE,20)", 5093}};
   for (const auto& c : cases) {
     VqExpr* expr = nullptr;
     char type = 0;
