@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
 #include <string>
 #include <utility>
 
@@ -72,12 +71,6 @@ struct Work {
     return false;
   }
 };
-
-// The layout that the table is marked with; one without a mark has that of its dialect.
-Layout layout_of(const VqBlock& block, const std::string& table_path) {
-  if (const std::optional<Layout> marked = marked_layout(table_path)) return *marked;
-  return block.kind == 2 || block.kind == 7 ? Layout::dbase4 : Layout::dbase3;
-}
 
 Result last_result(const VqBlock& block) { return static_cast<Result>(block.result); }
 
@@ -165,9 +158,11 @@ Result compact(VqBlock& block, const char* name) {
   Work work;
   if (!work.allocate()) return Result::no_memory;
   const std::string table = table_name(name);
-  const Layout layout = layout_of(block, platform::resolve(table));
+  Layout layout = Layout::none;
+  Result result = layout_of_table(block, platform::resolve(table), layout);
+  if (!ok(result)) return result;
   Files files{block, driver(layout == Layout::dbase4 ? kDbase4Column : kDbase3Column), {}};
-  Result result = open_files(files, name, table, layout);
+  result = open_files(files, name, table, layout);
   if (ok(result)) result = copy_memos(files, work);
   if (ok(result) && !files.fresh->file.sync().ok()) {
     result = fail(block, Result::io, kNewFileStays);

@@ -48,15 +48,19 @@ std::string table_name(std::string_view name) {
                        : with_extension(table, kTableExtension);
 }
 
-std::optional<Layout> marked_layout(const std::string& path) {
+Result layout_of_table(VqBlock& block, const std::string& path, Layout& layout) {
   platform::File file;
-  Byte version = 0;
-  if (!file.open(path, platform::Access::read_only).ok() ||
-      !file.read_exactly(0, &version, 1).ok()) {
-    return std::nullopt;
+  if (const Result opened = open_file(block, path, open_mode::kReadOnly, file); !ok(opened)) {
+    return opened;
   }
-  if ((version & kHasMemo) == 0 || version == kFoxproVersion) return std::nullopt;
-  return (version & kDbase4Memo) != 0 ? Layout::dbase4 : Layout::dbase3;
+  Byte version = 0;
+  if (!file.read_exactly(0, &version, 1).ok()) {
+    return fail(block, Result::io, kMark.detail(1));
+  }
+  const bool marked = (version & kHasMemo) != 0 && version != kFoxproVersion;
+  const bool dbase4 = marked ? (version & kDbase4Memo) != 0 : block.kind == 2 || block.kind == 7;
+  layout = dbase4 ? Layout::dbase4 : Layout::dbase3;
+  return Result::ok;
 }
 
 Result mark_table(VqBlock& block, const std::string& path, Layout layout) {

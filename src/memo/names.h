@@ -3,7 +3,6 @@
 #ifndef VQDBSYS_MEMO_NAMES_H_
 #define VQDBSYS_MEMO_NAMES_H_
 
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -22,9 +21,9 @@ std::string memo_path(std::string_view name);
 // The name of the table that the memo file belongs to, with its extension.
 std::string table_name(std::string_view name);
 
-// The layout that a table's version byte gives its memo file; nothing when it gives none or the
-// table cannot be read.
-std::optional<Layout> marked_layout(const std::string& path);
+// The layout of a table's memo file, from its version byte or, when that tells nothing, from the
+// dialect.
+Result layout_of_table(VqBlock& block, const std::string& path, Layout& layout);
 
 // Marks a table as having a memo file of this layout, in its version byte.
 Result mark_table(VqBlock& block, const std::string& path, Layout layout);

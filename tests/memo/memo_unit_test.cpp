@@ -1,0 +1,134 @@
+// What the calls of the system show of memo operations: how many there are, and the lock.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "platform/file.h"
+#include "support/exports.h"
+#include "support/fault_plan.h"
+#include "support/files.h"
+#include "support/memo_files.h"
+
+namespace {
+
+using namespace vqdb::testing;
+using vqdb::platform::Call;
+using vqdb::platform::Verdict;
+using Layout = MemoFile::Layout;
+
+class MemoCalls : public ::testing::Test {
+ protected:
+  void create(Layout layout) {
+    write_file(folder_.file("T.DBF"), memo_table(0x03, 1, {}));
+    ASSERT_EQ(0, layout == Layout::dbase4 ? lib.dTcreat(&block_, name_.c_str())
+                                          : lib.dTcreat3(&block_, name_.c_str()));
+  }
+
+  template <typename Operation>
+  std::uint64_t calls_of(Operation operation) {
+    const FaultPlan plan(0, Verdict::fail, nullptr);
+    EXPECT_EQ(0, operation());
+    return plan.calls();
+  }
+
+  TemporaryFolder folder_;
+  VqBlock block_ = memo_block(2);
+  std::string name_ = folder_.file("T");
+};
+
+TEST_F(MemoCalls, alone_a_read_takes_at_most_two_and_a_new_memo_two) {
+  for (const Layout layout : {Layout::dbase4, Layout::dbase3}) {
+    create(layout);
+    MemoFile file(block_, name_, layout);
+    std::string small = kNoMemo, large = kNoMemo, text(8192, ' ');
+    const std::uint64_t writes = layout == Layout::dbase4 ? 2 : 1;
+    EXPECT_EQ(writes, calls_of([&] { return file.write_new("small", small); }));
+    EXPECT_EQ(writes, calls_of([&] { return file.write_new(std::string(8191, 'x'), large); }));
+    const auto get = layout == Layout::dbase4 ? lib.dTgetmm : lib.dTgetmm3;
+    const auto read = [&](const std::string& reference) {
+      std::int32_t length = 0;
+      return get(file.handle(), reference.c_str(), 0, 8191, text.data(), &length, nullptr);
+    };
+    EXPECT_EQ(1u, calls_of([&] { return read(small); }));
+    EXPECT_EQ(2u, calls_of([&] { return read(large); }));
+  }
+}
+
+TEST_F(MemoCalls, alone_the_size_is_asked_for_once) {
+  create(Layout::dbase4);
+  MemoFile file(block_, name_);
+  std::string small = kNoMemo, large = kNoMemo, text;
+  ASSERT_EQ(0, file.write_new(std::string(504, 's'), small));
+  ASSERT_EQ(0, file.write_new(std::string(9000, 'l'), large));
+  EXPECT_EQ(1u, calls_of([&] { return file.read(small, text); }));
+  EXPECT_EQ(2u, calls_of([&] { return file.read(large, text); }));
+  // But never from memory when the file has changed.
+  ASSERT_EQ(0, file.replace(std::string(9001, 'm'), large));
+  ASSERT_EQ(0, file.read(large, text));
+  EXPECT_EQ(std::string(9001, 'm'), text);
+}
+
+TEST_F(MemoCalls, a_long_free_chain_is_read_once) {
+  create(Layout::dbase4);
+  MemoFile file(block_, name_);
+  std::vector<std::string> references(300, kNoMemo);
+  for (std::string& reference : references) ASSERT_EQ(0, file.write_new("short", reference));
+  for (std::string& reference : references) {
+    ASSERT_EQ(0, file.replace(std::string(505, 'x'), reference));
+  }
+  MemoFile again(block_, name_);
+  std::string reference = kNoMemo;
+  const std::string huge(200000, 'h');
+  EXPECT_LT(300u, calls_of([&] { return again.write_new(huge, reference); }));
+  reference = kNoMemo;
+  EXPECT_GT(20u, calls_of([&] { return again.write_new(huge, reference); }));
+}
+
+TEST_F(MemoCalls, in_a_shared_mode_a_file_that_somebody_holds_is_refused_at_once) {
+  for (const Layout layout : {Layout::dbase4, Layout::dbase3}) {
+    create(layout);
+    vqdb::platform::File holder;
+    ASSERT_TRUE(holder.open(folder_.file("T.DBT"), vqdb::platform::Access::read_write).ok());
+    MemoFile alone(block_, name_, layout, 0);
+    std::string reference = kNoMemo, text;
+    ASSERT_EQ(0, alone.write_new("text", reference));
+    for (const std::uint32_t mode : {2u, 3u, 4u, 5u}) {
+      ASSERT_TRUE(holder.lock(0xEFFFFFFE, 2).ok());
+      MemoFile shared(block_, name_, layout, mode);
+      EXPECT_EQ(VQ_E_FILE_LOCKED, shared.read(reference, text));
+      EXPECT_EQ(10431, block_.detail);
+      std::string other = kNoMemo;
+      const bool reader = (mode & 1) != 0;
+      EXPECT_EQ(reader ? VQ_E_READ_ONLY : VQ_E_FILE_LOCKED, shared.write_new("other", other));
+      EXPECT_EQ(kNoMemo, other);
+      ASSERT_TRUE(holder.unlock(0xEFFFFFFE, 2).ok());
+      EXPECT_EQ(0, shared.read(reference, text));
+      EXPECT_EQ("text", text);
+      EXPECT_TRUE(holder.lock(0xEFFFFFFE, 2).ok()) << "the operation let go";
+      ASSERT_TRUE(holder.unlock(0xEFFFFFFE, 2).ok());
+    }
+  }
+}
+
+// A failure to let go of the lock counts when nothing else failed, and hides no earlier detail.
+TEST_F(MemoCalls, a_failed_release_of_the_lock_is_told) {
+  create(Layout::dbase4);
+  MemoFile shared(block_, name_, Layout::dbase4, 2);
+  std::string reference = kNoMemo;
+  ASSERT_EQ(0, shared.write_new("text", reference));
+  const auto unlocks = [](Call call) { return call == Call::unlock; };
+  std::int32_t size = 0;
+  {
+    const FaultPlan plan(1, Verdict::fail, unlocks);
+    EXPECT_NE(0, lib.dTmemosz(shared.handle(), reference.c_str(), &size));
+    EXPECT_EQ(10433, block_.detail);
+  }
+  MemoFile other(block_, name_, Layout::dbase4, 2);
+  shared.close();
+  const FaultPlan plan(1, Verdict::fail, unlocks);
+  EXPECT_EQ(VQ_E_RANGE, lib.dTmemosz(other.handle(), kNoMemo.c_str(), &size));
+  EXPECT_EQ(10162, block_.detail);
+}
+
+}  // namespace
