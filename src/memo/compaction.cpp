@@ -2,14 +2,17 @@
 
 #include <algorithm>
 #include <array>
+#include <span>
 #include <string>
 #include <utility>
 
+#include "frame/bytes.h"
 #include "frame/file_name.h"
 #include "frame/progress.h"
 #include "frame/put_in_place.h"
 #include "memo/dbase3_memo.h"
 #include "memo/dbase4_file.h"
+#include "memo/dbase4_memo.h"
 #include "memo/driver_table.h"
 #include "memo/memo.h"
 #include "memo/names.h"
@@ -95,40 +98,46 @@ Result open_files(Files& files, const char* name, const std::string& table, Layo
   return files.fresh != nullptr ? Result::ok : last_result(block);
 }
 
-// Copies one memo. Texts of a dBASE IV file that are longer than the whole work buffer come out as
-// repetitions of their first piece: hosts have met this rule for as long as the operation exists,
-// and it is kept for the buffer size that it was made with. A smaller buffer reads on.
-Result copy_memo(Files& files, Work& work, const char* reference) {
-  const Driver& driver = files.driver;
-  std::int32_t left = 0;
-  if (const Result sized = driver.size(*files.old, reference, &left); !ok(sized)) return sized;
-
-  Work whole;  // a dBASE III text is only ever read as a whole
-  const bool in_pieces = files.old->layout == Layout::dbase4;
-  if (!in_pieces && left > work.size) {
-    whole.size = left;
-    whole.bytes = platform::allocate_bytes(static_cast<std::size_t>(left) + 1);
-    if (whole.bytes == nullptr) return Result::no_memory;
-  }
-  const Work& through = whole.bytes != nullptr ? whole : work;
-  const bool repeats = through.size == kWorkBytes;
-
-  std::array<char, kReferenceWidth> copy;
-  copy.fill(' ');
-  for (std::int32_t offset = 0, size = 0; left > 0; left -= size) {
-    Result result = driver.get(*files.old, reference, offset, std::min(left, through.size),
-                               through.bytes.get(), &size, nullptr);
-    if (!ok(result)) return result;
-    result = parse_reference(copy.data()) == 0
-                 ? driver.create_memo(*files.fresh, size, through.bytes.get(), copy.data())
-                 : driver.add(*files.fresh, size, through.bytes.get(), copy.data(), nullptr);
-    if (!ok(result)) return result;
-    if (!repeats) offset += size;
-  }
-  return Result::ok;
+// Texts that are longer than the whole work buffer come out as repetitions of their first piece:
+// hosts have met this rule for as long as the operation exists, and it is kept for the buffer size
+// that it was made with. A smaller buffer reads on.
+Result copy_dbase4(Files& files, const Work& work, const char* reference, std::int32_t length) {
+  const bool repeats = work.size == kWorkBytes;
+  std::int32_t left = length;
+  const auto next = [&](std::span<const Byte>& piece) {
+    const std::int32_t offset = repeats ? 0 : length - left;
+    std::int32_t size = 0;
+    const Result read = get_dbase4(*files.old, reference, offset, std::min(left, work.size),
+                                   work.bytes.get(), &size, nullptr);
+    piece = {work.bytes.get(), static_cast<std::size_t>(size)};
+    left -= size;
+    return read;
+  };
+  return new_dbase4_in_pieces(*files.fresh, static_cast<std::uint32_t>(length), next);
 }
 
-Result copy_memos(Files& files, Work& work) {
+// A text is only ever read as a whole; a long one goes through a buffer of its own.
+Result copy_dbase3(Files& files, const Work& work, const char* reference, std::int32_t length) {
+  platform::Bytes large;
+  if (length > work.size) {
+    large = platform::allocate_bytes(static_cast<std::size_t>(length) + 1);
+    if (large == nullptr) return Result::no_memory;
+  }
+  Byte* const text = large != nullptr ? large.get() : work.bytes.get();
+  std::array<char, kReferenceWidth> copy;
+  const Result read = get_dbase3(*files.old, reference, text, &length, nullptr);
+  return ok(read) ? write_dbase3(*files.fresh, text, copy.data(), nullptr) : read;
+}
+
+Result copy_memo(Files& files, const Work& work, const char* reference) {
+  std::int32_t length = 0;
+  const Result sized = files.driver.size(*files.old, reference, &length);
+  if (!ok(sized) || length == 0) return sized;
+  return files.old->layout == Layout::dbase4 ? copy_dbase4(files, work, reference, length)
+                                             : copy_dbase3(files, work, reference, length);
+}
+
+Result copy_memos(Files& files, const Work& work) {
   table::Table& table = *files.table;
   const platform::Bytes record = platform::allocate_bytes(table::record_length(table));
   if (record == nullptr) return fail(files.block, Result::no_memory, kNoRecordBuffer);

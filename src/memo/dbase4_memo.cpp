@@ -172,6 +172,27 @@ Result new_dbase4(Memo& memo, std::int32_t length, const void* data, char* refer
   });
 }
 
+Result new_dbase4_in_pieces(Memo& memo, std::uint32_t length, const NextPiece& next) {
+  return under_hold(memo, refresh_dbase4, [&] {
+    return changing(memo, [&] {
+      Run run;
+      return write_placed(memo, length, run, [&](Run place) {
+        Result result = write_memo(memo, place, length, {}, {}, kWrite.detail(1));
+        for (std::uint32_t done = 0; ok(result) && done < length;) {
+          Text piece;
+          result = next(piece);
+          if (ok(result) && piece.empty()) {
+            result = fail(memo.block, Result::io, kWrite.detail(2));
+          }
+          if (ok(result)) result = write_text(memo, place, done, piece, kWrite.detail(2));
+          done += static_cast<std::uint32_t>(piece.size());
+        }
+        return result;
+      });
+    });
+  });
+}
+
 Result get_dbase4(Memo& memo, const char* reference, std::int32_t offset, std::int32_t max,
                   void* buffer, std::int32_t* length, std::int32_t* done) {
   if (memo.layout != Layout::dbase4) {
