@@ -37,6 +37,11 @@ void Statement::bind(int parameter, double value) {
   sqlite3_bind_double(statement_, parameter, value);
 }
 
+void Statement::bind_blob(int parameter, std::string_view bytes) {
+  sqlite3_bind_blob(statement_, parameter, bytes.data(), static_cast<int>(bytes.size()),
+                    SQLITE_STATIC);
+}
+
 bool Statement::step() {
   const int result = sqlite3_step(statement_);
   require(result == SQLITE_ROW || result == SQLITE_DONE, "step an SQLite statement");
@@ -47,6 +52,11 @@ void Statement::reset() { sqlite3_reset(statement_); }
 
 std::string_view Statement::text(int column) {
   const auto* const bytes = reinterpret_cast<const char*>(sqlite3_column_text(statement_, column));
+  return {bytes, static_cast<std::size_t>(sqlite3_column_bytes(statement_, column))};
+}
+
+std::string_view Statement::blob(int column) {
+  const auto* const bytes = static_cast<const char*>(sqlite3_column_blob(statement_, column));
   return {bytes, static_cast<std::size_t>(sqlite3_column_bytes(statement_, column))};
 }
 

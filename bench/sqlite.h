@@ -38,6 +38,7 @@ class Statement {
   void bind(int parameter, std::string_view text);
   void bind(int parameter, std::int64_t value);
   void bind(int parameter, double value);
+  void bind_blob(int parameter, std::string_view bytes);
 
   // Whether there is a row.
   bool step();
@@ -47,6 +48,7 @@ class Statement {
   double number(int column) { return sqlite3_column_double(statement_, column); }
   std::int64_t integer(int column) { return sqlite3_column_int64(statement_, column); }
   std::string_view text(int column);
+  std::string_view blob(int column);
 
  private:
   sqlite3_stmt* statement_ = nullptr;

@@ -104,13 +104,15 @@ Result close_dbase4(Memo& memo) {
   if (memo.layout != Layout::dbase4) {
     return fail(block, Result::not_allowed, kClose.detail(2));
   }
-  if (release_handle(memo)) return Result::ok;
+  const Result settled = memo.stale ? Result::ok : memo.free_chain.settle(memo);
+  const bool closed = release_handle(memo);
+  if (!ok(settled) || closed) return settled;
   return fail(block, Result::io, kClose.detail(3));
 }
 
 Result refresh_dbase4(Memo& memo) {
   Header header;
-  memo.head_block = 0;
+  memo.window.size = 0;
   if (!read_header(memo.file, header).ok()) {
     return fail(memo.block, Result::io, kRefresh.detail(2));
   }

@@ -14,6 +14,10 @@ constexpr Operation kAllocate{211};
 constexpr Operation kAllocateLinks{212};
 constexpr Operation kFree{1032};
 
+// Whoever has put so many memos at the end is likely to go on.
+constexpr std::uint32_t kAppendsBeforeReserving = 16;
+constexpr std::uint64_t kMaxReservedBytes = std::uint64_t{256} << 10;
+
 // Stands for the file header where a run's index is asked for.
 constexpr std::size_t kInHeader = std::numeric_limits<std::size_t>::max();
 
@@ -41,7 +45,9 @@ Result write_run(Memo& memo, Run run, std::uint32_t link, std::int32_t detail) {
 
 void FreeChain::reset(std::uint32_t first) {
   runs_.clear();
-  next_ = first;
+  next_ = stored_end_ = first;
+  appends_ = 0;
+  appended_blocks_ = 0;
 }
 
 std::uint32_t FreeChain::front() const { return behind(kInHeader); }
@@ -66,7 +72,7 @@ Result FreeChain::read_run(Memo& memo) {
                      !looks_like_memo(memo, link) && runs_.size() < blocks;
   if (!sound) return broken_chain(memo);
   runs_.push_back(run);
-  next_ = link;
+  next_ = stored_end_ = link;
   return Result::ok;
 }
 
@@ -85,8 +91,10 @@ Result FreeChain::take(Memo& memo, std::uint32_t blocks, Placement& placement) {
 Result FreeChain::take_whole(Memo& memo, std::size_t index) {
   const Link link{runs_[index].first, behind(index)};
   const Result linked = set_link(memo, index - 1, link, kAllocateLinks.detail(0));
-  if (ok(linked)) runs_.erase(runs_.begin() + static_cast<std::ptrdiff_t>(index));
-  return linked;
+  if (!ok(linked)) return linked;
+  if (index + 1 == runs_.size()) stored_end_ = next_;
+  runs_.erase(runs_.begin() + static_cast<std::ptrdiff_t>(index));
+  return Result::ok;
 }
 
 // The rest is written before it is linked, so that the chain never names a block that is no run.
@@ -95,8 +103,20 @@ Result FreeChain::take_part(Memo& memo, std::size_t index, std::uint32_t blocks)
   Result result = write_run(memo, rest, behind(index), kAllocate.detail(9));
   const Link link{runs_[index].first, rest.first};
   if (ok(result)) result = set_link(memo, index - 1, link, kAllocate.detail(8));
-  if (ok(result)) runs_[index] = rest;
-  return result;
+  if (!ok(result)) return result;
+  if (index + 1 == runs_.size()) stored_end_ = next_;
+  runs_[index] = rest;
+  return Result::ok;
+}
+
+// How many blocks behind the end of the chain the file is told of in advance, so that a host that
+// writes memo after memo, and has the file for itself, does not write the end each time. If it
+// dies, these blocks are lost.
+std::uint32_t FreeChain::reserve(const Memo& memo, std::uint32_t end) const {
+  if (memo.shared() || appends_ < kAppendsBeforeReserving) return 0;
+  const std::uint64_t blocks = std::min(appended_blocks_ / 8, kMaxReservedBytes / memo.block_size);
+  const std::uint32_t left = std::numeric_limits<std::uint32_t>::max() - end;
+  return blocks < left ? static_cast<std::uint32_t>(blocks) : 0;
 }
 
 // The chain's end moves before the memo is written: the other way round a crash would leave a chain
@@ -109,16 +129,31 @@ Result FreeChain::append(Memo& memo, std::uint32_t blocks, Placement& placement)
   if (blocks > std::numeric_limits<std::uint32_t>::max() - first) {
     return fail(memo.block, Result::disk_full, kAllocate.detail(5));
   }
-  const Link link{first, first + blocks};
-  const Result linked = set_link(memo, runs_.size() - 1, link, kAllocateLinks.detail(3));
-  if (!ok(linked)) return linked;
-  next_ = first + blocks;
+  const std::uint32_t end = first + blocks;
+  if (end > stored_end_) {
+    const Link link{stored_end_, end + reserve(memo, end)};
+    const Result linked = set_link(memo, runs_.size() - 1, link, kAllocateLinks.detail(3));
+    if (!ok(linked)) return linked;
+    stored_end_ = link.to;
+  }
+  next_ = end;
+  ++appends_;
+  appended_blocks_ += blocks;
   placement = {{first, blocks}, true};
   return Result::ok;
 }
 
+Result FreeChain::settle(Memo& memo) {
+  if (stored_end_ == next_) return Result::ok;
+  const Link link{stored_end_, next_};
+  const Result linked = set_link(memo, runs_.size() - 1, link, kAllocateLinks.detail(3));
+  if (ok(linked)) stored_end_ = next_;
+  return linked;
+}
+
 Result FreeChain::give(Memo& memo, Run run) {
   const std::uint32_t old_front = front();
+  if (runs_.empty()) stored_end_ = next_;
   runs_.push_front(run);  // while nothing is written yet: there may be no memory
   const Result written = write_run(memo, run, old_front, kFree.detail(1));
   if (!ok(written)) return written;
@@ -140,11 +175,10 @@ void FreeChain::give_back(Memo& memo, const Placement& placement) {
 void FreeChain::shrink_end(Memo& memo, std::uint32_t first) {
   if (!memo.file.size(memo.file_size).ok()) return;
   const std::uint64_t reached = std::max<std::uint64_t>(memo.blocks_in_file(), first) - first;
-  const Run written{first, static_cast<std::uint32_t>(reached)};
-  const std::uint32_t end = first + written.count;
-  if (!ok(set_link(memo, runs_.size() - 1, {next_, end}, kAllocateLinks.detail(3)))) return;
-  next_ = end;
-  if (written.count != 0) static_cast<void>(give(memo, written));
+  next_ = first + static_cast<std::uint32_t>(reached);
+  if (ok(settle(memo)) && reached != 0) {
+    static_cast<void>(give(memo, {first, static_cast<std::uint32_t>(reached)}));
+  }
 }
 
 // Lets the run at index, or the header, name another block. A link that could only be written in

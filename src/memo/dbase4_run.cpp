@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <utility>
 
 #include "memo/file_layout.h"
 #include "memo/reference.h"
@@ -15,26 +16,69 @@ constexpr Operation kSize{208};
 constexpr Operation kAllocate{211};
 constexpr Operation kWrite{212};
 
-// As much of a memo as is read along with its header; more would make large blocks slow to open.
-constexpr std::uint32_t kMaxHead = 4096;
+// A memo's header is read together with the text behind it, at least so much and up to the end of a
+// page: systems keep files in memory by pages, and looking one up twice costs more than copying it.
+constexpr std::uint32_t kLeastHead = 1536;
+constexpr std::uint32_t kPage = 4096;
+// Whoever has asked so many times for the memo behind the last one is likely to go on, and is read
+// for in advance.
+constexpr std::uint32_t kStepsBeforeReadingAhead = 2;
+constexpr std::uint32_t kReadAhead = platform::kChunkBytes;
 // The longest gap that is filled along with the memo behind it.
 constexpr std::uint64_t kShortGap = 4096;
 constexpr std::uint64_t kMaxLength = std::numeric_limits<std::int32_t>::max();
 
 constexpr std::array<Byte, platform::kChunkBytes> kZeros = {};
 
-Result read_head(Memo& memo, std::uint32_t block) {
-  if (block == memo.head_block && !memo.shared()) return Result::ok;
-  memo.head_block = 0;
+// Reads a stretch of the file into the window.
+Result fill_window(Memo& memo, std::uint64_t start, std::uint32_t size) {
+  Window& window = memo.window;
+  window.size = 0;
   std::size_t transferred = 0;
-  const platform::Outcome outcome = memo.file.read_at(
-      memo.offset_of(block), memo.head.get(), std::min(memo.block_size, kMaxHead), transferred);
+  const platform::Outcome outcome = memo.file.read_at(start, window.bytes.get(), size, transferred);
   if (!outcome.ok() || transferred < kMemoHeaderBytes) {
     return fail(memo.block, Result::io, kSize.detail(3));
   }
-  memo.head_size = static_cast<std::uint32_t>(transferred);
-  memo.head_block = block;
+  window.offset = start;
+  window.size = static_cast<std::uint32_t>(transferred);
   return Result::ok;
+}
+
+// Whether the memos are being read one behind the other.
+bool reads_ahead(const Memo& memo, std::uint64_t start, Window& window) {
+  if (start != window.last_start) window.steps = start == window.last_end ? window.steps + 1 : 0;
+  window.last_start = start;
+  return !memo.shared() && window.steps >= kStepsBeforeReadingAhead;
+}
+
+// A handle gets by with a block's room, which it always has, but is faster with more.
+void make_room(Window& window) {
+  if (window.capacity >= kReadAhead) return;
+  platform::Bytes larger = platform::allocate_bytes(kReadAhead);
+  if (larger == nullptr) return;
+  window.bytes = std::move(larger);
+  window.capacity = kReadAhead;
+  window.size = 0;
+}
+
+std::uint32_t head_size(std::uint64_t start) {
+  const auto rest = kPage - static_cast<std::uint32_t>(start % kPage);
+  return rest < kLeastHead ? rest + kPage : rest;
+}
+
+// Brings a memo's header, and of its text what is read along, into the window, unless they are
+// there already. In the shared modes nothing is kept from one operation to the next.
+Result read_head(Memo& memo, std::uint64_t start) {
+  Window& window = memo.window;
+  make_room(window);
+  const bool ahead = reads_ahead(memo, start, window);
+  const std::uint32_t size = std::min(ahead ? kReadAhead : head_size(start), window.capacity);
+  if (memo.shared() || !window.covers(start, kMemoHeaderBytes)) {
+    return fill_window(memo, start, size);
+  }
+  const std::uint32_t length = load_le32(window.at(start) + kMemoMark.size());
+  const bool cut = !window.covers(start, length) && window.offset != start;
+  return ahead && cut && length <= size ? fill_window(memo, start, size) : Result::ok;
 }
 
 // Whether the file reaches to this offset. Its size may have grown behind our back where no lock
@@ -85,39 +129,44 @@ Result locate(Memo& memo, const char* reference, Located& located) {
     return fail(memo.block, Result::io, kLocate.detail(3));
   }
   located.run.first = static_cast<std::uint32_t>(block);
-  if (const Result read = read_head(memo, located.run.first); !ok(read)) return read;
-  if (memo.head[0] != kMemoMark[0]) return fail(memo.block, Result::bad_format, kSize.detail(4));
+  const std::uint64_t start = memo.offset_of(block);
+  if (const Result read = read_head(memo, start); !ok(read)) return read;
+  Window& window = memo.window;
+  const Byte* const header = window.at(start);
+  if (header[0] != kMemoMark[0]) return fail(memo.block, Result::bad_format, kSize.detail(4));
 
-  const std::uint32_t stored = load_le32(&memo.head[kMemoMark.size()]);
+  const std::uint32_t stored = load_le32(header + kMemoMark.size());
   if (stored < kMemoHeaderBytes || stored - kMemoHeaderBytes > kMaxLength ||
-      !reaches(memo, memo.offset_of(block) + stored)) {
-    memo.head_block = 0;
+      !reaches(memo, start + stored)) {
+    window.size = 0;
     return fail(memo.block, Result::bad_format, kSize.detail(5));
   }
   located.length = stored - static_cast<std::uint32_t>(kMemoHeaderBytes);
   located.run.count = blocks_for(located.length, memo.block_size);
+  window.last_end = memo.offset_of(block + located.run.count);
   return Result::ok;
 }
 
 Result read_text(Memo& memo, const Located& located, std::uint32_t offset, std::uint32_t count,
                  Byte* out, std::int32_t detail) {
-  const auto known = memo.head_size - static_cast<std::uint32_t>(kMemoHeaderBytes);
-  if (offset < known) {
-    const std::uint32_t part = std::min(count, known - offset);
-    std::copy_n(&memo.head[kMemoHeaderBytes + offset], part, out);
-    offset += part;
+  const Window& window = memo.window;
+  std::uint64_t position = text_offset(memo, located.run, offset);
+  if (window.covers(position, 1)) {
+    const std::uint64_t known = window.offset + window.size - position;
+    const auto part = static_cast<std::uint32_t>(std::min<std::uint64_t>(count, known));
+    std::copy_n(window.at(position), part, out);
+    position += part;
     count -= part;
     out += part;
   }
   if (count == 0) return Result::ok;
-  const std::uint64_t position = text_offset(memo, located.run, offset);
   if (memo.file.read_exactly(position, out, count).ok()) return Result::ok;
   return fail(memo.block, Result::io, detail);
 }
 
 Result write_text(Memo& memo, Run run, std::uint32_t offset, std::span<const Byte> text,
                   std::int32_t detail) {
-  memo.head_block = 0;
+  memo.window.size = 0;
   const std::uint64_t position = text_offset(memo, run, offset);
   if (!memo.file.write_at(position, text.data(), text.size()).ok()) {
     return fail(memo.block, Result::io, detail);
@@ -128,7 +177,7 @@ Result write_text(Memo& memo, Run run, std::uint32_t offset, std::span<const Byt
 
 Result write_memo(Memo& memo, Run run, std::uint32_t length, std::span<const Byte> leading,
                   std::span<const Byte> text, std::int32_t detail) {
-  memo.head_block = 0;
+  memo.window.size = 0;
   const std::uint64_t start = memo.offset_of(run.first);
   if (const Result filled = fill_gap(memo, start); !ok(filled)) return filled;
 
@@ -150,7 +199,7 @@ Result write_memo(Memo& memo, Run run, std::uint32_t length, std::span<const Byt
 }
 
 Result write_length(Memo& memo, Run run, std::uint32_t length, std::int32_t detail) {
-  memo.head_block = 0;
+  memo.window.size = 0;
   const std::array<Byte, kMemoHeaderBytes> header = header_for(length);
   const std::uint64_t position = memo.offset_of(run.first) + kMemoMark.size();
   if (memo.file.write_at(position, &header[kMemoMark.size()], 4).ok()) return Result::ok;

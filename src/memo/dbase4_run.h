@@ -17,8 +17,8 @@ struct Located {
   std::uint32_t length = 0;  // of the text
 };
 
-// Finds a memo and reads the beginning of its run into the handle's block buffer, unless it is
-// still there from the last call. A run that leaves the file gives -3.
+// Finds a memo and reads the beginning of its run into the handle's window, unless it is still
+// there from earlier calls. A run that leaves the file gives -3.
 Result locate(Memo& memo, const char* reference, Located& located);
 
 // Reads count bytes of the text from offset on. REQUIRES that locate() found it last and that the

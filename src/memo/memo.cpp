@@ -11,8 +11,8 @@ HandlePool<Memo>& memos() {
 
 Memo* make_handle(VqBlock& block, std::uint32_t mode, platform::File&& file,
                   std::uint32_t block_size) {
-  platform::Bytes head = platform::allocate_bytes(block_size);
-  if (head == nullptr) return nullptr;
+  platform::Bytes buffer = platform::allocate_bytes(block_size);
+  if (buffer == nullptr) return nullptr;
   Memo* memo = memos().open(&block);
   if (memo == nullptr) return nullptr;
   memo->file = std::move(file);
@@ -20,7 +20,8 @@ Memo* make_handle(VqBlock& block, std::uint32_t mode, platform::File&& file,
   memo->mode = mode;
   memo->lock_scheme = block.index_kind;
   memo->block_size = block_size;
-  memo->head = std::move(head);
+  memo->window.bytes = std::move(buffer);
+  memo->window.capacity = block_size;
   return memo;
 }
 

@@ -19,6 +19,25 @@ enum class Layout : std::uint8_t { none = 0, dbase3 = 3, dbase4 = 4 };
 // memo that was being written; a larger one comes from a damaged file and would only fill the disk.
 inline constexpr std::uint64_t kMaxGapBytes = std::uint64_t{64} << 20;
 
+// A stretch of a dBASE IV file as it was read last, and where reading seems to go on.
+struct Window {
+  platform::Bytes bytes;
+  std::uint32_t capacity = 0;
+  std::uint32_t size = 0;  // 0: nothing is known
+  std::uint64_t offset = 0;
+  std::uint64_t last_start = 0;  // of the memo located last
+  std::uint64_t last_end = 0;
+  std::uint32_t steps = 0;  // how often the next memo was asked for, one after the other
+
+  bool covers(std::uint64_t start, std::uint64_t length) const {
+    return start >= offset && start + length <= offset + size;
+  }
+  // REQUIRES covers(position, 1).
+  const std::uint8_t* at(std::uint64_t position) const {
+    return bytes.get() + static_cast<std::size_t>(position - offset);
+  }
+};
+
 struct Memo : HandleHead {
   platform::File file;
   std::uint32_t mode = 0;
@@ -30,9 +49,7 @@ struct Memo : HandleHead {
 
   // dBASE IV.
   FreeChain free_chain;
-  platform::Bytes head;          // the beginning of the memo located last
-  std::uint32_t head_size = 0;   // how much of it was read
-  std::uint32_t head_block = 0;  // whose it is; 0 when it must not be used again
+  Window window;
 
   // dBASE III: the next free block, as the file header has it and as it is.
   std::uint32_t stored_next_free = 0;
