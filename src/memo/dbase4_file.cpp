@@ -44,8 +44,8 @@ std::array<Byte, kHeaderBytes> new_header(const VqBlock& block, std::string_view
                  [](char c) { return static_cast<Byte>(to_upper(c)); });
   bytes[18] = 2;
   bytes[19] = 1;
-  const std::uint32_t units =
-      std::clamp<std::uint32_t>(block.memo_block_setting, 1, kMaxBlockSetting);
+  const std::uint32_t setting = block.memo_block_setting;
+  const std::uint32_t units = std::clamp<std::uint32_t>(setting, 1, kMaxBlockSetting);
   store_le16(&bytes[kBlockSizeOffset], static_cast<std::uint16_t>(units * kBlockUnit));
   return bytes;
 }
