@@ -36,10 +36,12 @@ Result end_piece_rule(const VqBlock&, Arguments arguments, Value& result) {
 Result substr_rule(const VqBlock&, Arguments arguments, Value& result) {
   const std::int32_t whole = arguments[0].length;
   const auto start = literal(arguments[1]);
-  const auto count = arguments.size() > 2 ? literal(arguments[2]) : std::nullopt;
   std::int64_t longest = whole;
   if (whole != 0 && start) longest = std::max<std::int64_t>(std::int64_t{whole} - *start + 1, 1);
-  if (count) longest = longest != 0 ? std::min<std::int64_t>(longest, *count) : *count;
+  if (arguments.size() > 2 && arguments[2].is_number_literal()) {
+    const std::int64_t count = arguments[2].number_literal.integer;
+    longest = longest != 0 ? std::min(longest, count) : count;
+  }
   result.shape_text(bounded(longest));
   return Result::ok;
 }
