@@ -10,7 +10,7 @@ debian32_create() {
   if [ ! -e /usr/share/keyrings/debian-archive-keyring.gpg ]; then
     need debian-archive-keyring=/usr/share/keyrings/debian-archive-keyring.gpg
   fi
-  step "Making a 32-bit Debian with Wine in $debian32 (once, about a minute)"
+  step "Making a 32-bit Debian with Wine in $debian32 (once, about a minute)" >&2
   mkdir -p "${debian32%/*}"
   local log=${debian32%/*}/debian32.log
   as_root rm -rf --one-file-system "$debian32.new"
@@ -20,6 +20,7 @@ debian32_create() {
 $log tells why. VQ_DEBIAN_MIRROR names another mirror; a wine that runs 32-bit programs also does."
   as_root mkdir "$debian32.new/host"
   as_root mv "$debian32.new" "$debian32"
+  debian32_run "$PWD" wine wineboot --init >>"$log" 2>&1 </dev/null || true
 }
 
 debian32_enter='
