@@ -40,21 +40,29 @@ void report(std::int32_t* out, std::int32_t value) {
   if (out != nullptr) *out = value;
 }
 
-// Gives a memo its place and writes it by way of `write`. Nothing stays taken when that fails.
+bool overlap(Run a, Run b) {
+  return a.first < std::uint64_t{b.first} + b.count && b.first < std::uint64_t{a.first} + a.count;
+}
+
+// Gives a memo its place and writes it by way of `write`. Nothing stays taken when that fails. A
+// place within the run that the memo still has comes from a damaged chain.
 template <typename Write>
-Result write_placed(Memo& memo, std::uint32_t length, Run& run, Write write) {
+Result write_placed(Memo& memo, std::uint32_t length, Run old, Run& run, Write write) {
   Placement placement;
   const Result taken = memo.free_chain.take(memo, blocks_for(length, memo.block_size), placement);
   if (!ok(taken)) return taken;
+  if (overlap(placement.run, old)) {
+    return fail(memo.block, Result::bad_format, kAllocate.detail(7));
+  }
   const Result written = write(placement.run);
   if (!ok(written)) memo.free_chain.give_back(memo, placement);
   run = placement.run;
   return written;
 }
 
-Result write_new(Memo& memo, Text text, Run& run) {
+Result write_new(Memo& memo, Text text, Run old, Run& run) {
   const auto length = static_cast<std::uint32_t>(text.size());
-  return write_placed(memo, length, run, [&](Run place) {
+  return write_placed(memo, length, old, run, [&](Run place) {
     return write_memo(memo, place, length, {}, text, kWrite.detail(2));
   });
 }
@@ -85,7 +93,7 @@ Result move_extended(Memo& memo, const Located& old, Text more, char* reference,
   Run run;
   const auto total = old.length + static_cast<std::uint32_t>(more.size());
   const Result written = write_placed(
-      memo, total, run, [&](Run place) { return copy_extended(memo, old, more, place); });
+      memo, total, old.run, run, [&](Run place) { return copy_extended(memo, old, more, place); });
   if (!ok(written)) return written;
   write_reference(run.first, reference);
   report(moved, 1);
@@ -103,7 +111,7 @@ Result extend(Memo& memo, const Located& old, Text more) {
 Result move_replaced(Memo& memo, const Located& old, Text text, char* reference,
                      std::int32_t* moved) {
   Run run;
-  if (const Result written = write_new(memo, text, run); !ok(written)) return written;
+  if (const Result written = write_new(memo, text, old.run, run); !ok(written)) return written;
   write_reference(run.first, reference);
   report(moved, 1);
   return memo.free_chain.give(memo, old.run);
@@ -165,7 +173,7 @@ Result new_dbase4(Memo& memo, std::int32_t length, const void* data, char* refer
   return under_hold(memo, refresh_dbase4, [&] {
     return changing(memo, [&] {
       Run run;
-      const Result written = write_new(memo, text_of(data, length), run);
+      const Result written = write_new(memo, text_of(data, length), {}, run);
       if (ok(written)) write_reference(run.first, reference);
       return written;
     });
@@ -176,7 +184,7 @@ Result new_dbase4_in_pieces(Memo& memo, std::uint32_t length, const NextPiece& n
   return under_hold(memo, refresh_dbase4, [&] {
     return changing(memo, [&] {
       Run run;
-      return write_placed(memo, length, run, [&](Run place) {
+      return write_placed(memo, length, {}, run, [&](Run place) {
         Result result = write_memo(memo, place, length, {}, {}, kWrite.detail(1));
         for (std::uint32_t done = 0; ok(result) && done < length;) {
           Text piece;
