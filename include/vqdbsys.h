@@ -432,29 +432,105 @@ int32_t VQ_CALL fPADC(const char *text, int32_t width, const char *fill, char *o
 
 /* ---- dN: NDX files ------------------------------------------------------------------------------ */
 
+/* An NDX file holds the keys of one table with their record numbers, in order. Names get the
+ * extension NDX. A key has dNkeylen bytes: text padded with blanks, or, for types N, F and D, a
+ * double (dates as Julian day numbers); dErun with option 1 makes it from a record. Equal keys may
+ * stand side by side; one that is inserted goes before those that are there already, so equal keys
+ * that were inserted one by one run from the record inserted last to the first.
+ *
+ * Mode: 0 alone, 1 for reading only, 2 or 4 shared. Alone, changes stay in the page buffers until
+ * room is needed, dNflush or dNclose. In a shared mode every search, step and change locks the
+ * index file (waiting some seconds for its turn at most), reads it afresh, writes its changes and
+ * lets go; the lock's refusal and the system's failures are passed on with details 10431..10433,
+ * 10191 and 10192 (VQ_E_IO).
+ *
+ * Every operation on keys can end in VQ_E_INDEX_PAGE when the file is damaged: 10171 10172 10175
+ * 10211 10221 10245 pages and counts that cannot be, 10173 too many levels, 10174 10251 3174 3204
+ * pages that lead in a circle, 10193 (VQ_E_FORMAT) a damaged header; in VQ_E_IO: 10241 10242 a page
+ * cannot be read, 10243 written, 10231 the header cannot be written; in 10244 VQ_E_NO_MEMORY; and in
+ * 10232 VQ_E_DISK_FULL, no page numbers left. A change that fails in mode 0 has not been made, and
+ * keys that were flushed before are in the file whatever fails. A detail ending in 9: a null
+ * argument (VQ_E_RANGE). */
+
+/* Makes an empty index, over an existing file. The format is a type letter C, N, F or D, for C the
+ * key length 1..100 behind it, then U when the keys are unique; a leading 3 asks for the dBASE III
+ * form. 3021: expression over 240 characters; 3022: key length (both VQ_E_RANGE); 3023: type
+ * (VQ_E_NOT_ALLOWED); 3024: no memory; 3025: not created; 3026: not written (VQ_E_IO). On failure
+ * there is no such file. */
 int32_t VQ_CALL dNcreat(VqBlock *block, const char *name, const char *expression,
                         const char *format);
+/* Opens an index for a table, whose lock scheme and block it uses, with at least 4 page buffers of
+ * 512 bytes. Null on failure, with the result code in the block. 10421: not found; 10422: not
+ * opened; 10183: header not read; 10184, 10185: no memory; 10186: no index that its header can be
+ * true of (VQ_E_FORMAT); 3151: bad table handle. */
 VqIndex *VQ_CALL dNopen(VqTable *table, const char *name, uint32_t mode, int32_t buffers);
+/* Flushes and closes. The handle is gone whatever the result. 3231: not closed. */
 int32_t VQ_CALL dNclose(VqIndex *index);
+/* The bytes of memory that an open handle with this many buffers needs, or a negative result.
+ * 3251: header not read, or damaged. */
 int32_t VQ_CALL dNbuffs(VqBlock *block, const char *name, int32_t buffers);
+/* Tells that the keys are dates, which a file of the dBASE III form cannot say; returns the
+ * handle. Bad handle: 3001. */
 VqIndex *VQ_CALL dN3datek(VqIndex *index);
+/* Writes changed pages and the header. Bad handle: 3071. */
 int32_t VQ_CALL dNflush(VqIndex *index);
+
+/* Changes. Refused when the file is open for reading only (VQ_E_READ_ONLY, detail ending in 3) and
+ * for a null key or record number 0 (VQ_E_RANGE, ending in 2). */
+
+/* Inserts an entry, which becomes the current one. Bad handle: 3161. 3164: a unique index has the
+ * key (VQ_E_INDEX_PAGE). */
 int32_t VQ_CALL dNputkey(VqIndex *index, const void *key, uint32_t recno);
+/* Removes the entry with this key and this record number. There is no current entry then; dNnxtkey
+ * gives the one that followed it, dNprvkey the one before it. Bad handle: 3211. 3214: there is none
+ * (VQ_E_NOT_FOUND). */
 int32_t VQ_CALL dNrmkey(VqIndex *index, const void *key, uint32_t recno);
+/* Both in one. Bad handle: 3311. 3314: no such old entry (VQ_E_NOT_FOUND), nothing is inserted;
+ * 3315: a unique index has the new key (VQ_E_INDEX_PAGE), nothing is removed. */
 int32_t VQ_CALL dNupdkey(VqIndex *index, const void *old_key, const void *new_key, uint32_t recno);
+
+/* The position. It survives changes by others: stepping goes on from the current entry's key and
+ * record number. */
+
+/* Makes the first entry with the key the current one. Without one VQ_E_NOT_FOUND: 3094 with the
+ * record number of the first entry above the key, from which dNnxtkey and dNprvkey go on; 3093 with
+ * record number 0 when none is above it. There is no current entry then. Bad handle: 3091. 3092:
+ * null key. */
 int32_t VQ_CALL dNgetrno(VqIndex *index, const void *key, uint32_t *recno);
+/* Step to the next or previous entry; right after opening, to the first or last. VQ_E_INDEX_END:
+ * 3203 reached, 3202 reached before. VQ_E_INDEX_START: 3173, 3172. Bad handle: 3201, 3171. */
 int32_t VQ_CALL dNnxtkey(VqIndex *index, void *key, uint32_t *recno);
 int32_t VQ_CALL dNprvkey(VqIndex *index, void *key, uint32_t *recno);
+/* The current entry. 3042: before the first (VQ_E_INDEX_START); 3043: past the last
+ * (VQ_E_INDEX_END); 3044: none (VQ_E_NOT_FOUND). Bad handle: 3041. */
 int32_t VQ_CALL dNcurkey(VqIndex *index, void *key, uint32_t *recno);
+/* Before the first and past the last entry. Bad handle: 3191, 3081. */
 int32_t VQ_CALL dNrewind(VqIndex *index);
 int32_t VQ_CALL dNforwrd(VqIndex *index);
+
+/* Copies the key expression with its zero byte into `size` bytes; flags, which may be null, gets
+ * 4096 for a unique index, else 0. Bad handle: 3051. 3052: null text; 3053: too little room. */
 int32_t VQ_CALL dNexpr(VqIndex *index, char *text, int32_t size, int32_t *flags);
+/* The expression's length; flags, which may be null, gets 0. Bad handle: 3061. 3062: null. */
 int32_t VQ_CALL dNexplen(VqIndex *index, int32_t *length, int32_t *flags);
+/* The key's length in bytes, and its type letter. Bad handle: 3111, 3121. */
 int32_t VQ_CALL dNkeylen(VqIndex *index);
 int32_t VQ_CALL dNkeytyp(VqIndex *index);
+
+/* Lock and unlock the index file for the caller; a request never waits. Without locks in the lock
+ * scheme VQ_E_NO_DRIVER, detail ending in 2. Bad handle: 3131, 3221, 3141. */
+
+/* 3133: refused. Locking what is held changes nothing. */
 int32_t VQ_CALL dNlkfil(VqIndex *index);
+/* 3223: not held (VQ_E_NOT_LOCKED); 3224: refused. */
 int32_t VQ_CALL dNulkfil(VqIndex *index);
+/* 0: this handle holds the lock. 3143: nobody (VQ_E_NOT_LOCKED); 3144: somebody else
+ * (VQ_E_LOCKED); 3145: the system cannot tell. */
 int32_t VQ_CALL dNlkfsta(VqIndex *index);
+
+/* Copies an index file; the copy takes the place of `to` in one step when it is complete. 10421:
+ * not found; 10422: not opened; 3012: the same file (VQ_E_NOT_ALLOWED); 3013: not created; 3014: not
+ * read; 3015, 3016: not written (VQ_E_IO). */
 int32_t VQ_CALL dNcopy(VqBlock *block, const char *from, const char *to);
 
 /* ---- dT: memo files ------------------------------------------------------------------------------ */

@@ -10,7 +10,7 @@
 namespace vqdb::index {
 namespace {
 
-constexpr Operation kPages{1016};
+constexpr Operation kPages{1024};
 
 }  // namespace
 
