@@ -42,7 +42,7 @@ Result Compiled::compile(VqBlock& block, const Postfix& order, bool check_types,
                          ResultShape& shape) {
   const Result result = program_.reserve(block, order, kParse.detail(check_types ? 6 : 4));
   if (!ok(result)) return result;
-  const auto check_stack = platform::allocate_array<const Value*>(order.count);
+  const auto check_stack = platform::allocate_array<Place>(order.count);
   if (check_stack == nullptr) return fail(block, Result::no_memory, kParse.detail(5));
   refusal_ = program_.assemble(block, order, check_stack.get());
   if (!check_types) {

@@ -9,16 +9,16 @@ constexpr Operation kOrder{604};
 // Operators, functions and parentheses that wait for what follows them.
 class Orderer {
  public:
-  Orderer(const Lexeme** output, const Lexeme** stack) : output_(output), stack_(stack) {}
+  Orderer(Word* output, Word* stack) : output_(output), stack_(stack) {}
 
   std::size_t written() const { return written_; }
 
-  void operand(const Lexeme& lexeme) { write(&lexeme); }
+  void operand(const Lexeme& lexeme) { write({&lexeme}); }
 
   void push(const Lexeme& lexeme) {
     while (waiting_ > 0 && goes_before(top(), lexeme.token)) pop();
-    stack_[waiting_++] = &lexeme;
-    if (is_function(lexeme.token)) write(nullptr);
+    stack_[waiting_++] = {&lexeme};
+    if (is_function(lexeme.token)) write({});
   }
 
   // Pops one operator at most: of two that wait, the outer one goes on waiting and takes the
@@ -47,12 +47,12 @@ class Orderer {
     return !is_function(incoming) && precedence_of(incoming) >= precedence_of(waiting);
   }
 
-  Token top() const { return stack_[waiting_ - 1]->token; }
+  Token top() const { return stack_[waiting_ - 1].lexeme->token; }
   void pop() { write(stack_[--waiting_]); }
-  void write(const Lexeme* lexeme) { output_[written_++] = lexeme; }
+  void write(Word word) { output_[written_++] = word; }
 
-  const Lexeme** output_;
-  const Lexeme** stack_;
+  Word* output_;
+  Word* stack_;
   std::size_t written_ = 0;
   std::size_t waiting_ = 0;
 };
@@ -61,7 +61,7 @@ class Orderer {
 
 Result to_postfix(VqBlock& block, std::span<const Lexeme> lexemes, Postfix& order) {
   // A function is written twice, with its mark. The operator stack lies behind the output.
-  order.array = platform::allocate_array<const Lexeme*>(3 * lexemes.size());
+  order.array = platform::allocate_array<Word>(3 * lexemes.size());
   if (order.array == nullptr) return fail(block, Result::no_memory, kOrder.detail(1));
   Orderer orderer(order.array.get(), order.array.get() + 2 * lexemes.size());
   for (const Lexeme& lexeme : lexemes) {

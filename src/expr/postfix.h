@@ -10,12 +10,18 @@
 
 namespace vqdb::expr {
 
-// A null pointer marks where the arguments of a function begin.
+// An operand, operator or function; without one, the mark where the arguments of a function begin.
+struct Word {
+  const Lexeme* lexeme = nullptr;
+
+  bool is_mark() const { return lexeme == nullptr; }
+};
+
 struct Postfix {
-  platform::Array<const Lexeme*> array;
+  platform::Array<Word> array;
   std::size_t count = 0;
 
-  std::span<const Lexeme* const> all() const { return {array.get(), count}; }
+  std::span<const Word> all() const { return {array.get(), count}; }
 };
 
 // The order points into the lexemes.

@@ -17,41 +17,41 @@ constexpr std::int32_t kTokenDetails = 5000;
 Result Program::reserve(VqBlock& block, const Postfix& order, std::int32_t run_stack_detail) {
   std::size_t operands = 0;
   std::size_t calls = 0;
-  for (const Lexeme* word : order.all()) {
-    if (word != nullptr) ++(word->token == Token::none ? operands : calls);
+  for (const Word& word : order.all()) {
+    if (!word.is_mark()) ++(word.lexeme->token == Token::none ? operands : calls);
   }
   // Every operand and every result is an argument once at most.
   const std::size_t arguments = operands + calls;
   block_ = platform::allocate_bytes(operands * sizeof(Value) + calls * sizeof(Call) +
-                                    arguments * sizeof(Value*));
+                                    arguments * sizeof(Place));
   if (block_ == nullptr) return fail(block, Result::no_memory, kParse.detail(3));
   operands_ = reinterpret_cast<Value*>(block_.get());
   calls_ = reinterpret_cast<Call*>(operands_ + operands);
-  arguments_ = reinterpret_cast<const Value**>(calls_ + calls);
+  arguments_ = reinterpret_cast<Place*>(calls_ + calls);
   run_stack_ = platform::allocate_array<Value>(calls);
   if (run_stack_ == nullptr) return fail(block, Result::no_memory, run_stack_detail);
   return Result::ok;
 }
 
-// Runs the words in check mode: what would be a value at run time is a pointer to the place where
-// that value will be, which holds its type and size meanwhile.
+// Runs the words in check mode: on the stack lies, for each value of a run, the place where it will
+// be, which holds its type and size meanwhile, and for each mark a place without a value.
 class Assembler {
  public:
-  Assembler(const VqBlock& block, Program& program, const Value** stack)
+  Assembler(const VqBlock& block, Program& program, Place* stack)
       : block_(block), program_(program), stack_(stack), arguments_(program.arguments_) {}
 
   Refusal assemble(const Postfix& order) {
-    for (const Lexeme* word : order.all()) {
-      if (word == nullptr) {
-        stack_[depth_++] = nullptr;
-      } else if (word->token == Token::none) {
-        push_operand(word->operand);
-      } else if (const Refusal refusal = call(word->token); !ok(refusal.result)) {
+    for (const Word& word : order.all()) {
+      if (word.is_mark()) {
+        stack_[depth_++] = {};
+      } else if (word.lexeme->token == Token::none) {
+        push_operand(word.lexeme->operand);
+      } else if (const Refusal refusal = call(word.lexeme->token); !ok(refusal.result)) {
         return refusal;
       }
     }
-    if (depth_ != 1 || stack_[0] == nullptr) return {Result::operand, kEvaluate.detail(2)};
-    program_.result_ = stack_[0];
+    if (depth_ != 1 || stack_[0].value == nullptr) return {Result::operand, kEvaluate.detail(2)};
+    program_.result_ = stack_[0].value;
     return {};
   }
 
@@ -60,7 +60,7 @@ class Assembler {
     Value& place = program_.operands_[program_.operand_count_++];
     place = operand;
     program_.reads_fields_ = program_.reads_fields_ || operand.form == Form::field;
-    stack_[depth_++] = &place;
+    stack_[depth_++] = {&place};
   }
 
   Refusal call(Token token) {
@@ -74,9 +74,9 @@ class Assembler {
 
   Result call_operator(const Operator& row) {
     if (depth_ < row.operands) return Result::operand;
-    const Value* const* operands = stack_ + depth_ - row.operands;
-    const Value* left = operands[0];
-    const Value* right = operands[row.operands - 1];
+    const Place* operands = stack_ + depth_ - row.operands;
+    const Value* left = operands[0].value;
+    const Value* right = operands[row.operands - 1].value;
     if (left == nullptr || right == nullptr) return Result::operand;
     const Type type = row.result_type(left->type, right->type);
     if (type == Type::none) return Result::operand;
@@ -90,12 +90,12 @@ class Assembler {
   // types, and those before too many.
   Result call_function(const Function& row) {
     std::size_t given = 0;
-    while (given < depth_ && stack_[depth_ - given - 1] != nullptr) ++given;
+    while (given < depth_ && stack_[depth_ - given - 1].value != nullptr) ++given;
     if (given < row.min_arguments) return Result::too_few;
     const std::size_t taken = std::min<std::size_t>(given, row.max_arguments);
-    const Value* const* arguments = stack_ + depth_ - taken;
+    const Place* arguments = stack_ + depth_ - taken;
     for (std::size_t i = 0; i < taken; ++i) {
-      if (!arguments[i]->is(row.arguments[i])) return Result::argument_type;
+      if (!arguments[i].value->is(row.arguments[i])) return Result::argument_type;
     }
     Call& call = lay(row.token, row.run, arguments, taken);
     const Result result =
@@ -105,7 +105,7 @@ class Assembler {
     return replace(taken + 1, *call.result);
   }
 
-  Call& lay(Token token, Handler handler, const Value* const* arguments, std::size_t count) {
+  Call& lay(Token token, Handler handler, const Place* arguments, std::size_t count) {
     const std::size_t number = program_.call_count_++;
     Call& call = program_.calls_[number];
     call = {handler, arguments_, &program_.run_stack_[number], static_cast<std::uint8_t>(count),
@@ -117,18 +117,18 @@ class Assembler {
   // The result takes the place of the topmost words.
   Result replace(std::size_t words, const Value& result) {
     depth_ -= words;
-    stack_[depth_++] = &result;
+    stack_[depth_++] = {&result};
     return Result::ok;
   }
 
   const VqBlock& block_;
   Program& program_;
-  const Value** stack_;
-  const Value** arguments_;
+  Place* stack_;
+  Place* arguments_;
   std::size_t depth_ = 0;
 };
 
-Refusal Program::assemble(const VqBlock& block, const Postfix& order, const Value** check_stack) {
+Refusal Program::assemble(const VqBlock& block, const Postfix& order, Place* check_stack) {
   return Assembler(block, *this, check_stack).assemble(order);
 }
 

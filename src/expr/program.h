@@ -16,7 +16,7 @@ namespace vqdb::expr {
 // An operator or function with its arguments and the place of its result.
 struct Call {
   Handler run = nullptr;
-  const Value* const* arguments = nullptr;
+  const Place* arguments = nullptr;
   Value* result = nullptr;
   std::uint8_t argument_count = 0;
   Token token = Token::none;
@@ -34,8 +34,8 @@ class Program {
   // one.
   Result reserve(VqBlock& block, const Postfix& order, std::int32_t run_stack_detail);
 
-  // Checks the types and lays out the calls. The check stack holds a pointer for each word.
-  Refusal assemble(const VqBlock& block, const Postfix& order, const Value** check_stack);
+  // Checks the types and lays out the calls. The check stack has room for every word.
+  Refusal assemble(const VqBlock& block, const Postfix& order, Place* check_stack);
 
   std::span<const Call> calls() const { return {calls_, call_count_}; }
   std::span<Value> operands() const { return {operands_, operand_count_}; }
@@ -50,7 +50,7 @@ class Program {
   platform::Array<Value> run_stack_;
   Value* operands_ = nullptr;
   Call* calls_ = nullptr;
-  const Value** arguments_ = nullptr;
+  Place* arguments_ = nullptr;
   const Value* result_ = nullptr;
   std::uint16_t operand_count_ = 0;
   std::uint16_t call_count_ = 0;

@@ -122,16 +122,21 @@ struct Value {
 
 static_assert(std::is_trivially_copyable_v<Value> && sizeof(Value) <= 32);
 
+// Where a value lies.
+struct Place {
+  const Value* value = nullptr;
+};
+
 // The arguments of an operator or function, in the order written.
 class Arguments {
  public:
-  Arguments(const Value* const* first, std::size_t count) : first_(first), count_(count) {}
+  Arguments(const Place* first, std::size_t count) : first_(first), count_(count) {}
 
   std::size_t size() const { return count_; }
-  const Value& operator[](std::size_t i) const { return *first_[i]; }
+  const Value& operator[](std::size_t i) const { return *first_[i].value; }
 
  private:
-  const Value* const* first_;
+  const Place* first_;
   std::size_t count_;
 };
 
