@@ -5,8 +5,8 @@
 namespace vqdb::expr {
 
 const Function* find_function(Token token) {
-  for (const auto family :
-       {text_functions(), value_functions(), numeric_functions(), date_functions(), record_functions()}) {
+  for (const auto family : {text_functions(), value_functions(), numeric_functions(),
+                            date_functions(), record_functions()}) {
     const auto row = std::ranges::find(family, token, &Function::token);
     if (row != family.end()) return &*row;
   }
