@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <regex>
+#include <cstdlib>
 #include <string_view>
 
 namespace vqdb::testing {
@@ -46,9 +46,10 @@ std::string cased(std::string value, int from, int to) {
 }
 
 // Blanks only, on either side.
-std::string trimmed(const std::string& value, bool left, bool right) {
-  const std::regex blanks(left && right ? "^ +| +$" : left ? "^ +" : " +$");
-  return std::regex_replace(value, blanks, "");
+std::string trimmed(std::string value, bool left, bool right) {
+  while (left && value.starts_with(' ')) value.erase(0, 1);
+  while (right && value.ends_with(' ')) value.pop_back();
+  return value;
 }
 
 std::string repeated(const std::string& value, std::size_t times) {
@@ -92,10 +93,10 @@ int compared(const ModelValue& a, const ModelValue& b) {
              : 1;
 }
 
+// The longest beginning that is a number; the words of the C library for others are none.
 double value_of(const std::string& written) {
-  std::smatch match;
-  const std::regex form(R"(^[ \t]*([+-]?(\d+\.?\d*|\.\d+)([eE][+-]?\d+)?))");
-  return std::regex_search(written, match, form) ? std::strtod(match[1].str().c_str(), nullptr) : 0;
+  const std::size_t end = written.find_first_not_of(" \t+-.0123456789eE");
+  return std::strtod(written.substr(0, end).c_str(), nullptr);
 }
 
 std::string integer_text(double value, std::size_t width) {
