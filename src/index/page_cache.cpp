@@ -24,55 +24,90 @@ bool PageCache::allocate(std::uint32_t buffers) {
 bool PageCache::resize(std::uint32_t buffers) {
   const std::uint32_t slots = std::bit_ceil(buffers + buffers / 3 + 1);
   auto images = platform::allocate_bytes(std::size_t{buffers} * page_bytes_);
-  std::unique_ptr<FrameState[], Release> frames(
-      static_cast<FrameState*>(platform::allocate(buffers * sizeof(FrameState))));
-  std::unique_ptr<Slot[], Release> table(
-      static_cast<Slot*>(platform::allocate(slots * sizeof(Slot))));
-  std::unique_ptr<Frame[], Release> changed(
-      static_cast<Frame*>(platform::allocate(buffers * sizeof(Frame))));
-  if (images == nullptr || frames == nullptr || table == nullptr || changed == nullptr) {
+  auto frames = platform::allocate_array<FrameState>(buffers);
+  auto table = platform::allocate_array<Slot>(slots);
+  auto listed = platform::allocate_array<Frame>(buffers);
+  auto changed = platform::allocate_array<Frame>(buffers);
+  if (images == nullptr || frames == nullptr || table == nullptr || listed == nullptr ||
+      changed == nullptr) {
     return false;
   }
-  const std::uint32_t kept = std::min(used_, buffers);
-  if (kept > 0) {
-    std::copy_n(images_.get(), std::size_t{kept} * page_bytes_, images.get());
-    std::copy_n(frames_.get(), kept, frames.get());
-    std::copy_n(changed_.get(), changed_count_, changed.get());
-  }
-  images_ = std::move(images);
-  frames_ = std::move(frames);
-  slots_ = std::move(table);
-  changed_ = std::move(changed);
+  images_.swap(images);
+  frames_.swap(frames);
+  slots_.swap(table);
+  listed_.swap(listed);
+  changed_.swap(changed);
   buffers_ = buffers;
-  used_ = kept;
-  hand_ = 0;
+  hand_ = changed_count_ = 0;
   slot_mask_ = slots - 1;
   hash_shift_ = 32 - static_cast<std::uint32_t>(std::countr_zero(slots));
-  for (Frame frame = 0; frame < kept; ++frame) {
-    if (frames_[frame].page != 0) insert_slot(frames_[frame].page, frame);
+  home_shift_ = static_cast<std::uint32_t>(std::countr_zero(page_bytes_ / unit_));
+  Frame spare = 0;
+  const std::uint32_t adoptable = std::exchange(listed_count_, 0);
+  for (std::uint32_t i = 0; i < adoptable; ++i) {
+    const Frame frame = listed[i];
+    if (frames[frame].page != 0) {
+      adopt(images.get() + std::size_t{frame} * page_bytes_, frames[frame], spare);
+    }
   }
   return true;
 }
 
-Result PageCache::load(PageNumber page, Frame& frame) {
-  if (page >= limit_) return fail(block_, Result::page_error, kPages.detail(5));
-  if (const Result result = victim(frame); !ok(result)) return result;
-  const auto outcome = file_.read_exactly(offset_of(page), image(frame), page_bytes_);
-  if (!outcome.ok()) return fail(block_, transfer_result(outcome), kPages.detail(2));
-  frames_[frame] = {.page = page, .height = 0, .pins = 0, .changed = false, .fresh = false};
-  insert_slot(page, frame);
+// Every frame before the spare one is taken.
+void PageCache::adopt(const Byte* old_image, const FrameState& state, Frame& spare) {
+  Frame frame = home_of(state.page);
+  if (frames_[frame].page != 0) {
+    while (spare < buffers_ && frames_[spare].page != 0) ++spare;
+    if (spare == buffers_) return;
+    frame = spare;
+  }
+  take_in(frame, state.page);
+  frames_[frame].fresh = state.fresh;
+  std::copy_n(old_image, page_bytes_, image(frame));
+  if (state.changed) mark_changed(frame, state.height);
+}
+
+void PageCache::take_in(Frame frame, PageNumber page) {
+  FrameState& state = frames_[frame];
+  state.page = page;
+  state.referenced = true;
+  if (!state.listed) {
+    state.listed = true;
+    listed_[listed_count_++] = frame;
+  }
+  if (home_of(page) != frame) *find(page) = {page, frame};
+}
+
+Result PageCache::fetch_away(PageNumber page, Frame& frame) {
+  const Slot* const slot = find(page);
+  if (slot->page != page) return load(page, frame);
+  frame = slot->frame;
+  frames_[frame].referenced = true;
   return Result::ok;
 }
 
+Result PageCache::load(PageNumber page, Frame& frame) {
+  if (page >= limit_) return fail(block_, Result::page_error, kPages.detail(5));
+  if (const Result result = victim(page, frame); !ok(result)) return result;
+  const auto outcome = file_.read_exactly(offset_of(page), image(frame), page_bytes_);
+  if (!outcome.ok()) return fail(block_, transfer_result(outcome), kPages.detail(2));
+  take_in(frame, page);
+  return Result::ok;
+}
+
+// New pages are mostly numbered from the end of the file on, one by one.
 Result PageCache::fetch_new(Frame& frame) {
-  if (const Result result = victim(frame); !ok(result)) return result;
+  PageNumber likely = limit_;
+  while (frames_[home_of(likely)].pins > 0 && likely - limit_ < buffers_) {
+    likely += 1u << home_shift_;
+  }
+  if (const Result result = victim(likely, frame); !ok(result)) return result;
   std::fill_n(image(frame), page_bytes_, Byte{0});
   return Result::ok;
 }
 
 void PageCache::name_new(Frame frame, PageNumber page, std::uint32_t height) {
-  frames_[frame].page = page;
-  insert_slot(page, frame);
+  take_in(frame, page);
   mark_changed(frame, height);
   frames_[frame].fresh = true;
 }
@@ -89,8 +124,12 @@ void PageCache::mark_changed(Frame frame, std::uint32_t height) {
 // as its header counts.
 void PageCache::abandon(Frame frame) {
   if (frames_[frame].page == 0 || frames_[frame].fresh) return;
-  erase_slot(frames_[frame].page);
-  frames_[frame].page = 0;
+  forget(frame);
+}
+
+void PageCache::forget(Frame frame) {
+  const PageNumber page = std::exchange(frames_[frame].page, 0);
+  if (page != 0 && home_of(page) != frame) erase_slot(page);
 }
 
 // Later entries that were pushed on by the erased one move back, so that no search stops early.
@@ -106,40 +145,29 @@ void PageCache::erase_slot(PageNumber page) {
   slots_[hole] = {};
 }
 
-void PageCache::empty(Frame frame) {
-  if (frames_[frame].page != 0) erase_slot(frames_[frame].page);
-  frames_[frame] = {};
-}
-
-// An empty buffer: one never used, or the first that the hand finds unused since it last passed.
-Result PageCache::victim(Frame& frame) {
-  if (used_ < buffers_) {
-    frame = used_++;
-    return Result::ok;
+Result PageCache::victim(PageNumber page, Frame& frame) {
+  frame = home_of(page);
+  const FrameState& home = frames_[frame];
+  if (home.pins > 0 || home.changed || (home.page != 0 && home.referenced)) {
+    if (!find_victim(false, frame)) return fail(block_, Result::no_memory, kPages.detail(4));
+    if (frames_[frame].changed) {
+      const Result written = write_changed();
+      // Where nothing can be written, reading still goes on as long as a clean buffer is left.
+      if (!ok(written) && !find_victim(true, frame)) return written;
+    }
   }
-  if (!find_victim(false, frame)) return fail(block_, Result::no_memory, kPages.detail(4));
-  if (frames_[frame].changed) {
-    const Result written = write_changed();
-    // Where nothing can be written, reading still goes on as long as a clean buffer is left.
-    if (!ok(written) && !find_victim(true, frame)) return written;
-  }
-  empty(frame);
+  forget(frame);
   return Result::ok;
 }
 
+// The first frame that is empty or was not used since the hand last passed.
 bool PageCache::find_victim(bool clean_only, Frame& frame) {
   for (std::uint32_t steps = 0; steps < 2 * buffers_; ++steps) {
     const Frame candidate = hand_;
     hand_ = hand_ + 1 == buffers_ ? 0 : hand_ + 1;
-    const FrameState& state = frames_[candidate];
+    FrameState& state = frames_[candidate];
     if (state.pins > 0 || (clean_only && state.changed)) continue;
-    if (state.page != 0) {
-      Slot* const slot = find(state.page);
-      if (slot->referenced != 0) {
-        slot->referenced = 0;
-        continue;
-      }
-    }
+    if (std::exchange(state.referenced, false) && state.page != 0) continue;
     frame = candidate;
     return true;
   }
@@ -218,15 +246,11 @@ Result PageCache::write_changed() {
 }
 
 void PageCache::drop_all() {
-  if (used_ == buffers_) {
-    std::fill_n(slots_.get(), std::size_t{slot_mask_} + 1, Slot{});
-  } else {
-    for (Frame frame = 0; frame < used_; ++frame) {
-      if (frames_[frame].page != 0) erase_slot(frames_[frame].page);
-    }
+  for (std::uint32_t i = 0; i < listed_count_; ++i) {
+    forget(listed_[i]);
+    frames_[listed_[i]] = {};
   }
-  std::fill_n(frames_.get(), used_, FrameState{});
-  used_ = hand_ = changed_count_ = 0;
+  listed_count_ = hand_ = changed_count_ = 0;
 }
 
 }  // namespace vqdb::index

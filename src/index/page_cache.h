@@ -1,6 +1,8 @@
-// The page buffers of an index file: a fixed number of page images in one slab, looked up by hash
-// and given up least recently used first (by second chance). Changed pages are written together,
-// in an order that leaves every key reachable wherever the writing stops:
+// The page buffers of an index file: a fixed number of page images in one slab, given up least
+// recently used first (by second chance). Every page has a home buffer, told by its number alone,
+// and is kept there when it is free, so that a look-up mostly knows the image's address without
+// waiting for a table; only pages away from home are looked up by hash. Changed pages are written
+// together, in an order that leaves every key reachable wherever the writing stops:
 //
 //   1. new pages, which nothing in the file leads to yet,
 //   2. the header, which names the root and the end of the file,
@@ -50,10 +52,9 @@ class PageCache {
 
   // The buffer that holds the page, read from the file when none does. REQUIRES page > 0.
   Result fetch(PageNumber page, Frame& frame) {
-    Slot* slot = find(page);
-    if (slot->page != page) return load(page, frame);
-    slot->referenced = 1;
-    frame = slot->frame;
+    frame = home_of(page);
+    if (frames_[frame].page != page) return fetch_away(page, frame);
+    frames_[frame].referenced = true;
     return Result::ok;
   }
   // A buffer for a page that the file does not have yet; the image is zero.
@@ -82,20 +83,25 @@ class PageCache {
   void drop_all();
 
  private:
-  // Of the hash table; page 0 is an empty one. A look-up that succeeds touches nothing else.
+  // Of the hash table of the pages away from home; page 0 is an empty one.
   struct Slot {
     PageNumber page;
-    Frame frame : 31;
-    std::uint32_t referenced : 1;  // since the hand last passed
+    Frame frame;
   };
   struct FrameState {
     PageNumber page;  // 0: holds none
     std::uint8_t height;
     std::uint8_t pins;
-    bool changed;  // is in the list of changed frames
-    bool fresh;    // the file has no such page yet
+    bool referenced;   // since the hand last passed
+    bool listed : 1;   // is in the list of frames that may hold a page
+    bool changed : 1;  // is in the list of changed frames
+    bool fresh : 1;    // the file has no such page yet
   };
 
+  Frame home_of(PageNumber page) const {
+    const std::uint32_t place = page >> home_shift_;
+    return place < buffers_ ? place : place % buffers_;
+  }
   std::uint32_t hash(PageNumber page) const { return (page * 0x9E3779B1u) >> hash_shift_; }
   // The slot of the page, or the empty one where it would go.
   Slot* find(PageNumber page) const {
@@ -103,21 +109,24 @@ class PageCache {
     while (slots_[at].page != page && slots_[at].page != 0) at = (at + 1) & slot_mask_;
     return &slots_[at];
   }
-  void insert_slot(PageNumber page, Frame frame) {
-    *find(page) = {.page = page, .frame = frame & 0x7FFFFFFF, .referenced = 1};
-  }
   void erase_slot(PageNumber page);
 
+  Result fetch_away(PageNumber page, Frame& frame);
   Result load(PageNumber page, Frame& frame);
-  Result victim(Frame& frame);
+  // Makes an empty frame the page's, in the hash table too where it is not the page's home.
+  void take_in(Frame frame, PageNumber page);
+  // An empty frame: the page's home where that is free, else the one that the hand finds.
+  Result victim(PageNumber page, Frame& frame);
   bool find_victim(bool clean_only, Frame& frame);
-  void empty(Frame frame);
+  // Leaves the frame empty.
+  void forget(Frame frame);
   Result write_run(std::span<const Frame> frames);
   Result write_frames(std::span<const Frame> frames);
   // The header and the pages, less those at the front that are written already.
   Result write_reachable(std::span<const Frame> frames);
   std::uint64_t offset_of(PageNumber page) const { return std::uint64_t{page} * unit_; }
   bool resize(std::uint32_t buffers);
+  void adopt(const Byte* image, const FrameState& state, Frame& spare);
 
   VqBlock& block_;
   platform::File& file_;
@@ -125,21 +134,20 @@ class PageCache {
   const std::uint32_t unit_;
   const std::uint32_t page_bytes_;
 
-  struct Release {
-    void operator()(void* memory) const { platform::release(memory); }
-  };
   platform::Bytes images_;
-  std::unique_ptr<FrameState[], Release> frames_;
-  std::unique_ptr<Slot[], Release> slots_;
-  std::unique_ptr<Frame[], Release> changed_;
+  platform::Array<FrameState> frames_;
+  platform::Array<Slot> slots_;
+  platform::Array<Frame> listed_;
+  platform::Array<Frame> changed_;
   PageNumber limit_ = 0;
   std::uint32_t buffers_ = 0;
   std::uint32_t nominal_buffers_ = 0;
-  std::uint32_t used_ = 0;  // frames from here on have never held a page
   std::uint32_t hand_ = 0;
+  std::uint32_t listed_count_ = 0;
   std::uint32_t changed_count_ = 0;
   std::uint32_t slot_mask_ = 0;
   std::uint32_t hash_shift_ = 0;
+  std::uint32_t home_shift_ = 0;  // makes the numbers of neighbouring pages follow one another
 };
 
 }  // namespace vqdb::index
