@@ -243,6 +243,33 @@ int32_t VQ_CALL dDflush(VqTable *table);
 /* Flushes and empties the buffers. Bad handle: 461. */
 int32_t VQ_CALL dDclearbuf(VqTable *table);
 
+/* Tables as whole files: none of them may be open. */
+
+/* Creates table `to` with the fields of table `from` and no records. Field names pass the tests of
+ * dDcreat again (151..164); types are taken as they are. 141 (-11) a name is null or both are the
+ * same; else results of dDopen. */
+int32_t VQ_CALL dDcopy(VqBlock *block, const char *from, const char *to);
+/* 0 when both tables have the same fields, their names in any case; else -9 (191), or results of
+ * dDopen. */
+int32_t VQ_CALL dDcmpstr(VqBlock *block, const char *first, const char *second);
+/* Appends the records of `source` to `target`, whose date stays; or makes `target` a copy of `source`
+ * when there is none. A failure leaves `target` as it was. Progress in pieces of 16384 bytes.
+ *   341 source not opened    342 -14 no memory       343 target not opened   344 -17 not a header
+ *   345 target not created   346, 347 not opened again                       348, 349 -17 no header
+ *   350 -20 the target would reach the locked bytes, -17 it lacks records    351 -9 record lengths
+ *   352 end mark of the target not restored  353 -17 count not written       357 -17 not written
+ *   358 -3 source shorter than its header says, -17 not read                 else as dDcmpstr */
+int32_t VQ_CALL dDcat(VqBlock *block, const char *target, const char *source);
+/* Replaces a table, in one step, by a copy without the records whose flag byte is not a blank. The
+ * production index flag is cleared, since record numbers change. Needs room for the copy in the
+ * temporary directory. Progress in records.
+ *   291 no temporary file    292 -14 no memory   293 the copy could not take the table's place
+ *   294 -17 header not copied; else as for dDcopy, dDgetrec and dDapprec */
+int32_t VQ_CALL dDpack(VqBlock *block, const char *name);
+/* Clears the production index flag of a table. 101 (-17) short file, 102 (-3) no table, 104 (-17) not
+ * written. */
+int32_t VQ_CALL dDapart(VqBlock *block, const char *name);
+
 /*
  * Locks on bytes beyond the data, against every other handle in any process; a request never waits.
  * Where the bytes lie depends on the lock scheme (dUsetnet) at the time of opening; schemes 4 to 6
@@ -364,6 +391,10 @@ VqBlock *VQ_CALL dUsetdate(VqBlock *block, int32_t format);
 /* Where temporary files are made, with a `\` added when none ends it; null or empty: the current
  * directory. VQ_E_UNKNOWN_NAME: longer than 85 characters, nothing changed. */
 int32_t VQ_CALL dUtmpdir(VqBlock *block, const char *directory);
+/* A function that long work under this block tells its progress to, with the context: pack, sort,
+ * index building, concatenation, compaction. Null: none. A non-zero answer cancels the work (-41,
+ * 10071), which leaves every file as it was. The function must not use the handles of that work. */
+VqBlock *VQ_CALL dUsetprog(VqBlock *block, VqProgress function, void *context);
 
 /* ---- dE: expressions --------------------------------------------------------------------------- */
 

@@ -60,3 +60,11 @@ int32_t VQ_CALL dUtmpdir(VqBlock* block, const char* directory) {
   *end = '\0';
   return VQ_OK;
 }
+
+VqBlock* VQ_CALL dUsetprog(VqBlock* block, VqProgress function, void* context) {
+  if (block != nullptr) {
+    block->progress = reinterpret_cast<std::uintptr_t>(function);
+    block->progress_context = reinterpret_cast<std::uintptr_t>(context);
+  }
+  return block;
+}

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "frame/result.h"
 #include "vqdbsys.h"
 
 namespace vqdb {
@@ -15,6 +16,38 @@ inline bool cancelled(const VqBlock& block, std::uint32_t done, std::uint32_t to
   auto* context = reinterpret_cast<void*>(static_cast<std::uintptr_t>(block.progress_context));
   return tell(context, done, total) != 0;
 }
+
+// The detail code of cancelled work.
+inline constexpr std::int32_t kCancelledDetail = 10071;
+
+// Work of many small units, reported now and then.
+class Progress {
+ public:
+  Progress(VqBlock& block, std::uint32_t total) : block_(block), total_(total) {}
+
+  // One more unit is done; `cancelled` when the host has had enough.
+  Result step() {
+    ++done_;
+    return done_ % kUnitsPerReport == 0 ? report() : Result::ok;
+  }
+  // All units are done; the last moment to cancel.
+  Result finish() {
+    done_ = total_;
+    return report();
+  }
+
+ private:
+  static constexpr std::uint32_t kUnitsPerReport = 1024;
+
+  Result report() {
+    return cancelled(block_, done_, total_) ? fail(block_, Result::cancelled, kCancelledDetail)
+                                            : Result::ok;
+  }
+
+  VqBlock& block_;
+  std::uint32_t total_;
+  std::uint32_t done_ = 0;
+};
 
 }  // namespace vqdb
 

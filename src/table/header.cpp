@@ -7,9 +7,7 @@
 namespace vqdb::table {
 namespace {
 
-// Offsets in the header and in a descriptor.
-constexpr std::size_t kHeaderLengthOffset = 8;
-constexpr std::size_t kRecordLengthOffset = 10;
+// Further offsets in the header, and those in a descriptor.
 constexpr std::size_t kEncryptedOffset = 15;
 constexpr std::size_t kTypeOffset = 11;
 constexpr std::size_t kLengthOffset = 16;

@@ -18,10 +18,12 @@ inline constexpr std::uint32_t kDescriptorBytes = 32;
 inline constexpr std::uint32_t kMinHeaderLength = 65;
 inline constexpr Byte kHeaderEnd = 0x0D;
 
-// Bytes of the header that others than create touch.
+// Offsets in the header.
 inline constexpr std::size_t kDateOffset = 1;  // year - 1900, month, day, then the record count
 inline constexpr std::size_t kCountOffset = 4;
 inline constexpr std::size_t kDateAndCountBytes = 7;
+inline constexpr std::size_t kHeaderLengthOffset = 8;
+inline constexpr std::size_t kRecordLengthOffset = 10;
 inline constexpr std::size_t kProductionOffset = 28;
 
 namespace version {

@@ -1,0 +1,37 @@
+#include "table/detach.h"
+
+#include <array>
+
+#include "frame/file_name.h"
+#include "frame/system_file.h"
+#include "table/header.h"
+
+namespace vqdb::table {
+namespace {
+
+constexpr Operation kApart{10};
+
+}  // namespace
+
+Result detach_production_index(VqBlock& block, const char* name) {
+  platform::File file;
+  if (const Result result = open_file(block, path_of(name, "DBF"), 0, file); !ok(result)) {
+    return result;
+  }
+  std::array<Byte, kHeaderBytes> bytes;
+  if (!file.read_exactly(0, bytes.data(), bytes.size()).ok()) {
+    return fail(block, Result::io, kApart.detail(1));
+  }
+  // Looser than the test at open: either of the two bits makes a table here.
+  if ((bytes[0] & version::kTableBits) == 0) {
+    return fail(block, Result::bad_format, kApart.detail(2));
+  }
+  if (bytes[kProductionOffset] == 0) return Result::ok;
+  constexpr Byte kClear = 0;
+  if (!file.write_at(kProductionOffset, &kClear, 1).ok()) {
+    return fail(block, Result::io, kApart.detail(4));
+  }
+  return Result::ok;
+}
+
+}  // namespace vqdb::table

@@ -1,0 +1,98 @@
+#include "table/pack.h"
+
+#include <algorithm>
+#include <array>
+
+#include "frame/file_name.h"
+#include "frame/progress.h"
+#include "frame/system_file.h"
+#include "frame/temporary_file.h"
+#include "table/copy.h"
+#include "table/header.h"
+#include "table/records.h"
+#include "table/scoped_table.h"
+
+namespace vqdb::table {
+namespace {
+
+constexpr Operation kPack{29};
+
+constexpr std::int32_t kBuffers = 64;  // both tables are read and written in order
+
+// Clears run-time flag 1 while it lives, so that records carry their flag byte.
+class WholeRecords {
+ public:
+  explicit WholeRecords(VqBlock& block) : block_(block), flags_(block.runtime_flags) {
+    block.runtime_flags = static_cast<std::uint16_t>(flags_ & ~runtime_flag::kFieldsOnly);
+  }
+  ~WholeRecords() { block_.runtime_flags = flags_; }
+  WholeRecords(const WholeRecords&) = delete;
+  WholeRecords& operator=(const WholeRecords&) = delete;
+
+ private:
+  VqBlock& block_;
+  const std::uint16_t flags_;
+};
+
+// Gives the packed copy what its header does not get from the fields: the version byte, since the
+// memo file keeps its layout, the record length and the marks of other programs. The production
+// flag stays clear, since record numbers change.
+Result take_over_header(VqBlock& block, const std::string& from, const std::string& to) {
+  platform::File source;
+  platform::File copy;
+  Result result = open_file(block, from, open_mode::kReadOnly, source);
+  if (ok(result)) result = open_file(block, to, 0, copy);
+  if (!ok(result)) return result;
+  std::array<Byte, kHeaderBytes> header;
+  std::array<Byte, kRecordLengthOffset> made;
+  if (!source.read_exactly(0, header.data(), header.size()).ok() ||
+      !copy.read_exactly(0, made.data(), made.size()).ok()) {
+    return fail(block, Result::io, kPack.detail(4));
+  }
+  std::copy(made.begin() + kDateOffset, made.end(), header.begin() + kDateOffset);
+  header[kProductionOffset] = 0;
+  return copy.write_at(0, header.data(), header.size()).ok()
+             ? Result::ok
+             : fail(block, Result::io, kPack.detail(4));
+}
+
+Result copy_live_records(VqBlock& block, Table& from, Table& to) {
+  const std::uint32_t count = known_record_count(from);
+  const platform::Bytes record = platform::allocate_bytes(record_length(from));
+  if (record == nullptr) return fail(block, Result::no_memory, kPack.detail(2));
+  const WholeRecords whole(block);
+  Progress progress(block, count);
+  for (std::uint32_t recno = 1; recno <= count; ++recno) {
+    Result result = read_record(from, recno, record.get());
+    if (ok(result) && record[0] == kLive) result = append_record(to, record.get());
+    if (ok(result)) result = progress.step();
+    if (!ok(result)) return result;
+  }
+  return progress.finish();
+}
+
+}  // namespace
+
+Result pack(VqBlock& block, const char* name) {
+  const std::string path = path_of(name, "DBF");
+  TemporaryFile packed;
+  const platform::Outcome made = packed.make(block, "DBF");
+  if (!made.ok()) return fail(block, open_result(made.error), kPack.detail(1));
+  bool has_memo = false;
+  Result result = copy_structure(block, path.c_str(), packed.path().c_str(), has_memo);
+  if (ok(result)) result = take_over_header(block, path, packed.path());
+  if (!ok(result)) return result;
+  {
+    ScopedTable source;
+    ScopedTable target;
+    result = source.open(block, path.c_str(), 0, kBuffers);
+    if (ok(result)) result = target.open(block, packed.path().c_str(), 0, kBuffers);
+    if (ok(result)) result = copy_live_records(block, *source, *target);
+    if (ok(result)) result = target.close();
+    if (!ok(result)) return result;
+  }
+  const platform::Outcome placed = packed.put_in_place_of(path);
+  return placed.ok() ? Result::ok : fail(block, open_result(placed.error), kPack.detail(3));
+}
+
+}  // namespace vqdb::table

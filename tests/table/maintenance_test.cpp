@@ -1,0 +1,355 @@
+// Tables as whole files: copied, compared, joined, packed, detached.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "table/scratch_table.h"
+
+namespace {
+
+using namespace std::string_literals;
+using vqdb::testing::block_of_kind;
+using vqdb::testing::create_table;
+using vqdb::testing::file_exists;
+using vqdb::testing::OpenTable;
+using vqdb::testing::read_bytes;
+using vqdb::testing::read_file;
+using vqdb::testing::ScratchTable;
+using vqdb::testing::TemporaryFolder;
+using vqdb::testing::write_bytes;
+using vqdb::testing::write_file;
+
+constexpr std::size_t kStart = ScratchTable::kHeaderBytes;
+constexpr std::size_t kLength = ScratchTable::kRecordBytes;
+
+std::string records(std::uint32_t first, std::uint32_t last) {
+  std::string all;
+  for (std::uint32_t i = first; i <= last; ++i) all += ScratchTable::record(i);
+  return all;
+}
+
+// A host that counts reports, and cancels at one of them.
+struct Host {
+  std::uint32_t reports = 0, cancel_at = 0, last_done = 0, total = 0;
+  bool in_order = true;
+
+  static std::int32_t VQ_CALL told(void* context, std::uint32_t done, std::uint32_t total) {
+    Host& host = *static_cast<Host*>(context);
+    host.in_order = host.in_order && done >= host.last_done && done <= total;
+    host.last_done = done;
+    host.total = total;
+    return ++host.reports == host.cancel_at ? 1 : 0;
+  }
+};
+
+TEST(Copy, makes_an_empty_table_of_the_same_fields) {
+  ScratchTable scratch(4);
+  const std::string source = scratch.folder.file("S"), target = scratch.folder.file("D.DBF");
+  ASSERT_EQ(0, create_table(scratch.block, source,
+                            {"A", "C254", "B", "F20.5", "C", "D", "D", "L", "E", "M", "F", "G"}));
+  std::string bytes = read_file(source + ".DBF");
+  bytes[28] = 1;
+  write_file(source + ".DBF", bytes);
+  ASSERT_EQ(0, lib.dDcopy(&scratch.block, source.c_str(), target.c_str()));
+  bytes[28] = 0;
+  EXPECT_EQ(bytes, read_file(target));
+  EXPECT_EQ(0, lib.dDcmpstr(&scratch.block, source.c_str(), target.c_str()));
+}
+
+TEST(Copy, tests_names_and_length_again_but_takes_types_as_they_are) {
+  struct Case {
+    std::size_t offset;
+    std::string bytes;
+    std::int32_t result, detail;
+  };
+  const Case cases[] = {
+      {32, "A-B\0"s, -11, 157},     {64, "TEXT\0\0"s, -11, 158}, {64 + 11, "Z", 0, 0},
+      {64 + 16, "\x20\x1F"s, 0, 0}, {32, "text", 0, 0},
+  };
+  for (const Case& c : cases) {
+    ScratchTable scratch;
+    write_bytes(scratch.file, 10, "\xFF");
+    write_bytes(scratch.file, c.offset, c.bytes);
+    const std::string target = scratch.folder.file("D");
+    EXPECT_EQ(c.result, lib.dDcopy(&scratch.block, scratch.name.c_str(), target.c_str()));
+    EXPECT_EQ(c.detail, +scratch.block.detail);
+    EXPECT_EQ(c.result == 0, file_exists(target + ".DBF"));
+  }
+}
+
+TEST(Copy, refuses_to_copy_a_table_to_itself) {
+  ScratchTable scratch;
+  scratch.append(1, 3);
+  const std::string before = read_file(scratch.file);
+  const char* const name = scratch.name.c_str();
+  const char* const missing = nullptr;
+  for (const auto& [from, to] :
+       {std::pair{name, name}, {name, missing}, {missing, name}, {name, scratch.file.c_str()}}) {
+    scratch.block.detail = 0;
+    EXPECT_EQ(-11, lib.dDcopy(&scratch.block, from, to));
+    EXPECT_EQ(141, +scratch.block.detail);
+  }
+  EXPECT_EQ(before, read_file(scratch.file));
+  EXPECT_EQ(-5, lib.dDcopy(&scratch.block, scratch.folder.file("NO").c_str(), name));
+  EXPECT_EQ(10421, +scratch.block.detail);
+}
+
+TEST(Compare, looks_at_names_types_lengths_and_decimals) {
+  TemporaryFolder folder;
+  VqBlock block = block_of_kind(1);
+  ASSERT_EQ(0, create_table(block, folder.file("A"), {"X", "N8.2", "Y", "C5"}));
+  struct Case {
+    std::vector<const char*> fields;
+    std::int32_t result;
+  };
+  const Case cases[] = {
+      {{"x", "N8.2", "y", "C5"}, 0},
+      {{"X", "N8.2"}, -9},
+      {{"X", "N8.2", "Z", "C5"}, -9},
+      {{"X", "F8.2", "Y", "C5"}, -9},
+      {{"X", "N9.2", "Y", "C5"}, -9},
+      {{"X", "N8.3", "Y", "C5"}, -9},
+      {{"X", "N8.2", "Y", "C5", "Z", "L"}, -9},
+  };
+  for (const Case& c : cases) {
+    ASSERT_EQ(0, create_table(block, folder.file("B"), c.fields));
+    block.detail = 0;
+    EXPECT_EQ(c.result, lib.dDcmpstr(&block, folder.file("A").c_str(), folder.file("B").c_str()));
+    EXPECT_EQ(c.result == 0 ? 0 : 191, +block.detail);
+  }
+  std::string bytes = read_file(folder.file("A.DBF"));
+  bytes[32] = 'x';
+  write_file(folder.file("B.DBF"), bytes);
+  EXPECT_EQ(0, lib.dDcmpstr(&block, folder.file("A").c_str(), folder.file("B").c_str()));
+  EXPECT_EQ(-5, lib.dDcmpstr(&block, folder.file("A").c_str(), folder.file("NO").c_str()));
+}
+
+TEST(Concatenate, makes_a_byte_copy_where_there_is_no_target) {
+  for (const std::uint32_t count : {0u, 1u, 3000u}) {
+    ScratchTable scratch;
+    if (count != 0) scratch.append(1, count);
+    const std::string target = scratch.folder.file("D");
+    ASSERT_EQ(0, lib.dDcat(&scratch.block, target.c_str(), scratch.name.c_str()));
+    EXPECT_EQ(0, +scratch.block.detail);
+    EXPECT_EQ(read_file(scratch.file) + (count == 0 ? "\x1A" : ""), read_file(target + ".DBF"))
+        << "an end mark that is lacking is supplied";
+  }
+}
+
+TEST(Concatenate, appends_and_leaves_the_date) {
+  struct Case {
+    std::uint32_t target, source;
+    bool end_mark;
+  };
+  for (const Case& c :
+       {Case{2, 3, true}, {2, 3, false}, {0, 1500, true}, {1500, 4000, false}, {7, 0, true}}) {
+    ScratchTable target;
+    ScratchTable source;
+    if (c.target != 0) target.append(1, c.target);
+    if (c.source != 0) source.append(10001, 10000 + c.source);
+    if (!c.end_mark) {
+      const std::string bytes = read_file(source.file);
+      write_file(source.file, bytes.substr(0, bytes.size() - 1));
+    }
+    write_bytes(target.file, 1, "\x50\x02\x03");
+    ASSERT_EQ(0, lib.dDcat(&target.block, target.name.c_str(), source.name.c_str()));
+    EXPECT_EQ("\x50\x02\x03", read_bytes(target.file, 1, 3));
+    EXPECT_EQ(records(1, c.target) + records(10001, 10000 + c.source) + "\x1A",
+              read_file(target.file).substr(kStart));
+    OpenTable table(target.block, target.name, 0, 1);
+    std::uint32_t count = 0;
+    ASSERT_EQ(0, lib.dDreccnt(table, &count));
+    EXPECT_EQ(c.target + c.source, count);
+  }
+}
+
+TEST(Concatenate, doubles_a_table_given_twice) {
+  ScratchTable scratch;
+  scratch.append(1, 2500);
+  ASSERT_EQ(0, lib.dDcat(&scratch.block, scratch.name.c_str(), scratch.file.c_str()));
+  const std::string expected = records(1, 2500) + records(1, 2500) + "\x1A";
+  EXPECT_EQ(expected, read_bytes(scratch.file, kStart, expected.size()));
+}
+
+TEST(Concatenate, refuses_and_leaves_the_target_as_it_was) {
+  ScratchTable target;
+  target.append(1, 5);
+  const std::string before = read_file(target.file);
+  ScratchTable source;
+  source.append(1, 2000);
+  const std::string sound = read_file(source.file);
+  const auto cat = [&](const std::string& to) {
+    target.block.detail = 0;
+    return lib.dDcat(&target.block, to.c_str(), source.name.c_str());
+  };
+
+  std::string bytes = sound;
+  bytes[64 + 11] = 'F';
+  write_file(source.file, bytes);
+  EXPECT_EQ(-9, cat(target.name));
+  EXPECT_EQ(191, +target.block.detail);
+
+  bytes = sound;
+  bytes[10] = 16;
+  write_file(source.file, bytes);
+  EXPECT_EQ(-9, cat(target.name));
+  EXPECT_EQ(351, +target.block.detail);
+
+  write_file(source.file, sound.substr(0, sound.size() - 2));
+  EXPECT_EQ(-3, cat(target.name));
+  EXPECT_EQ(358, +target.block.detail);
+  EXPECT_EQ(before, read_file(target.file));
+  EXPECT_EQ(-3, cat(target.folder.file("NEW")));
+  EXPECT_EQ(358, +target.block.detail);
+  EXPECT_FALSE(file_exists(target.folder.file("NEW.DBF")));
+
+  write_file(source.file, "dBASE");
+  EXPECT_EQ(-17, cat(target.folder.file("NEW")));
+  EXPECT_EQ(344, +target.block.detail);
+  EXPECT_EQ(-17, cat(target.folder.file("NO/NEW"))) << "before the target is looked for";
+
+  write_file(source.file, sound);
+  EXPECT_EQ(-5, cat(target.folder.file("NO/NEW")));
+  EXPECT_EQ(345, +target.block.detail);
+  write_file(target.file, before.substr(0, before.size() - 3));
+  EXPECT_EQ(-17, cat(target.name));
+  EXPECT_EQ(350, +target.block.detail);
+  std::filesystem::remove(source.file);
+  EXPECT_EQ(-5, cat(target.name));
+  EXPECT_EQ(341, +target.block.detail);
+
+  // A source so long that both together would reach the locked bytes.
+  write_file(target.file, before);
+  bytes = sound;
+  bytes.replace(4, 4, "\xFF\xFF\xFF\x1F");
+  write_file(source.file, bytes);
+  EXPECT_EQ(-20, cat(target.name));
+  EXPECT_EQ(350, +target.block.detail);
+  EXPECT_EQ(before, read_file(target.file));
+}
+
+TEST(Pack, keeps_live_records_and_what_the_header_says) {
+  for (std::uint16_t flags = 0; flags < 2; ++flags) {
+    ScratchTable scratch(4);
+    ASSERT_EQ(0, lib.dUtmpdir(&scratch.block, scratch.folder.path().string().c_str()));
+    scratch.append(1, 3000);
+    std::string expected;
+    {
+      OpenTable table(scratch.block, scratch.name, 0, 4);
+      for (std::uint32_t i = 1; i <= 3000; ++i) {
+        if (i % 3 == 0) {
+          ASSERT_EQ(0, lib.dDdelrec(table, i));
+        } else {
+          expected += ScratchTable::record(i);
+        }
+      }
+    }
+    write_bytes(scratch.file, 0, "\x83\x50\x02\x03");  // another dialect's version, an old date
+    write_bytes(scratch.file, 28, "\x01\x57");         // production index, code page mark
+    write_bytes(scratch.file, kStart + 7 * kLength, "?");
+    expected.erase(5 * kLength, kLength);
+    scratch.block.runtime_flags = flags;
+    Host host;
+    lib.dUsetprog(&scratch.block, Host::told, &host);
+    ASSERT_EQ(0, lib.dDpack(&scratch.block, scratch.name.c_str())) << +scratch.block.detail;
+
+    const std::string bytes = read_file(scratch.file);
+    EXPECT_EQ(expected + "\x1A", bytes.substr(kStart));
+    EXPECT_EQ('\x83', bytes[0]);
+    EXPECT_NE("\x50\x02\x03", bytes.substr(1, 3));
+    EXPECT_EQ("\0\x57"s, bytes.substr(28, 2));
+    EXPECT_EQ(flags, +scratch.block.runtime_flags);
+    EXPECT_EQ((std::vector<std::string>{"T.DBF"}), scratch.folder.list());
+    EXPECT_TRUE(host.in_order);
+    EXPECT_EQ(3000u, host.total);
+    EXPECT_EQ(3000u, host.last_done);
+    OpenTable table(scratch.block, scratch.name, 0, 4);
+    std::uint32_t count = 0;
+    EXPECT_EQ(0, lib.dDreccnt(table, &count));
+    EXPECT_EQ(1999u, count);
+  }
+}
+
+TEST(Pack, keeps_bytes_behind_the_fields_of_a_record) {
+  ScratchTable scratch;
+  write_bytes(scratch.file, 4, "\x02\0\0\0\x61\0\x14\0"s);
+  write_bytes(scratch.file, kStart, " RECORD   12345extra*RECORD   12345extra\x1A");
+  ASSERT_EQ(0, lib.dDpack(&scratch.block, scratch.name.c_str()));
+  EXPECT_EQ(" RECORD   12345extra\x1A", read_file(scratch.file).substr(kStart));
+  EXPECT_EQ("\x01\0\0\0\x61\0\x14\0"s, read_bytes(scratch.file, 4, 8));
+}
+
+TEST(Pack, of_a_short_table_changes_nothing) {
+  ScratchTable scratch;
+  scratch.append(1, 200);
+  const std::string cut = read_file(scratch.file).substr(0, 2000);
+  write_file(scratch.file, cut);
+  EXPECT_EQ(-17, lib.dDpack(&scratch.block, scratch.name.c_str()));
+  EXPECT_EQ(10064, +scratch.block.detail);
+  EXPECT_EQ(cut, read_file(scratch.file));
+  EXPECT_EQ(-5, lib.dDpack(&scratch.block, scratch.folder.file("NO").c_str()));
+  lib.dUtmpdir(&scratch.block, scratch.folder.file("NO").c_str());
+  EXPECT_EQ(-5, lib.dDpack(&scratch.block, scratch.name.c_str()));
+  EXPECT_EQ(291, +scratch.block.detail);
+}
+
+TEST(Maintenance, cancelled_work_leaves_everything_as_it_was) {
+  for (const bool packs : {true, false}) {
+    for (std::uint32_t at = 1;; ++at) {
+      ScratchTable target;
+      ScratchTable source;
+      lib.dUtmpdir(&target.block, target.folder.path().string().c_str());
+      target.append(1, 3000);
+      source.append(1, 3000);
+      const std::string before = read_file(target.file);
+      Host host;
+      host.cancel_at = at;
+      lib.dUsetprog(&target.block, Host::told, &host);
+      const std::int32_t result =
+          packs ? lib.dDpack(&target.block, target.name.c_str())
+                : lib.dDcat(&target.block, target.name.c_str(), source.name.c_str());
+      if (host.reports < at) {
+        EXPECT_EQ(0, result);
+        EXPECT_GE(at, 4u) << "reports come on the way, not at the end only";
+        break;
+      }
+      EXPECT_EQ(-41, result);
+      EXPECT_EQ(10071, +target.block.detail);
+      EXPECT_EQ(before, read_file(target.file).substr(0, before.size()));
+      EXPECT_EQ(1u, target.folder.list().size());
+    }
+  }
+}
+
+TEST(Detach, clears_the_production_flag_only) {
+  ScratchTable scratch;
+  scratch.append(1, 2);
+  std::string bytes = read_file(scratch.file);
+  EXPECT_EQ(0, lib.dDapart(&scratch.block, scratch.name.c_str()));
+  bytes[28] = '\x7F';
+  bytes[0] = '\xF5';  // one of the two bits is enough here
+  write_file(scratch.file, bytes);
+  EXPECT_EQ(0, lib.dDapart(&scratch.block, scratch.name.c_str()));
+  bytes[28] = 0;
+  EXPECT_EQ(bytes, read_file(scratch.file));
+
+  bytes[0] = '\x30';
+  write_file(scratch.file, bytes);
+  EXPECT_EQ(-3, lib.dDapart(&scratch.block, scratch.name.c_str()));
+  EXPECT_EQ(102, +scratch.block.detail);
+  write_file(scratch.file, bytes.substr(0, 31));
+  EXPECT_EQ(-17, lib.dDapart(&scratch.block, scratch.name.c_str()));
+  EXPECT_EQ(101, +scratch.block.detail);
+}
+
+TEST(Maintenance, null_names_are_refused) {
+  VqBlock block = block_of_kind(1);
+  EXPECT_EQ(-4, lib.dDcmpstr(&block, "A", nullptr));
+  EXPECT_EQ(-4, lib.dDcat(&block, nullptr, "A"));
+  EXPECT_EQ(-4, lib.dDpack(&block, nullptr));
+  EXPECT_EQ(-4, lib.dDapart(&block, nullptr));
+  EXPECT_EQ(-4, lib.dDpack(nullptr, "A"));
+}
+
+}  // namespace
