@@ -211,9 +211,11 @@ Result BlockCache::read_run(std::uint32_t block, std::span<const std::uint32_t> 
   for (std::size_t i = run.size(); i-- > 0;) {
     const auto read_block = static_cast<std::uint32_t>(block + i);
     const std::size_t start = i * file_.block_size;
-    const std::size_t whole = bytes > start ? (bytes - start) / file_.record_length : 0;
+    const std::size_t read = bytes > start ? bytes - start : 0;
     const std::uint32_t expected = expected_records(read_block);
-    const auto held = static_cast<std::uint32_t>(std::min<std::size_t>(whole, expected));
+    const bool complete = read >= std::size_t{expected} * file_.record_length;
+    const std::uint32_t held =
+        complete ? expected : static_cast<std::uint32_t>(read / file_.record_length);
     if (held > 0 && (i == 0 || held == expected)) install(run[i], read_block, held);
   }
   return Result::ok;

@@ -12,16 +12,31 @@ namespace vqdb::table {
 inline constexpr char kLive = ' ';
 inline constexpr char kDeleted = '*';
 
+// Details of the block cache (10061 to 10064, 341) may come from every operation below.
+
+// Details 262 (number below 1), 263 (beyond the last record), 264 and 265 (not read).
 Result read_record(Table& table, std::uint32_t recno, void* record);
-// The number of the new record goes to the block's record_number.
+// The deletion flag of the record. Details 382 to 384, as for reading.
+Result record_status(Table& table, std::uint32_t recno, char& flag);
+
+// The number of the new record goes to the block's record_number, which is -1 after a failure.
+// Details 323 (read-only), 324 and 325 (append lock), 327 (no room below the locked bytes), 331 to
+// 333 (record, fields or end mark not written), 335 (count not written), 353 (the record is in, but
+// the append lock could not be released), 423 and 424 (count not read).
 Result append_record(Table& table, const void* record);
+
+// Details 463 (read-only), 464 (number below 1), 465 (beyond the last record), 466 (no memory), 467
+// (not written), and those of record_lock_status.
 Result update_record(Table& table, std::uint32_t recno, const void* record);
 Result delete_record(Table& table, std::uint32_t recno);
 Result recall_record(Table& table, std::uint32_t recno);
+
+// Exclusive tables only. Details 272 and 402 (shared), 273 and 403 (read-only), 274 and 404
+// (number), 275 and 405 (no memory), and those of append_record.
 Result insert_record(Table& table, std::uint32_t recno, const void* record);
 Result remove_record(Table& table, std::uint32_t recno);
-// The deletion flag of the record.
-Result record_status(Table& table, std::uint32_t recno, char& flag);
+
+// Details 242 (a block not written) and 243 (the header not written).
 Result flush(Table& table);
 // Flushes, then empties every buffer.
 Result clear_buffers(Table& table);
