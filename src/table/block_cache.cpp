@@ -179,9 +179,9 @@ Result BlockCache::oldest(std::int32_t detail, std::uint32_t& buffer) {
 }
 
 // The buffers to read blocks into, from run[0] for `block` on: more than one when the block
-// continues what was read last. Changed and already cached blocks end the run.
+// begins the table or continues what was read last. Changed and already cached blocks end the run.
 std::size_t BlockCache::choose_run(std::uint32_t block, std::span<std::uint32_t> run) const {
-  if (block != next_block_) return 1;
+  if (block != 1 && block != next_block_) return 1;
   const std::size_t most =
       std::min<std::size_t>({BlockTransfer::blocks_of(file_.block_size), buffer_count_ / 2,
                              run.size(), std::size_t{file_.last_block() - block} + 1});

@@ -1,0 +1,95 @@
+// How many calls of the system records cost.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+
+#include "support/fault_plan.h"
+#include "table/scratch_table.h"
+
+namespace {
+
+using vqdb::testing::FaultPlan;
+using vqdb::testing::OpenTable;
+using vqdb::testing::ScratchTable;
+
+constexpr std::uint32_t kRecords = 6800;  // a hundred blocks
+const std::string kRecord = ScratchTable::record(1);
+
+std::uint64_t calls_of(const std::function<void()>& work) {
+  const FaultPlan plan(0);
+  work();
+  return plan.calls();
+}
+
+void read_all(VqTable* table) {
+  std::string out(ScratchTable::kRecordBytes, '?');
+  for (std::uint32_t i = 1; i <= kRecords; ++i) {
+    ASSERT_EQ(0, lib.dDgetrec(table, i, out.data()));
+    ASSERT_EQ(ScratchTable::record(i), out);
+  }
+}
+
+TEST(Calls, reading_in_order_takes_one_a_block_or_less_and_none_when_cached) {
+  struct Case {
+    std::int32_t buffers;
+    std::uint64_t first, again;
+  };
+  // Sixteen blocks go into one transfer, and at most half of the buffers.
+  for (const Case& c : {Case{1, 100, 100}, {4, 50, 50}, {32, 7, 7}, {100, 7, 0}, {5000, 7, 0}}) {
+    ScratchTable scratch;
+    scratch.append(1, kRecords);
+    OpenTable table(scratch.block, scratch.name, 0, c.buffers);
+    EXPECT_EQ(c.first, calls_of([&] { read_all(table); })) << c.buffers;
+    EXPECT_EQ(c.again, calls_of([&] { read_all(table); })) << c.buffers;
+  }
+}
+
+TEST(Calls, changed_blocks_are_written_together) {
+  ScratchTable scratch;
+  OpenTable table(scratch.block, scratch.name, 0, 40);
+  const auto append_all = [&] {
+    for (std::uint32_t i = 1; i <= kRecords; ++i) {
+      ASSERT_EQ(0, lib.dDapprec(table, ScratchTable::record(i).data()));
+    }
+    ASSERT_EQ(0, lib.dDflush(table));
+  };
+  EXPECT_LE(calls_of(append_all), 100u / 16 + 4u) << "with the header";
+  // Every other block, in an order that eviction does not follow.
+  const auto update_some = [&] {
+    for (std::uint32_t i = 1; i <= 20; ++i) {
+      ASSERT_EQ(0, lib.dDdelrec(table, (i * 7 % 20) * 2 * ScratchTable::kRecordsPerBlock + 1));
+    }
+    ASSERT_EQ(0, lib.dDflush(table));
+  };
+  EXPECT_LE(calls_of(update_some), 20u + 20u);
+  EXPECT_EQ(0u, calls_of([&] { lib.dDflush(table); }));
+}
+
+TEST(Calls, shared_operations_take_their_steps_and_no_more) {
+  struct Case {
+    std::uint32_t mode, scheme;
+    std::int32_t buffers;
+    std::uint64_t append, update, locked_update, read;
+  };
+  // Append: lock, count, record with end mark, header, unlock. Update: two probes of lock and
+  // unlock, and the record.
+  for (const Case& c : {Case{2, 0, 0, 5, 5, 1, 1},
+                        {2, 0, 3, 5, 5, 1, 1},
+                        {4, 3, 3, 5, 5, 1, 0},
+                        {2, 4, 0, 3, 1, 1, 1}}) {
+    ScratchTable scratch;
+    scratch.append(1, 100);
+    scratch.block.index_kind = c.scheme;
+    OpenTable table(scratch.block, scratch.name, c.mode, c.buffers);
+    std::string out(ScratchTable::kRecordBytes, '?');
+    ASSERT_EQ(0, lib.dDgetrec(table, 5, out.data()));
+    EXPECT_EQ(c.read, calls_of([&] { lib.dDgetrec(table, 5, out.data()); }));
+    EXPECT_EQ(c.append, calls_of([&] { lib.dDapprec(table, kRecord.data()); }));
+    EXPECT_EQ(c.update, calls_of([&] { lib.dDupdrec(table, 5, kRecord.data()); }));
+    lib.dDlkrec(table, 5);
+    EXPECT_EQ(c.locked_update, calls_of([&] { lib.dDupdrec(table, 5, kRecord.data()); }));
+  }
+}
+
+}  // namespace
