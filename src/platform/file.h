@@ -85,7 +85,7 @@ Outcome remove(const std::string& path);
 // An existing target is refused with already_exists, one on another device with other_device.
 Outcome rename(const std::string& from, const std::string& to);
 // Puts `from` in the place of `to` in one step that a crash cannot split, when both lie on one
-// device; `to` need not exist.
+// device; `to` need not exist. Where the system tells users apart, those of the old file remain.
 Outcome replace(const std::string& from, const std::string& to);
 
 }  // namespace vqdb::platform

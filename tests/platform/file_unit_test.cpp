@@ -219,6 +219,20 @@ TEST(File, locks_exclude_other_opens_of_the_file_byte_by_byte) {
   EXPECT_TRUE(one.lock(kFar, 2).ok()) << "closing gives up what was held";
 }
 
+TEST(File, replace_keeps_the_permissions_of_the_old_file_and_links_to_it) {
+  namespace fs = std::filesystem;
+  TemporaryFolder folder;
+  vqdb::testing::write_file(folder.file("OLD"), "old");
+  vqdb::testing::write_file(folder.file("NEW"), "new");
+  fs::permissions(folder.file("OLD"), fs::perms::owner_read | fs::perms::group_read);
+  fs::create_symlink(folder.file("OLD"), folder.file("LINK"));
+  ASSERT_TRUE(replace(folder.file("NEW"), folder.file("LINK")).ok());
+  EXPECT_EQ("new", vqdb::testing::read_file(folder.file("OLD")));
+  EXPECT_TRUE(fs::is_symlink(folder.file("LINK")));
+  EXPECT_EQ(fs::perms::owner_read | fs::perms::group_read,
+            fs::status(folder.file("OLD")).permissions());
+}
+
 TEST(File, replace_takes_the_place_of_a_file_and_rename_refuses_to) {
   const TemporaryFolder folder;
   const auto write = [&](const char* name, const char* text) {

@@ -9,6 +9,8 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
+#include <memory>
 
 #include "platform/system_calls.h"
 
@@ -164,8 +166,17 @@ Outcome rename_file(const std::string& from, const std::string& to) {
   return outcome_if(::rename(from.c_str(), to.c_str()) == 0);
 }
 
+// Who could use the old file can use the new one, and a link goes on naming it.
 Outcome replace_file(const std::string& from, const std::string& to) {
-  return outcome_if(::rename(from.c_str(), to.c_str()) == 0);
+  struct stat about = {};
+  if (::stat(to.c_str(), &about) != 0) return outcome_if(::rename(from.c_str(), to.c_str()) == 0);
+  const auto release = [](char* text) { std::free(text); };
+  const std::unique_ptr<char, decltype(release)> target(::realpath(to.c_str(), nullptr), release);
+  if (target == nullptr) return outcome_of(errno);
+  // Where the owner cannot be kept, as for another user's file, the rest still is.
+  if (::chown(from.c_str(), about.st_uid, about.st_gid) != 0) errno = 0;
+  if (::chmod(from.c_str(), about.st_mode & 07777) != 0) return outcome_of(errno);
+  return outcome_if(::rename(from.c_str(), target.get()) == 0);
 }
 
 }  // namespace system
