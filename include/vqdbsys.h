@@ -559,6 +559,23 @@ int32_t VQ_CALL dNulkfil(VqIndex *index);
  * (VQ_E_LOCKED); 3145: the system cannot tell. */
 int32_t VQ_CALL dNlkfsta(VqIndex *index);
 
+/* Makes an index with the keys of all records of the table, deleted ones too: a sorted stream poured
+ * into full pages, in the workspace of the block's page-count setting. The expression gives key type
+ * and length; texts of more than 100 characters, logical and memo values are refused as by dNcreat.
+ * Options: 1 unique, which keeps the first record of each key; 2 the dBASE III form. Equal keys run
+ * in the order of their records. The file takes its place in one step when it is complete; whatever
+ * fails, an index that was there stays, and no temporary file is left. VQ_E_CANCELLED: see
+ * dUsetprog. 3101: bad table handle; 3021..3023, 3025, 3026: as for dNcreat; 3103: the file cannot
+ * take its place; 10272, 10262, 10282, 10292: no memory; 10261, 10263, 10264: temporary files;
+ * 10283: not written; 10284, 10285: too large; and what dEparse, dErun and dDgetrec report. */
+int32_t VQ_CALL dNindex(VqTable *table, const char *name, const char *expression,
+                        uint32_t options);
+/* Makes an existing index again, in its form and with its expression, key type and length. No handle
+ * may be open on it. 3181: bad table handle; 3182: the table is shared, and others would go on with
+ * the old file (VQ_E_NOT_ALLOWED); 3183: the expression gives another key type (VQ_E_MISMATCH); and
+ * as for dNopen and dNindex. */
+int32_t VQ_CALL dNreindex(VqTable *table, const char *name);
+
 /* Copies an index file; the copy takes the place of `to` in one step when it is complete. 10421:
  * not found; 10422: not opened; 3012: the same file (VQ_E_NOT_ALLOWED); 3013: not created; 3014: not
  * read; 3015, 3016: not written (VQ_E_IO). */

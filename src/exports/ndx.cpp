@@ -1,4 +1,5 @@
 #include "exports/guard.h"
+#include "index/ndx_build.h"
 #include "index/ndx_describe.h"
 #include "index/ndx_file.h"
 #include "index/ndx_keys.h"
@@ -21,6 +22,7 @@ constexpr Operation kExpressionLength{306};
 constexpr Operation kFlush{307};
 constexpr Operation kForward{308};
 constexpr Operation kFind{309};
+constexpr Operation kBuild{310};
 constexpr Operation kKeyLength{311};
 constexpr Operation kKeyType{312};
 constexpr Operation kLock{313};
@@ -28,6 +30,7 @@ constexpr Operation kLockStatus{314};
 constexpr Operation kOpen{315};
 constexpr Operation kPut{316};
 constexpr Operation kPrevious{317};
+constexpr Operation kRebuild{318};
 constexpr Operation kRewind{319};
 constexpr Operation kNext{320};
 constexpr Operation kRemove{321};
@@ -187,6 +190,26 @@ int32_t VQ_CALL dNulkfil(VqIndex* index) {
 int32_t VQ_CALL dNlkfsta(VqIndex* index) {
   return with_index(index, kLockStatus,
                     [](NdxFile& file) { return index::index_lock_status(file); });
+}
+
+int32_t VQ_CALL dNindex(VqTable* table, const char* name, const char* expression,
+                        uint32_t options) {
+  return exports::with_handle(table::tables(), table, kBuild.bad_handle(),
+                              [&](table::Table& context) {
+                                if (name == nullptr || expression == nullptr) {
+                                  return refuse_null(&table::block_of(context), kBuild);
+                                }
+                                return index::build_ndx(context, name, expression, options);
+                              });
+}
+
+int32_t VQ_CALL dNreindex(VqTable* table, const char* name) {
+  return exports::with_handle(table::tables(), table, kRebuild.bad_handle(),
+                              [&](table::Table& context) {
+                                if (name == nullptr)
+                                  return refuse_null(&table::block_of(context), kRebuild);
+                                return index::rebuild_ndx(context, name);
+                              });
 }
 
 int32_t VQ_CALL dNcopy(VqBlock* block, const char* from, const char* to) {

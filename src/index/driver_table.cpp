@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "index/ndx_build.h"
 #include "index/ndx_describe.h"
 #include "index/ndx_keys.h"
 #include "index/ndx_open.h"
@@ -53,16 +54,36 @@ constexpr Driver kNdx = {
     .keytyp = [](Index& index) { return static_cast<std::int32_t>(ndx(index).key_type); },
 };
 
+template <std::uint32_t kForm>
+Result build(table::Table& table, const BuildRequest& request) {
+  const std::uint32_t options = request.options & build_option::kUnique;
+  return build_ndx(table, request.name, request.key, options | kForm);
+}
+
+Result rebuild(table::Table& table, const char* name) { return rebuild_ndx(table, name); }
+
+constexpr Builder kNdxBuilder = {build<0>, rebuild};
+constexpr Builder kNdx3Builder = {build<build_option::kNdx3>, rebuild};
+
 constexpr Driver kEmpty = {};
+constexpr Builder kEmptyBuilder = {};
 
 // MDX, NDX, NDX3, FOXIDX, FOXCDX, CLIPNTX and two to spare.
 constexpr std::array<const Driver*, kDriverColumns> kColumns = {&kEmpty, &kNdx,   &kNdx,   &kEmpty,
                                                                 &kEmpty, &kEmpty, &kEmpty, &kEmpty};
 
+constexpr std::array<const Builder*, kDriverColumns> kBuilders = {
+    &kEmptyBuilder, &kNdxBuilder,   &kNdx3Builder,  &kEmptyBuilder,
+    &kEmptyBuilder, &kEmptyBuilder, &kEmptyBuilder, &kEmptyBuilder};
+
 }  // namespace
 
 const Driver& driver(std::uint32_t column) {
   return column < kColumns.size() ? *kColumns[column] : kEmpty;
+}
+
+const Builder& builder(std::uint32_t column) {
+  return column < kBuilders.size() ? *kBuilders[column] : kEmptyBuilder;
 }
 
 }  // namespace vqdb::index

@@ -41,8 +41,24 @@ struct Driver {
 
 inline constexpr std::uint32_t kDriverColumns = 8;
 
+// A new index: tag and filter are for multiple-index files. Options: 1 unique, 2 descending (tags).
+struct BuildRequest {
+  const char* name;
+  const char* tag;
+  const char* key;
+  const char* filter;
+  std::uint32_t options;
+};
+
+// The key builder table: making an index with the keys of its table, and making it again.
+struct Builder {
+  Result (*build)(table::Table&, const BuildRequest&);
+  Result (*rebuild)(table::Table&, const char* name);
+};
+
 // The column's operations; a column beyond the table is an empty one.
 const Driver& driver(std::uint32_t column);
+const Builder& builder(std::uint32_t column);
 
 }  // namespace vqdb::index
 

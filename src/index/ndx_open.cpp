@@ -36,11 +36,6 @@ Result read_header(VqBlock& block, platform::File& file, NdxPageBytes& page, Ndx
   return Result::ok;
 }
 
-KeyKind key_kind(const VqBlock& block, char type) {
-  if (type != 'C') return KeyKind::number;
-  return block.language == 1 ? KeyKind::collated_text : KeyKind::text;
-}
-
 Result set_up(NdxFile& file, const NdxHeader& header, PageNumber pages, std::uint32_t buffers) {
   file.flags = header.flags;
   file.key_type = header.key_type;
@@ -57,7 +52,7 @@ Result set_up(NdxFile& file, const NdxHeader& header, PageNumber pages, std::uin
     return fail(file.block, Result::no_memory, kOpen.detail(5));
   }
   file.store.set(header.root, header.next_free, pages);
-  file.tree.set_shape(header.layout(), key_order(key_kind(*file.block, header.key_type), false));
+  file.tree.set_shape(header.layout(), ndx_key_order(*file.block, header.key_type));
   file.tree.set_root(header.root);
   return Result::ok;
 }
@@ -102,6 +97,19 @@ NdxFile* open_ndx(table::Table& context, const char* name, std::uint32_t mode,
   return file;
 }
 
+const KeyOrder& ndx_key_order(const VqBlock& block, char key_type) {
+  if (key_type != 'C') return key_order(KeyKind::number, false);
+  return key_order(block.language == 1 ? KeyKind::collated_text : KeyKind::text, false);
+}
+
+Result read_ndx_header(VqBlock& block, const std::string& path, NdxPageBytes& page,
+                       NdxHeader& header) {
+  platform::File file;
+  PageNumber pages = 0;
+  const Result result = open_file(block, path, open_mode::kReadOnly, file);
+  return ok(result) ? read_header(block, file, page, header, pages) : result;
+}
+
 Result flush_ndx(NdxFile& file) { return file.stale ? Result::ok : file.cache.write_changed(); }
 
 Result close_ndx(NdxFile& file) {
@@ -115,17 +123,13 @@ Result close_ndx(NdxFile& file) {
 }
 
 Result ndx_memory(VqBlock& block, std::string_view name, std::int32_t buffers, std::int32_t& size) {
-  platform::File file;
-  const std::string path = path_of(name, "NDX");
-  if (const Result result = open_file(block, path, open_mode::kReadOnly, file); !ok(result)) {
-    return result;
-  }
   NdxPageBytes page;
   NdxHeader header;
-  PageNumber pages = 0;
-  if (const Result result = read_header(block, file, page, header, pages); !ok(result)) {
+  const Result result = read_ndx_header(block, path_of(name, "NDX"), page, header);
+  if (result == Result::io || result == Result::bad_format) {
     return fail(block, result, kMemory.detail(1));
   }
+  if (!ok(result)) return result;
   const auto count = static_cast<std::uint64_t>(std::max(buffers, kMinBuffers));
   const std::uint64_t bytes = (kBytesBesideABuffer + kNdxPageBytes) * count + header.stride +
                               header.expression.size() + kHandleBytes;

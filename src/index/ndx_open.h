@@ -39,6 +39,13 @@ Result flush_ndx(NdxFile& file);
 // The bytes that an open handle with this many buffers needs.
 Result ndx_memory(VqBlock& block, std::string_view name, std::int32_t buffers, std::int32_t& size);
 
+// Reads and checks the header of a file by its path; the expression is a view of the page.
+Result read_ndx_header(VqBlock& block, const std::string& path, NdxPageBytes& page,
+                       NdxHeader& header);
+
+// How the keys of this type are ordered under the block's settings.
+const KeyOrder& ndx_key_order(const VqBlock& block, char key_type);
+
 Result copy_ndx(VqBlock& block, std::string_view from, std::string_view to);
 
 }  // namespace vqdb::index

@@ -1,0 +1,238 @@
+// Indexes built from their tables: the same entries as one by one, in full pages, whatever the
+// workspace, and nothing changed when it fails.
+#include <algorithm>
+#include <random>
+
+#include "support/ndx_fixture.h"
+
+namespace vqdb::testing {
+namespace {
+
+class NdxBuild : public ::testing::Test {
+ protected:
+  static constexpr std::size_t kRecordBytes = 1 + 12 + 10 + 8 + 1 + 10 + 100;
+
+  void SetUp() override {
+    const char* const fields[] = {"NAME", "C12", "AMOUNT", "N10.2", "DUE",  "D",
+                                  "OK",   "L",   "NOTES",  "M",     "TEXT", "C100"};
+    ASSERT_EQ(0, lib.dDcreat(&block, folder.file("T").c_str(), 6, fields));
+    ASSERT_EQ(0, lib.dUtmpdir(&block, folder.path().string().c_str()));
+    block.page_count_setting = 1;
+    block.count_setting = 3;
+    table = lib.dDopen(&block, folder.file("T").c_str(), 0, 10);
+    ASSERT_NE(nullptr, table);
+  }
+  void TearDown() override {
+    EXPECT_EQ(0, lib.dDclose(table));
+    for (const std::string& name : folder.list()) {
+      EXPECT_TRUE(name.ends_with(".DBF") || name.ends_with(".NDX")) << name;
+    }
+  }
+
+  // Records with few names and many amounts, dates blank or not, some deleted.
+  void append(std::uint32_t count) {
+    std::mt19937 random(4);
+    for (std::uint32_t i = 0; i < count; ++i) {
+      std::string record(kRecordBytes, ' ');
+      if (i % 7 == 0) record[0] = '*';
+      record.replace(1, 4, "N" + std::to_string(random() % 300 + 100));
+      const std::string amount = std::to_string(static_cast<int>(random() % 20001) - 10000);
+      record.replace(23 - amount.size() - 3, amount.size() + 3, amount + ".50");
+      if (i % 5 != 0)
+        record.replace(23, 8, "199" + std::to_string(random() % 9 + 10101).substr(0, 5));
+      record[31] = "TF"[random() % 2];
+      ASSERT_EQ(0, lib.dDapprec(table, record.data()));
+    }
+  }
+
+  // The keys of all records, with their numbers.
+  std::vector<NdxEntry> keys(const char* expression, std::size_t key_length) {
+    VqExpr* program = nullptr;
+    char type = 0;
+    int32_t length = 0;
+    EXPECT_EQ(0, lib.dEparse(&block, expression, table, &program, &type, &length));
+    uint32_t count = 0;
+    EXPECT_EQ(0, lib.dDreccnt(table, &count));
+    std::vector<NdxEntry> result;
+    std::string record(kRecordBytes, ' ');
+    for (std::uint32_t recno = 1; recno <= count; ++recno) {
+      EXPECT_EQ(0, lib.dDgetrec(table, recno, record.data()));
+      std::string key(key_length + 1, '\0');
+      EXPECT_EQ(0, lib.dErun(&block, program, record.data(), 1, static_cast<int32_t>(key_length),
+                             key.data(), &length));
+      key.resize(key_length);
+      result.emplace_back(key, recno);
+    }
+    EXPECT_EQ(0, lib.dEfree(program));
+    return result;
+  }
+
+  std::string file(const std::string& name) { return folder.file(name); }
+  NdxTree read(const std::string& name) { return read_ndx(file(name + ".NDX")); }
+
+  TemporaryFolder folder;
+  VqBlock block = {};
+  VqTable* table = nullptr;
+};
+
+TEST_F(NdxBuild, holds_what_inserting_one_by_one_gives) {
+  append(3000);
+  struct Case {
+    const char* expression;
+    const char* format;  // as dNcreat would be told
+    std::size_t key_length;
+    std::uint32_t options;
+  };
+  const Case cases[] = {{"NAME", "C12", 12, 0},      {"NAME", "C12U", 12, 1},
+                        {"AMOUNT", "N", 8, 0},       {"AMOUNT", "NU", 8, 1},
+                        {"DUE", "D", 8, 0},          {"DUE", "3DU", 8, 3},
+                        {"-AMOUNT", "3N", 8, 2},     {"UPPER(NAME)+STR(AMOUNT,12,2)", "C24", 24, 0},
+                        {"LEFT(NAME,1)", "C1", 1, 0}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.expression);
+    for (const uint32_t pages : {1u, 64u}) {
+      block.page_count_setting = pages;
+      ASSERT_EQ(0, lib.dNindex(table, file("B").c_str(), c.expression, c.options))
+          << int32_t{block.detail};
+      const NdxTree tree = read("B");
+      ASSERT_EQ("", tree.all_faults());
+      EXPECT_EQ(0u, tree.orphans);
+
+      ASSERT_EQ(0, lib.dNcreat(&block, file("ONE").c_str(), c.expression, c.format));
+      VqIndex* one = lib.dNopen(table, file("ONE").c_str(), 0, 100);
+      for (const NdxEntry& entry : keys(c.expression, c.key_length)) {
+        const int32_t result = lib.dNputkey(one, entry.first.data(), entry.second);
+        ASSERT_TRUE(result == 0 || (result == -8 && c.options % 2 == 1));
+      }
+      ASSERT_EQ(0, lib.dNclose(one));
+      EXPECT_EQ(read("ONE").sorted(), tree.sorted());
+      // The headers agree but for root and page count.
+      EXPECT_EQ(read_bytes(file("ONE.NDX"), 8, 504), read_bytes(file("B.NDX"), 8, 504));
+      for (std::size_t i = 1; i < tree.entries.size(); ++i) {
+        if (tree.entries[i - 1].first == tree.entries[i].first) {
+          ASSERT_LT(tree.entries[i - 1].second, tree.entries[i].second);
+        }
+      }
+    }
+  }
+}
+
+// Four keys a page: the last page of a level comes out with any number of children.
+TEST_F(NdxBuild, pages_are_full_and_none_is_left_with_one_child) {
+  for (std::uint32_t count = 0; count <= 160; ++count) {
+    SCOPED_TRACE(count);
+    ASSERT_EQ(0, lib.dNindex(table, file("F").c_str(), "TEXT", 0));
+    const NdxTree tree = read("F");
+    ASSERT_EQ("", tree.all_faults());
+    ASSERT_EQ(count, tree.entries.size());
+    const std::uint32_t leaves = std::max((count + 3) / 4, 1u);
+    EXPECT_LE(tree.next_free, 1 + leaves + (leaves + 2) / 3 + leaves / 9 + 1);
+    // It can be worked on.
+    VqIndex* index = lib.dNopen(table, file("F").c_str(), 0, 4);
+    ASSERT_EQ(0, lib.dNputkey(index, std::string(100, 'A').data(), 1000));
+    for (const NdxEntry& entry : tree.entries) {
+      ASSERT_EQ(0, lib.dNrmkey(index, entry.first.data(), entry.second));
+    }
+    ASSERT_EQ(0, lib.dNclose(index));
+    ASSERT_EQ("", read("F").all_faults());
+    append(1);
+  }
+}
+
+TEST_F(NdxBuild, keys_that_an_index_cannot_hold_are_refused) {
+  append(10);
+  write_file(file("R.NDX"), "old");
+  struct Case {
+    const char* expression;
+    int32_t result, detail;
+  };
+  const std::string longest = "NAME" + std::string(237, ' ');
+  const Case cases[] = {{"OK", -11, 3023},       {"NOTES", -11, 3023},
+                        {"TEXT+NAME", -4, 3022}, {longest.c_str(), -4, 3021},
+                        {"NONE", -25, 6034},     {"NAME+", -25, 5001},
+                        {"", -32, 6001}};
+  for (const Case& c : cases) {
+    EXPECT_EQ(c.result, lib.dNindex(table, file("R").c_str(), c.expression, 0)) << c.expression;
+    EXPECT_EQ(c.detail, block.detail) << c.expression;
+  }
+  EXPECT_EQ(-4, lib.dNindex(table, nullptr, "NAME", 0));
+  EXPECT_EQ(3109, block.detail);
+  EXPECT_EQ(-10, lib.dNindex(nullptr, "R", "NAME", 0));
+  EXPECT_EQ("old", read_file(file("R.NDX")));
+}
+
+TEST_F(NdxBuild, rebuild_keeps_form_and_drops_stale_entries) {
+  append(700);
+  ASSERT_EQ(0, lib.dNindex(table, file("R").c_str(), "NAME", 3));
+  const NdxTree before = read("R");
+  const std::string header = read_bytes(file("R.NDX"), 8, 504);
+  VqIndex* index = lib.dNopen(table, file("R").c_str(), 0, 4);
+  ASSERT_EQ(0, lib.dNputkey(index, text_key("STALE", 12).data(), 5));
+  ASSERT_EQ(0, lib.dNrmkey(index, before.entries[3].first.data(), before.entries[3].second));
+  ASSERT_EQ(0, lib.dNclose(index));
+  ASSERT_EQ(0, lib.dNreindex(table, file("R").c_str()));
+  EXPECT_EQ(before.entries, read("R").entries);
+  EXPECT_EQ(header, read_bytes(file("R.NDX"), 8, 504));
+
+  EXPECT_EQ(-5, lib.dNreindex(table, file("NONE").c_str()));
+  EXPECT_EQ(-4, lib.dNreindex(table, nullptr));
+  EXPECT_EQ(3189, block.detail);
+  ASSERT_EQ(0, lib.dNcreat(&block, file("OTHER").c_str(), "AMOUNT", "C10"));
+  EXPECT_EQ(-9, lib.dNreindex(table, file("OTHER").c_str()));
+  EXPECT_EQ(3183, block.detail);
+  ASSERT_EQ(0, lib.dDclose(table));
+  table = lib.dDopen(&block, file("T").c_str(), 4, 10);
+  EXPECT_EQ(-11, lib.dNreindex(table, file("R").c_str()));
+  EXPECT_EQ(3182, block.detail);
+}
+
+// The host's position and record layout stay as they are.
+TEST_F(NdxBuild, table_is_left_as_it_was_used) {
+  append(50);
+  block.runtime_flags = 1;
+  std::string record(kRecordBytes, ' ');
+  ASSERT_EQ(0, lib.dDgetrec(table, 7, record.data()));
+  ASSERT_EQ(0, lib.dNindex(table, file("K").c_str(), "NAME", 0));
+  EXPECT_EQ(1, uint16_t{block.runtime_flags});
+  block.runtime_flags = 0;
+  EXPECT_EQ(50u, read("K").entries.size());
+  EXPECT_EQ(keys("NAME", 12).front().first.substr(0, 1), "N");
+}
+
+struct Host {
+  uint32_t calls = 0;
+  uint32_t cancel_at = 0;
+  uint32_t last_done = 0;
+  uint32_t total = 0;
+};
+
+int32_t VQ_CALL watch(void* context, uint32_t done, uint32_t total) {
+  Host& host = *static_cast<Host*>(context);
+  EXPECT_LE(host.last_done, done);
+  EXPECT_LE(done, total);
+  host.last_done = done;
+  host.total = total;
+  return ++host.calls == host.cancel_at ? 1 : 0;
+}
+
+TEST_F(NdxBuild, host_watches_and_cancels) {
+  append(6000);
+  write_file(file("C.NDX"), "old");
+  Host host;
+  block.progress = reinterpret_cast<uintptr_t>(&watch);
+  block.progress_context = reinterpret_cast<uintptr_t>(&host);
+  ASSERT_EQ(0, lib.dNindex(table, file("W").c_str(), "TEXT", 0));
+  EXPECT_EQ(12000u, host.total);
+  EXPECT_GE(host.calls, 11u);
+  const uint32_t calls = host.calls;
+  for (uint32_t n = 1; n <= calls; ++n) {
+    host = {};
+    host.cancel_at = n;
+    EXPECT_EQ(-41, lib.dNindex(table, file("C").c_str(), "TEXT", 0));
+    EXPECT_EQ("old", read_file(file("C.NDX")));
+    EXPECT_EQ((std::vector<std::string>{"C.NDX", "T.DBF", "W.NDX"}), folder.list());
+  }
+}
+
+}  // namespace
+}  // namespace vqdb::testing
