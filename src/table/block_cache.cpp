@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <utility>
 
 #include "table/block_transfer.h"
 
@@ -16,14 +17,14 @@ constexpr std::int32_t kAppendDetail = 341;
 bool BlockCache::allocate(std::uint32_t buffers) {
   if (buffers == 0) return true;
   const std::size_t buckets = std::bit_ceil(std::size_t{buffers});
-  const std::size_t ring_bytes = (std::size_t{buffers} + 1) * sizeof(Buffer);
+  const std::size_t buffer_bytes = (std::size_t{buffers} + 1) * sizeof(Buffer);
   const std::size_t bucket_bytes = buckets * sizeof(std::uint32_t);
-  memory_ =
-      platform::allocate_bytes(ring_bytes + bucket_bytes + std::size_t{buffers} * file_.block_size);
+  memory_ = platform::allocate_bytes(buffer_bytes + bucket_bytes +
+                                     std::size_t{buffers} * file_.block_size);
   if (memory_ == nullptr) return false;
   buffers_ = reinterpret_cast<Buffer*>(memory_.get());
-  buckets_ = reinterpret_cast<std::uint32_t*>(memory_.get() + ring_bytes);
-  data_ = memory_.get() + ring_bytes + bucket_bytes;
+  buckets_ = reinterpret_cast<std::uint32_t*>(memory_.get() + buffer_bytes);
+  data_ = memory_.get() + buffer_bytes + bucket_bytes;
   buffer_count_ = buffers;
   hash_mask_ = static_cast<std::uint32_t>(buckets - 1);
   clear();
@@ -32,14 +33,10 @@ bool BlockCache::allocate(std::uint32_t buffers) {
 
 void BlockCache::clear() {
   if (!has_buffers()) return;
-  // The ring in the order of the memory, so that blocks read in a row lie in a row.
-  for (std::uint32_t i = 0; i <= buffer_count_; ++i) {
-    const std::uint32_t next = i == buffer_count_ ? 0 : i + 1;
-    const std::uint32_t previous = i == 0 ? buffer_count_ : i - 1;
-    buffers_[i] = Buffer{0, next, previous, none(), 0, false};
-  }
+  std::fill_n(buffers_, std::size_t{buffer_count_} + 1, Buffer{0, none(), 0, false, false});
   std::fill_n(buckets_, std::size_t{hash_mask_} + 1, none());
   leave_current();
+  hand_ = 0;
   next_block_ = 1;
   changed_count_ = 0;
 }
@@ -58,36 +55,13 @@ std::uint32_t BlockCache::expected_records(std::uint32_t block) const {
 void BlockCache::make_current(std::uint32_t buffer) {
   current_ = buffer;
   current_first_ = file_.first_of(buffers_[buffer].block);
+  buffers_[buffer].used = true;
 }
 
-// No record is at hand: the head of the ring holds none, and no record has the number 0.
+// No record is at hand: the buffer behind the last holds none, and no record has the number 0.
 void BlockCache::leave_current() {
   current_ = none();
   current_first_ = 0;
-}
-
-void BlockCache::move_to_front(std::uint32_t buffer) {
-  Buffer& moved = buffers_[buffer];
-  Buffer& head = buffers_[none()];
-  if (head.older == buffer) return;
-  buffers_[moved.newer].older = moved.older;
-  buffers_[moved.older].newer = moved.newer;
-  moved.newer = none();
-  moved.older = head.older;
-  buffers_[head.older].newer = buffer;
-  head.older = buffer;
-}
-
-void BlockCache::move_to_back(std::uint32_t buffer) {
-  Buffer& moved = buffers_[buffer];
-  Buffer& head = buffers_[none()];
-  if (head.newer == buffer) return;
-  buffers_[moved.newer].older = moved.older;
-  buffers_[moved.older].newer = moved.newer;
-  moved.older = none();
-  moved.newer = head.newer;
-  buffers_[head.newer].older = buffer;
-  head.newer = buffer;
 }
 
 void BlockCache::install(std::uint32_t buffer, std::uint32_t block, std::uint32_t held) {
@@ -97,7 +71,6 @@ void BlockCache::install(std::uint32_t buffer, std::uint32_t block, std::uint32_
   installed.held = static_cast<std::uint16_t>(held);
   installed.chained = bucket;
   bucket = buffer;
-  move_to_front(buffer);
 }
 
 void BlockCache::forget(std::uint32_t buffer) {
@@ -109,6 +82,7 @@ void BlockCache::forget(std::uint32_t buffer) {
   if (forgotten.changed) --changed_count_;
   forgotten.block = 0;
   forgotten.held = 0;
+  forgotten.used = false;
   forgotten.changed = false;
   if (current_ == buffer) leave_current();
 }
@@ -129,21 +103,15 @@ Result BlockCache::find_block(std::uint32_t recno, Load load, Byte*& record) {
   const std::uint32_t block = file_.block_of(recno);
   const std::uint32_t position = recno - file_.first_of(block);
   std::uint32_t buffer = lookup(block);
-  const bool cached = buffer != none();
-  if (!cached || load == Load::reload || position >= buffers_[buffer].held) {
-    std::uint32_t run[BlockTransfer::kMaxBlocks];
-    std::size_t run_length = 1;
-    if (cached && buffers_[buffer].changed) {
-      if (const Result result = write_run(buffer, kCache.detail(2)); !ok(result)) return result;
-    } else if (!cached) {
-      if (const Result result = oldest(kCache.detail(1), buffer); !ok(result)) return result;
-    }
-    run[0] = buffer;
-    if (!cached) run_length = choose_run(block, run);
-    if (const Result result = read_run(block, {run, run_length}); !ok(result)) return result;
-    if (position >= buffers_[buffer].held) return fail(block_, Result::io, kCache.detail(4));
+  Result result = Result::ok;
+  if (buffer == none()) {
+    result = read_in(block, buffer);
+  } else if (load == Load::reload || position >= buffers_[buffer].held) {
+    if (buffers_[buffer].changed) result = write_run(buffer, kCache.detail(2));
+    if (ok(result)) result = read_block(block, buffer);
   }
-  move_to_front(buffer);
+  if (!ok(result)) return result;
+  if (position >= buffers_[buffer].held) return fail(block_, Result::io, kCache.detail(4));
   make_current(buffer);
   record = data_of(buffer) + std::size_t{position} * file_.record_length;
   return Result::ok;
@@ -156,67 +124,94 @@ Result BlockCache::find_append_block(Byte*& record) {
   std::uint32_t buffer = lookup(block);
   if (buffer == none()) {
     const std::int32_t detail = position == 0 ? kAppendDetail : kCache.detail(1);
-    if (const Result result = oldest(detail, buffer); !ok(result)) return result;
+    if (const Result result = make_room(detail, buffer); !ok(result)) return result;
     if (position == 0) {
-      forget(buffer);
       install(buffer, block, 0);
-    } else if (const Result result = read_run(block, {&buffer, 1}); !ok(result)) {
+    } else if (const Result result = read_block(block, buffer); !ok(result)) {
       return result;
     }
   }
   // Short of records that the header counts, the place behind them is not the record's.
   if (buffers_[buffer].held != position) return fail(block_, Result::io, kCache.detail(4));
-  move_to_front(buffer);
   make_current(buffer);
   record = data_of(buffer) + std::size_t{position} * file_.record_length;
   return Result::ok;
 }
 
-// The buffer used longest ago, its block written if changed.
-Result BlockCache::oldest(std::int32_t detail, std::uint32_t& buffer) {
-  buffer = buffers_[none()].newer;
-  return buffers_[buffer].changed ? write_run(buffer, detail) : Result::ok;
+// An empty buffer: the next one not used since the hand last passed, its block written if changed.
+Result BlockCache::make_room(std::int32_t detail, std::uint32_t& buffer) {
+  do {
+    buffer = hand_;
+    hand_ = hand_ + 1 == buffer_count_ ? 0 : hand_ + 1;
+  } while (std::exchange(buffers_[buffer].used, false));
+  if (buffers_[buffer].changed) {
+    if (const Result result = write_run(buffer, detail); !ok(result)) return result;
+  }
+  forget(buffer);
+  return Result::ok;
 }
 
-// The buffers to read blocks into, from run[0] for `block` on: more than one when the block
-// begins the table or continues what was read last. Changed and already cached blocks end the run.
-std::size_t BlockCache::choose_run(std::uint32_t block, std::span<std::uint32_t> run) const {
-  if (block != 1 && block != next_block_) return 1;
-  const std::size_t most =
-      std::min<std::size_t>({BlockTransfer::blocks_of(file_.block_size), buffer_count_ / 2,
-                             run.size(), std::size_t{file_.last_block() - block} + 1});
+// Reads a block that is not cached, and when it begins the table or continues what was read last,
+// those behind it too.
+Result BlockCache::read_in(std::uint32_t block, std::uint32_t& buffer) {
+  if (const Result result = make_room(kCache.detail(1), buffer); !ok(result)) return result;
+  const bool in_order = block == 1 || block == next_block_;
+  const std::size_t length = in_order ? read_ahead_length(block, buffer) : 1;
+  return length == 1 ? read_block(block, buffer) : read_run(block, buffer, length);
+}
+
+// How many blocks from this one on go into the buffers from this one on: up to the first buffer
+// that is changed or in use, and the first block that is cached already.
+std::size_t BlockCache::read_ahead_length(std::uint32_t block, std::uint32_t buffer) const {
+  const std::size_t most = std::min<std::size_t>(
+      {BlockTransfer::blocks_of(file_.block_size), std::max(buffer_count_ / 2, 1u),
+       std::size_t{buffer_count_ - buffer}, std::size_t{file_.last_block() - block} + 1});
   std::size_t length = 1;
-  while (length < most) {
-    const std::uint32_t next = buffers_[run[length - 1]].newer;
+  for (; length < most; ++length) {
+    const Buffer& next = buffers_[buffer + length];
     const auto next_block = static_cast<std::uint32_t>(block + length);
-    if (next == none() || buffers_[next].changed || lookup(next_block) != none()) break;
-    run[length++] = next;
+    if (next.changed || next.used || lookup(next_block) != none()) break;
   }
   return length;
 }
 
-// Reads blocks from `block` on into these buffers. The first may end up short or empty; others
-// are kept only when they hold all that the record count promises.
-Result BlockCache::read_run(std::uint32_t block, std::span<const std::uint32_t> run) {
-  BlockTransfer transfer;
-  for (const std::uint32_t buffer : run) {
-    forget(buffer);
-    transfer.add(data_of(buffer), file_.block_size);
-  }
+// The records of a block of which so many bytes could be read.
+std::uint32_t BlockCache::records_in(std::uint32_t block, std::size_t bytes) const {
+  const std::uint32_t expected = expected_records(block);
+  const bool complete = bytes >= std::size_t{expected} * file_.record_length;
+  return complete ? expected : static_cast<std::uint32_t>(bytes / file_.record_length);
+}
+
+// The block may end up short, or, when the file ends before it, not in the cache at all.
+Result BlockCache::read_block(std::uint32_t block, std::uint32_t buffer) {
+  forget(buffer);
   std::size_t bytes = 0;
-  const platform::Outcome outcome =
-      transfer.read(file_.file, file_.offset_of(file_.first_of(block)), bytes);
+  const platform::Outcome outcome = file_.file.read_at(file_.offset_of(file_.first_of(block)),
+                                                       data_of(buffer), file_.block_size, bytes);
   if (!outcome.ok()) return fail(block_, transfer_result(outcome), kCache.detail(3));
-  next_block_ = block + static_cast<std::uint32_t>(run.size());
-  for (std::size_t i = run.size(); i-- > 0;) {
-    const auto read_block = static_cast<std::uint32_t>(block + i);
-    const std::size_t start = i * file_.block_size;
-    const std::size_t read = bytes > start ? bytes - start : 0;
-    const std::uint32_t expected = expected_records(read_block);
-    const bool complete = read >= std::size_t{expected} * file_.record_length;
-    const std::uint32_t held =
-        complete ? expected : static_cast<std::uint32_t>(read / file_.record_length);
-    if (held > 0 && (i == 0 || held == expected)) install(run[i], read_block, held);
+  next_block_ = block + 1;
+  if (const std::uint32_t held = records_in(block, bytes); held > 0) install(buffer, block, held);
+  return Result::ok;
+}
+
+// Blocks behind the first are kept only when they hold all that the record count promises.
+Result BlockCache::read_run(std::uint32_t block, std::uint32_t buffer, std::size_t length) {
+  for (std::size_t i = 0; i < length; ++i) forget(static_cast<std::uint32_t>(buffer + i));
+  const std::size_t block_size = file_.block_size;
+  std::size_t bytes = 0;
+  const platform::Outcome outcome = file_.file.read_at(file_.offset_of(file_.first_of(block)),
+                                                       data_of(buffer), length * block_size, bytes);
+  if (!outcome.ok()) return fail(block_, transfer_result(outcome), kCache.detail(3));
+  const auto blocks = static_cast<std::uint32_t>(length);
+  next_block_ = block + blocks;
+  hand_ = buffer + blocks == buffer_count_ ? 0 : buffer + blocks;
+  for (std::uint32_t i = 0; i < blocks; ++i) {
+    const std::size_t start = i * block_size;
+    const std::size_t here = bytes > start ? std::min(bytes - start, block_size) : 0;
+    const std::uint32_t held = records_in(block + i, here);
+    if (held > 0 && (i == 0 || held == expected_records(block + i))) {
+      install(buffer + i, block + i, held);
+    }
   }
   return Result::ok;
 }
@@ -227,7 +222,6 @@ Byte* BlockCache::peek(std::uint32_t recno) {
   const std::uint32_t position = recno - file_.first_of(block);
   const std::uint32_t buffer = lookup(block);
   if (position >= buffers_[buffer].held) return nullptr;
-  move_to_front(buffer);
   make_current(buffer);
   return data_of(buffer) + std::size_t{position} * file_.record_length;
 }
@@ -249,9 +243,7 @@ Byte* BlockCache::note_append(std::uint32_t recno) {
 void BlockCache::drop(std::uint32_t recno) {
   if (!has_buffers()) return;
   const std::uint32_t buffer = lookup(file_.block_of(recno));
-  if (buffer == none()) return;
-  forget(buffer);
-  move_to_back(buffer);
+  if (buffer != none()) forget(buffer);
 }
 
 void BlockCache::shrink() {
@@ -261,9 +253,7 @@ void BlockCache::shrink() {
   const std::uint32_t position = recno - file_.first_of(block);
   if (buffers_[buffer].held <= position) return;
   buffers_[buffer].held = static_cast<std::uint16_t>(position);
-  if (position > 0) return;
-  forget(buffer);
-  move_to_back(buffer);
+  if (position == 0) forget(buffer);
 }
 
 }  // namespace vqdb::table

@@ -1,4 +1,5 @@
-// The block buffers of an open table, least recently used first to go. Blocks are found by hash,
+// The block buffers of an open table, least recently used first to go (by second chance: a hand
+// goes round and takes the first buffer not used since it last passed). Blocks are found by hash,
 // read ahead while a table is read in order, and written together with their changed neighbours,
 // so that a sequence of blocks takes one transfer of the system. A failed transfer loses nothing:
 // a changed block stays changed until it has been written whole.
@@ -81,15 +82,13 @@ class BlockCache {
   void clear();
 
  private:
-  // Buffers are named by index; the index behind the last buffer is the head of the
-  // least-recently-used ring and stands for "none" in hash chains. As it holds no record, it also
-  // serves as the current buffer when there is none.
+  // Buffers are named by index; the index behind the last buffer stands for "none". As that one
+  // holds no record, it also serves as the current buffer when there is none.
   struct Buffer {
-    std::uint32_t block;  // 0 when empty
-    std::uint32_t newer;  // neighbours in the ring
-    std::uint32_t older;
+    std::uint32_t block;    // 0 when empty
     std::uint32_t chained;  // next buffer of the same hash
     std::uint16_t held;     // records
+    bool used;              // since the hand last passed
     bool changed;
   };
 
@@ -102,16 +101,17 @@ class BlockCache {
 
   void make_current(std::uint32_t buffer);
   void leave_current();
-  void move_to_front(std::uint32_t buffer);
   void install(std::uint32_t buffer, std::uint32_t block, std::uint32_t held);
   void forget(std::uint32_t buffer);
-  void move_to_back(std::uint32_t buffer);
 
   Result find_block(std::uint32_t recno, Load load, Byte*& record);
   Result find_append_block(Byte*& record);
-  Result oldest(std::int32_t detail, std::uint32_t& buffer);
-  std::size_t choose_run(std::uint32_t block, std::span<std::uint32_t> run) const;
-  Result read_run(std::uint32_t block, std::span<const std::uint32_t> run);
+  Result make_room(std::int32_t detail, std::uint32_t& buffer);
+  Result read_in(std::uint32_t block, std::uint32_t& buffer);
+  std::size_t read_ahead_length(std::uint32_t block, std::uint32_t buffer) const;
+  Result read_block(std::uint32_t block, std::uint32_t buffer);
+  Result read_run(std::uint32_t block, std::uint32_t buffer, std::size_t length);
+  std::uint32_t records_in(std::uint32_t block, std::size_t bytes) const;
   std::uint32_t start_of_run(std::uint32_t buffer) const;
   Result write_run(std::uint32_t buffer, std::int32_t detail);
   bool needs_end_mark(std::uint32_t buffer) const;
@@ -124,6 +124,7 @@ class BlockCache {
   Byte* data_ = nullptr;
   std::uint32_t buffer_count_ = 0;
   std::uint32_t hash_mask_ = 0;
+  std::uint32_t hand_ = 0;
   std::uint32_t current_ = 0;
   std::uint32_t current_first_ = 0;  // first record of the current block
   std::uint32_t next_block_ = 1;     // the block that continues what was read last

@@ -1,5 +1,5 @@
-// One transfer of consecutive blocks between a file and the buffers that hold them, wherever these
-// lie. Blocks that lie in a row in memory count as one piece.
+// One write of consecutive blocks from the buffers that hold them, wherever these lie. Blocks that
+// lie in a row in memory count as one piece.
 #ifndef VQDBSYS_TABLE_BLOCK_TRANSFER_H_
 #define VQDBSYS_TABLE_BLOCK_TRANSFER_H_
 
@@ -22,12 +22,9 @@ class BlockTransfer {
     return std::clamp<std::size_t>(platform::kChunkBytes / block_size, 1, kMaxBlocks);
   }
 
-  std::size_t bytes() const { return bytes_; }
-
   // A write leaves the bytes as they are.
   void add(const Byte* bytes, std::size_t size) {
     auto* const data = const_cast<Byte*>(bytes);
-    bytes_ += size;
     if (count_ > 0) {
       platform::Piece& last = pieces_[count_ - 1];
       if (static_cast<Byte*>(last.data) + last.size == data) {
@@ -39,12 +36,6 @@ class BlockTransfer {
   }
 
   // A single block may be larger than one call of the system moves.
-  platform::Outcome read(platform::File& file, std::uint64_t offset, std::size_t& transferred) {
-    if (bytes_ > platform::kChunkBytes) {
-      return file.read_at(offset, pieces_[0].data, bytes_, transferred);
-    }
-    return file.read_pieces(offset, {pieces_.data(), count_}, transferred);
-  }
   platform::Outcome write(platform::File& file, std::uint64_t offset) {
     if (pieces_[0].size > platform::kChunkBytes) {
       for (std::size_t i = 0; i < count_; offset += pieces_[i++].size) {
@@ -59,7 +50,6 @@ class BlockTransfer {
  private:
   std::array<platform::Piece, platform::kMaxPieces> pieces_;
   std::size_t count_ = 0;
-  std::size_t bytes_ = 0;
 };
 
 }  // namespace vqdb::table

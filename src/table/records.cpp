@@ -51,6 +51,28 @@ Result read_from_file(Table& table, std::uint32_t recno, Byte* record) {
   return Result::ok;
 }
 
+Result read_from_cache(Table& table, std::uint32_t recno, BlockCache::Load load, void* record) {
+  Byte* place = nullptr;
+  if (const Result result = table.cache.find(recno, load, place); !ok(result)) return result;
+  const std::uint32_t skip = table.caller_offset();
+  std::memcpy(record, place + skip, table.records.record_length - skip);
+  table.current = recno;
+  return Result::ok;
+}
+
+// Reads a record that may not exist, or not come from the cache.
+Result read_checked(Table& table, std::uint32_t recno, void* record) {
+  BlockCache::Load load;
+  if (const Result result = check_number(table, recno, kGetrec, load); !ok(result)) return result;
+  const bool cached = load == BlockCache::Load::cached;
+  if (table.cache.has_buffers() && !(cached && table.reads_from_file())) {
+    return read_from_cache(table, recno, load, record);
+  }
+  const Result result = read_from_file(table, recno, static_cast<Byte*>(record));
+  if (ok(result)) table.current = recno;
+  return result;
+}
+
 enum class Change : std::uint8_t { overwrite, set_deleted, set_live };
 
 // Overwrites, deletes or recalls in the file itself.
@@ -127,19 +149,10 @@ Result change_record(Table& table, std::uint32_t recno, Change change, const voi
 }  // namespace
 
 Result read_record(Table& table, std::uint32_t recno, void* record) {
-  BlockCache::Load load;
-  if (const Result result = check_number(table, recno, kGetrec, load); !ok(result)) return result;
-  Result result;
-  if ((load == BlockCache::Load::cached && table.reads_from_file()) || !table.cache.has_buffers()) {
-    result = read_from_file(table, recno, static_cast<Byte*>(record));
-  } else {
-    Byte* place = nullptr;
-    result = table.cache.find(recno, load, place);
-    const std::uint32_t skip = table.caller_offset();
-    if (ok(result)) std::memcpy(record, place + skip, table.records.record_length - skip);
+  if (is_number(recno) && recno <= table.records.count && !table.reads_from_file()) {
+    return read_from_cache(table, recno, BlockCache::Load::cached, record);
   }
-  if (ok(result)) table.current = recno;
-  return result;
+  return read_checked(table, recno, record);
 }
 
 Result update_record(Table& table, std::uint32_t recno, const void* record) {
