@@ -38,6 +38,7 @@ void BlockCache::clear() {
   leave_current();
   hand_ = 0;
   next_block_ = 1;
+  ahead_block_ = 0;
   changed_count_ = 0;
 }
 
@@ -80,6 +81,7 @@ void BlockCache::forget(std::uint32_t buffer) {
   while (*link != buffer) link = &buffers_[*link].chained;
   *link = forgotten.chained;
   if (forgotten.changed) --changed_count_;
+  if (forgotten.block == ahead_block_) ahead_block_ = 0;
   forgotten.block = 0;
   forgotten.held = 0;
   forgotten.used = false;
@@ -89,6 +91,7 @@ void BlockCache::forget(std::uint32_t buffer) {
 
 void BlockCache::mark_changed() {
   Buffer& buffer = buffers_[current_];
+  if (buffer.block == ahead_block_) ahead_block_ = 0;
   if (buffer.changed) return;
   buffer.changed = true;
   if (changed_count_++ == 0) {
@@ -107,7 +110,7 @@ Result BlockCache::find_block(std::uint32_t recno, Load load, Byte*& record) {
   if (buffer == none()) {
     result = read_in(block, buffer);
   } else if (load == Load::reload || position >= buffers_[buffer].held) {
-    if (buffers_[buffer].changed) result = write_run(buffer, kCache.detail(2));
+    result = write_out(buffer, kCache.detail(2));
     if (ok(result)) result = read_block(block, buffer);
   }
   if (!ok(result)) return result;
@@ -144,9 +147,7 @@ Result BlockCache::make_room(std::int32_t detail, std::uint32_t& buffer) {
     buffer = hand_;
     hand_ = hand_ + 1 == buffer_count_ ? 0 : hand_ + 1;
   } while (std::exchange(buffers_[buffer].used, false));
-  if (buffers_[buffer].changed) {
-    if (const Result result = write_run(buffer, detail); !ok(result)) return result;
-  }
+  if (const Result result = write_out(buffer, detail); !ok(result)) return result;
   forget(buffer);
   return Result::ok;
 }
@@ -253,6 +254,7 @@ void BlockCache::shrink() {
   const std::uint32_t position = recno - file_.first_of(block);
   if (buffers_[buffer].held <= position) return;
   buffers_[buffer].held = static_cast<std::uint16_t>(position);
+  if (block == ahead_block_) ahead_block_ = 0;
   if (position == 0) forget(buffer);
 }
 

@@ -113,7 +113,10 @@ class BlockCache {
   Result read_run(std::uint32_t block, std::uint32_t buffer, std::size_t length);
   std::uint32_t records_in(std::uint32_t block, std::size_t bytes) const;
   std::uint32_t start_of_run(std::uint32_t buffer) const;
+  // Writes a block if it is changed, and neighbours with it.
+  Result write_out(std::uint32_t buffer, std::int32_t detail);
   Result write_run(std::uint32_t buffer, std::int32_t detail);
+  std::uint32_t written_ahead(std::uint32_t buffer) const;
   bool needs_end_mark(std::uint32_t buffer) const;
 
   VqBlock& block_;
@@ -128,6 +131,8 @@ class BlockCache {
   std::uint32_t current_ = 0;
   std::uint32_t current_first_ = 0;  // first record of the current block
   std::uint32_t next_block_ = 1;     // the block that continues what was read last
+  std::uint32_t ahead_block_ = 0;    // a changed block of which ...
+  std::uint32_t ahead_bytes_ = 0;    // ... so many bytes have been written since; 0 when none
   std::uint32_t changed_count_ = 0;
   std::uint32_t changed_low_ = 0;  // changed blocks lie between these two
   std::uint32_t changed_high_ = 0;
