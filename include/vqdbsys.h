@@ -266,6 +266,20 @@ int32_t VQ_CALL dDcat(VqBlock *block, const char *target, const char *source);
  *   291 no temporary file    292 -14 no memory   293 the copy could not take the table's place
  *   294 -17 header not copied; else as for dDcopy, dDgetrec and dDapprec */
 int32_t VQ_CALL dDpack(VqBlock *block, const char *name);
+
+/* Writes the records of table `source`, deletion flags and all, to a new table `target` in the order
+ * of the keys: field names with `/A` (ascending, also without it) or `/D` (descending) behind them,
+ * and `C` behind that to ignore the case of letters, separated by commas: "CITY/A,AMOUNT/D,NAME/AC".
+ * Fields of the types C (by bytes, with language 1 by its weights), N, F, D and L have an order; a
+ * blank number counts as 0. Records with equal keys keep their order. The target appears, or takes
+ * the place of an older one, only when it is complete. Works in page_count_setting * 16384 bytes of
+ * memory and merges count_setting runs at once; the runs are files in the temporary directory. Memo
+ * texts stay where they are: the target holds the same references. Progress: every record twice.
+ * Details: 440 (null block), 441 (a text missing or empty, source and target the same, a key that
+ * is none; -11), 442 (no such field -4, a field without order -11), 443 (the temporary file cannot be
+ * made or put in place), 10071 (cancelled), 10261, 10263, 10264 (temporary files), 10262, 10272
+ * (no memory), those of dDopen, dDcreat and dDapprec. */
+int32_t VQ_CALL dDsort(VqBlock *block, const char *source, const char *target, const char *keys);
 /* Clears the production index flag of a table. 101 (-17) short file, 102 (-3) no table, 104 (-17) not
  * written. */
 int32_t VQ_CALL dDapart(VqBlock *block, const char *name);

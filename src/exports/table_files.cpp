@@ -4,6 +4,7 @@
 #include "table/copy.h"
 #include "table/detach.h"
 #include "table/pack.h"
+#include "table/sort.h"
 #include "vqdbsys.h"
 
 namespace {
@@ -19,6 +20,7 @@ constexpr Operation kCopy{14};
 constexpr Operation kCmpstr{19};
 constexpr Operation kPack{29};
 constexpr Operation kCat{34};
+constexpr Operation kSort{44};
 
 // Runs the body unless the block or a name is missing.
 template <typename Body>
@@ -52,6 +54,10 @@ int32_t VQ_CALL dDcat(VqBlock* block, const char* target, const char* source) {
 
 int32_t VQ_CALL dDpack(VqBlock* block, const char* name) {
   return on_files(block, name != nullptr, kPack, [=] { return table::pack(*block, name); });
+}
+
+int32_t VQ_CALL dDsort(VqBlock* block, const char* source, const char* target, const char* keys) {
+  return on_files(block, true, kSort, [=] { return table::sort(*block, source, target, keys); });
 }
 
 int32_t VQ_CALL dDapart(VqBlock* block, const char* name) {

@@ -2,6 +2,7 @@
 #ifndef VQDBSYS_FRAME_PROGRESS_H_
 #define VQDBSYS_FRAME_PROGRESS_H_
 
+#include <algorithm>
 #include <cstdint>
 
 #include "frame/result.h"
@@ -23,30 +24,35 @@ inline constexpr std::int32_t kCancelledDetail = 10071;
 // Work of many small units, reported now and then.
 class Progress {
  public:
-  Progress(VqBlock& block, std::uint32_t total) : block_(block), total_(total) {}
+  Progress(VqBlock& block, std::uint64_t total) : block_(block), total_(total) {}
 
   // One more unit is done; `cancelled` when the host has had enough.
   Result step() {
     ++done_;
-    return done_ % kUnitsPerReport == 0 ? report() : Result::ok;
+    return done_ % kUnitsPerReport == 0 ? pulse() : Result::ok;
+  }
+  // Lets the host cancel work that has no units.
+  Result pulse() const {
+    return cancelled(block_, cut(done_), cut(total_))
+               ? fail(block_, Result::cancelled, kCancelledDetail)
+               : Result::ok;
   }
   // All units are done; the last moment to cancel.
   Result finish() {
     done_ = total_;
-    return report();
+    return pulse();
   }
 
  private:
-  static constexpr std::uint32_t kUnitsPerReport = 1024;
+  static constexpr std::uint64_t kUnitsPerReport = 1024;
 
-  Result report() {
-    return cancelled(block_, done_, total_) ? fail(block_, Result::cancelled, kCancelledDetail)
-                                            : Result::ok;
+  static std::uint32_t cut(std::uint64_t count) {
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(count, UINT32_MAX));
   }
 
   VqBlock& block_;
-  std::uint32_t total_;
-  std::uint32_t done_ = 0;
+  std::uint64_t total_;
+  std::uint64_t done_ = 0;
 };
 
 }  // namespace vqdb

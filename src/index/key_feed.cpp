@@ -45,7 +45,7 @@ Result KeyFeed::write_key(const void* record, Byte* key) {
   return Result::ok;
 }
 
-Result KeyFeed::run(std::uint32_t count, sort::ExternalSort& sort, sort::ProgressCount& progress) {
+Result KeyFeed::run(std::uint32_t count, sort::ExternalSort& sort, Progress& progress) {
   const platform::Bytes record = platform::allocate_bytes(table::record_length(table_));
   if (record == nullptr) {
     return fail(table::block_of(table_), Result::no_memory, kFeed.detail(2));

@@ -21,7 +21,7 @@ class KeyFeed {
       : table_(table), expression_(expression), options_(options), key_length_(key_length) {}
 
   // Adds an entry for each record from 1 to count.
-  Result run(std::uint32_t count, sort::ExternalSort& sort, sort::ProgressCount& progress);
+  Result run(std::uint32_t count, sort::ExternalSort& sort, Progress& progress);
 
  private:
   Result write_key(const void* record, Byte* key);

@@ -75,7 +75,7 @@ StreamSpec stream_spec(const NdxHeader& header) {
 }
 
 // Entries in order into pages; of equal keys a unique index takes the first.
-Result pour_entries(sort::ExternalSort& sort, sort::ProgressCount& progress, PagePour& pour,
+Result pour_entries(sort::ExternalSort& sort, Progress& progress, PagePour& pour,
                     const NdxHeader& header, const KeyOrder& order) {
   std::array<Byte, kMaxKeyLength> last;
   bool has_last = false;
@@ -98,7 +98,7 @@ Result write_index(table::Table& table, expr::Expression& expression, NdxHeader 
   VqBlock& block = table::block_of(table);
   std::uint32_t count = 0;
   if (const Result result = table::record_count(table, count); !ok(result)) return result;
-  sort::ProgressCount progress(block, std::uint64_t{2} * count);
+  Progress progress(block, std::uint64_t{2} * count);
   const bool collated = block.language == 1;
   const StreamSpec spec = stream_spec(header);
   const StreamEntries entries(*stream_order(IndexFamily::ndx, spec, collated), spec.key_length);

@@ -105,7 +105,7 @@ Result ExternalSort::merge_pass(std::size_t width) {
 }
 
 Result ExternalSort::merge_group(std::span<const Run> group, RunWriter& writer, Run& merged) {
-  if (const Result result = progress_.ask(); !ok(result)) return result;
+  if (const Result result = progress_.pulse(); !ok(result)) return result;
   Merge merge(block_, order_);
   Result result = merge.start(group, entry_bytes_, {workspace_.get(), workspace_bytes_});
   const Byte* entry = nullptr;

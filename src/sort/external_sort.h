@@ -11,11 +11,11 @@
 #include <span>
 #include <vector>
 
+#include "frame/progress.h"
 #include "frame/result.h"
 #include "platform/memory.h"
 #include "sort/entry_order.h"
 #include "sort/merge.h"
-#include "sort/progress_count.h"
 #include "sort/run_file.h"
 
 namespace vqdb::sort {
@@ -25,7 +25,7 @@ inline constexpr std::size_t kWorkspaceUnit = 16384;
 class ExternalSort {
  public:
   ExternalSort(VqBlock& block, const EntryOrder& order, std::size_t entry_bytes,
-               const ProgressCount& progress)
+               const Progress& progress)
       : block_(block), order_(order), entry_bytes_(entry_bytes), progress_(progress) {}
   ExternalSort(const ExternalSort&) = delete;
   ExternalSort& operator=(const ExternalSort&) = delete;
@@ -67,7 +67,7 @@ class ExternalSort {
   VqBlock& block_;
   const EntryOrder& order_;
   const std::size_t entry_bytes_;
-  const ProgressCount& progress_;
+  const Progress& progress_;
   platform::Bytes workspace_;
   std::size_t workspace_bytes_ = 0;
   Tag* tags_ = nullptr;

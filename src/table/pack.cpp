@@ -11,6 +11,7 @@
 #include "table/header.h"
 #include "table/records.h"
 #include "table/scoped_table.h"
+#include "table/whole_records.h"
 
 namespace vqdb::table {
 namespace {
@@ -18,21 +19,6 @@ namespace {
 constexpr Operation kPack{29};
 
 constexpr std::int32_t kBuffers = 64;  // both tables are read and written in order
-
-// Clears run-time flag 1 while it lives, so that records carry their flag byte.
-class WholeRecords {
- public:
-  explicit WholeRecords(VqBlock& block) : block_(block), flags_(block.runtime_flags) {
-    block.runtime_flags = static_cast<std::uint16_t>(flags_ & ~runtime_flag::kFieldsOnly);
-  }
-  ~WholeRecords() { block_.runtime_flags = flags_; }
-  WholeRecords(const WholeRecords&) = delete;
-  WholeRecords& operator=(const WholeRecords&) = delete;
-
- private:
-  VqBlock& block_;
-  const std::uint16_t flags_;
-};
 
 // Gives the packed copy what its header does not get from the fields: the version byte, since the
 // memo file keeps its layout, the record length and the marks of other programs. The production

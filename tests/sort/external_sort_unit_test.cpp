@@ -47,7 +47,7 @@ class ExternalSortTest : public ::testing::Test {
   Result sort(const std::vector<std::string>& entries, std::vector<std::string>& sorted) {
     const std::size_t entry_bytes = entries.front().size();
     const LeadingBytesOrder order(kKeyBytes);
-    const ProgressCount progress(block_, entries.size());
+    const Progress progress(block_, entries.size());
     ExternalSort engine(block_, order, entry_bytes, progress);
     if (const Result result = engine.start(); !ok(result)) return result;
     for (const std::string& entry : entries) {
