@@ -16,7 +16,7 @@ namespace {
 using namespace vqdb::testing;
 using Layout = MemoFile::Layout;
 
-constexpr std::size_t kMostMemos = 400;
+constexpr std::size_t kMostMemos = 200;
 constexpr std::size_t kLongestText = 30000;
 
 struct Memo {
@@ -42,7 +42,7 @@ class History {
   void run(int steps) {
     for (int i = 0; i < steps && !::testing::Test::HasFailure(); ++i) {
       step();
-      if (i % 500 == 499) verify();
+      if (i % 1000 == 999) verify();
       if (memos_.size() == kMostMemos) compact();
     }
     verify();
@@ -146,8 +146,8 @@ TEST(MemoHistory, every_memo_stays_and_no_block_is_lost_or_used_twice) {
     std::uint32_t block_setting;
     int steps;
   } cases[] = {
-      {Layout::dbase4, 0, 1, 20000}, {Layout::dbase4, 0, 4, 10000}, {Layout::dbase4, 2, 1, 10000},
-      {Layout::dbase4, 4, 32, 3000}, {Layout::dbase3, 0, 1, 6000},  {Layout::dbase3, 2, 1, 6000},
+      {Layout::dbase4, 0, 1, 12000}, {Layout::dbase4, 0, 4, 4000}, {Layout::dbase4, 2, 1, 4000},
+      {Layout::dbase4, 4, 32, 1500}, {Layout::dbase3, 0, 1, 2000}, {Layout::dbase3, 2, 1, 2000},
   };
   unsigned seed = 42;
   for (const auto& c : cases) {
