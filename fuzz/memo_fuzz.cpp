@@ -22,7 +22,8 @@ constexpr std::size_t kMaxSteps = 24;
 constexpr std::int32_t kMaxRead = 70000;
 
 const std::string& memo_path() {
-  static const std::string path = [] {
+  // Never destroyed: it is needed when the program ends.
+  static const std::string& path = *new std::string([] {
     std::string pattern = (std::filesystem::temp_directory_path() / "VQFUZZ.XXXXXX").string();
     if (::mkdtemp(pattern.data()) == nullptr) std::abort();
     std::atexit([] {
@@ -30,7 +31,7 @@ const std::string& memo_path() {
       std::filesystem::remove_all(std::filesystem::path(memo_path()).parent_path(), ignored);
     });
     return pattern + "/M.DBT";
-  }();
+  }());
   return path;
 }
 

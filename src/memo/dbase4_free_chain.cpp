@@ -31,6 +31,10 @@ bool looks_like_memo(const Memo& memo, std::uint32_t link) {
   return link == load_le32(kMemoMark.data()) && link > memo.blocks_in_file();
 }
 
+bool overlap(Run a, Run b) {
+  return a.first < std::uint64_t{b.first} + b.count && b.first < std::uint64_t{a.first} + a.count;
+}
+
 Result write_run(Memo& memo, Run run, std::uint32_t link, std::int32_t detail) {
   std::array<Byte, kFreeRunBytes> bytes;
   store_le32(bytes.data(), link);
@@ -76,12 +80,13 @@ Result FreeChain::read_run(Memo& memo) {
   return Result::ok;
 }
 
-Result FreeChain::take(Memo& memo, std::uint32_t blocks, Placement& placement) {
+Result FreeChain::take(Memo& memo, std::uint32_t blocks, Run used, Placement& placement) {
   for (std::size_t i = 0;; ++i) {
     if (i == runs_.size()) {
       if (memo.offset_of(next_) >= memo.file_size) return append(memo, blocks, placement);
       if (const Result read = read_run(memo); !ok(read)) return read;
     }
+    if (overlap(runs_[i], used)) return broken_chain(memo);
     if (runs_[i].count < blocks) continue;
     placement = {{runs_[i].first, blocks}, false};
     return runs_[i].count == blocks ? take_whole(memo, i) : take_part(memo, i, blocks);

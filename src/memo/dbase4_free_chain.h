@@ -34,9 +34,9 @@ class FreeChain {
   void reset(std::uint32_t first);
 
   // Takes the first run that has enough blocks; the rest of a larger one stays in the chain. When
-  // none has, the blocks lie at the end of the chain. A chain that leaves the file or runs in a
-  // circle gives -3 and nothing is taken.
-  Result take(Memo& memo, std::uint32_t blocks, Placement& placement);
+  // none has, the blocks lie at the end of the chain. A chain that leaves the file, runs in a
+  // circle or goes through the run `used` gives -3 and nothing is taken.
+  Result take(Memo& memo, std::uint32_t blocks, Run used, Placement& placement);
 
   // Writes the end of the chain as it is, where take() has reserved blocks behind it.
   Result settle(Memo& memo);

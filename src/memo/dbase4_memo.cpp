@@ -40,20 +40,14 @@ void report(std::int32_t* out, std::int32_t value) {
   if (out != nullptr) *out = value;
 }
 
-bool overlap(Run a, Run b) {
-  return a.first < std::uint64_t{b.first} + b.count && b.first < std::uint64_t{a.first} + a.count;
-}
-
-// Gives a memo its place and writes it by way of `write`. Nothing stays taken when that fails. A
-// place within the run that the memo still has comes from a damaged chain.
+// Gives a memo its place, outside the run that it still has, and writes it by way of `write`.
+// Nothing stays taken when that fails.
 template <typename Write>
 Result write_placed(Memo& memo, std::uint32_t length, Run old, Run& run, Write write) {
   Placement placement;
-  const Result taken = memo.free_chain.take(memo, blocks_for(length, memo.block_size), placement);
+  const std::uint32_t blocks = blocks_for(length, memo.block_size);
+  const Result taken = memo.free_chain.take(memo, blocks, old, placement);
   if (!ok(taken)) return taken;
-  if (overlap(placement.run, old)) {
-    return fail(memo.block, Result::bad_format, kAllocate.detail(7));
-  }
   const Result written = write(placement.run);
   if (!ok(written)) memo.free_chain.give_back(memo, placement);
   run = placement.run;

@@ -67,15 +67,13 @@ std::uint32_t head_size(std::uint64_t start) {
 }
 
 // Brings a memo's header, and of its text what is read along, into the window, unless they are
-// there already. In the shared modes nothing is kept from one operation to the next.
+// there already.
 Result read_head(Memo& memo, std::uint64_t start) {
   Window& window = memo.window;
   make_room(window);
   const bool ahead = reads_ahead(memo, start, window);
   const std::uint32_t size = std::min(ahead ? kReadAhead : head_size(start), window.capacity);
-  if (memo.shared() || !window.covers(start, kMemoHeaderBytes)) {
-    return fill_window(memo, start, size);
-  }
+  if (!window.covers(start, kMemoHeaderBytes)) return fill_window(memo, start, size);
   const std::uint32_t length = load_le32(window.at(start) + kMemoMark.size());
   const bool cut = !window.covers(start, length) && window.offset != start;
   return ahead && cut && length <= size ? fill_window(memo, start, size) : Result::ok;

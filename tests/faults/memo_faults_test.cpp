@@ -2,6 +2,7 @@
 // before can be read afterwards, and the file takes new memos once the disk works again.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
@@ -59,7 +60,7 @@ class Prepared {
       }
     };
     expect_memos();
-    for (const std::size_t size : {1u, 600u, 1500u, 5000u}) {
+    for (const std::size_t size : {600u, 1500u, 5000u}) {
       memos_.push_back({kNoMemo, std::string(size, static_cast<char>('A' + round % 26))});
       EXPECT_EQ(0, file.write_new(memos_.back().text, memos_.back().reference)) << block_.detail;
     }
@@ -197,6 +198,25 @@ TEST(MemoFaults, failed_attempts_do_not_push_the_end_of_the_file_away) {
   }
   prepared.expect_all_there(file, 0);
   EXPECT_GT(before + 120000, read_file(prepared.folder().file("T.DBT")).size());
+}
+
+// Half of a link would name another block.
+TEST(MemoFaults, a_link_that_is_cut_short_is_put_back) {
+  Prepared prepared(Layout::dbase4);
+  constexpr std::uint32_t kEnd = 0xFFFE;
+  const std::string path = prepared.folder().file("T.DBT");
+  write_bytes(path, 0, le32(kEnd));
+  std::filesystem::resize_file(path, std::uintmax_t{kEnd} * 512);
+  MemoFile file(prepared.block(), prepared.name());
+  std::string reference = kNoMemo;
+  {
+    const auto writes = [](Call call) { return call == Call::write; };
+    const FaultPlan plan(1, Verdict::cut_short, writes);
+    EXPECT_EQ(VQ_E_IO, file.write_new(std::string(2000, 'x'), reference));
+    EXPECT_EQ(2123, prepared.block().detail);
+  }
+  EXPECT_EQ(kEnd, read_le32(read_bytes(path, 0, 4), 0));
+  prepared.expect_all_there(file, 0);
 }
 
 TEST(MemoFaults, a_failed_create_or_open_leaves_nothing) {

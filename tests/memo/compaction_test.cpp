@@ -24,8 +24,9 @@ class Compaction : public ::testing::Test {
   }
 
   // A table of two memo fields with these references, row by row.
-  void write_table(Layout layout, const std::vector<std::string>& references) {
-    table_ = memo_table(layout == Layout::dbase4 ? 0x8B : 0x83, 2, references);
+  void write_table(Layout layout, const std::vector<std::string>& references, bool marked = true) {
+    const std::uint8_t version = !marked ? 0x03 : layout == Layout::dbase4 ? 0x8B : 0x83;
+    table_ = memo_table(version, 2, references);
     write_file(folder_.file("T.DBF"), table_);
   }
 
@@ -41,9 +42,11 @@ TEST_F(Compaction, memos_lie_in_the_order_of_records_and_fields_in_every_dialect
   const struct {
     std::uint32_t kind;
     Layout layout;
-  } cases[] = {{1, Layout::dbase3}, {2, Layout::dbase4},  {4, Layout::dbase4},
-               {7, Layout::dbase4}, {16, Layout::dbase3}, {32776, Layout::dbase3},
-               {4, Layout::dbase3}, {1, Layout::dbase4}};
+    bool marked = true;
+  } cases[] = {{7, Layout::dbase4, false}, {16, Layout::dbase3, false}, {1, Layout::dbase3},
+               {2, Layout::dbase4},        {4, Layout::dbase4},         {7, Layout::dbase4},
+               {16, Layout::dbase3},       {32776, Layout::dbase3},     {4, Layout::dbase3},
+               {1, Layout::dbase4}};
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << "kind " << c.kind);
     create(c.layout, c.kind);
@@ -57,12 +60,15 @@ TEST_F(Compaction, memos_lie_in_the_order_of_records_and_fields_in_every_dialect
       ASSERT_EQ(0, memo.replace(std::string(600, 'l'), references[4]));
     }
     // Blank, zero and left-aligned references name no memo; the last record is marked as deleted.
-    write_table(c.layout, {references[4], references[2], kNoMemo, "         0", "1         ",
-                           "         2", references[2], references[0]});
+    write_table(c.layout,
+                {references[4], references[2], kNoMemo, "         0", "1         ", "         2",
+                 references[2], references[0]},
+                c.marked);
     const std::size_t last_record = table_.size() - 1 - 25;
     table_[last_record] = '*';
     write_file(folder_.file("T.DBF"), table_);
     ASSERT_EQ(0, lib.dToptimize(&block_, name_.c_str())) << block_.detail;
+    table_[0] = static_cast<char>(c.layout == Layout::dbase4 ? 0x8B : 0x83);
     EXPECT_EQ(table_, read_file(folder_.file("T.DBF")));
     EXPECT_EQ((std::vector<std::string>{"T.DBF", "T.DBT"}), folder_.list());
 

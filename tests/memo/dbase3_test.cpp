@@ -74,6 +74,19 @@ TEST_F(Dbase3Memo, every_write_is_a_whole_new_memo_behind_all_others) {
   EXPECT_EQ(le32(84) + expected.substr(4), bytes());
 }
 
+TEST_F(Dbase3Memo, in_a_shared_mode_the_next_free_block_is_stored_with_every_write) {
+  MemoFile one(block_, name_, MemoFile::Layout::dbase3, 2);
+  MemoFile two(block_, name_, MemoFile::Layout::dbase3, 4);
+  std::string first = kNoMemo, second = kNoMemo;
+  ASSERT_EQ(0, one.write_new(std::string(600, 'a'), first));
+  EXPECT_EQ(3u, read_le32(bytes(), 0));
+  ASSERT_EQ(0, two.write_new("b", second));
+  EXPECT_EQ("0000000003", second);
+  EXPECT_EQ(4u, read_le32(bytes(), 0));
+  EXPECT_EQ(0, one.close());
+  EXPECT_EQ(4u, read_le32(bytes(), 0));
+}
+
 TEST_F(Dbase3Memo, a_text_ends_at_its_first_end_mark_zero_byte_or_with_the_file) {
   const std::string text(3000, 't');
   const struct {

@@ -178,6 +178,31 @@ TEST_F(Dbase4Memo, freed_runs_are_taken_first_fit_from_the_front_of_the_chain) {
   EXPECT_EQ("", fault_in_dbase4(bytes(), {a, b, c, d}));
 }
 
+// Where nobody shares the file, its end is written ahead of the memos to come, and exactly when the
+// file is closed. Whatever happens to the last run of the chain in between, the chain that a crash
+// would leave must not end inside a memo.
+TEST_F(Dbase4Memo, the_stored_end_of_the_chain_stays_ahead_of_the_memos) {
+  for (const std::size_t taken : {1u, 2u, 3u}) {
+    create();
+    MemoFile memo(block_, name_);
+    std::vector<std::string> references;
+    const auto write_blocks = [&](std::size_t count) {
+      references.push_back(kNoMemo);
+      ASSERT_EQ(0, memo.write_new(text_of(512 * count - 8), references.back()));
+      ASSERT_EQ("", fault_in_dbase4(bytes(), references, true));
+    };
+    for (int i = 0; i < 100; ++i) write_blocks(3);
+    EXPECT_LT(301u, read_le32(bytes(), 0)) << "blocks are reserved";
+    ASSERT_EQ(0, memo.replace(text_of(2000), references[0]));  // frees blocks 1 to 3
+    for (int i = 0; i < 5; ++i) write_blocks(4);
+    write_blocks(taken);
+    EXPECT_EQ("0000000001", references.back());
+    for (int i = 0; i < 5; ++i) write_blocks(4);
+    EXPECT_EQ(0, memo.close());
+    EXPECT_EQ("", fault_in_dbase4(bytes(), references));
+  }
+}
+
 TEST_F(Dbase4Memo, get_reads_a_piece_of_the_text_and_ends_it) {
   create();
   MemoFile memo(block_, name_);

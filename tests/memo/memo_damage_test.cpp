@@ -80,6 +80,25 @@ TEST(MemoDamage, a_broken_free_chain_gives_no_blocks) {
   }
 }
 
+TEST(MemoDamage, a_memo_is_not_moved_into_its_own_blocks) {
+  std::string file = header(2);
+  for (std::string part : {memo(std::string(600, 'l')), le32(6) + le32(3)}) {
+    file.resize((file.size() + 511) / 512 * 512, '\0');
+    file += part;
+  }
+  file.resize(6 * 512, '\0');
+  file.replace(2 * 512, 8, le32(6) + le32(3));  // inside the memo, which runs from 1 to 2
+  const TemporaryFolder folder;
+  write_file(folder.file("A.DBT"), file);
+  VqBlock block = memo_block(2);
+  MemoFile open(block, folder.file("A"));
+  std::string reference = "1         ";
+  EXPECT_EQ(VQ_E_FORMAT, open.append(std::string(600, 'n'), reference));
+  EXPECT_EQ(2117, block.detail);
+  EXPECT_EQ(VQ_E_FORMAT, open.replace("short", reference));
+  EXPECT_EQ(file, read_file(folder.file("A.DBT")));
+}
+
 TEST(MemoDamage, a_memo_that_is_none_is_not_read) {
   const struct {
     std::string block2;
