@@ -6,6 +6,7 @@
 #include "convert/keys.h"
 #include "convert/numbers.h"
 #include "exports/guard.h"
+#include "memo/reference.h"
 #include "vqdbsys.h"
 
 namespace {
@@ -28,7 +29,6 @@ constexpr Operation kFieldToKey{408};
 
 constexpr std::int32_t kMaxTextWidth = 254;
 constexpr std::int32_t kMaxNumberText = 40;
-constexpr std::size_t kMemoFieldWidth = 10;
 
 Result hand_out(const Date& date, std::int32_t* month, std::int32_t* day, std::int32_t* year) {
   if (month == nullptr || day == nullptr || year == nullptr) return Result::out_of_range;
@@ -178,19 +178,12 @@ int32_t VQ_CALL dUatocf(const char* text, int32_t width, char* field) {
 }
 
 int32_t VQ_CALL dUcheck_mfld(const char* field) {
-  if (field == nullptr) return VQ_E_RANGE;
-  const std::string_view text(field, kMemoFieldWidth);
-  const std::size_t digits = std::min(text.find_first_not_of(' '), text.size());
-  const std::size_t number = std::min(text.find_first_not_of('0', digits), text.size());
-  if (number == text.size()) return digits == 0 ? -1 : 0;
-  return std::all_of(text.begin() + static_cast<std::ptrdiff_t>(number), text.end(), vqdb::is_digit)
-             ? 1
-             : -1;
+  return field != nullptr ? vqdb::memo::memo_field_state(field) : VQ_E_RANGE;
 }
 
 int32_t VQ_CALL dUinitmf(char* field) {
   if (field == nullptr) return VQ_E_RANGE;
-  std::fill_n(field, kMemoFieldWidth, ' ');
+  std::fill_n(field, vqdb::memo::kReferenceWidth, ' ');
   return VQ_OK;
 }
 

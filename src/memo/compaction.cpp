@@ -154,7 +154,7 @@ Result copy_memos(Files& files, const Work& work) {
     for (const table::Field& field : table::fields(table)) {
       if (field.type != 'M' || field.length < kReferenceWidth) continue;
       const auto* reference = reinterpret_cast<const char*>(record.get() + field.offset - skipped);
-      if (!names_memo(reference)) continue;
+      if (memo_field_state(reference) != 1) continue;
       if (const Result copied = copy_memo(files, work, reference); !ok(copied)) return copied;
     }
   }

@@ -23,12 +23,13 @@ void write_reference(std::uint32_t block, char* reference) {
   }
 }
 
-bool names_memo(const char* reference) {
-  const std::string_view text(reference, kReferenceWidth);
+int memo_field_state(const char* field) {
+  const std::string_view text(field, kReferenceWidth);
   const std::size_t digits = std::min(text.find_first_not_of(' '), text.size());
   const std::size_t number = std::min(text.find_first_not_of('0', digits), text.size());
   const std::string_view block = text.substr(number);
-  return !block.empty() && std::all_of(block.begin(), block.end(), is_digit);
+  if (block.empty()) return digits == 0 ? -1 : 0;
+  return std::all_of(block.begin(), block.end(), is_digit) ? 1 : -1;
 }
 
 }  // namespace vqdb::memo
