@@ -11,8 +11,6 @@
 namespace vqdb::api {
 namespace {
 
-using namespace member_kind;
-
 constexpr Operation kGroup{613};
 constexpr std::size_t kTagNameWidth = 10;
 
@@ -20,10 +18,12 @@ constexpr std::size_t kTagNameWidth = 10;
 constexpr std::uint32_t kOwnsName = 1;
 constexpr std::uint32_t kOwnsTag = 2;
 
-bool is_tag(std::uint32_t kind) { return kind == kMdxTag || kind == kFoxcdxTag; }
+bool is_tag(std::uint32_t kind) {
+  return kind == member_kind::kMdxTag || kind == member_kind::kFoxcdxTag;
+}
 
 bool matches_kind(const Member& member, std::uint32_t kind) {
-  return member.kind == kind || (kind == kNdx && member.kind == kNdx3);
+  return member.kind == kind || (kind == member_kind::kNdx && member.kind == member_kind::kNdx3);
 }
 
 // A member opened as "file;tag" goes by the name of its file as well.
@@ -46,7 +46,7 @@ std::string_view view(const char* text) { return text != nullptr ? text : std::s
 
 VqMember table_copy(const Database& database) {
   VqMember copy = {};
-  copy.kind = kTable;
+  copy.kind = member_kind::kTable;
   copy.handle = database.table;
   copy.name = database.table_name.c_str();
   copy.filter_program = database.block;
@@ -83,9 +83,9 @@ VqMember index_copy(const Member& member) {
 
 Result find_member(Database& database, std::uint32_t kind, const char* name, const char* tag,
                    VqMember& out) {
-  if ((kind & kTable) != 0) {
+  if ((kind & member_kind::kTable) != 0) {
     out = table_copy(database);
-  } else if ((kind & kMemo) != 0) {
+  } else if ((kind & member_kind::kMemo) != 0) {
     if (database.memo == nullptr) return fail(database.block, Result::not_found, kGroup.detail(1));
     out = memo_copy(database);
   } else {

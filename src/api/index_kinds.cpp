@@ -8,16 +8,16 @@
 namespace vqdb::api {
 namespace {
 
-using namespace member_kind;
+namespace kind_code = member_kind;
 
 // In the order in which a word is compared with the keywords.
 constexpr std::array<IndexKind, 6> kKinds = {{
-    {"MDX", 2, kMdx, 0, kMdxTag},
-    {"NDX", 4, kNdx, 1, 0},
-    {"NDX3", 8, kNdx3, 1, 0},
-    {"FOXCDX", 16, kFoxcdx, 5, kFoxcdxTag},
-    {"FOXIDX", 32, kFoxidx, 4, 0},
-    {"CLIPNTX", 64, kClipntx, 6, 0},
+    {"MDX", 2, kind_code::kMdx, 0, kind_code::kMdxTag},
+    {"NDX", 4, kind_code::kNdx, 1, 0},
+    {"NDX3", 8, kind_code::kNdx3, 1, 0},
+    {"FOXCDX", 16, kind_code::kFoxcdx, 5, kind_code::kFoxcdxTag},
+    {"FOXIDX", 32, kind_code::kFoxidx, 4, 0},
+    {"CLIPNTX", 64, kind_code::kClipntx, 6, 0},
 }};
 
 constexpr std::uint32_t kListedFoxidx = 2304;
@@ -41,17 +41,17 @@ const IndexKind* kind_of_token(std::uint16_t token) { return find_kind(&IndexKin
 const IndexKind* kind_of_code(std::uint32_t code) { return find_kind(&IndexKind::code, code); }
 
 std::string_view keyword_of_code(std::uint32_t code) {
-  const IndexKind* kind = kind_of_code(code == kListedFoxidx ? kFoxidx : code);
+  const IndexKind* kind = kind_of_code(code == kListedFoxidx ? kind_code::kFoxidx : code);
   return kind != nullptr ? kind->keyword : std::string_view();
 }
 
 bool carries_keys(std::uint32_t code) {
-  return code == kNdx || code == kNdx3 || code == kClipntx || code == kFoxidx || code == kMdxTag ||
-         code == kFoxcdxTag;
+  return code == kind_code::kNdx || code == kind_code::kNdx3 || code == kind_code::kClipntx ||
+         code == kind_code::kFoxidx || code == kind_code::kMdxTag || code == kind_code::kFoxcdxTag;
 }
 
 bool is_filtered(std::uint32_t code) {
-  return code == kMdxTag || code == kFoxidx || code == kFoxcdxTag;
+  return code == kind_code::kMdxTag || code == kind_code::kFoxidx || code == kind_code::kFoxcdxTag;
 }
 
 }  // namespace vqdb::api

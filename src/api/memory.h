@@ -17,7 +17,7 @@ struct PlatformAllocator {
 
   PlatformAllocator() = default;
   template <typename U>
-  explicit(false) PlatformAllocator(const PlatformAllocator<U>&) noexcept {}
+  explicit PlatformAllocator(const PlatformAllocator<U>&) noexcept {}
 
   T* allocate(std::size_t count) {
     if (void* block = platform::allocate(count * sizeof(T))) return static_cast<T*>(block);

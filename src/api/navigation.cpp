@@ -8,8 +8,6 @@
 namespace vqdb::api {
 namespace {
 
-using namespace member_kind;
-
 constexpr Operation kGetrec{614};
 constexpr Operation kNextrec{615};
 constexpr Operation kPrevrec{616};
@@ -42,7 +40,7 @@ bool navigates(std::uint32_t kind, Operation operation) {
   // A FOXCDX file passes for an index in the steps, and only there; its column has nothing to step
   // with.
   const bool steps = operation.number >= kNextrec.number && operation.number <= kCurrec.number;
-  return carries_keys(kind) || (kind == kFoxcdx && steps);
+  return carries_keys(kind) || (kind == member_kind::kFoxcdx && steps);
 }
 
 // Where the copy leads, and for a member that its column has the operation in question.
@@ -51,7 +49,7 @@ Result reach(const VqMember& copy, Operation operation, Slot index::Driver::*slo
   place.database = owner_of(copy, operation.detail(0));
   if (place.database == nullptr) return Result::bad_handle;
   VqBlock* const block = place.database->block;
-  if (copy.kind == kTable) {
+  if (copy.kind == member_kind::kTable) {
     if (copy.handle == place.database->table) return Result::ok;
     return fail(block, Result::bad_handle, operation.detail(0));
   }

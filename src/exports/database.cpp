@@ -17,8 +17,13 @@
 
 namespace {
 
-using namespace vqdb;
-using exports::guarded;
+using vqdb::code;
+using vqdb::ok;
+using vqdb::Operation;
+using vqdb::Result;
+using vqdb::exports::guarded;
+namespace api = vqdb::api;
+namespace table = vqdb::table;
 
 // Bad handles of this family have digit 0; digit 1 belongs to other failures.
 constexpr Operation kClose{612};
@@ -37,7 +42,7 @@ constexpr std::int32_t kRange = VQ_E_RANGE;
 
 template <typename Body>
 std::int32_t with_database(VqDatabase* database, Operation operation, Body body) {
-  return exports::with_handle(api::databases(), database, operation.detail(0), body);
+  return vqdb::exports::with_handle(api::databases(), database, operation.detail(0), body);
 }
 
 template <typename... Pointers>
@@ -173,7 +178,7 @@ std::int32_t VQ_CALL DBflush(VqDatabase* database) {
 }
 
 std::int32_t VQ_CALL DBexfield(VqTable* table, const void* record, const char* name, char* out) {
-  return exports::with_handle(
+  return vqdb::exports::with_handle(
       table::tables(), table, kFieldNumber.bad_handle(), [&](table::Table& open) {
         return any_null(record, name, out) ? Result::out_of_range
                                            : api::extract_field(open, record, name, out);

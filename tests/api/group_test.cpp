@@ -47,28 +47,28 @@ TEST_F(Group, hands_out_copies_by_kind_and_name) {
   for (const Case& test : cases) {
     VqMember member = {};
     ASSERT_EQ(0, find(test.kind, orders_.file(test.file), member)) << test.file;
-    EXPECT_EQ(kOrderIndex[test.index].kind, member.kind);
-    EXPECT_EQ(orders_.file(kOrderIndex[test.index].file), member.name);
-    EXPECT_EQ(lengths[test.index], member.key_length) << test.file;
-    EXPECT_EQ(types[test.index], member.key_type) << test.file;
-    EXPECT_EQ(database_, member.owner);
-    EXPECT_EQ(1U, member.driver_column);
-    EXPECT_NE(nullptr, member.handle);
-    EXPECT_NE(nullptr, member.key_program);
-    EXPECT_EQ(nullptr, member.filter_program);
-    EXPECT_EQ(nullptr, member.tag);
+    EXPECT_EQ(kOrderIndex[test.index].kind, value(member.kind));
+    EXPECT_EQ(orders_.file(kOrderIndex[test.index].file), value(member.name));
+    EXPECT_EQ(lengths[test.index], value(member.key_length)) << test.file;
+    EXPECT_EQ(types[test.index], value(member.key_type)) << test.file;
+    EXPECT_EQ(database_, value(member.owner));
+    EXPECT_EQ(1U, value(member.driver_column));
+    EXPECT_NE(nullptr, value(member.handle));
+    EXPECT_NE(nullptr, value(member.key_program));
+    EXPECT_EQ(nullptr, value(member.filter_program));
+    EXPECT_EQ(nullptr, value(member.tag));
   }
   VqMember first = {};
   ASSERT_EQ(0, lib.GRPmember(database_, 64, nullptr, nullptr, &first));
-  EXPECT_EQ(orders_.file("NAMES"), first.name);
+  EXPECT_EQ(orders_.file("NAMES"), value(first.name));
   ASSERT_EQ(0, lib.GRPmember(database_, 64, "", nullptr, &first));
-  EXPECT_EQ(orders_.file("NAMES"), first.name);
+  EXPECT_EQ(orders_.file("NAMES"), value(first.name));
 
   const VqMember table = table_member(database_);
-  EXPECT_EQ(1U, table.kind);
-  EXPECT_EQ(&orders_.block, table.filter_program);
-  EXPECT_EQ(kOrderIndexes, table.flags);
-  EXPECT_EQ(orders_.table(), table.name);
+  EXPECT_EQ(1U, value(table.kind));
+  EXPECT_EQ(&orders_.block, value(table.filter_program));
+  EXPECT_EQ(kOrderIndexes, value(table.flags));
+  EXPECT_EQ(orders_.table(), value(table.name));
 }
 
 TEST_F(Group, says_what_it_does_not_have) {

@@ -31,12 +31,12 @@ class IndexList : public ::testing::Test {
         VqMember member;
         if (index.kind == kind &&
             lib.GRPmember(database, kind, index_file(index.file).c_str(), nullptr, &member) == 0) {
-          EXPECT_EQ(kind, member.kind);
+          EXPECT_EQ(kind, value(member.kind));
           names.emplace_back(index.file);
         }
       }
     }
-    EXPECT_EQ(names.size(), table_member(database).flags);
+    EXPECT_EQ(names.size(), value(table_member(database).flags));
     EXPECT_EQ(0, lib.DBclose(database));
     return names;
   }
@@ -150,7 +150,7 @@ TEST_F(IndexList, broken_lists_open_nothing) {
 TEST_F(IndexList, a_table_without_one_opens_without_indexes) {
   VqDatabase* database = nullptr;
   ASSERT_EQ(0, lib.DBuse(&orders_.block, orders_.table().c_str(), 0, &database));
-  EXPECT_EQ(0U, table_member(database).flags);
+  EXPECT_EQ(0U, value(table_member(database).flags));
   EXPECT_EQ(0, lib.DBclose(database));
   EXPECT_FALSE(file_exists(orders_.file("ORDERS.DD")));
 }

@@ -5,6 +5,7 @@
 
 #include "support/exports.h"
 #include "support/files.h"
+#include "support/orders.h"
 
 namespace vqdb::testing {
 namespace {
@@ -46,8 +47,8 @@ class Memos : public ::testing::TestWithParam<Layout> {
 };
 
 TEST_P(Memos, are_read_through_the_database) {
-  EXPECT_EQ(GetParam().member_kind, member_.kind);
-  EXPECT_EQ(GetParam().member_kind == 2 ? 0U : 1U, member_.driver_column);
+  EXPECT_EQ(GetParam().member_kind, value(member_.kind));
+  EXPECT_EQ(GetParam().member_kind == 2 ? 0U : 1U, value(member_.driver_column));
   const std::vector<std::string> texts = {"short", std::string(3000, 'x')};
   std::vector<std::string> references;
   for (const std::string& text : texts) references.push_back(write(text));

@@ -12,7 +12,8 @@ namespace {
 
 std::vector<std::string> fields_with_memo() { return {"ID", "N5", "NOTE", "M"}; }
 
-std::int32_t create(VqBlock& block, const std::string& name, std::vector<std::string> fields) {
+std::int32_t create(VqBlock& block, const std::string& name,
+                    const std::vector<std::string>& fields) {
   std::vector<const char*> texts;
   for (const std::string& field : fields) texts.push_back(field.c_str());
   return lib.DBcreat(&block, name.c_str(), static_cast<std::int32_t>(texts.size() / 2),
@@ -82,8 +83,8 @@ TEST(OpenDatabase, skips_kinds_that_are_no_index_and_bits_that_are_the_hosts) {
   VqDatabase* database = nullptr;
   ASSERT_EQ(0, lib.DBopen(&orders.block, orders.table().c_str(), 0, 1, 1, 2, specs.data(),
                           &database, nullptr));
-  EXPECT_EQ(1U, table_member(database).flags);
-  EXPECT_EQ(64U, order_member(database, orders, 0).kind);
+  EXPECT_EQ(1U, value(table_member(database).flags));
+  EXPECT_EQ(64U, value(order_member(database, orders, 0).kind));
   EXPECT_EQ(0, lib.DBclose(database));
 }
 
@@ -120,7 +121,7 @@ TEST(OpenDatabase, makes_a_missing_memo_file_unless_told_otherwise) {
     for (const std::uint32_t mode : {0U, 64U}) {
       ASSERT_EQ(0, open(block, name, mode, database)) << block.detail;
       ASSERT_EQ(0, lib.GRPmember(database, 2, nullptr, nullptr, &member));
-      EXPECT_EQ(memo_kind, member.kind);
+      EXPECT_EQ(memo_kind, value(member.kind));
       EXPECT_EQ(0, lib.DBclose(database));
       EXPECT_EQ(fresh, read_file(memo));
       EXPECT_EQ(table, read_file(name));
@@ -146,7 +147,7 @@ TEST(OpenDatabase, takes_the_memo_name_from_behind_a_semicolon) {
     ASSERT_EQ(0, open(block, name, 0, database)) << block.detail;
     VqMember member;
     ASSERT_EQ(0, lib.GRPmember(database, 4, nullptr, nullptr, &member));
-    EXPECT_EQ(folder.file("TEXTS"), member.name);
+    EXPECT_EQ(folder.file("TEXTS"), value(member.name));
     EXPECT_EQ(0, lib.DBclose(database));
     EXPECT_EQ(fresh, read_file(folder.file("TEXTS.DBT")));
   }

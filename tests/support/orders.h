@@ -14,6 +14,12 @@
 
 namespace vqdb::testing {
 
+// A field of a packed record, to which the test macros cannot have a reference.
+template <typename T>
+T value(T field) {
+  return field;
+}
+
 // NAME C12, AMOUNT N9.2, DUE D, PAID L: 31 bytes with the deletion flag.
 inline constexpr std::size_t kOrderBytes = 31;
 
@@ -36,7 +42,7 @@ struct OrderKey {
   std::string text;
   double number = 0;
 
-  auto operator<=>(const OrderKey&) const = default;
+  auto operator<=>(const OrderKey&) const = default;  // NOLINT(modernize-use-nullptr)
 };
 
 struct OrderIndex {
