@@ -761,6 +761,9 @@ int32_t VQ_CALL DBcopy(VqBlock *block, const char *from, const char *to);
  * (const void *)(uintptr_t)n. VQ_E_NOT_FOUND: no such key; the record of the next key was read, or
  * none (`recno` 0) above the last. 6141. */
 int32_t VQ_CALL DBgetrec(const VqMember *member, const void *key, void *record, uint32_t *recno);
+/* The same without reading: `recno` alone. Steps go on from there. 6351; 6352 (VQ_E_RANGE): no such
+ * record. */
+int32_t VQ_CALL DBsetrec(const VqMember *member, const void *key, uint32_t *recno);
 /* Step to the next or previous record, or stay. `key` takes the index's key; for the table it is
  * not used and may be null. 6151, 6161, 6171. */
 int32_t VQ_CALL DBnextrec(const VqMember *member, void *record, uint32_t *recno, void *key);
@@ -786,6 +789,20 @@ int32_t VQ_CALL DBrclrec(VqDatabase *database, uint32_t recno);
 int32_t VQ_CALL DBrecsta(VqDatabase *database, uint32_t recno);
 /* Writes the changes of table and indexes out; returns the first failure. */
 int32_t VQ_CALL DBflush(VqDatabase *database);
+/* The same for one member. 6340: bad member; 6341 (VQ_E_NOT_ALLOWED): no member kind. */
+int32_t VQ_CALL DBmember_flush(const VqMember *member);
+/* Makes an index with the keys of the table's records and adds it to the group and the index list.
+ * `kind`: 64 NDX, 128 NDX3, 16 MDX, for which `tag` names the tag and `filter` is its FOR expression
+ * or null; both are ignored for the others. `options`: 1 unique, 2 descending (tags). A shared table
+ * is locked meanwhile. 6320: bad handle; 6321 (VQ_E_NOT_ALLOWED): the file is a member already; 6322
+ * (VQ_E_UNKNOWN_KIND): no index kind. */
+int32_t VQ_CALL DBindex(VqDatabase *database, uint32_t kind, const char *name, const char *tag,
+                        const char *key, const char *filter, uint32_t options);
+/* Builds every index file of the group again; its members are then positioned nowhere. Copies of
+ * them stay good for the DB functions, but the handles in them do not. It stops at the first
+ * failure, which leaves that file and those behind it as they were. 6330: bad handle; 6331
+ * (VQ_E_NOT_ALLOWED): shared table; 6332: read-only. */
+int32_t VQ_CALL DBreindex(VqDatabase *database);
 /* Copies a field's bytes out of a record and puts a zero byte behind them. 221: bad handle; 222
  * (VQ_E_RANGE): no such field. */
 int32_t VQ_CALL DBexfield(VqTable *table, const void *record, const char *name, char *out);

@@ -11,13 +11,11 @@
 #include "memo/driver_table.h"
 #include "platform/file.h"
 #include "platform/path.h"
+#include "table/copy.h"
 #include "table/create.h"
-#include "table/table.h"
 
 namespace vqdb::api {
 namespace {
-
-constexpr Operation kCopy{14};
 
 constexpr std::array<const char*, 5> kStaleExtensions = {"DD", "MDX", "NDX", "CDX", "IDX"};
 
@@ -41,20 +39,6 @@ bool has_memo_driver(const VqBlock& block) {
   return memo::driver(memo_column(block)).create != nullptr;
 }
 
-Result copy_structure(VqBlock& block, const char* from, const char* to, bool& with_memo) {
-  if (from == nullptr || to == nullptr || std::string_view(from) == to) {
-    return fail(block, Result::not_allowed, kCopy.detail(1));
-  }
-  table::Table* const source =
-      table::open(block, from, open_mode::kReadOnly | open_mode::kSharedReread, 1);
-  if (source == nullptr) return static_cast<Result>(block.result);
-  const Result result = table::create(block, path_of(to, "DBF"), table::fields(*source), with_memo);
-  const std::int32_t detail = block.detail;
-  (void)table::close(*source);
-  block.detail = detail;
-  return result;
-}
-
 }  // namespace
 
 Result create(VqBlock& block, const char* name, std::int32_t count, const char* const* fields) {
@@ -73,7 +57,7 @@ Result create(VqBlock& block, const char* name, std::int32_t count, const char* 
 
 Result copy(VqBlock& block, const char* from, const char* to) {
   bool with_memo = false;
-  const Result result = copy_structure(block, from, to, with_memo);
+  const Result result = table::copy_structure(block, from, to, with_memo);
   if (!ok(result) || !with_memo) return result;
   if (!has_memo_driver(block)) {
     (void)platform::remove(path_of(to, "DBF"));

@@ -1,5 +1,7 @@
 #include "api/database.h"
 
+#include <utility>
+
 #include "api/first_failure.h"
 #include "api/index_kinds.h"
 
@@ -10,14 +12,15 @@ HandlePool<Database>& databases() {
   return pool;
 }
 
+Result close_member(Member& member) {
+  index::Index* const index = std::exchange(member.index, nullptr);
+  if (index == nullptr) return Result::ok;
+  const auto release = member.file != nullptr ? member.driver().deaidx : member.driver().close;
+  return release != nullptr ? release(*index) : Result::no_driver;
+}
+
 Result close_last_member(Database& database) {
-  Member& member = database.members.back();
-  Result result = Result::ok;
-  if (member.index != nullptr) {
-    const index::Driver& driver = member.driver();
-    const auto release = member.file != nullptr ? driver.deaidx : driver.close;
-    result = release != nullptr ? release(*member.index) : Result::no_driver;
-  }
+  const Result result = close_member(database.members.back());
   database.members.pop_back();
   return result;
 }

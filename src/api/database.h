@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <list>
 #include <memory>
+#include <vector>
 
 #include "api/memory.h"
 #include "expr/expression.h"
@@ -31,6 +32,7 @@ struct Member {
   index::Index* index = nullptr;
   Text name;                     // files only
   Text tag;                      // tags only
+  std::int32_t buffers = 0;      // files only
   const Member* file = nullptr;  // tags only: the member that holds the tag
   Program key;
   Program filter;  // tags only, and not all of them
@@ -39,6 +41,9 @@ struct Member {
 
   // The name of the file that the member is, or lies in.
   const Text& file_name() const { return file != nullptr ? file->name : name; }
+  // Handles that the member had before it was built again.
+  std::vector<const index::Index*, PlatformAllocator<const index::Index*>> former;
+
   const index::Driver& driver() const { return index::driver(column); }
 };
 
@@ -50,6 +55,7 @@ struct Database : HandleHead {
   Text table_name;  // as the host gave it
   memo::Memo* memo = nullptr;
   Text memo_name;
+  std::uint32_t mode = 0;         // as the host gave it
   std::uint32_t memo_kind = 0;    // 0 without a memo file
   std::uint32_t memo_column = 0;  // of the memo driver table
   MemberList members;             // a tag behind its file
@@ -64,7 +70,9 @@ HandlePool<Database>& databases();
 // fails; the first failure is returned, with its detail code in the block.
 Result close(Database& database);
 
-// Takes the last member out of the group and closes it: a tag is deactivated, a file closed.
+// Deactivates a tag or closes a file; the member stays, without a handle.
+Result close_member(Member& member);
+// Closes the last member and takes it out of the group.
 Result close_last_member(Database& database);
 
 }  // namespace vqdb::api

@@ -114,11 +114,17 @@ Database* owner_of(const VqMember& copy, std::int32_t bad_handle) {
 }
 
 const Member* member_of(const Database& owner, const VqMember& copy) {
-  const auto found = std::ranges::find_if(owner.members, [&](const Member& member) {
-    return member.index == copy.handle && member.kind == copy.kind &&
+  const auto is_like = [&](const Member& member) {
+    return member.index != nullptr && member.kind == copy.kind &&
            member.column == copy.driver_column;
-  });
-  return found != owner.members.end() ? &*found : nullptr;
+  };
+  for (const Member& member : owner.members) {
+    if (member.index == copy.handle && is_like(member)) return &member;
+  }
+  for (const Member& member : owner.members) {
+    if (is_like(member) && std::ranges::count(member.former, copy.handle) != 0) return &member;
+  }
+  return nullptr;
 }
 
 }  // namespace vqdb::api

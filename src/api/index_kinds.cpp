@@ -12,12 +12,12 @@ namespace kind_code = member_kind;
 
 // In the order in which a word is compared with the keywords.
 constexpr std::array<IndexKind, 6> kKinds = {{
-    {"MDX", 2, kind_code::kMdx, 0, kind_code::kMdxTag},
-    {"NDX", 4, kind_code::kNdx, 1, 0},
-    {"NDX3", 8, kind_code::kNdx3, 1, 0},
-    {"FOXCDX", 16, kind_code::kFoxcdx, 5, kind_code::kFoxcdxTag},
-    {"FOXIDX", 32, kind_code::kFoxidx, 4, 0},
-    {"CLIPNTX", 64, kind_code::kClipntx, 6, 0},
+    {"MDX", 2, kind_code::kMdx, 0, kind_code::kMdxTag, "MDX"},
+    {"NDX", 4, kind_code::kNdx, 1, 0, "NDX"},
+    {"NDX3", 8, kind_code::kNdx3, 1, 0, "NDX"},
+    {"FOXCDX", 16, kind_code::kFoxcdx, 5, kind_code::kFoxcdxTag, "CDX"},
+    {"FOXIDX", 32, kind_code::kFoxidx, 4, 0, "IDX"},
+    {"CLIPNTX", 64, kind_code::kClipntx, 6, 0, "NTX"},
 }};
 
 constexpr std::uint32_t kListedFoxidx = 2304;

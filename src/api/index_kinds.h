@@ -34,6 +34,7 @@ struct IndexKind {
   std::uint32_t code;      // of specifications and of file members
   std::uint32_t column;    // through which files are opened
   std::uint32_t tag_code;  // of tag members; 0 for single-index files
+  std::string_view extension;
 };
 
 // The kind of a keyword, whatever its case; null for any other word.

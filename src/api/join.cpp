@@ -66,19 +66,36 @@ Result compile_filter(Database& database, const char* text, Member& member) {
   return result;
 }
 
-Result open_index_file(Database& database, const VqIndexSpec& spec, std::uint32_t mode,
-                       Member& member) {
-  member.index = member.driver().open(*database.table, spec.name, mode, spec.parameter);
-  if (member.index == nullptr) return static_cast<Result>(database.block->result);
+Result open_file(Database& database, const char* name, Member& member) {
+  member.index = member.driver().open(*database.table, name, table::open_mode_of(*database.table),
+                                      member.buffers);
+  return member.index != nullptr ? Result::ok : static_cast<Result>(database.block->result);
+}
+
+Result open_index_file(Database& database, const VqIndexSpec& spec, Member& member) {
+  member.buffers = spec.parameter;
+  if (const Result result = open_file(database, spec.name, member); !ok(result)) return result;
   if (!has_memory([&] { member.name.assign(spec.name); })) {
     return fail(database.block, Result::no_memory, kOpen.detail(5));
   }
   return Result::ok;
 }
 
-Result join_single(Database& database, const VqIndexSpec& spec, std::uint32_t mode,
-                   Member& member) {
-  if (const Result result = open_index_file(database, spec, mode, member); !ok(result)) {
+Result activate_tag(Database& database, Member& tag) {
+  if (tag.driver().actidx == nullptr) return Result::no_driver;
+  tag.index = tag.driver().actidx(*tag.file->index, tag.tag.c_str());
+  return tag.index != nullptr ? Result::ok : static_cast<Result>(database.block->result);
+}
+
+// An NDX3 header does not tell dates from numbers; only the expression does.
+void mark_dates(Member& member) {
+  if (member.kind == member_kind::kNdx3 && member.key_type == 'D') {
+    static_cast<index::NdxFile&>(*member.index).key_type = 'D';
+  }
+}
+
+Result join_single(Database& database, const VqIndexSpec& spec, Member& member) {
+  if (const Result result = open_index_file(database, spec, member); !ok(result)) {
     return result;
   }
   const platform::Bytes room = platform::allocate_bytes(kMaxExpressionBytes);
@@ -91,10 +108,7 @@ Result join_single(Database& database, const VqIndexSpec& spec, std::uint32_t mo
     member.column = kPlainFoxidxColumn;
   }
   if (const Result result = compile_key(database, text, member); !ok(result)) return result;
-  // An NDX3 header does not tell dates from numbers; only the expression does.
-  if (member.kind == member_kind::kNdx3 && member.key_type == 'D') {
-    static_cast<index::NdxFile&>(*member.index).key_type = 'D';
-  }
+  mark_dates(member);
   return Result::ok;
 }
 
@@ -121,10 +135,8 @@ Result join_tag(Database& database, const Member& file, std::uint32_t kind, std:
   if (!has_memory([&] { tag->tag.assign(name); })) {
     return fail(database.block, Result::no_memory, kJoin.detail(3));
   }
-  if (tag->driver().actidx == nullptr) return Result::no_driver;
-  tag->index = tag->driver().actidx(*file.index, tag->tag.c_str());
-  if (tag->index == nullptr) return static_cast<Result>(database.block->result);
-  return fill_tag(database, *tag);
+  const Result activated = activate_tag(database, *tag);
+  return ok(activated) ? fill_tag(database, *tag) : activated;
 }
 
 Result join_all_tags(Database& database, const Member& file, std::uint32_t kind) {
@@ -146,9 +158,9 @@ Result join_all_tags(Database& database, const Member& file, std::uint32_t kind)
   return Result::ok;
 }
 
-Result join_multiple(Database& database, const VqIndexSpec& spec, std::uint32_t mode,
-                     std::uint32_t tag_kind, Member& file) {
-  if (const Result result = open_index_file(database, spec, mode, file); !ok(result)) {
+Result join_multiple(Database& database, const VqIndexSpec& spec, std::uint32_t tag_kind,
+                     Member& file) {
+  if (const Result result = open_index_file(database, spec, file); !ok(result)) {
     return result;
   }
   const std::string_view only = behind_semicolon(spec.name);
@@ -158,7 +170,7 @@ Result join_multiple(Database& database, const VqIndexSpec& spec, std::uint32_t 
 
 }  // namespace
 
-Result join_index(Database& database, const VqIndexSpec& spec, std::uint32_t mode) {
+Result join_index(Database& database, const VqIndexSpec& spec) {
   const IndexKind* const kind = kind_of_code(spec.kind & ~kHostBits);
   if (kind == nullptr) return Result::ok;
   if (spec.name == nullptr) return Result::out_of_range;
@@ -166,13 +178,19 @@ Result join_index(Database& database, const VqIndexSpec& spec, std::uint32_t mod
   const std::size_t before = database.members.size();
   Member* const member = add_member(database, kind->code, kind->column);
   if (member == nullptr) return Result::no_memory;
-  const Result result = kind->tag_code != 0
-                            ? join_multiple(database, spec, mode, kind->tag_code, *member)
-                            : join_single(database, spec, mode, *member);
+  const Result result = kind->tag_code != 0 ? join_multiple(database, spec, kind->tag_code, *member)
+                                            : join_single(database, spec, *member);
   if (ok(result)) return result;
   const std::int32_t detail = database.block->detail;
   while (database.members.size() > before) (void)close_last_member(database);
   database.block->detail = detail;
+  return result;
+}
+
+Result reopen_member(Database& database, Member& member) {
+  if (member.file != nullptr) return activate_tag(database, member);
+  const Result result = open_file(database, member.name.c_str(), member);
+  if (ok(result)) mark_dates(member);
   return result;
 }
 

@@ -10,11 +10,14 @@
 
 namespace vqdb::api {
 
-// Opens the index file of the specification and adds it behind the other members; a multiple-index
-// file brings its tags, or the one named behind a semicolon. A specification of a kind that is no
-// index file adds nothing. After a failure the group is what it was. Details 6113 to 6115, 6121 to
-// 6126.
-Result join_index(Database& database, const VqIndexSpec& spec, std::uint32_t mode);
+// Opens the index file of the specification, in the table's mode, and adds it behind the other
+// members; a multiple-index file brings its tags, or the one named behind a semicolon. A
+// specification of a kind that is no index file adds nothing. After a failure the group is what it
+// was. Details 6113 to 6115, 6121 to 6126.
+Result join_index(Database& database, const VqIndexSpec& spec);
+
+// Opens the file, or activates the tag, of a member that has been closed.
+Result reopen_member(Database& database, Member& member);
 
 }  // namespace vqdb::api
 

@@ -65,7 +65,7 @@ Result open_memo_file(Database& database, const MemoLayout& layout, const OpenRe
 Result open_members(Database& database, const OpenRequest& request, VqIndexSpec*& failed) {
   SpecWalk specs(request.specs, request.count, request.options);
   while (VqIndexSpec* const spec = specs.next()) {
-    const Result result = join_index(database, *spec, file_mode(request));
+    const Result result = join_index(database, *spec);
     if (ok(result)) continue;
     failed = spec;
     return result;
@@ -77,6 +77,7 @@ Result open_all(Database& database, const OpenRequest& request, VqIndexSpec*& fa
   VqBlock& block = database.owner_block();
   std::int32_t kind = 0;
   if (const Result result = table::kind_of(block, request.name, kind); !ok(result)) return result;
+  database.mode = request.mode;
   database.table = table::open(block, request.name, file_mode(request), request.buffers);
   if (database.table == nullptr) return static_cast<Result>(block.result);
   if (const MemoLayout* const layout = memo_layout(kind)) {

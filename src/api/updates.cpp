@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "api/first_failure.h"
+#include "api/group.h"
 #include "api/index_kinds.h"
 #include "api/record_keys.h"
 #include "table/locks.h"
@@ -15,6 +16,7 @@ namespace {
 
 constexpr Operation kAppend{620};
 constexpr Operation kUpdate{621};
+constexpr Operation kFlushMember{634};
 
 // A key change always runs inside the index's own refresh and release: in a shared mode nobody
 // else has brought the tree up to date, and in an exclusive one they cost nothing.
@@ -191,6 +193,20 @@ Result recall_record(Database& database, std::uint32_t recno) {
   RecordLock lock(*database.table, recno);
   if (const Result result = lock.take(); !ok(result)) return result;
   return lock.release_after(table::recall_record(*database.table, recno));
+}
+
+Result flush_member(const VqMember& copy) {
+  Database* const owner = owner_of(copy, kFlushMember.detail(0));
+  if (owner == nullptr) return Result::bad_handle;
+  if (copy.kind == member_kind::kTable) return table::flush(*owner->table);
+  if ((copy.kind & member_kind::kMemo) != 0) return Result::ok;
+  const bool is_index = kind_of_code(copy.kind) != nullptr || carries_keys(copy.kind);
+  if (!is_index) return fail(owner->block, Result::not_allowed, kFlushMember.detail(1));
+  const Member* const member = member_of(*owner, copy);
+  if (member == nullptr) return fail(owner->block, Result::bad_handle, kFlushMember.detail(0));
+  const Member& file = member->file != nullptr ? *member->file : *member;
+  const auto flush_index = file.driver().flush;
+  return flush_index != nullptr ? flush_index(*file.index) : Result::no_driver;
 }
 
 Result flush(Database& database) {

@@ -23,6 +23,9 @@ Result recall_record(Database& database, std::uint32_t recno);
 
 // Writes the table's and every index file's changes out; the first failure is returned.
 Result flush(Database& database);
+// The same for one member; a tag's changes are its file's. A memo file has nothing to write.
+// Details 6340 (no live member) and 6341 (no member kind).
+Result flush_member(const VqMember& copy);
 
 }  // namespace vqdb::api
 

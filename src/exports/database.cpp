@@ -2,6 +2,7 @@
 #include "api/database.h"
 
 #include "api/block.h"
+#include "api/building.h"
 #include "api/create.h"
 #include "api/field_text.h"
 #include "api/group.h"
@@ -35,6 +36,8 @@ constexpr Operation kRecall{623};
 constexpr Operation kFlush{624};
 constexpr Operation kStatus{625};
 constexpr Operation kMemo{627};
+constexpr Operation kIndex{632};
+constexpr Operation kReindex{633};
 // DBexfield looks a field up as dDfldno does, and fails as it does.
 constexpr Operation kFieldNumber{22};
 
@@ -114,6 +117,11 @@ std::int32_t VQ_CALL DBgetrec(const VqMember* member, const void* key, void* rec
   return guarded([&] { return api::get_record(*member, key, record, *recno); });
 }
 
+std::int32_t VQ_CALL DBsetrec(const VqMember* member, const void* key, std::uint32_t* recno) {
+  if (any_null(member, recno)) return kRange;
+  return guarded([&] { return api::find_record(*member, key, *recno); });
+}
+
 std::int32_t VQ_CALL DBnextrec(const VqMember* member, void* record, std::uint32_t* recno,
                                void* key) {
   if (any_null(member, record, recno)) return kRange;
@@ -175,6 +183,25 @@ std::int32_t VQ_CALL DBrecsta(VqDatabase* database, std::uint32_t recno) {
 
 std::int32_t VQ_CALL DBflush(VqDatabase* database) {
   return with_database(database, kFlush, [](api::Database& open) { return api::flush(open); });
+}
+
+std::int32_t VQ_CALL DBmember_flush(const VqMember* member) {
+  if (member == nullptr) return kRange;
+  return guarded([&] { return api::flush_member(*member); });
+}
+
+std::int32_t VQ_CALL DBindex(VqDatabase* database, std::uint32_t kind, const char* name,
+                             const char* tag, const char* key, const char* filter,
+                             std::uint32_t options) {
+  return with_database(database, kIndex, [&](api::Database& open) {
+    return any_null(name, key) ? Result::out_of_range
+                               : api::build_index(open, kind, {name, tag, key, filter, options});
+  });
+}
+
+std::int32_t VQ_CALL DBreindex(VqDatabase* database) {
+  return with_database(database, kReindex,
+                       [](api::Database& open) { return api::rebuild_indexes(open); });
 }
 
 std::int32_t VQ_CALL DBexfield(VqTable* table, const void* record, const char* name, char* out) {

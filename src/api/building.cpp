@@ -1,0 +1,157 @@
+#include "api/building.h"
+
+#include <algorithm>
+#include <string>
+
+#include "api/first_failure.h"
+#include "api/index_kinds.h"
+#include "api/index_list.h"
+#include "api/join.h"
+#include "api/open.h"
+#include "frame/bytes.h"
+#include "frame/file_name.h"
+#include "table/locks.h"
+
+namespace vqdb::api {
+namespace {
+
+constexpr Operation kIndex{632};
+constexpr Operation kReindex{633};
+
+// The column of the key builder table; the builders of NDX and NDX3 files differ.
+std::uint32_t builder_column(const IndexKind& kind) {
+  constexpr std::uint32_t kNdx3Column = 2;
+  return kind.code == member_kind::kNdx3 ? kNdx3Column : kind.column;
+}
+
+bool is_member(const Database& database, const std::string& path) {
+  return std::ranges::any_of(database.members, [&](const Member& member) {
+    return member.file == nullptr &&
+           path_of(member.name.c_str(), kind_of_code(member.kind)->extension) == path;
+  });
+}
+
+// The lock of a shared table for the time of a build, unless the host holds it already.
+class TableLock {
+ public:
+  explicit TableLock(table::Table& table) : table_(table) {}
+
+  Result take() {
+    const bool shared = (table::open_mode_of(table_) & open_mode::kShared) != 0;
+    if (!shared || !table::has_lock_operations(table_)) return Result::ok;
+    if (ok(table::file_lock_status(table_))) return Result::ok;
+    const Result result = table::lock_file(table_);
+    taken_ = ok(result);
+    return result;
+  }
+
+  Result release_after(Result work) {
+    FirstFailure failure(table::block_of(table_));
+    failure.note(work);
+    if (taken_) failure.note(table::unlock_file(table_));
+    return failure.result();
+  }
+
+ private:
+  table::Table& table_;
+  bool taken_ = false;
+};
+
+void rewrite_index_list(const Database& database) {
+  SpecChain specs;
+  for (const Member& member : database.members) {
+    if (member.file == nullptr && !specs.append(member.kind, member.name, member.buffers)) return;
+  }
+  write_index_list(database.table_name.c_str(),
+                   SpecWalk(specs.first(), specs.count(), SpecWalk::kChain));
+}
+
+using Place = MemberList::iterator;
+
+// The place behind a file's tags.
+Place end_of_file(Database& database, Place file) {
+  Place end = std::next(file);
+  while (end != database.members.end() && end->file == &*file) ++end;
+  return end;
+}
+
+// Closes a file and its tags, which stay members. Copies that hosts hold still find them.
+Result release_file(Database& database, Place file) {
+  if (const Result result = file->driver().flush(*file->index); !ok(result)) return result;
+  FirstFailure failure(database.owner_block());
+  for (Place member = end_of_file(database, file); member != file;) {
+    --member;
+    if (!has_memory([&] { member->former.push_back(member->index); })) member->former.clear();
+    failure.note(close_member(*member));
+  }
+  return failure.result();
+}
+
+Result reopen_file(Database& database, Place file) {
+  const Place end = end_of_file(database, file);
+  for (Place member = file; member != end; ++member) {
+    if (const Result result = reopen_member(database, *member); !ok(result)) {
+      const std::int32_t detail = database.block->detail;
+      for (Place open = end; open != file;) (void)close_member(*--open);
+      database.members.erase(file, end);
+      return fail(database.block, result, detail);
+    }
+  }
+  return Result::ok;
+}
+
+Result rebuild_file(Database& database, Place file) {
+  const auto rebuild = index::builder(builder_column(*kind_of_code(file->kind))).rebuild;
+  if (rebuild == nullptr) return Result::no_driver;
+  FirstFailure failure(database.owner_block());
+  failure.note(release_file(database, file));
+  if (file->index != nullptr) return failure.result();
+  if (ok(failure.result())) failure.note(rebuild(*database.table, file->name.c_str()));
+  failure.note(reopen_file(database, file));
+  return failure.result();
+}
+
+Result build_and_join(Database& database, const IndexKind& kind,
+                      const index::BuildRequest& request) {
+  const Result built = index::builder(builder_column(kind)).build(*database.table, request);
+  if (!ok(built)) return built;
+  const VqIndexSpec spec = {kind.code, request.name, database.block->index_open_parameter, nullptr};
+  return join_index(database, spec);
+}
+
+}  // namespace
+
+Result build_index(Database& database, std::uint32_t kind_code,
+                   const index::BuildRequest& request) {
+  const IndexKind* const kind = kind_of_code(kind_code);
+  if (kind == nullptr) return fail(database.block, Result::unknown_kind, kIndex.detail(2));
+  if (index::builder(builder_column(*kind)).build == nullptr) return Result::no_driver;
+  if (is_member(database, path_of(request.name, kind->extension))) {
+    return fail(database.block, Result::not_allowed, kIndex.detail(1));
+  }
+  TableLock lock(*database.table);
+  if (const Result result = lock.take(); !ok(result)) return result;
+  const Result result = lock.release_after(build_and_join(database, *kind, request));
+  if (ok(result) && (database.mode & database_mode::kNoIndexList) == 0) {
+    (void)has_memory([&] { rewrite_index_list(database); });
+  }
+  return result;
+}
+
+Result rebuild_indexes(Database& database) {
+  const std::uint32_t mode = table::open_mode_of(*database.table);
+  if ((mode & open_mode::kReadOnly) != 0) {
+    return fail(database.block, Result::read_only, kReindex.detail(2));
+  }
+  if ((mode & open_mode::kShared) != 0) {
+    return fail(database.block, Result::not_allowed, kReindex.detail(1));
+  }
+  for (Place file = database.members.begin(); file != database.members.end();) {
+    const Place next = end_of_file(database, file);
+    if (const Result result = rebuild_file(database, file); !ok(result)) return result;
+    file = next;
+  }
+  return Result::ok;
+}
+
+}  // namespace vqdb::api

@@ -1,0 +1,182 @@
+#include <gtest/gtest.h>
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "support/exports.h"
+#include "support/orders.h"
+
+namespace vqdb::testing {
+namespace {
+
+// A database without indexes, and as many orders as fill some pages.
+class Building : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    const char* const fields[] = {"NAME", "C12", "AMOUNT", "N9.2", "DUE", "D", "PAID", "L"};
+    ASSERT_EQ(0, lib.DBcreat(&orders_.block, orders_.table().c_str(), 4, fields));
+    ASSERT_EQ(0, lib.DBuse(&orders_.block, orders_.table().c_str(), 0, &database_));
+    for (int i = 0; i < 200; ++i) append({std::string(1, static_cast<char>('a' + i % 26)), i, 1});
+  }
+  void TearDown() override { EXPECT_EQ(0, lib.DBclose(database_)); }
+
+  void append(const Order& order) {
+    std::uint32_t recno = 0;
+    ASSERT_EQ(0, lib.DBapprec(database_, record_of(order).data(), &recno));
+    records_.push_back(order);
+  }
+
+  std::int32_t build(const OrderIndex& index, std::uint32_t options = 0) {
+    return lib.DBindex(database_, index.kind, orders_.file(index.file).c_str(), nullptr,
+                       index.expression, nullptr, options);
+  }
+
+  void build_all() {
+    for (const OrderIndex& index : kOrderIndex) ASSERT_EQ(0, build(index)) << orders_.block.detail;
+  }
+
+  Orders orders_;
+  VqDatabase* database_ = nullptr;
+  std::vector<Order> records_;
+};
+
+TEST_F(Building, new_indexes_join_the_group_and_its_list) {
+  build_all();
+  EXPECT_EQ(kOrderIndexes, value(table_member(database_).flags));
+  expect_in_step(database_, orders_, records_);
+  append({"later", 7, 7});
+  expect_in_step(database_, orders_, records_);
+  ASSERT_EQ(0, lib.DBclose(database_));
+  ASSERT_EQ(0, lib.DBuse(&orders_.block, orders_.table().c_str(), 0, &database_));
+  EXPECT_EQ(kOrderIndexes, value(table_member(database_).flags));
+  expect_in_step(database_, orders_, records_);
+}
+
+TEST_F(Building, a_shared_table_is_locked_meanwhile_only) {
+  ASSERT_EQ(0, lib.DBclose(database_));
+  ASSERT_EQ(0, lib.DBuse(&orders_.block, orders_.table().c_str(), 2, &database_));
+  build_all();
+  auto* const table = static_cast<VqTable*>(table_member(database_).handle);
+  EXPECT_EQ(0, lib.dDlkcnt(table));
+  append({"later", 7, 7});
+  expect_in_step(database_, orders_, records_);
+  EXPECT_EQ(VQ_E_NOT_ALLOWED, lib.DBreindex(database_));
+  EXPECT_EQ(6331, orders_.block.detail);
+  expect_in_step(database_, orders_, records_);
+}
+
+TEST_F(Building, refusals_leave_the_group_as_it_was) {
+  struct Case {
+    std::uint32_t kind;
+    const char* name;
+    const char* key;
+    std::int32_t result;
+    std::int32_t detail;
+  };
+  ASSERT_EQ(0, build(kOrderIndex[0]));
+  const std::string list = read_file(orders_.file("ORDERS.DD"));
+  const Case cases[] = {
+      {64, "names", "AMOUNT", VQ_E_NOT_ALLOWED, 6321},
+      {1, "OTHER", "NAME", VQ_E_UNKNOWN_KIND, 6322},
+      {256, "OTHER", "NAME", VQ_E_NO_DRIVER, 0},
+      {1024, "OTHER", "NAME", VQ_E_NO_DRIVER, 0},
+      {64, "OTHER", "NOBODY", VQ_E_OPERAND, 6034},
+      {64, nullptr, "NAME", VQ_E_RANGE, 0},
+      {64, "OTHER", nullptr, VQ_E_RANGE, 0},
+  };
+  for (const Case& test : cases) {
+    const std::string file = test.name != nullptr ? orders_.file(test.name) : "";
+    orders_.block.detail = 0;
+    EXPECT_EQ(test.result,
+              lib.DBindex(database_, test.kind, test.name != nullptr ? file.c_str() : nullptr,
+                          nullptr, test.key, nullptr, 0));
+    EXPECT_EQ(test.detail, orders_.block.detail);
+    EXPECT_EQ(1U, value(table_member(database_).flags));
+    EXPECT_FALSE(file_exists(orders_.file("OTHER.NDX")));
+    EXPECT_EQ(list, read_file(orders_.file("ORDERS.DD")));
+  }
+  EXPECT_EQ(VQ_E_BAD_HANDLE, lib.DBindex(nullptr, 64, "A", nullptr, "NAME", nullptr, 0));
+  EXPECT_EQ(VQ_E_BAD_HANDLE, lib.DBreindex(nullptr));
+}
+
+TEST_F(Building, rebuilt_indexes_follow_a_table_that_changed_without_them) {
+  build_all();
+  const VqMember names = order_member(database_, orders_, 0);
+  auto* const table = static_cast<VqTable*>(table_member(database_).handle);
+  for (std::uint32_t n = 1; n <= 100; ++n) {
+    records_[n - 1] = {"moved", static_cast<int>(n) * 3, 9};
+    ASSERT_EQ(0, lib.dDupdrec(table, n, record_of(records_[n - 1]).data()));
+  }
+  ASSERT_EQ(0, lib.DBreindex(database_)) << orders_.block.detail;
+  // A copy from before finds its member, which is positioned nowhere.
+  std::string record(kOrderBytes, '\0');
+  std::array<char, 32> key;
+  std::uint32_t recno = 0;
+  EXPECT_EQ(VQ_E_NOT_FOUND, lib.DBcurrec(&names, record.data(), &recno, key.data()));
+  EXPECT_EQ(3044, orders_.block.detail);
+  ASSERT_EQ(0, lib.DBrewind(&names));
+  ASSERT_EQ(0, lib.DBnextrec(&names, record.data(), &recno, key.data()));
+  expect_in_step(database_, orders_, records_);
+  append({"later", 7, 7});
+  expect_in_step(database_, orders_, records_);
+  std::int32_t type = 0;
+  const VqMember dues = order_member(database_, orders_, 3);
+  ASSERT_EQ(0, lib.DBkeytype(&dues, &type));
+  EXPECT_EQ('D', type);
+}
+
+TEST_F(Building, a_position_can_be_set_without_reading) {
+  build_all();
+  const VqMember amounts = order_member(database_, orders_, 1);
+  const OrderIndex& index = kOrderIndex[1];
+  std::uint32_t recno = 0;
+  ASSERT_EQ(0, lib.DBsetrec(&amounts, index.bytes_of(index.key_of({"", 120, 1})).data(), &recno));
+  EXPECT_EQ(121U, recno);
+  std::string record(kOrderBytes, '\0');
+  std::array<char, 32> key;
+  ASSERT_EQ(0, lib.DBnextrec(&amounts, record.data(), &recno, key.data()));
+  EXPECT_EQ(122U, recno);
+  EXPECT_EQ(VQ_E_NOT_FOUND, lib.DBsetrec(&amounts, index.bytes_of({"", -1}).data(), &recno));
+  EXPECT_EQ(1U, recno);
+  const VqMember table = table_member(database_);
+  const auto number = [](std::uintptr_t n) { return reinterpret_cast<const void*>(n); };
+  ASSERT_EQ(0, lib.DBsetrec(&table, number(5), &recno));
+  ASSERT_EQ(0, lib.DBnextrec(&table, record.data(), &recno, nullptr));
+  EXPECT_EQ(6U, recno);
+  for (const std::uintptr_t beyond : {0U, 201U}) {
+    EXPECT_EQ(VQ_E_RANGE, lib.DBsetrec(&table, number(beyond), &recno));
+    EXPECT_EQ(6352, orders_.block.detail);
+  }
+  VqMember wrong = amounts;
+  wrong.kind = 16;
+  EXPECT_EQ(VQ_E_NOT_ALLOWED, lib.DBsetrec(&wrong, key.data(), &recno));
+  EXPECT_EQ(6351, orders_.block.detail);
+}
+
+TEST_F(Building, members_are_flushed_one_by_one) {
+  build_all();
+  append({"later", 7, 7});
+  const std::string index_file = orders_.file("NAMES.NDX");
+  const std::string table_file = orders_.file("ORDERS.DBF");
+  const std::string index_before = read_file(index_file);
+  const std::string table_before = read_file(table_file);
+  const VqMember names = order_member(database_, orders_, 0);
+  ASSERT_EQ(0, lib.DBmember_flush(&names));
+  EXPECT_NE(index_before, read_file(index_file));
+  EXPECT_EQ(table_before, read_file(table_file));
+  const VqMember table = table_member(database_);
+  ASSERT_EQ(0, lib.DBmember_flush(&table));
+  EXPECT_NE(table_before, read_file(table_file));
+  VqMember wrong = names;
+  wrong.kind = 0;
+  EXPECT_EQ(VQ_E_NOT_ALLOWED, lib.DBmember_flush(&wrong));
+  EXPECT_EQ(6341, orders_.block.detail);
+  wrong = names;
+  wrong.handle = &wrong;
+  EXPECT_EQ(VQ_E_BAD_HANDLE, lib.DBmember_flush(&wrong));
+  EXPECT_EQ(6340, orders_.block.detail);
+}
+
+}  // namespace
+}  // namespace vqdb::testing
