@@ -32,18 +32,33 @@ std::size_t total_size(std::span<const Piece> pieces) {
   return total;
 }
 
-// Writes the first half of the bytes and reports nothing but that.
-Outcome write_half(system::Handle file, std::uint64_t offset, std::span<const Piece> pieces) {
-  std::array<Piece, kMaxPieces> half;
+// The first half of the bytes, as pieces.
+std::span<const Piece> first_half(std::span<const Piece> pieces,
+                                  std::array<Piece, kMaxPieces>& half) {
   std::size_t left = total_size(pieces) / 2;
   std::size_t count = 0;
   for (; count < pieces.size() && left > 0; ++count) {
     half[count] = {pieces[count].data, std::min(pieces[count].size, left)};
     left -= half[count].size;
   }
-  std::size_t moved = 0;
-  const Outcome outcome = system::write_file(file, offset, std::span(half).first(count), moved);
-  return outcome.ok() ? Outcome{Error::short_transfer, 0} : outcome;
+  return std::span(half).first(count);
+}
+
+// One read through the seam: `system` (moved) does it.
+template <typename System>
+Outcome read_once(std::size_t& moved, System system) {
+  moved = 0;
+  const Verdict seam = verdict(Call::read);
+  if (seam == Verdict::fail) return injected(Call::read);
+  const Outcome outcome = system(moved);
+  if (seam == Verdict::cut_short) moved /= 2;
+  return outcome;
+}
+
+// What a write comes to that should move so many bytes.
+Outcome complete_write(const Outcome& outcome, std::size_t moved, std::size_t size) {
+  if (!outcome.ok() || moved == size) return outcome;
+  return {Error::short_transfer, 0};
 }
 
 }  // namespace
@@ -84,12 +99,14 @@ Outcome File::read_at(std::uint64_t offset, void* data, std::size_t size,
   auto* bytes = static_cast<char*>(data);
   transferred = 0;
   while (transferred < size) {
-    const Piece chunk{bytes + transferred, std::min(size - transferred, kChunkBytes)};
+    const std::size_t chunk = std::min(size - transferred, kChunkBytes);
     std::size_t moved = 0;
-    const Outcome outcome = read_pieces(offset + transferred, {&chunk, 1}, moved);
+    const Outcome outcome = read_once(moved, [&](std::size_t& count) {
+      return system::read_file(handle_, offset + transferred, bytes + transferred, chunk, count);
+    });
     transferred += moved;
     if (!outcome.ok()) return outcome;
-    if (moved < chunk.size) break;
+    if (moved < chunk) break;
   }
   return {};
 }
@@ -102,34 +119,36 @@ Outcome File::read_exactly(std::uint64_t offset, void* data, std::size_t size) {
 }
 
 Outcome File::write_at(std::uint64_t offset, const void* data, std::size_t size) {
-  auto* bytes = static_cast<char*>(const_cast<void*>(data));
+  const auto* bytes = static_cast<const char*>(data);
   for (std::size_t done = 0; done < size;) {
-    const Piece chunk{bytes + done, std::min(size - done, kChunkBytes)};
-    const Outcome outcome = write_pieces(offset + done, {&chunk, 1});
+    const std::size_t chunk = std::min(size - done, kChunkBytes);
+    const Verdict seam = verdict(Call::write);
+    if (seam == Verdict::fail) return injected(Call::write);
+    const std::size_t sent = seam == Verdict::cut_short ? chunk / 2 : chunk;
+    std::size_t moved = 0;
+    Outcome outcome = system::write_file(handle_, offset + done, bytes + done, sent, moved);
+    outcome = complete_write(outcome, moved, chunk);
     if (!outcome.ok()) return outcome;
-    done += chunk.size;
+    done += chunk;
   }
   return {};
 }
 
 Outcome File::read_pieces(std::uint64_t offset, std::span<const Piece> pieces,
                           std::size_t& transferred) {
-  transferred = 0;
-  const Verdict seam = verdict(Call::read);
-  if (seam == Verdict::fail) return injected(Call::read);
-  const Outcome outcome = system::read_file(handle_, offset, pieces, transferred);
-  if (seam == Verdict::cut_short) transferred /= 2;
-  return outcome;
+  return read_once(transferred, [&](std::size_t& moved) {
+    return system::read_pieces(handle_, offset, pieces, moved);
+  });
 }
 
 Outcome File::write_pieces(std::uint64_t offset, std::span<const Piece> pieces) {
   const Verdict seam = verdict(Call::write);
   if (seam == Verdict::fail) return injected(Call::write);
-  if (seam == Verdict::cut_short) return write_half(handle_, offset, pieces);
+  std::array<Piece, kMaxPieces> half;
+  const auto sent = seam == Verdict::cut_short ? first_half(pieces, half) : pieces;
   std::size_t moved = 0;
-  const Outcome outcome = system::write_file(handle_, offset, pieces, moved);
-  if (!outcome.ok()) return outcome;
-  return moved == total_size(pieces) ? Outcome{} : Outcome{Error::short_transfer, 0};
+  const Outcome outcome = system::write_pieces(handle_, offset, sent, moved);
+  return complete_write(outcome, moved, total_size(pieces));
 }
 
 Outcome File::size(std::uint64_t& bytes) {

@@ -20,12 +20,16 @@ Outcome open_file(const std::string& path, bool writable, Handle& file);
 Outcome create_file(const std::string& path, Creation creation, Handle& file);
 Outcome close_file(Handle file);
 
-// Moves the pieces to or from consecutive places of the file; moved is less than their total at
-// the end of the file or on a full disk.
-Outcome read_file(Handle file, std::uint64_t offset, std::span<const Piece> pieces,
+// Move bytes, or pieces to or from consecutive places of the file; moved is less than was asked for
+// at the end of the file or on a full disk.
+Outcome read_file(Handle file, std::uint64_t offset, void* data, std::size_t size,
                   std::size_t& moved);
-Outcome write_file(Handle file, std::uint64_t offset, std::span<const Piece> pieces,
+Outcome write_file(Handle file, std::uint64_t offset, const void* data, std::size_t size,
                    std::size_t& moved);
+Outcome read_pieces(Handle file, std::uint64_t offset, std::span<const Piece> pieces,
+                    std::size_t& moved);
+Outcome write_pieces(Handle file, std::uint64_t offset, std::span<const Piece> pieces,
+                     std::size_t& moved);
 
 Outcome file_size(Handle file, std::uint64_t& bytes);
 Outcome sync_file(Handle file);

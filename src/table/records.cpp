@@ -60,8 +60,9 @@ Result read_from_cache(Table& table, std::uint32_t recno, BlockCache::Load load,
   return Result::ok;
 }
 
-// Reads a record that may not exist, or not come from the cache.
-Result read_checked(Table& table, std::uint32_t recno, void* record) {
+// Reads a record that may not exist, or not come from the cache. Kept out of the way of the usual
+// read, which it would slow down.
+[[gnu::noinline]] Result read_checked(Table& table, std::uint32_t recno, void* record) {
   BlockCache::Load load;
   if (const Result result = check_number(table, recno, kGetrec, load); !ok(result)) return result;
   const bool cached = load == BlockCache::Load::cached;

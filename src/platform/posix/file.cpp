@@ -70,21 +70,20 @@ Outcome open_descriptor(const std::string& path, int flags, system::Handle& file
   return {};
 }
 
-// Gives the pieces to `plain` (data, size) when there is one, else to `vectored` (vectors, count).
-template <typename Plain, typename Vectored>
-Outcome transfer(std::span<const Piece> pieces, std::size_t& moved, Plain plain,
-                 Vectored vectored) {
-  ssize_t bytes = 0;
-  if (pieces.size() == 1) {
-    bytes = uninterrupted([&] { return plain(pieces[0].data, pieces[0].size); });
-  } else {
-    std::array<iovec, kMaxPieces> vectors;
-    const std::size_t count = std::min(pieces.size(), vectors.size());
-    for (std::size_t i = 0; i < count; ++i) vectors[i] = {pieces[i].data, pieces[i].size};
-    bytes = uninterrupted([&] { return vectored(vectors.data(), static_cast<int>(count)); });
-  }
-  moved = bytes < 0 ? 0 : static_cast<std::size_t>(bytes);
-  return outcome_if(bytes >= 0);
+// What a transfer moved, or why it moved nothing.
+Outcome moved_by(ssize_t result, std::size_t& moved) {
+  moved = result < 0 ? 0 : static_cast<std::size_t>(result);
+  return outcome_if(result >= 0);
+}
+
+// Hands the pieces to `transfer` (vectors, count).
+template <typename Transfer>
+Outcome transfer_pieces(std::span<const Piece> pieces, std::size_t& moved, Transfer transfer) {
+  std::array<iovec, kMaxPieces> vectors;
+  const std::size_t count = std::min(pieces.size(), vectors.size());
+  for (std::size_t i = 0; i < count; ++i) vectors[i] = {pieces[i].data, pieces[i].size};
+  return moved_by(uninterrupted([&] { return transfer(vectors.data(), static_cast<int>(count)); }),
+                  moved);
 }
 
 // Byte-range locks that belong to the open file, not to the process.
@@ -121,22 +120,32 @@ Outcome create_file(const std::string& path, Creation creation, Handle& file) {
 
 Outcome close_file(Handle file) { return outcome_if(::close(descriptor(file)) == 0); }
 
-Outcome read_file(Handle file, std::uint64_t offset, std::span<const Piece> pieces,
+Outcome read_file(Handle file, std::uint64_t offset, void* data, std::size_t size,
                   std::size_t& moved) {
-  const int fd = descriptor(file);
   const auto place = static_cast<off_t>(offset);
-  return transfer(
-      pieces, moved, [&](void* data, std::size_t size) { return ::pread(fd, data, size, place); },
-      [&](const iovec* vectors, int count) { return ::preadv(fd, vectors, count, place); });
+  return moved_by(uninterrupted([&] { return ::pread(descriptor(file), data, size, place); }),
+                  moved);
 }
 
-Outcome write_file(Handle file, std::uint64_t offset, std::span<const Piece> pieces,
+Outcome write_file(Handle file, std::uint64_t offset, const void* data, std::size_t size,
                    std::size_t& moved) {
-  const int fd = descriptor(file);
   const auto place = static_cast<off_t>(offset);
-  return transfer(
-      pieces, moved, [&](void* data, std::size_t size) { return ::pwrite(fd, data, size, place); },
-      [&](const iovec* vectors, int count) { return ::pwritev(fd, vectors, count, place); });
+  return moved_by(uninterrupted([&] { return ::pwrite(descriptor(file), data, size, place); }),
+                  moved);
+}
+
+Outcome read_pieces(Handle file, std::uint64_t offset, std::span<const Piece> pieces,
+                    std::size_t& moved) {
+  return transfer_pieces(pieces, moved, [&](const iovec* vectors, int count) {
+    return ::preadv(descriptor(file), vectors, count, static_cast<off_t>(offset));
+  });
+}
+
+Outcome write_pieces(Handle file, std::uint64_t offset, std::span<const Piece> pieces,
+                     std::size_t& moved) {
+  return transfer_pieces(pieces, moved, [&](const iovec* vectors, int count) {
+    return ::pwritev(descriptor(file), vectors, count, static_cast<off_t>(offset));
+  });
 }
 
 Outcome file_size(Handle file, std::uint64_t& bytes) {

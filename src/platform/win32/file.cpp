@@ -55,22 +55,31 @@ Outcome create_handle(const std::string& path, DWORD access, DWORD disposition,
   return {};
 }
 
-// Hands the pieces one by one to ReadFile or WriteFile, up to the first that moves less than it
-// should.
+// One ReadFile or WriteFile at a place of the file; its end is no failure.
 template <typename SystemCall>
-Outcome transfer(std::uint64_t offset, std::span<const Piece> pieces, std::size_t& moved,
+Outcome transfer(std::uint64_t offset, std::size_t size, std::size_t& moved,
                  SystemCall system_call) {
+  OVERLAPPED place = {};
+  place.Offset = low_word(offset);
+  place.OffsetHigh = high_word(offset);
+  DWORD bytes = 0;
+  const BOOL succeeded = system_call(static_cast<DWORD>(size), &bytes, &place);
+  moved = bytes;
+  if (succeeded != 0 || ::GetLastError() == ERROR_HANDLE_EOF) return {};
+  return outcome_of(::GetLastError());
+}
+
+// Hands the pieces one by one to read_file or write_file, up to the first that moves less than it
+// should.
+template <typename Transfer>
+Outcome transfer_pieces(std::uint64_t offset, std::span<const Piece> pieces, std::size_t& moved,
+                        Transfer transfer_one) {
   moved = 0;
   for (const Piece& piece : pieces) {
-    OVERLAPPED place = {};
-    place.Offset = low_word(offset + moved);
-    place.OffsetHigh = high_word(offset + moved);
-    DWORD bytes = 0;
-    if (system_call(piece.data, static_cast<DWORD>(piece.size), &bytes, &place) == 0) {
-      const DWORD number = ::GetLastError();
-      if (number != ERROR_HANDLE_EOF) return outcome_of(number);
-    }
+    std::size_t bytes = 0;
+    const Outcome outcome = transfer_one(offset + moved, piece, bytes);
     moved += bytes;
+    if (!outcome.ok()) return outcome;
     if (bytes < piece.size) break;
   }
   return {};
@@ -105,20 +114,34 @@ Outcome create_file(const std::string& path, Creation creation, Handle& file) {
 
 Outcome close_file(Handle file) { return outcome_if(::CloseHandle(handle_of(file))); }
 
-Outcome read_file(Handle file, std::uint64_t offset, std::span<const Piece> pieces,
+Outcome read_file(Handle file, std::uint64_t offset, void* data, std::size_t size,
                   std::size_t& moved) {
-  return transfer(offset, pieces, moved,
-                  [&](void* data, DWORD size, DWORD* bytes, OVERLAPPED* place) {
-                    return ::ReadFile(handle_of(file), data, size, bytes, place);
-                  });
+  return transfer(offset, size, moved, [&](DWORD wanted, DWORD* bytes, OVERLAPPED* place) {
+    return ::ReadFile(handle_of(file), data, wanted, bytes, place);
+  });
 }
 
-Outcome write_file(Handle file, std::uint64_t offset, std::span<const Piece> pieces,
+Outcome write_file(Handle file, std::uint64_t offset, const void* data, std::size_t size,
                    std::size_t& moved) {
-  return transfer(offset, pieces, moved,
-                  [&](const void* data, DWORD size, DWORD* bytes, OVERLAPPED* place) {
-                    return ::WriteFile(handle_of(file), data, size, bytes, place);
-                  });
+  return transfer(offset, size, moved, [&](DWORD wanted, DWORD* bytes, OVERLAPPED* place) {
+    return ::WriteFile(handle_of(file), data, wanted, bytes, place);
+  });
+}
+
+Outcome read_pieces(Handle file, std::uint64_t offset, std::span<const Piece> pieces,
+                    std::size_t& moved) {
+  return transfer_pieces(offset, pieces, moved,
+                         [&](std::uint64_t place, const Piece& piece, std::size_t& bytes) {
+                           return read_file(file, place, piece.data, piece.size, bytes);
+                         });
+}
+
+Outcome write_pieces(Handle file, std::uint64_t offset, std::span<const Piece> pieces,
+                     std::size_t& moved) {
+  return transfer_pieces(offset, pieces, moved,
+                         [&](std::uint64_t place, const Piece& piece, std::size_t& bytes) {
+                           return write_file(file, place, piece.data, piece.size, bytes);
+                         });
 }
 
 Outcome file_size(Handle file, std::uint64_t& bytes) {
