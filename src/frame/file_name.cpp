@@ -54,13 +54,21 @@ std::string_view base_name(std::string_view path) {
   return file.substr(0, file.rfind('.'));
 }
 
+std::string_view directory_of(std::string_view path) {
+  return path.substr(0, path.find_last_of("\\/:") + 1);
+}
+
 std::optional<std::string> temporary_path(const VqBlock& block, std::string_view extension) {
-  std::string directory = block.temporary_directory;
+  return temporary_path_in(block.temporary_directory, extension);
+}
+
+std::optional<std::string> temporary_path_in(std::string_view directory,
+                                             std::string_view extension) {
   const std::uint32_t start = last_temporary.load();
   for (;;) {
     const std::uint32_t number = ++last_temporary;
     if (number == start) return std::nullopt;
-    const std::string name = directory + std::to_string(number);
+    const std::string name = std::string(directory) + std::to_string(number);
     const std::string path = path_of(name, extension);
     if (!platform::exists(platform::resolve(name)) && !platform::exists(path)) return path;
   }

@@ -31,6 +31,13 @@ std::string_view base_name(std::string_view path);
 // name nor with the extension that it carries already; nothing when every number is taken.
 std::optional<std::string> temporary_path(const VqBlock& block, std::string_view extension);
 
+// The same in a directory, whose text ends in a separator or is empty.
+std::optional<std::string> temporary_path_in(std::string_view directory,
+                                             std::string_view extension);
+
+// The directory of a path, with the separator that ends it; empty for a bare file name.
+std::string_view directory_of(std::string_view path);
+
 }  // namespace vqdb
 
 #endif  // VQDBSYS_FRAME_FILE_NAME_H_

@@ -11,8 +11,16 @@ TemporaryFile::~TemporaryFile() {
 }
 
 platform::Outcome TemporaryFile::make(const VqBlock& block, std::string_view extension) {
+  return make_in(block.temporary_directory, extension);
+}
+
+platform::Outcome TemporaryFile::make_beside(const std::string& path, std::string_view extension) {
+  return make_in(directory_of(path), extension);
+}
+
+platform::Outcome TemporaryFile::make_in(std::string_view directory, std::string_view extension) {
   for (;;) {
-    const auto path = temporary_path(block, extension);
+    const auto path = temporary_path_in(directory, extension);
     if (!path) return {platform::Error::already_exists, 0};
     platform::File file;
     const platform::Outcome outcome = file.create(*path, platform::Creation::exclusive);

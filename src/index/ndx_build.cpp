@@ -5,6 +5,7 @@
 #include "expr/expression.h"
 #include "frame/file_name.h"
 #include "frame/system_file.h"
+#include "frame/temporary_file.h"
 #include "index/key_feed.h"
 #include "index/ndx_header.h"
 #include "index/ndx_open.h"
@@ -34,40 +35,6 @@ Result parse_key(table::Table& table, const std::string& text, ExpressionOwner& 
   if (ok(result)) expression.reset(parsed);
   return result;
 }
-
-// A new file that takes the place of another when it is complete.
-class GrowingFile {
- public:
-  explicit GrowingFile(std::string target) : target_(std::move(target)), path_(target_ + "$") {}
-  ~GrowingFile() {
-    if (!exists_) return;
-    static_cast<void>(file_.close());
-    static_cast<void>(platform::remove(path_));
-  }
-  GrowingFile(const GrowingFile&) = delete;
-  GrowingFile& operator=(const GrowingFile&) = delete;
-
-  Result create(VqBlock& block) {
-    const auto made = file_.create(path_, platform::Creation::truncate);
-    if (!made.ok()) return fail(block, open_result(made.error), kCreate.detail(5));
-    exists_ = true;
-    return Result::ok;
-  }
-  Result take_place(VqBlock& block) {
-    if (!file_.close().ok()) return fail(block, Result::io, kCreate.detail(6));
-    const auto replaced = platform::replace(path_, target_);
-    if (!replaced.ok()) return fail(block, open_result(replaced.error), kBuild.detail(3));
-    exists_ = false;
-    return Result::ok;
-  }
-  platform::File& file() { return file_; }
-
- private:
-  const std::string target_;
-  const std::string path_;
-  platform::File file_;
-  bool exists_ = false;
-};
 
 StreamSpec stream_spec(const NdxHeader& header) {
   const char type = header.key_type == 'D' ? 'T' : header.key_type;
@@ -122,11 +89,17 @@ Result write_index(table::Table& table, expr::Expression& expression, NdxHeader 
 Result build_file(table::Table& table, expr::Expression& expression, const NdxHeader& header,
                   const std::string& path) {
   VqBlock& block = table::block_of(table);
-  GrowingFile growing(path);
-  Result result = growing.create(block);
-  if (ok(result)) result = write_index(table, expression, header, growing.file());
-  if (ok(result)) result = growing.take_place(block);
-  return result;
+  TemporaryFile growing;
+  platform::File file;
+  auto made = growing.make_beside(path, "TMP");
+  if (made.ok()) made = file.open(growing.path(), platform::Access::read_write);
+  if (!made.ok()) return fail(block, open_result(made.error), kCreate.detail(5));
+  if (const Result result = write_index(table, expression, header, file); !ok(result)) {
+    return result;
+  }
+  if (!file.close().ok()) return fail(block, Result::io, kCreate.detail(6));
+  const auto placed = growing.put_in_place_of(path);
+  return placed.ok() ? Result::ok : fail(block, open_result(placed.error), kBuild.detail(3));
 }
 
 bool is_numeric(char type) { return type == 'N' || type == 'F' || type == 'D'; }

@@ -2,6 +2,7 @@
 
 #include "frame/file_name.h"
 #include "frame/system_file.h"
+#include "frame/temporary_file.h"
 #include "index/ndx_open.h"
 
 namespace vqdb::index {
@@ -34,19 +35,15 @@ Result copy_ndx(VqBlock& block, std::string_view from, std::string_view to) {
       !ok(result)) {
     return result;
   }
-  const std::string growing_path = target_path + "$";
+  TemporaryFile growing;
   platform::File target;
-  if (const auto made = target.create(growing_path, platform::Creation::truncate); !made.ok()) {
-    return fail(block, open_result(made.error), kCopy.detail(3));
-  }
-  Result result = copy_bytes(block, source, target);
-  const auto closed = target.close();
-  if (ok(result) && !closed.ok()) result = fail(block, Result::io, kCopy.detail(5));
-  if (ok(result) && !platform::replace(growing_path, target_path).ok()) {
-    result = fail(block, Result::io, kCopy.detail(6));
-  }
-  if (!ok(result)) static_cast<void>(platform::remove(growing_path));
-  return result;
+  auto made = growing.make_beside(target_path, "TMP");
+  if (made.ok()) made = target.open(growing.path(), platform::Access::read_write);
+  if (!made.ok()) return fail(block, open_result(made.error), kCopy.detail(3));
+  if (const Result result = copy_bytes(block, source, target); !ok(result)) return result;
+  if (!target.close().ok()) return fail(block, Result::io, kCopy.detail(5));
+  const auto placed = growing.put_in_place_of(target_path);
+  return placed.ok() ? Result::ok : fail(block, Result::io, kCopy.detail(6));
 }
 
 }  // namespace vqdb::index
