@@ -240,5 +240,56 @@ TEST_F(NdxFixture, files_are_made_whole_or_not_at_all) {
   }
 }
 
+// A build, with runs in temporary files, and a rebuild: the old index or the new one, and no file
+// that was not there before.
+TEST_F(NdxFixture, a_build_that_fails_leaves_the_old_index) {
+  ASSERT_EQ(0, lib.dUtmpdir(&block, folder.path().string().c_str()));
+  block.page_count_setting = 1;
+  block.count_setting = 2;
+  for (std::uint32_t n = 0; n < 3000; ++n) {
+    const std::string record = " " + text_key("R" + std::to_string(n * 7919 % 3001), 10);
+    ASSERT_EQ(0, lib.dDapprec(table, record.data()));
+  }
+  ASSERT_EQ(0, lib.dDflush(table));
+  const std::string name = folder.file("B");
+  ASSERT_EQ(0, lib.dNindex(table, name.c_str(), "NAME", 0));
+  const std::string built = read_file(folder.file("B.NDX"));
+  ASSERT_EQ("", read("B").all_faults());
+  VqIndex* index = open("B");
+  ASSERT_EQ(0, lib.dNputkey(index, text_key("STALE", 10).data(), 1));
+  ASSERT_EQ(0, lib.dNclose(index));
+  const std::string old = read_file(folder.file("B.NDX"));
+  ASSERT_NE(built, old);
+  const std::vector<std::string> files = folder.list();
+  const auto but_removing = [](Call call) { return call != Call::remove; };
+  for (const Verdict verdict : {Verdict::fail, Verdict::cut_short}) {
+    for (const bool again : {false, true}) {
+      write_file(folder.file("B.NDX"), old);
+      for (std::uint64_t n = 1;; ++n) {
+        SCOPED_TRACE(n);
+        block.detail = 0;
+        int32_t result = 0;
+        bool struck = false;
+        {
+          const FaultPlan plan(n, verdict, but_removing);
+          result = again ? lib.dNreindex(table, name.c_str())
+                         : lib.dNindex(table, name.c_str(), "NAME", 0);
+          struck = plan.struck();
+        }
+        ASSERT_EQ(files, folder.list());
+        if (result == 0) {
+          ASSERT_EQ(built, read_file(folder.file("B.NDX")));
+          if (!struck) break;
+          write_file(folder.file("B.NDX"), old);
+          continue;
+        }
+        ASSERT_TRUE(result == -14 || result == -17 || result == -20) << result;
+        ASSERT_NE(0, int32_t{block.detail});
+        ASSERT_EQ(old, read_file(folder.file("B.NDX")));
+      }
+    }
+  }
+}
+
 }  // namespace
 }  // namespace vqdb::testing
