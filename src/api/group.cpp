@@ -114,15 +114,16 @@ Database* owner_of(const VqMember& copy, std::int32_t bad_handle) {
 }
 
 const Member* member_of(const Database& owner, const VqMember& copy) {
+  const void* const handle = copy.handle;  // by value: the copy is packed
   const auto is_like = [&](const Member& member) {
     return member.index != nullptr && member.kind == copy.kind &&
            member.column == copy.driver_column;
   };
   for (const Member& member : owner.members) {
-    if (member.index == copy.handle && is_like(member)) return &member;
+    if (member.index == handle && is_like(member)) return &member;
   }
   for (const Member& member : owner.members) {
-    if (is_like(member) && std::ranges::count(member.former, copy.handle) != 0) return &member;
+    if (is_like(member) && std::ranges::count(member.former, handle) != 0) return &member;
   }
   return nullptr;
 }
