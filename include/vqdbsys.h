@@ -26,82 +26,82 @@ extern "C" {
 /* ---- Result codes -------------------------------------------------------------------------- */
 
 #define VQ_OK 0
-#define VQ_E_UNAVAILABLE (-1)      /* no result / not available */
-#define VQ_E_UNKNOWN_NAME (-2)     /* not found in a lookup */
-#define VQ_E_FORMAT (-3)           /* bad file format */
-#define VQ_E_RANGE (-4)            /* argument out of range */
-#define VQ_E_NOT_FOUND (-5)        /* file, or key, not found */
-#define VQ_E_INDEX_START (-6)      /* before the first key */
-#define VQ_E_INDEX_END (-7)        /* past the last key */
-#define VQ_E_INDEX_PAGE (-8)       /* index page error; key already in a unique index */
-#define VQ_E_MISMATCH (-9)         /* structures or expressions do not match */
-#define VQ_E_BAD_HANDLE (-10)      /* null, foreign or closed handle */
-#define VQ_E_NOT_ALLOWED (-11)     /* operation not allowed here */
-#define VQ_E_UNKNOWN_KIND (-12)    /* unknown dialect or index kind */
-#define VQ_E_NO_DRIVER (-13)       /* no driver for this kind */
-#define VQ_E_NO_MEMORY (-14)       /* out of memory */
-#define VQ_E_ENCRYPTED (-15)       /* table is encrypted */
-#define VQ_E_READ_ONLY (-16)       /* table is open read-only */
-#define VQ_E_IO (-17)              /* read, write, seek or close failed, or a file was short */
-#define VQ_E_TOO_MANY_FILES (-18)  /* too many open files */
-#define VQ_E_ACCESS_DENIED (-19)   /* access denied */
-#define VQ_E_DISK_FULL (-20)       /* disk full */
-#define VQ_E_TEXT_LIMIT (-21)      /* expression: text, name or literal too long */
-#define VQ_E_OPEN_QUOTE (-22)      /* expression: quote or bracket not closed */
-#define VQ_E_UNKNOWN_FUNCTION (-23)/* expression: unknown function */
-#define VQ_E_STRAY_POINT (-24)     /* expression: "." that starts nothing */
-#define VQ_E_OPERAND (-25)         /* expression: operand of the wrong type or unknown */
-#define VQ_E_ARGUMENT_TYPE (-27)   /* expression: function argument of the wrong type */
-#define VQ_E_TOO_FEW (-28)         /* expression: too few arguments; list line too short */
-#define VQ_E_TOO_MANY (-29)        /* expression: too many arguments */
-#define VQ_E_PARENTHESES (-30)     /* expression: unbalanced parentheses */
-#define VQ_E_DIVISION (-31)        /* expression: division by zero */
-#define VQ_E_EMPTY (-32)           /* expression: null or empty */
-#define VQ_E_NO_HANDLER (-33)      /* expression: no handler for a token */
-#define VQ_E_NOT_LOCKED (-35)      /* lock not held */
-#define VQ_E_LOCK_UNKNOWN (-36)    /* record lock status unknown */
-#define VQ_E_LOCKED (-37)          /* somebody else holds the record */
-#define VQ_E_FILE_LOCKED (-38)     /* somebody else holds the file */
-#define VQ_E_LOCK_ROUTINE (-39)    /* lock routine failure */
-#define VQ_E_LOCK_REFUSED (-40)    /* the system refused the lock request */
-#define VQ_E_CANCELLED (-41)       /* the progress callback cancelled the work */
+#define VQ_E_UNAVAILABLE (-1)       /* no result / not available */
+#define VQ_E_UNKNOWN_NAME (-2)      /* not found in a lookup */
+#define VQ_E_FORMAT (-3)            /* bad file format */
+#define VQ_E_RANGE (-4)             /* argument out of range */
+#define VQ_E_NOT_FOUND (-5)         /* file, or key, not found */
+#define VQ_E_INDEX_START (-6)       /* before the first key */
+#define VQ_E_INDEX_END (-7)         /* past the last key */
+#define VQ_E_INDEX_PAGE (-8)        /* index page error; key already in a unique index */
+#define VQ_E_MISMATCH (-9)          /* structures or expressions do not match */
+#define VQ_E_BAD_HANDLE (-10)       /* null, foreign or closed handle */
+#define VQ_E_NOT_ALLOWED (-11)      /* operation not allowed here */
+#define VQ_E_UNKNOWN_KIND (-12)     /* unknown dialect or index kind */
+#define VQ_E_NO_DRIVER (-13)        /* no driver for this kind */
+#define VQ_E_NO_MEMORY (-14)        /* out of memory */
+#define VQ_E_ENCRYPTED (-15)        /* table is encrypted */
+#define VQ_E_READ_ONLY (-16)        /* table is open read-only */
+#define VQ_E_IO (-17)               /* read, write, seek or close failed, or a file was short */
+#define VQ_E_TOO_MANY_FILES (-18)   /* too many open files */
+#define VQ_E_ACCESS_DENIED (-19)    /* access denied */
+#define VQ_E_DISK_FULL (-20)        /* disk full */
+#define VQ_E_TEXT_LIMIT (-21)       /* expression: text, name or literal too long */
+#define VQ_E_OPEN_QUOTE (-22)       /* expression: quote or bracket not closed */
+#define VQ_E_UNKNOWN_FUNCTION (-23) /* expression: unknown function */
+#define VQ_E_STRAY_POINT (-24)      /* expression: "." that starts nothing */
+#define VQ_E_OPERAND (-25)          /* expression: operand of the wrong type or unknown */
+#define VQ_E_ARGUMENT_TYPE (-27)    /* expression: function argument of the wrong type */
+#define VQ_E_TOO_FEW (-28)          /* expression: too few arguments; list line too short */
+#define VQ_E_TOO_MANY (-29)         /* expression: too many arguments */
+#define VQ_E_PARENTHESES (-30)      /* expression: unbalanced parentheses */
+#define VQ_E_DIVISION (-31)         /* expression: division by zero */
+#define VQ_E_EMPTY (-32)            /* expression: null or empty */
+#define VQ_E_NO_HANDLER (-33)       /* expression: no handler for a token */
+#define VQ_E_NOT_LOCKED (-35)       /* lock not held */
+#define VQ_E_LOCK_UNKNOWN (-36)     /* record lock status unknown */
+#define VQ_E_LOCKED (-37)           /* somebody else holds the record */
+#define VQ_E_FILE_LOCKED (-38)      /* somebody else holds the file */
+#define VQ_E_LOCK_ROUTINE (-39)     /* lock routine failure */
+#define VQ_E_LOCK_REFUSED (-40)     /* the system refused the lock request */
+#define VQ_E_CANCELLED (-41)        /* the progress callback cancelled the work */
 
 /* ---- Records shared with the host ------------------------------------------------------------ */
 
 /* Progress of long work: units done and in all. A non-zero answer cancels: the operation returns
  * VQ_E_CANCELLED and leaves every file as it was. */
-typedef int32_t(VQ_CALL *VqProgress)(void *context, uint32_t done, uint32_t total);
+typedef int32_t(VQ_CALL* VqProgress)(void* context, uint32_t done, uint32_t total);
 
 #pragma pack(push, 1)
 
 /* The database block: owned by the host, prepared by DBinit, and kept alive while any handle
  * opened with it is open. 527 bytes. */
 typedef struct VqBlock {
-  uint32_t kind;                     /*   0 dialect: 1, 2, 4, 7, 8, 32776 or 16 */
-  int32_t detail;                    /*   4 detail code of the last failure */
-  int32_t result;                    /*   8 result of a failed call that returns a handle */
-  uint16_t runtime_flags;            /*  12 1: caller records lack the flag byte; 2: shared reads
-                                             are served from the cache */
-  uint32_t memo_block_setting;       /*  14 block size of new dBASE IV memo files / 512, 1..32 */
-  uint32_t page_count_setting;       /*  18 workspace of the external sort in units of 16384 bytes */
-  int32_t record_number;             /*  22 number of the record last appended, -1 meanwhile */
-  uint32_t table_access;             /*  26 table buffers that DBuse asks for */
-  int32_t index_open_parameter;      /*  30 page buffers that DBuse asks for */
-  uint32_t century;                  /*  34 non-zero: years have four digits */
-  uint32_t first_setting;            /*  38 1 */
-  uint32_t exact;                    /*  42 non-zero: exact comparison of texts */
-  uint32_t date_format;              /*  46 0..6, see dUsetdate */
-  uint32_t language;                 /*  50 1: collate character keys by weights */
-  uint32_t count_setting;            /*  54 runs merged at once by the external sort */
-  uint32_t index_kind;               /*  58 default index kind and lock scheme, 0..6 */
+  uint32_t kind;                /*   0 dialect: 1, 2, 4, 7, 8, 32776 or 16 */
+  int32_t detail;               /*   4 detail code of the last failure */
+  int32_t result;               /*   8 result of a failed call that returns a handle */
+  uint16_t runtime_flags;       /*  12 1: caller records lack the flag byte; 2: shared reads
+                                        are served from the cache */
+  uint32_t memo_block_setting;  /*  14 block size of new dBASE IV memo files / 512, 1..32 */
+  uint32_t page_count_setting;  /*  18 workspace of the external sort in units of 16384 bytes */
+  int32_t record_number;        /*  22 number of the record last appended, -1 meanwhile */
+  uint32_t table_access;        /*  26 table buffers that DBuse asks for */
+  int32_t index_open_parameter; /*  30 page buffers that DBuse asks for */
+  uint32_t century;             /*  34 non-zero: years have four digits */
+  uint32_t first_setting;       /*  38 1 */
+  uint32_t exact;               /*  42 non-zero: exact comparison of texts */
+  uint32_t date_format;         /*  46 0..6, see dUsetdate */
+  uint32_t language;            /*  50 1: collate character keys by weights */
+  uint32_t count_setting;       /*  54 runs merged at once by the external sort */
+  uint32_t index_kind;          /*  58 default index kind and lock scheme, 0..6 */
   /* The library's own 465 bytes. */
-  int32_t system_error;              /*  62 system's number of the last refused lock request */
-  char temporary_directory[88];      /*  66 see dUtmpdir */
-  char field_name[16];               /* 154 scratch of dDcreat */
-  uint64_t progress;                 /* 170 see dUsetprog */
-  uint64_t progress_context;         /* 178 */
-  uint64_t random_state;             /* 186 of the expression function RAND; 0: not yet seeded */
-  uint8_t reserved[333];             /* 194 */
+  int32_t system_error;         /*  62 system's number of the last refused lock request */
+  char temporary_directory[88]; /*  66 see dUtmpdir */
+  char field_name[16];          /* 154 scratch of dDcreat */
+  uint64_t progress;            /* 170 see dUsetprog */
+  uint64_t progress_context;    /* 178 */
+  uint64_t random_state;        /* 186 of the expression function RAND; 0: not yet seeded */
+  uint8_t reserved[333];        /* 194 */
 } VqBlock;
 
 #pragma pack(pop)
@@ -116,16 +116,16 @@ typedef struct VqDatabase VqDatabase;
 
 /* A copy of one member of a database's index group, as GRPmember hands it out. */
 typedef struct VqMember {
-  uint32_t kind;         /* 1 table; 2, 4, 8 memo; 16 MDX, 32 tag, 64 NDX, 128 NDX3, 256.. */
-  void *handle;          /* table, memo or index handle */
-  const char *name;      /* file name */
-  const char *tag;       /* tags only */
-  VqExpr *key_program;   /* indexes with a key; null otherwise */
-  void *filter_program;  /* tags: VqExpr* or null; table: the VqBlock */
+  uint32_t kind;        /* 1 table; 2, 4, 8 memo; 16 MDX, 32 tag, 64 NDX, 128 NDX3, 256.. */
+  void* handle;         /* table, memo or index handle */
+  const char* name;     /* file name */
+  const char* tag;      /* tags only */
+  VqExpr* key_program;  /* indexes with a key; null otherwise */
+  void* filter_program; /* tags: VqExpr* or null; table: the VqBlock */
   int32_t key_length;
   char key_type;
-  VqDatabase *owner;     /* set in copies only */
-  uint32_t flags;        /* table: number of index members */
+  VqDatabase* owner; /* set in copies only */
+  uint32_t flags;    /* table: number of index members */
   uint32_t driver_column;
 } VqMember;
 
@@ -133,13 +133,13 @@ typedef struct VqMember {
 
 typedef struct VqIndexSpec {
   uint32_t kind; /* 16 MDX, 64 NDX, 128 NDX3, 256 FOXIDX, 512 FOXCDX, 1024 CLIPNTX */
-  const char *name;
+  const char* name;
   int32_t parameter; /* page buffers */
-  struct VqIndexSpec *next;
+  struct VqIndexSpec* next;
 } VqIndexSpec;
 
 /* Given to dEparse as the table: names are not bound and types are not checked. */
-#define VQ_NO_TABLE ((VqTable *)(intptr_t)-4)
+#define VQ_NO_TABLE ((VqTable*)(intptr_t)-4)
 
 /* ---- dD: tables ------------------------------------------------------------------------------ */
 
@@ -151,11 +151,12 @@ typedef struct VqIndexSpec {
  *
  * Open modes: 0 exclusive; 1 read-only; 2 shared, reads go to the file and the record count is
  * taken from it; 4 shared, reads come from the buffers. The bits add up. In exclusive modes changes
- * wait in the buffers for dDflush or dDclose; in shared modes they are written at once. An exclusive
- * or read-only table, or a shared one without bit 2, has at least one buffer.
+ * wait in the buffers for dDflush or dDclose; in shared modes they are written at once. An
+ * exclusive or read-only table, or a shared one without bit 2, has at least one buffer.
  *
- * Details of the buffers, from any operation on records: 10061 (-17) a changed block that makes room
- * could not be written, 10062 (-17) nor one that is read again, 10063 (-17) reading failed, 10064
+ * Details of the buffers, from any operation on records: 10061 (-17) a changed block that makes
+ * room could not be written, 10062 (-17) nor one that is read again, 10063 (-17) reading failed,
+ * 10064
  * (-17) the file lacks a record that its header counts.
  */
 
@@ -171,7 +172,7 @@ typedef struct VqIndexSpec {
  *   160 -4  numeric length or decimals                   161 -11 type unknown to the dialect
  *   162 -4  record longer than 4000 bytes without its flag (kind bit 4: 32767, bit 8: 65500)
  *   163 -17 last descriptors not written                 164 -17 header not written */
-int32_t VQ_CALL dDcreat(VqBlock *block, const char *name, int32_t count, const char *const *fields);
+int32_t VQ_CALL dDcreat(VqBlock* block, const char* name, int32_t count, const char* const* fields);
 
 /* Opens a table with this many buffers. Null on failure, with the result code in block->result.
  *   10421 -5  no such file          10422     not opened: -17, -18 too many files, -19 denied, -20
@@ -179,36 +180,36 @@ int32_t VQ_CALL dDcreat(VqBlock *block, const char *name, int32_t count, const c
  *   10042 -3  record length 0       10043 -14 no memory        10044 -17 descriptors not read
  *   10045 -15 encrypted             10046 -3  version          10047 -14 no memory for the buffers
  *   10048 -3  no fields, or fields that do not fit the record */
-VqTable *VQ_CALL dDopen(VqBlock *block, const char *name, uint32_t mode, int32_t buffers);
+VqTable* VQ_CALL dDopen(VqBlock* block, const char* name, uint32_t mode, int32_t buffers);
 
-/* Flushes, closes the file and frees the handle, whatever the result: that of the flush, or -17 with
- * 306 when only closing failed. */
-int32_t VQ_CALL dDclose(VqTable *table);
+/* Flushes, closes the file and frees the handle, whatever the result: that of the flush, or -17
+ * with 306 when only closing failed. */
+int32_t VQ_CALL dDclose(VqTable* table);
 
 /* What kind of table a file is: 4 dBASE IV memo, 8 dBASE III memo, 32 FoxPro memo, plus 2 with a
  * production MDX file, plus 16 when encrypted. 281 (-17) short file, 282 (-3) version. */
-int32_t VQ_CALL dDmode(VqBlock *block, const char *name);
+int32_t VQ_CALL dDmode(VqBlock* block, const char* name);
 
 /* The number of fields. Bad handle: 181. */
-int32_t VQ_CALL dDfields(VqTable *table);
+int32_t VQ_CALL dDfields(VqTable* table);
 /* The name of a field, at most 10 characters and a zero byte. 222 (-4) number. */
-int32_t VQ_CALL dDfldnm(VqTable *table, int32_t number, char *name);
+int32_t VQ_CALL dDfldnm(VqTable* table, int32_t number, char* name);
 /* The number of the field of this name, in any case. Bad handle: 221. 222 (-4) unknown name. */
-int32_t VQ_CALL dDfldno(VqTable *table, const char *name);
+int32_t VQ_CALL dDfldno(VqTable* table, const char* name);
 /* The record length with the deletion flag. Makes no signature test; 0 for a closed handle. */
-int32_t VQ_CALL dDreclen(VqTable *table);
-/* The number of records, under open mode bit 2 as the file says now (kind bit 16: as its size says).
- * 423 (-17) header not read, 424 (-17) size unknown. */
-int32_t VQ_CALL dDreccnt(VqTable *table, uint32_t *count);
+int32_t VQ_CALL dDreclen(VqTable* table);
+/* The number of records, under open mode bit 2 as the file says now (kind bit 16: as its size
+ * says). 423 (-17) header not read, 424 (-17) size unknown. */
+int32_t VQ_CALL dDreccnt(VqTable* table, uint32_t* count);
 /* The date of the last update, the year in full; out arguments may be null. Bad handle: 161. */
-int32_t VQ_CALL dDdate(VqTable *table, int32_t *month, int32_t *day, int32_t *year);
+int32_t VQ_CALL dDdate(VqTable* table, int32_t* month, int32_t* day, int32_t* year);
 /* The bytes of memory that opening the table with this many buffers takes; a negative number counts
  * as 1. Details as for dDopen; 10047 (-14) for more than 2147483647. */
-int32_t VQ_CALL dDbuffs(VqBlock *block, const char *name, int32_t buffers);
+int32_t VQ_CALL dDbuffs(VqBlock* block, const char* name, int32_t buffers);
 
 /* Reads a record. 262 (-4) number below 1, 263 (-4) beyond the last record, 264 (-17) not read, 265
  * (-17) not even its flag byte. */
-int32_t VQ_CALL dDgetrec(VqTable *table, uint32_t recno, void *record);
+int32_t VQ_CALL dDgetrec(VqTable* table, uint32_t recno, void* record);
 
 /* Appends a record; its number goes to block->record_number, which is -1 after a failure.
  *   323 -16 read-only            324 -38 somebody else appends or has the file
@@ -217,72 +218,75 @@ int32_t VQ_CALL dDgetrec(VqTable *table, uint32_t recno, void *record);
  *   333 -17 end mark not written 335 -17 record count not written
  *   341 -17 a full changed block not written             423, 424 see dDreccnt
  *   353 -39 the record is appended, but the append lock could not be released */
-int32_t VQ_CALL dDapprec(VqTable *table, const void *record);
+int32_t VQ_CALL dDapprec(VqTable* table, const void* record);
 
 /* Overwrites a record. With run-time flag 1 this makes it live. In shared modes a record that
  * somebody else has locked is refused (-37, 10453); -36, 10454 when the system cannot tell.
  * 463 (-16) read-only, 464 (-4) number below 1, 465 (-4) beyond the last record, 466 (-14) no
  * memory, 467 (-17) not written. */
-int32_t VQ_CALL dDupdrec(VqTable *table, uint32_t recno, const void *record);
+int32_t VQ_CALL dDupdrec(VqTable* table, uint32_t recno, const void* record);
 /* Set and clear the deletion flag of a record; results as for dDupdrec. */
-int32_t VQ_CALL dDdelrec(VqTable *table, uint32_t recno);
-int32_t VQ_CALL dDrclrec(VqTable *table, uint32_t recno);
+int32_t VQ_CALL dDdelrec(VqTable* table, uint32_t recno);
+int32_t VQ_CALL dDrclrec(VqTable* table, uint32_t recno);
 
 /* Inserts a record before the given one; recno may be the last plus 1. 272 (-11) shared, 273 (-16)
  * read-only, 274 (-4) number, 275 (-14) no memory; else as for dDapprec. */
-int32_t VQ_CALL dDinsrec(VqTable *table, uint32_t recno, const void *record);
+int32_t VQ_CALL dDinsrec(VqTable* table, uint32_t recno, const void* record);
 /* Removes a record; those behind it move up. The file keeps its length. 402 (-11) shared, 403 (-16)
  * read-only, 404 (-4) number, 405 (-14) no memory. */
-int32_t VQ_CALL dDrmrec(VqTable *table, uint32_t recno);
+int32_t VQ_CALL dDrmrec(VqTable* table, uint32_t recno);
 /* The deletion flag of a record, 0x20 or 0x2A. Makes no signature test; a closed handle has no
  * records. 382 (-4) number below 1, 383 (-4) beyond the last record, 384 (-17) not read. */
-int32_t VQ_CALL dDrecsta(VqTable *table, uint32_t recno);
+int32_t VQ_CALL dDrecsta(VqTable* table, uint32_t recno);
 
-/* Writes changed blocks (242, -17) and, when the record count changed, count and date (243, -17). */
-int32_t VQ_CALL dDflush(VqTable *table);
+/* Writes changed blocks (242, -17) and, when the record count changed, count and date (243, -17).
+ */
+int32_t VQ_CALL dDflush(VqTable* table);
 /* Flushes and empties the buffers. Bad handle: 461. */
-int32_t VQ_CALL dDclearbuf(VqTable *table);
+int32_t VQ_CALL dDclearbuf(VqTable* table);
 
 /* Tables as whole files: none of them may be open. */
 
 /* Creates table `to` with the fields of table `from` and no records. Field names pass the tests of
  * dDcreat again (151..164); types are taken as they are. 141 (-11) a name is null or both are the
  * same; else results of dDopen. */
-int32_t VQ_CALL dDcopy(VqBlock *block, const char *from, const char *to);
+int32_t VQ_CALL dDcopy(VqBlock* block, const char* from, const char* to);
 /* 0 when both tables have the same fields, their names in any case; else -9 (191), or results of
  * dDopen. */
-int32_t VQ_CALL dDcmpstr(VqBlock *block, const char *first, const char *second);
-/* Appends the records of `source` to `target`, whose date stays; or makes `target` a copy of `source`
- * when there is none. A failure leaves `target` as it was. Progress in pieces of 16384 bytes.
- *   341 source not opened    342 -14 no memory       343 target not opened   344 -17 not a header
- *   345 target not created   346, 347 not opened again                       348, 349 -17 no header
- *   350 -20 the target would reach the locked bytes, -17 it lacks records    351 -9 record lengths
- *   352 end mark of the target not restored  353 -17 count not written       357 -17 not written
- *   358 -3 source shorter than its header says, -17 not read                 else as dDcmpstr */
-int32_t VQ_CALL dDcat(VqBlock *block, const char *target, const char *source);
+int32_t VQ_CALL dDcmpstr(VqBlock* block, const char* first, const char* second);
+/* Appends the records of `source` to `target`, whose date stays; or makes `target` a copy of
+ * `source` when there is none. A failure leaves `target` as it was. Progress in pieces of 16384
+ * bytes. 341 source not opened    342 -14 no memory       343 target not opened   344 -17 not a
+ * header 345 target not created   346, 347 not opened again                       348, 349 -17 no
+ * header 350 -20 the target would reach the locked bytes, -17 it lacks records    351 -9 record
+ * lengths 352 end mark of the target not restored  353 -17 count not written       357 -17 not
+ * written 358 -3 source shorter than its header says, -17 not read                 else as dDcmpstr
+ */
+int32_t VQ_CALL dDcat(VqBlock* block, const char* target, const char* source);
 /* Replaces a table, in one step, by a copy without the records whose flag byte is not a blank. The
  * production index flag is cleared, since record numbers change. Needs room for the copy in the
  * temporary directory. Progress in records.
  *   291 no temporary file    292 -14 no memory   293 the copy could not take the table's place
  *   294 -17 header not copied; else as for dDcopy, dDgetrec and dDapprec */
-int32_t VQ_CALL dDpack(VqBlock *block, const char *name);
+int32_t VQ_CALL dDpack(VqBlock* block, const char* name);
 
-/* Writes the records of table `source`, deletion flags and all, to a new table `target` in the order
- * of the keys: field names with `/A` (ascending, also without it) or `/D` (descending) behind them,
- * and `C` behind that to ignore the case of letters, separated by commas: "CITY/A,AMOUNT/D,NAME/AC".
- * Fields of the types C (by bytes, with language 1 by its weights), N, F, D and L have an order; a
- * blank number counts as 0. Records with equal keys keep their order. The target appears, or takes
- * the place of an older one, only when it is complete. Works in page_count_setting * 16384 bytes of
- * memory and merges count_setting runs at once; the runs are files in the temporary directory. Memo
- * texts stay where they are: the target holds the same references. Progress: every record twice.
- * Details: 440 (null block), 441 (a text missing or empty, source and target the same, a key that
- * is none; -11), 442 (no such field -4, a field without order -11), 443 (the temporary file cannot be
- * made or put in place), 10071 (cancelled), 10261, 10263, 10264 (temporary files), 10262, 10272
- * (no memory), those of dDopen, dDcreat and dDapprec. */
-int32_t VQ_CALL dDsort(VqBlock *block, const char *source, const char *target, const char *keys);
-/* Clears the production index flag of a table. 101 (-17) short file, 102 (-3) no table, 104 (-17) not
- * written. */
-int32_t VQ_CALL dDapart(VqBlock *block, const char *name);
+/* Writes the records of table `source`, deletion flags and all, to a new table `target` in the
+ * order of the keys: field names with `/A` (ascending, also without it) or `/D` (descending) behind
+ * them, and `C` behind that to ignore the case of letters, separated by commas:
+ * "CITY/A,AMOUNT/D,NAME/AC". Fields of the types C (by bytes, with language 1 by its weights), N,
+ * F, D and L have an order; a blank number counts as 0. Records with equal keys keep their order.
+ * The target appears, or takes the place of an older one, only when it is complete. Works in
+ * page_count_setting * 16384 bytes of memory and merges count_setting runs at once; the runs are
+ * files in the temporary directory. Memo texts stay where they are: the target holds the same
+ * references. Progress: every record twice. Details: 440 (null block), 441 (a text missing or
+ * empty, source and target the same, a key that is none; -11), 442 (no such field -4, a field
+ * without order -11), 443 (the temporary file cannot be made or put in place), 10071 (cancelled),
+ * 10261, 10263, 10264 (temporary files), 10262, 10272 (no memory), those of dDopen, dDcreat and
+ * dDapprec. */
+int32_t VQ_CALL dDsort(VqBlock* block, const char* source, const char* target, const char* keys);
+/* Clears the production index flag of a table. 101 (-17) short file, 102 (-3) no table, 104 (-17)
+ * not written. */
+int32_t VQ_CALL dDapart(VqBlock* block, const char* name);
 
 /*
  * Locks on bytes beyond the data, against every other handle in any process; a request never waits.
@@ -293,124 +297,128 @@ int32_t VQ_CALL dDapart(VqBlock *block, const char *name);
 
 /* The whole file: nobody else can lock it, lock a record or append. 482 (-13), 483 (-38) somebody
  * else has it or appends, 484 (-37) somebody else has a record, 485 (-40) system, 486 (-14). */
-int32_t VQ_CALL dDlkfil(VqTable *table);
+int32_t VQ_CALL dDlkfil(VqTable* table);
 /* 492 (-13), 493 (-35) not held, 494 (-39) system. */
-int32_t VQ_CALL dDulkfil(VqTable *table);
+int32_t VQ_CALL dDulkfil(VqTable* table);
 /* One record. 502 (-4) number that no lock can name, 503 (-13), 504 (-37) somebody else has it, 505
  * (-38) somebody else has the file, 506 (-14) no memory, 507 (-40) system. */
-int32_t VQ_CALL dDlkrec(VqTable *table, uint32_t recno);
+int32_t VQ_CALL dDlkrec(VqTable* table, uint32_t recno);
 /* Results as for dDulkfil. */
-int32_t VQ_CALL dDulkrec(VqTable *table, uint32_t recno);
+int32_t VQ_CALL dDulkrec(VqTable* table, uint32_t recno);
 /* Locks a record, then reads it; lets go of it when it cannot be read. Results of both. */
-int32_t VQ_CALL dDlkgetr(VqTable *table, uint32_t recno, void *record);
+int32_t VQ_CALL dDlkgetr(VqTable* table, uint32_t recno, void* record);
 /* The number of locked records; up to `max` of their numbers, the oldest lock first. */
-int32_t VQ_CALL dDlklist(VqTable *table, uint32_t *records, int32_t max);
+int32_t VQ_CALL dDlklist(VqTable* table, uint32_t* records, int32_t max);
 /* The lock taken last: a record number, or 0 for the file. -35 when there is none. */
-int32_t VQ_CALL dDlktop(VqTable *table, uint32_t *recno);
+int32_t VQ_CALL dDlktop(VqTable* table, uint32_t* recno);
 /* The number of locks held, the file's included. */
-int32_t VQ_CALL dDlkcnt(VqTable *table);
+int32_t VQ_CALL dDlkcnt(VqTable* table);
 /* Releases the lock taken last; results as for dDulkfil. */
-int32_t VQ_CALL dDpoplk(VqTable *table);
+int32_t VQ_CALL dDpoplk(VqTable* table);
 /* The append position, which dDapprec else locks for itself. 324 (-38), 325 (-40), 326 (-13). */
-int32_t VQ_CALL dDlkapp(VqTable *table);
+int32_t VQ_CALL dDlkapp(VqTable* table);
 /* 326 (-13), 352 (-35) not held, 353 (-39) system. Bad handle: 351. */
-int32_t VQ_CALL dDulkapp(VqTable *table);
+int32_t VQ_CALL dDulkapp(VqTable* table);
 /* Who holds a record: 0 this handle (it or the file), -35 nobody, -37 somebody else (10453).
  * 10451 (-4) number, 10452 (-13), 10454 (-36) the system cannot tell. */
-int32_t VQ_CALL dDlkrsta(VqTable *table, uint32_t recno);
+int32_t VQ_CALL dDlkrsta(VqTable* table, uint32_t recno);
 /* Who holds the file, in the same way. */
-int32_t VQ_CALL dDlkfsta(VqTable *table);
+int32_t VQ_CALL dDlkfsta(VqTable* table);
 
-/* ---- dU: conversions, calendar and settings ---------------------------------------------------- */
+/* ---- dU: conversions, calendar and settings ----------------------------------------------------
+ */
 
 /* Writes a file name as the library takes it into out (128 bytes) and returns out: up to the first
  * `;`, with "." and the extension when it has none, in capitals. Longer than 127 characters: an
  * empty text. */
-char *VQ_CALL dUexpnm(const char *name, const char *extension, char *out);
+char* VQ_CALL dUexpnm(const char* name, const char* extension, char* out);
 /* A blank date is month, day and year 9999, and 8 blanks in a field. A key kind is a sum of bits:
  * 1 or 2 a little-endian double (8 bytes), 4 a double whose bytes sort as the numbers do (8 bytes),
  * 8 text; without these a number is packed decimal (12 bytes) and a date has no key. A date key
  * holds the day number + 1721425; day 1 is 1 January of year 1. */
 
 /* Writes 8 bytes, YYYYMMDD. 4001: no valid date, or a year of five digits. */
-int32_t VQ_CALL dU3itodf(VqBlock *block, int32_t month, int32_t day, int32_t year, char *field);
+int32_t VQ_CALL dU3itodf(VqBlock* block, int32_t month, int32_t day, int32_t year, char* field);
 /* Reads 8 bytes. The numbers are not checked. */
-int32_t VQ_CALL dUdfto3i(const char *field, int32_t *month, int32_t *day, int32_t *year);
+int32_t VQ_CALL dUdfto3i(const char* field, int32_t* month, int32_t* day, int32_t* year);
 /* Writes 8 bytes, or none for a packed kind. The block may be null. 4021: no valid date. */
-int32_t VQ_CALL dU3itodk(VqBlock *block, uint32_t kind, int32_t month, int32_t day, int32_t year,
-                         void *key);
-int32_t VQ_CALL dUdftodk(VqBlock *block, uint32_t kind, const char *field, void *key);
+int32_t VQ_CALL dU3itodk(VqBlock* block, uint32_t kind, int32_t month, int32_t day, int32_t year,
+                         void* key);
+int32_t VQ_CALL dUdftodk(VqBlock* block, uint32_t kind, const char* field, void* key);
 /* The date of a key; a blank key, a damaged one and a packed kind give the blank date. */
-int32_t VQ_CALL dUdkto3i(uint32_t kind, const void *key, int32_t *month, int32_t *day,
-                         int32_t *year);
+int32_t VQ_CALL dUdkto3i(uint32_t kind, const void* key, int32_t* month, int32_t* day,
+                         int32_t* year);
 /* The day number, or VQ_E_RANGE with 4071 when the date is not valid. */
-int32_t VQ_CALL dU3itoJ(VqBlock *block, int32_t month, int32_t day, int32_t year);
-int32_t VQ_CALL dUJto3i(int32_t day_number, int32_t *month, int32_t *day, int32_t *year);
+int32_t VQ_CALL dU3itoJ(VqBlock* block, int32_t month, int32_t day, int32_t year);
+int32_t VQ_CALL dUJto3i(int32_t day_number, int32_t* month, int32_t* day, int32_t* year);
 /* The day number of a text in the block's date format: its three numbers in the format's order,
  * `/`, `.` or `-` between them, blanks around them; years of one or two digits are 19yy. 4071: no
  * valid date. */
-int32_t VQ_CALL dUatoJ(VqBlock *block, const char *text);
+int32_t VQ_CALL dUatoJ(VqBlock* block, const char* text);
 /* The key of a number; kind 8 writes nothing. A packed key takes the first 16 of the value's 25
  * significant digits: 2899999999999999 for 0.29, where dUnftonk takes 29 from a field. */
-int32_t VQ_CALL dUdtonk(uint32_t kind, double value, void *key);
+int32_t VQ_CALL dUdtonk(uint32_t kind, double value, void* key);
 /* The key of a numeric field, `width` bytes of text; a packed key takes all its digits. Kind 8
  * copies the text. 4081: wider than 20. */
-int32_t VQ_CALL dUnftonk(VqBlock *block, uint32_t kind, const char *field, int32_t width, void *key);
+int32_t VQ_CALL dUnftonk(VqBlock* block, uint32_t kind, const char* field, int32_t width,
+                         void* key);
 /* Not for kind 8 (VQ_E_RANGE), whose keys do not tell their width. */
-int32_t VQ_CALL dUnktod(uint32_t kind, const void *key, double *value);
+int32_t VQ_CALL dUnktod(uint32_t kind, const void* key, double* value);
 /* A numeric key as field text of `width` bytes with a zero byte behind it; width and decimals as
  * for dUdtonf. */
-int32_t VQ_CALL dUnktoa(uint32_t kind, const void *key, int32_t width, int32_t decimals, char *text);
+int32_t VQ_CALL dUnktoa(uint32_t kind, const void* key, int32_t width, int32_t decimals,
+                        char* text);
 /* Reads the number that `width` bytes of text begin with, 0 when there is none. VQ_E_RANGE: 40
  * bytes or more. */
-int32_t VQ_CALL dUnftod(const char *field, int32_t width, double *value);
+int32_t VQ_CALL dUnftod(const char* field, int32_t width, double* value);
 /* dUdtonf of the number that a text begins with. 4041: width or decimals out of range. */
-int32_t VQ_CALL dUatonf(VqBlock *block, const char *text, int32_t width, int32_t decimals,
-                        char *field);
+int32_t VQ_CALL dUatonf(VqBlock* block, const char* text, int32_t width, int32_t decimals,
+                        char* field);
 /* Writes `width` bytes (1..254): the number right-aligned with so many decimals (0..width - 2),
  * rounded to the nearest; in exponent form (` .123E+9`) when it does not fit; `*` when that does
  * not fit either. With kind 16 zeros stand for the leading blanks, the sign before them. The block
  * may be null. 4061: width or decimals out of range. */
-int32_t VQ_CALL dUdtonf(VqBlock *block, double value, int32_t width, int32_t decimals, char *field);
+int32_t VQ_CALL dUdtonf(VqBlock* block, double value, int32_t width, int32_t decimals, char* field);
 /* Copies `width` bytes and a zero byte. */
-int32_t VQ_CALL dUfldtoa(const char *field, int32_t width, char *text);
+int32_t VQ_CALL dUfldtoa(const char* field, int32_t width, char* text);
 /* Writes `width` bytes: the text, cut or filled with blanks. */
-int32_t VQ_CALL dUatocf(const char *text, int32_t width, char *field);
+int32_t VQ_CALL dUatocf(const char* text, int32_t width, char* field);
 /* Looks at the 10 bytes of a memo field: 1 a block number, 0 blank (blanks, or blanks and then
  * zeros), -1 anything else. */
-int32_t VQ_CALL dUcheck_mfld(const char *field);
+int32_t VQ_CALL dUcheck_mfld(const char* field);
 /* Writes 10 blanks. */
-int32_t VQ_CALL dUinitmf(char *field);
+int32_t VQ_CALL dUinitmf(char* field);
 /* Today by the local clock; 1 January 1980 when it cannot be read. */
-int32_t VQ_CALL dUtoday(int32_t *month, int32_t *day, int32_t *year);
+int32_t VQ_CALL dUtoday(int32_t* month, int32_t* day, int32_t* year);
 /* 1 for a leap year, else 0. */
 int32_t VQ_CALL dUleap(int32_t year);
 /* Writes "6.00" and its zero byte (5 bytes); returns the text. */
-char *VQ_CALL dUversion(char *text);
+char* VQ_CALL dUversion(char* text);
 
 /* Settings go into the block and are read from there; these return it. */
 
 /* Language 1: indexes opened from now on sort character keys in dictionary order of code page
  * 1252. Any other: by bytes. */
-VqBlock *VQ_CALL dUsetlang(VqBlock *block, int32_t language);
+VqBlock* VQ_CALL dUsetlang(VqBlock* block, int32_t language);
 /* Lock scheme of tables opened from now on, and default index kind: 0..6, any other is 0. */
-VqBlock *VQ_CALL dUsetnet(VqBlock *block, int32_t scheme);
+VqBlock* VQ_CALL dUsetnet(VqBlock* block, int32_t scheme);
 /* Whether years in date texts have four digits, else two. */
-VqBlock *VQ_CALL dUsetcent(VqBlock *block, int32_t on);
+VqBlock* VQ_CALL dUsetcent(VqBlock* block, int32_t on);
 /* Whether expressions compare whole texts, else only as far as the right one goes. */
-VqBlock *VQ_CALL dUsetexact(VqBlock *block, int32_t on);
+VqBlock* VQ_CALL dUsetexact(VqBlock* block, int32_t on);
 /* Date texts: 0 mm/dd/yy, 1 yy.mm.dd, 2 dd/mm/yy, 3 dd-mm-yy, 4 dd.mm.yy, 5 mm-dd-yy, 6 yy/mm/dd;
  * any other is 0. */
-VqBlock *VQ_CALL dUsetdate(VqBlock *block, int32_t format);
+VqBlock* VQ_CALL dUsetdate(VqBlock* block, int32_t format);
 /* Where temporary files are made, with a `\` added when none ends it; null or empty: the current
  * directory. VQ_E_UNKNOWN_NAME: longer than 85 characters, nothing changed. */
-int32_t VQ_CALL dUtmpdir(VqBlock *block, const char *directory);
+int32_t VQ_CALL dUtmpdir(VqBlock* block, const char* directory);
 /* A function that long work under this block tells its progress to, with the context: pack, sort,
  * index building, concatenation, compaction. Null: none. A non-zero answer cancels the work (-41,
  * 10071), which leaves every file as it was. The function must not use the handles of that work. */
-VqBlock *VQ_CALL dUsetprog(VqBlock *block, VqProgress function, void *context);
+VqBlock* VQ_CALL dUsetprog(VqBlock* block, VqProgress function, void* context);
 
-/* ---- dE: expressions --------------------------------------------------------------------------- */
+/* ---- dE: expressions ---------------------------------------------------------------------------
+ */
 
 /* What a token of an expression is refused for has detail 5000 + the token's number: operators 1 +
  * 2 - 3 * 4 / 5 ** 6 < 7 <= 8 > 9 >= 10 = 11 == 12 <> 13 $ 14 .AND. 15 .OR. 16 .NOT., functions 20
@@ -433,49 +441,49 @@ VqBlock *VQ_CALL dUsetprog(VqBlock *block, VqProgress function, void *context);
  *   6042 -9  ")" before its "("         6007 -10 bad table handle
  *   -14: 6002 words, 6003 program, 6004 6006 run stack, 6005 check of types, 6031 6032 literals,
  *   6041 operators */
-int32_t VQ_CALL dEparse(VqBlock *block, const char *text, VqTable *table, VqExpr **out, char *type,
-                        int32_t *length);
+int32_t VQ_CALL dEparse(VqBlock* block, const char* text, VqTable* table, VqExpr** out, char* type,
+                        int32_t* length);
 /* Runs against a whole record, deletion flag included (null where no field is read), under the
  * settings of the block. Writes the value and its length in bytes. Options are a sum of bits.
  * Options 0: texts, dates (in the date format) and logical values ("T" or "F") as texts of at most
- * max bytes (below 1: 1000), with a zero byte behind them: max + 1 bytes in all; numbers as a double
- * of 8 bytes, whatever max says.
- * 0x01 the key: texts filled with blanks to their greatest length, up to max; a zero byte only where
- * max leaves room; dates and numbers as 8-byte doubles. And for keys: 0x10 or 0x20 numbers as packed
- * decimals of 12 bytes; 0x100 or 0x200 doubles whose bytes sort; 0x400 numbers as the field's text,
- * dates as YYYYMMDD.
- *   6061 -32 null handle: an empty text; -10 bad handle
- *   6062 -4  a field is read and there is no record
- *   4021 -4  key of a date field that holds no date */
-int32_t VQ_CALL dErun(VqBlock *block, VqExpr *expr, const void *record, uint32_t options,
-                      int32_t max, void *buffer, int32_t *length);
+ * max bytes (below 1: 1000), with a zero byte behind them: max + 1 bytes in all; numbers as a
+ * double of 8 bytes, whatever max says. 0x01 the key: texts filled with blanks to their greatest
+ * length, up to max; a zero byte only where max leaves room; dates and numbers as 8-byte doubles.
+ * And for keys: 0x10 or 0x20 numbers as packed decimals of 12 bytes; 0x100 or 0x200 doubles whose
+ * bytes sort; 0x400 numbers as the field's text, dates as YYYYMMDD. 6061 -32 null handle: an empty
+ * text; -10 bad handle 6062 -4  a field is read and there is no record 4021 -4  key of a date field
+ * that holds no date */
+int32_t VQ_CALL dErun(VqBlock* block, VqExpr* expr, const void* record, uint32_t options,
+                      int32_t max, void* buffer, int32_t* length);
 /* dEparse, dErun with options 0 and max 1000, and dEfree. Buffer: 1001 bytes. */
-int32_t VQ_CALL dEeval(VqBlock *block, const char *text, VqTable *table, const void *record,
-                       void *buffer, char *type, int32_t *length);
+int32_t VQ_CALL dEeval(VqBlock* block, const char* text, VqTable* table, const void* record,
+                       void* buffer, char* type, int32_t* length);
 /* Any address but that of a live expression is refused, and left alone. Bad handle: 6061. */
-int32_t VQ_CALL dEfree(VqExpr *expr);
+int32_t VQ_CALL dEfree(VqExpr* expr);
 
-/* ---- f: texts ------------------------------------------------------------------------------------ */
+/* ---- f: texts
+ * ------------------------------------------------------------------------------------ */
 
 /* White space is blank, tab, line feed, vertical tab, form feed and carriage return. The output has
  * room for the result and its zero byte. */
 
 /* These return the output, which may be the text's own buffer. Without leading white space. */
-char *VQ_CALL fLTRIM(const char *text, char *out);
+char* VQ_CALL fLTRIM(const char* text, char* out);
 /* Without trailing white space. */
-char *VQ_CALL fRTRIM(const char *text, char *out);
+char* VQ_CALL fRTRIM(const char* text, char* out);
 /* The first word alone: without leading white space, up to the next. */
-char *VQ_CALL fALLTRIM(const char *text, char *out);
+char* VQ_CALL fALLTRIM(const char* text, char* out);
 
 /* The text at `width` characters (below 0 is 0): cut when it is longer, else with fill characters
  * on its left, its right, or both sides, half of them (rounded down) on the left. Each side goes
  * through the fill from its start; the first character comes twice where it starts again (AB fills
  * as ABAABAAB). A null or empty fill is a blank. Return the length of `text`. */
-int32_t VQ_CALL fPADL(const char *text, int32_t width, const char *fill, char *out);
-int32_t VQ_CALL fPADR(const char *text, int32_t width, const char *fill, char *out);
-int32_t VQ_CALL fPADC(const char *text, int32_t width, const char *fill, char *out);
+int32_t VQ_CALL fPADL(const char* text, int32_t width, const char* fill, char* out);
+int32_t VQ_CALL fPADR(const char* text, int32_t width, const char* fill, char* out);
+int32_t VQ_CALL fPADC(const char* text, int32_t width, const char* fill, char* out);
 
-/* ---- dN: NDX files ------------------------------------------------------------------------------ */
+/* ---- dN: NDX files ------------------------------------------------------------------------------
+ */
 
 /* An NDX file holds the keys of one table with their record numbers, in order. Names get the
  * extension NDX. A key has dNkeylen bytes: text padded with blanks, or, for types N, F and D, a
@@ -492,9 +500,9 @@ int32_t VQ_CALL fPADC(const char *text, int32_t width, const char *fill, char *o
  * Every operation on keys can end in VQ_E_INDEX_PAGE when the file is damaged: 10171 10172 10175
  * 10211 10221 10245 pages and counts that cannot be, 10173 too many levels, 10174 10251 3174 3204
  * pages that lead in a circle, 10193 (VQ_E_FORMAT) a damaged header; in VQ_E_IO: 10241 10242 a page
- * cannot be read, 10243 written, 10231 the header cannot be written; in 10244 VQ_E_NO_MEMORY; and in
- * 10232 VQ_E_DISK_FULL, no page numbers left. A change that fails in mode 0 has not been made, and
- * keys that were flushed before are in the file whatever fails. A detail ending in 9: a null
+ * cannot be read, 10243 written, 10231 the header cannot be written; in 10244 VQ_E_NO_MEMORY; and
+ * in 10232 VQ_E_DISK_FULL, no page numbers left. A change that fails in mode 0 has not been made,
+ * and keys that were flushed before are in the file whatever fails. A detail ending in 9: a null
  * argument (VQ_E_RANGE). */
 
 /* Makes an empty index, over an existing file. The format is a type letter C, N, F or D, for C the
@@ -502,37 +510,37 @@ int32_t VQ_CALL fPADC(const char *text, int32_t width, const char *fill, char *o
  * form. 3021: expression over 240 characters; 3022: key length (both VQ_E_RANGE); 3023: type
  * (VQ_E_NOT_ALLOWED); 3024: no memory; 3025: not created; 3026: not written (VQ_E_IO). On failure
  * there is no such file. */
-int32_t VQ_CALL dNcreat(VqBlock *block, const char *name, const char *expression,
-                        const char *format);
+int32_t VQ_CALL dNcreat(VqBlock* block, const char* name, const char* expression,
+                        const char* format);
 /* Opens an index for a table, whose lock scheme and block it uses, with at least 4 page buffers of
  * 512 bytes. Null on failure, with the result code in the block. 10421: not found; 10422: not
  * opened; 10183: header not read; 10184, 10185: no memory; 10186: no index that its header can be
  * true of (VQ_E_FORMAT); 3151: bad table handle. */
-VqIndex *VQ_CALL dNopen(VqTable *table, const char *name, uint32_t mode, int32_t buffers);
+VqIndex* VQ_CALL dNopen(VqTable* table, const char* name, uint32_t mode, int32_t buffers);
 /* Flushes and closes. The handle is gone whatever the result. 3231: not closed. */
-int32_t VQ_CALL dNclose(VqIndex *index);
+int32_t VQ_CALL dNclose(VqIndex* index);
 /* The bytes of memory that an open handle with this many buffers needs, or a negative result.
  * 3251: header not read, or damaged. */
-int32_t VQ_CALL dNbuffs(VqBlock *block, const char *name, int32_t buffers);
+int32_t VQ_CALL dNbuffs(VqBlock* block, const char* name, int32_t buffers);
 /* Tells that the keys are dates, which a file of the dBASE III form cannot say; returns the
  * handle. Bad handle: 3001. */
-VqIndex *VQ_CALL dN3datek(VqIndex *index);
+VqIndex* VQ_CALL dN3datek(VqIndex* index);
 /* Writes changed pages and the header. Bad handle: 3071. */
-int32_t VQ_CALL dNflush(VqIndex *index);
+int32_t VQ_CALL dNflush(VqIndex* index);
 
 /* Changes. Refused when the file is open for reading only (VQ_E_READ_ONLY, detail ending in 3) and
  * for a null key or record number 0 (VQ_E_RANGE, ending in 2). */
 
 /* Inserts an entry, which becomes the current one. Bad handle: 3161. 3164: a unique index has the
  * key (VQ_E_INDEX_PAGE). */
-int32_t VQ_CALL dNputkey(VqIndex *index, const void *key, uint32_t recno);
+int32_t VQ_CALL dNputkey(VqIndex* index, const void* key, uint32_t recno);
 /* Removes the entry with this key and this record number. There is no current entry then; dNnxtkey
  * gives the one that followed it, dNprvkey the one before it. Bad handle: 3211. 3214: there is none
  * (VQ_E_NOT_FOUND). */
-int32_t VQ_CALL dNrmkey(VqIndex *index, const void *key, uint32_t recno);
+int32_t VQ_CALL dNrmkey(VqIndex* index, const void* key, uint32_t recno);
 /* Both in one. Bad handle: 3311. 3314: no such old entry (VQ_E_NOT_FOUND), nothing is inserted;
  * 3315: a unique index has the new key (VQ_E_INDEX_PAGE), nothing is removed. */
-int32_t VQ_CALL dNupdkey(VqIndex *index, const void *old_key, const void *new_key, uint32_t recno);
+int32_t VQ_CALL dNupdkey(VqIndex* index, const void* old_key, const void* new_key, uint32_t recno);
 
 /* The position. It survives changes by others: stepping goes on from the current entry's key and
  * record number. */
@@ -541,61 +549,61 @@ int32_t VQ_CALL dNupdkey(VqIndex *index, const void *old_key, const void *new_ke
  * record number of the first entry above the key, from which dNnxtkey and dNprvkey go on; 3093 with
  * record number 0 when none is above it. There is no current entry then. Bad handle: 3091. 3092:
  * null key. */
-int32_t VQ_CALL dNgetrno(VqIndex *index, const void *key, uint32_t *recno);
+int32_t VQ_CALL dNgetrno(VqIndex* index, const void* key, uint32_t* recno);
 /* Step to the next or previous entry; right after opening, to the first or last. VQ_E_INDEX_END:
  * 3203 reached, 3202 reached before. VQ_E_INDEX_START: 3173, 3172. Bad handle: 3201, 3171. */
-int32_t VQ_CALL dNnxtkey(VqIndex *index, void *key, uint32_t *recno);
-int32_t VQ_CALL dNprvkey(VqIndex *index, void *key, uint32_t *recno);
+int32_t VQ_CALL dNnxtkey(VqIndex* index, void* key, uint32_t* recno);
+int32_t VQ_CALL dNprvkey(VqIndex* index, void* key, uint32_t* recno);
 /* The current entry. 3042: before the first (VQ_E_INDEX_START); 3043: past the last
  * (VQ_E_INDEX_END); 3044: none (VQ_E_NOT_FOUND). Bad handle: 3041. */
-int32_t VQ_CALL dNcurkey(VqIndex *index, void *key, uint32_t *recno);
+int32_t VQ_CALL dNcurkey(VqIndex* index, void* key, uint32_t* recno);
 /* Before the first and past the last entry. Bad handle: 3191, 3081. */
-int32_t VQ_CALL dNrewind(VqIndex *index);
-int32_t VQ_CALL dNforwrd(VqIndex *index);
+int32_t VQ_CALL dNrewind(VqIndex* index);
+int32_t VQ_CALL dNforwrd(VqIndex* index);
 
 /* Copies the key expression with its zero byte into `size` bytes; flags, which may be null, gets
  * 4096 for a unique index, else 0. Bad handle: 3051. 3052: null text; 3053: too little room. */
-int32_t VQ_CALL dNexpr(VqIndex *index, char *text, int32_t size, int32_t *flags);
+int32_t VQ_CALL dNexpr(VqIndex* index, char* text, int32_t size, int32_t* flags);
 /* The expression's length; flags, which may be null, gets 0. Bad handle: 3061. 3062: null. */
-int32_t VQ_CALL dNexplen(VqIndex *index, int32_t *length, int32_t *flags);
+int32_t VQ_CALL dNexplen(VqIndex* index, int32_t* length, int32_t* flags);
 /* The key's length in bytes, and its type letter. Bad handle: 3111, 3121. */
-int32_t VQ_CALL dNkeylen(VqIndex *index);
-int32_t VQ_CALL dNkeytyp(VqIndex *index);
+int32_t VQ_CALL dNkeylen(VqIndex* index);
+int32_t VQ_CALL dNkeytyp(VqIndex* index);
 
 /* Lock and unlock the index file for the caller; a request never waits. Without locks in the lock
  * scheme VQ_E_NO_DRIVER, detail ending in 2. Bad handle: 3131, 3221, 3141. */
 
 /* 3133: refused. Locking what is held changes nothing. */
-int32_t VQ_CALL dNlkfil(VqIndex *index);
+int32_t VQ_CALL dNlkfil(VqIndex* index);
 /* 3223: not held (VQ_E_NOT_LOCKED); 3224: refused. */
-int32_t VQ_CALL dNulkfil(VqIndex *index);
+int32_t VQ_CALL dNulkfil(VqIndex* index);
 /* 0: this handle holds the lock. 3143: nobody (VQ_E_NOT_LOCKED); 3144: somebody else
  * (VQ_E_LOCKED); 3145: the system cannot tell. */
-int32_t VQ_CALL dNlkfsta(VqIndex *index);
+int32_t VQ_CALL dNlkfsta(VqIndex* index);
 
-/* Makes an index with the keys of all records of the table, deleted ones too: a sorted stream poured
- * into full pages, in the workspace of the block's page-count setting. The expression gives key type
- * and length; texts of more than 100 characters, logical and memo values are refused as by dNcreat.
- * Options: 1 unique, which keeps the first record of each key; 2 the dBASE III form. Equal keys run
- * in the order of their records. The file takes its place in one step when it is complete; whatever
- * fails, an index that was there stays, and no temporary file is left. VQ_E_CANCELLED: see
+/* Makes an index with the keys of all records of the table, deleted ones too: a sorted stream
+ * poured into full pages, in the workspace of the block's page-count setting. The expression gives
+ * key type and length; texts of more than 100 characters, logical and memo values are refused as by
+ * dNcreat. Options: 1 unique, which keeps the first record of each key; 2 the dBASE III form. Equal
+ * keys run in the order of their records. The file takes its place in one step when it is complete;
+ * whatever fails, an index that was there stays, and no temporary file is left. VQ_E_CANCELLED: see
  * dUsetprog. 3101: bad table handle; 3021..3023, 3025, 3026: as for dNcreat; 3103: the file cannot
  * take its place; 10272, 10262, 10282, 10292: no memory; 10261, 10263, 10264: temporary files;
  * 10283: not written; 10284, 10285: too large; and what dEparse, dErun and dDgetrec report. */
-int32_t VQ_CALL dNindex(VqTable *table, const char *name, const char *expression,
-                        uint32_t options);
-/* Makes an existing index again, in its form and with its expression, key type and length. No handle
- * may be open on it. 3181: bad table handle; 3182: the table is shared, and others would go on with
- * the old file (VQ_E_NOT_ALLOWED); 3183: the expression gives another key type (VQ_E_MISMATCH); and
- * as for dNopen and dNindex. */
-int32_t VQ_CALL dNreindex(VqTable *table, const char *name);
+int32_t VQ_CALL dNindex(VqTable* table, const char* name, const char* expression, uint32_t options);
+/* Makes an existing index again, in its form and with its expression, key type and length. No
+ * handle may be open on it. 3181: bad table handle; 3182: the table is shared, and others would go
+ * on with the old file (VQ_E_NOT_ALLOWED); 3183: the expression gives another key type
+ * (VQ_E_MISMATCH); and as for dNopen and dNindex. */
+int32_t VQ_CALL dNreindex(VqTable* table, const char* name);
 
 /* Copies an index file; the copy takes the place of `to` in one step when it is complete. 10421:
- * not found; 10422: not opened; 3012: the same file (VQ_E_NOT_ALLOWED); 3013: not created; 3014: not
- * read; 3015, 3016: not written (VQ_E_IO). */
-int32_t VQ_CALL dNcopy(VqBlock *block, const char *from, const char *to);
+ * not found; 10422: not opened; 3012: the same file (VQ_E_NOT_ALLOWED); 3013: not created; 3014:
+ * not read; 3015, 3016: not written (VQ_E_IO). */
+int32_t VQ_CALL dNcopy(VqBlock* block, const char* from, const char* to);
 
-/* ---- dT: memo files ------------------------------------------------------------------------------ */
+/* ---- dT: memo files
+ * ------------------------------------------------------------------------------ */
 
 /* A memo field holds a reference: 10 characters, the number of the memo's first block, blank or 0
  * for none. A function that writes a memo elsewhere rewrites the reference in place and, where
@@ -616,43 +624,43 @@ int32_t VQ_CALL dNcopy(VqBlock *block, const char *from, const char *to);
  * times 512 bytes, and marks its table, which must exist, with version byte 0x8B. On failure there
  * is no memo file. 2041: not created; 2042: not written; 2051, 2053: table not read, not written;
  * 2052: no table (VQ_E_FORMAT). */
-int32_t VQ_CALL dTcreat(VqBlock *block, const char *name);
+int32_t VQ_CALL dTcreat(VqBlock* block, const char* name);
 /* Null on failure, with the result code in the block. 10421: not found; 10422: not opened; 2143: no
  * memory; 2144, 2145: not read; 2146: no dBASE IV memo file (VQ_E_FORMAT). */
-VqMemo *VQ_CALL dTopen(VqBlock *block, const char *name, uint32_t mode);
+VqMemo* VQ_CALL dTopen(VqBlock* block, const char* name, uint32_t mode);
 /* The handle is gone whatever the result, but for 2152: it is of the other layout. 2153: not
  * closed. */
-int32_t VQ_CALL dTclose(VqMemo *memo);
+int32_t VQ_CALL dTclose(VqMemo* memo);
 /* Writes a new memo of `length` bytes (0 or more) and fills the reference, which must not name one
  * already (2101, VQ_E_NOT_ALLOWED). 2103: bad length. 2113..2123 for finding its blocks and
  * writing: 2114, 2116, 2118..2123 not read or written; 2115: no block numbers left
  * (VQ_E_DISK_FULL); 2117: the chain of free blocks is damaged (VQ_E_FORMAT). */
-int32_t VQ_CALL dTnewmm(VqMemo *memo, int32_t ignored, int32_t length, const void *data,
-                        char *reference);
+int32_t VQ_CALL dTnewmm(VqMemo* memo, int32_t ignored, int32_t length, const void* data,
+                        char* reference);
 /* Puts `length` bytes (1 or more) behind a memo; it moves when they do not fit in its blocks. 2003:
  * bad length, or longer than 2147483647 together; 2005..2010: not read or written; 10321, 10323:
  * moved, but the old blocks are not free; further details of dTnewmm and dTmemosz. */
-int32_t VQ_CALL dTaddmm(VqMemo *memo, int32_t length, const void *data, char *reference,
-                        int32_t *moved);
+int32_t VQ_CALL dTaddmm(VqMemo* memo, int32_t length, const void* data, char* reference,
+                        int32_t* moved);
 /* Replaces a memo by `length` bytes (1 or more); it moves unless the number of its blocks stays.
  * 2163: bad length; 2166: not written; further details as for dTaddmm. In a shared mode, for every
  * function: 2161..2163 (VQ_E_FORMAT, VQ_E_IO): the file's header cannot be read again. */
-int32_t VQ_CALL dTupdmm(VqMemo *memo, int32_t ignored, int32_t length, const void *data,
-                        char *reference, int32_t *moved);
+int32_t VQ_CALL dTupdmm(VqMemo* memo, int32_t ignored, int32_t length, const void* data,
+                        char* reference, int32_t* moved);
 /* Reads at most `max` bytes from `offset` on and puts a zero byte behind them, so the buffer needs
  * one more than it may receive. `length` gets the number of bytes read; `done`, which may be null,
  * 1 once the file's lock is held. 2062: other layout; 2063: bad offset, maximum or null; 2064:
  * offset at or behind the end of a text that is not empty; 2066: not read. */
-int32_t VQ_CALL dTgetmm(VqMemo *memo, const char *reference, int32_t offset, int32_t max,
-                        void *buffer, int32_t *length, int32_t *done);
+int32_t VQ_CALL dTgetmm(VqMemo* memo, const char* reference, int32_t offset, int32_t max,
+                        void* buffer, int32_t* length, int32_t* done);
 /* The length in bytes. 2082: other layout; 2083: not read, or behind the file; 2084: no memo at the
  * block (VQ_E_FORMAT); 2085: its length is damaged (VQ_E_FORMAT). */
-int32_t VQ_CALL dTmemosz(VqMemo *memo, const char *reference, int32_t *length);
+int32_t VQ_CALL dTmemosz(VqMemo* memo, const char* reference, int32_t* length);
 /* 1: text. For both layouts. */
-int32_t VQ_CALL dTmemotype(VqMemo *memo, const char *reference, int32_t *type);
+int32_t VQ_CALL dTmemotype(VqMemo* memo, const char* reference, int32_t* type);
 /* The bytes of memory that an open handle on the file needs, or a negative result. 2091: the header
  * cannot be read (VQ_E_IO) or is damaged (VQ_E_FORMAT). For both layouts. */
-int32_t VQ_CALL dTmemuse(VqBlock *block, const char *name);
+int32_t VQ_CALL dTmemuse(VqBlock* block, const char* name);
 /* Rebuilds a table's memo file with only the memos that its M fields name, in record order, without
  * free space, in the layout that the table is marked with and blocks of the present memo block
  * setting. The table must not be open elsewhere. The new file takes the old one's place in one
@@ -668,38 +676,39 @@ int32_t VQ_CALL dTmemuse(VqBlock *block, const char *name);
  * VQ_E_NO_MEMORY without a detail, or 1234: no memory; 19876: the old file is in use; 19877: the
  * new one cannot take its place; VQ_E_CANCELLED: see dUsetprog; and the details of the calls that
  * it is made of. */
-int32_t VQ_CALL dToptimize(VqBlock *block, const char *name);
+int32_t VQ_CALL dToptimize(VqBlock* block, const char* name);
 
 /* dBASE III layout: texts without the bytes 0 and 0x1A, which end them, and blocks of 512 bytes.
  * Every write puts a whole new memo behind all others, and only dToptimize frees the old ones. */
 
 /* As dTcreat, with version byte 0x83. 2201: not created; 2202: not written. */
-int32_t VQ_CALL dTcreat3(VqBlock *block, const char *name);
+int32_t VQ_CALL dTcreat3(VqBlock* block, const char* name);
 /* 2263: no memory; 2264: no memo file (VQ_E_FORMAT). */
-VqMemo *VQ_CALL dTopen3(VqBlock *block, const char *name, uint32_t mode);
+VqMemo* VQ_CALL dTopen3(VqBlock* block, const char* name, uint32_t mode);
 /* In mode 0 this is what stores the next free block. 2272: other layout; 2273: not closed; 2274:
  * next free block not stored. */
-int32_t VQ_CALL dTclose3(VqMemo *memo);
+int32_t VQ_CALL dTclose3(VqMemo* memo);
 /* These four do the same: they write the text, up to its zero byte, as a new memo and rewrite the
  * reference, whatever it was. `moved`, which may be null, is set to 1. 2282: other layout, or
  * opened for reading; 2283: null or empty text; 2284: next free block not read, or damaged
  * (VQ_E_FORMAT), or no block numbers left (VQ_E_DISK_FULL); 2285..2287: not written. */
-int32_t VQ_CALL dTnewmm3(VqMemo *memo, int32_t ignored, int32_t ignored2, const char *text,
-                         char *reference);
-int32_t VQ_CALL dTaddmm3(VqMemo *memo, int32_t ignored, const char *text, char *reference,
-                         int32_t *moved);
-int32_t VQ_CALL dTupdmm3(VqMemo *memo, int32_t ignored, int32_t ignored2, const char *text,
-                         char *reference, int32_t *moved);
-int32_t VQ_CALL dTputmm3(VqMemo *memo, const char *text, char *reference);
+int32_t VQ_CALL dTnewmm3(VqMemo* memo, int32_t ignored, int32_t ignored2, const char* text,
+                         char* reference);
+int32_t VQ_CALL dTaddmm3(VqMemo* memo, int32_t ignored, const char* text, char* reference,
+                         int32_t* moved);
+int32_t VQ_CALL dTupdmm3(VqMemo* memo, int32_t ignored, int32_t ignored2, const char* text,
+                         char* reference, int32_t* moved);
+int32_t VQ_CALL dTputmm3(VqMemo* memo, const char* text, char* reference);
 /* Reads the whole memo, whatever offset and maximum say, and puts a zero byte behind it: ask
  * dTmemsz3 for the size of the buffer first. 2222: other layout; 2223: not read, or behind the
  * file. */
-int32_t VQ_CALL dTgetmm3(VqMemo *memo, const char *reference, int32_t ignored, int32_t ignored2,
-                         void *buffer, int32_t *length, int32_t *done);
+int32_t VQ_CALL dTgetmm3(VqMemo* memo, const char* reference, int32_t ignored, int32_t ignored2,
+                         void* buffer, int32_t* length, int32_t* done);
 /* 2242: other layout; 2243: not read, or behind the file. */
-int32_t VQ_CALL dTmemsz3(VqMemo *memo, const char *reference, int32_t *length);
+int32_t VQ_CALL dTmemsz3(VqMemo* memo, const char* reference, int32_t* length);
 
-/* ---- DB: databases: a table, its memo file and its index group ---------------------------------- */
+/* ---- DB: databases: a table, its memo file and its index group ----------------------------------
+ */
 
 /* The host prepares one block per dialect, then opens, works and closes. A database keeps every
  * index of its group in step with the table; memo texts are written by the dT functions, and their
@@ -709,10 +718,10 @@ int32_t VQ_CALL dTmemsz3(VqMemo *memo, const char *reference, int32_t *length);
  * indexes and expressions below come through unchanged. VQ_E_NO_DRIVER without a detail code: the
  * kind has no such operation (256, 512 and 1024 have none). */
 
-/* Clears the block and sets the defaults of a dialect: 1 (dBASE III memo files, NDX indexes), 2, 4, 7
- * (dBASE IV, MDX), 8, 32776 (FoxPro tables) or 16. VQ_E_UNKNOWN_KIND for any other, and the block
+/* Clears the block and sets the defaults of a dialect: 1 (dBASE III memo files, NDX indexes), 2, 4,
+ * 7 (dBASE IV, MDX), 8, 32776 (FoxPro tables) or 16. VQ_E_UNKNOWN_KIND for any other, and the block
  * stays as it was. */
-int32_t VQ_CALL DBinit(VqBlock *block, uint32_t kind);
+int32_t VQ_CALL DBinit(VqBlock* block, uint32_t kind);
 
 /* Opens table `name` ("orders", or "orders;notes" to name its memo file), its memo file and `count`
  * indexes. `buffers` is for the table. `options`: 1 the specifications are an array, 2 a chain
@@ -723,34 +732,34 @@ int32_t VQ_CALL DBinit(VqBlock *block, uint32_t kind);
  * becomes the specification that could not be opened, else null. On failure nothing stays open.
  * 6111 (VQ_E_NOT_ALLOWED): neither form of specifications. 6112 (VQ_E_MISMATCH): memo file missing.
  * 6113..6117, 6121..6123, 6126 (VQ_E_NO_MEMORY): for members, tag list, index name, table name,
- * memo name, a tag's key and filter and name, an index's expressions. 6124 (VQ_E_OPERAND): tag without a
- * key expression. 6125 (VQ_E_OPERAND): filter that is not logical. */
-int32_t VQ_CALL DBopen(VqBlock *block, const char *name, uint32_t mode, int32_t buffers,
-                       uint32_t options, int32_t count, VqIndexSpec *specs, VqDatabase **out,
-                       VqIndexSpec **failed);
+ * memo name, a tag's key and filter and name, an index's expressions. 6124 (VQ_E_OPERAND): tag
+ * without a key expression. 6125 (VQ_E_OPERAND): filter that is not logical. */
+int32_t VQ_CALL DBopen(VqBlock* block, const char* name, uint32_t mode, int32_t buffers,
+                       uint32_t options, int32_t count, VqIndexSpec* specs, VqDatabase** out,
+                       VqIndexSpec** failed);
 /* The same with the indexes of the index list, none when there is no list, and with the block's
  * table_access and index_open_parameter. 6301, 6304, 6306, 6308 (VQ_E_NO_MEMORY): for name, text,
  * tokens, specification. 6302: list not opened. 6303 (VQ_E_FORMAT): empty list. 6305 (VQ_E_IO): not
  * read. 6307, 6311 (VQ_E_FORMAT): a line that is not keyword, "=" and name. 6312 (VQ_E_FORMAT): no
  * memory for a name. */
-int32_t VQ_CALL DBuse(VqBlock *block, const char *name, uint32_t mode, VqDatabase **out);
+int32_t VQ_CALL DBuse(VqBlock* block, const char* name, uint32_t mode, VqDatabase** out);
 /* Closes table, memo file and indexes, all of them even when one fails; returns the first failure.
  * 6120: bad handle. */
-int32_t VQ_CALL DBclose(VqDatabase *database);
+int32_t VQ_CALL DBclose(VqDatabase* database);
 
 /* Fills a copy of a member: kind 1 the table; 2, 4 or 8 the memo file; else the first index of that
  * kind (64 finds NDX3 as well) by that file name, any when it is null or empty, and for tags (32,
  * 768) by that tag name, whatever the case. The copy's texts, handle and programs belong to the
  * database. 6131 (VQ_E_NOT_FOUND): no memo file. 6132 (VQ_E_NOT_ALLOWED): no member kind. 6133
  * (VQ_E_NOT_FOUND): no such member. */
-int32_t VQ_CALL GRPmember(VqDatabase *database, uint32_t kind, const char *name, const char *tag,
-                          VqMember *out);
+int32_t VQ_CALL GRPmember(VqDatabase* database, uint32_t kind, const char* name, const char* tag,
+                          VqMember* out);
 
 /* Creates a table as dDcreat does, and its memo file when it has memo fields; then removes files of
  * the table's name with the extensions DD, MDX, NDX, CDX and IDX. */
-int32_t VQ_CALL DBcreat(VqBlock *block, const char *name, int32_t count, const char *const *fields);
+int32_t VQ_CALL DBcreat(VqBlock* block, const char* name, int32_t count, const char* const* fields);
 /* Makes an empty table of the structure of another, and its memo file. */
-int32_t VQ_CALL DBcopy(VqBlock *block, const char *from, const char *to);
+int32_t VQ_CALL DBcopy(VqBlock* block, const char* from, const char* to);
 
 /* Reading records through a member: a copy of the table goes by record numbers, a copy of an index
  * by its keys. `record` takes a whole record, or its fields with run-time flag 1; `recno` its
@@ -760,81 +769,81 @@ int32_t VQ_CALL DBcopy(VqBlock *block, const char *from, const char *to);
 /* Finds a key of the index's key length; for the table, `key` is the record number itself, cast:
  * (const void *)(uintptr_t)n. VQ_E_NOT_FOUND: no such key; the record of the next key was read, or
  * none (`recno` 0) above the last. 6141. */
-int32_t VQ_CALL DBgetrec(const VqMember *member, const void *key, void *record, uint32_t *recno);
+int32_t VQ_CALL DBgetrec(const VqMember* member, const void* key, void* record, uint32_t* recno);
 /* The same without reading: `recno` alone. Steps go on from there. 6351; 6352 (VQ_E_RANGE): no such
  * record. */
-int32_t VQ_CALL DBsetrec(const VqMember *member, const void *key, uint32_t *recno);
+int32_t VQ_CALL DBsetrec(const VqMember* member, const void* key, uint32_t* recno);
 /* Step to the next or previous record, or stay. `key` takes the index's key; for the table it is
  * not used and may be null. 6151, 6161, 6171. */
-int32_t VQ_CALL DBnextrec(const VqMember *member, void *record, uint32_t *recno, void *key);
-int32_t VQ_CALL DBprevrec(const VqMember *member, void *record, uint32_t *recno, void *key);
-int32_t VQ_CALL DBcurrec(const VqMember *member, void *record, uint32_t *recno, void *key);
+int32_t VQ_CALL DBnextrec(const VqMember* member, void* record, uint32_t* recno, void* key);
+int32_t VQ_CALL DBprevrec(const VqMember* member, void* record, uint32_t* recno, void* key);
+int32_t VQ_CALL DBcurrec(const VqMember* member, void* record, uint32_t* recno, void* key);
 /* Before the first record, behind the last. 6181, 6191. */
-int32_t VQ_CALL DBrewind(const VqMember *member);
-int32_t VQ_CALL DBforward(const VqMember *member);
+int32_t VQ_CALL DBrewind(const VqMember* member);
+int32_t VQ_CALL DBforward(const VqMember* member);
 
 /* Changing records. Nothing is undone after a failure: what was written stays. In shared modes the
  * append lock, or the record's lock, is taken for the time of the call unless the host holds it. */
 
 /* Appends, then inserts a key into every index; a key that a unique index holds already is no
  * failure. `recno` is set once the table has the record. 6201 (VQ_E_NO_MEMORY). */
-int32_t VQ_CALL DBapprec(VqDatabase *database, const void *record, uint32_t *recno);
+int32_t VQ_CALL DBapprec(VqDatabase* database, const void* record, uint32_t* recno);
 /* Rewrites a record, then moves the keys that changed; here a key that a unique index holds already
  * is VQ_E_INDEX_PAGE. 6211, 6212 (VQ_E_NO_MEMORY). */
-int32_t VQ_CALL DBupdrec(VqDatabase *database, uint32_t recno, const void *record);
+int32_t VQ_CALL DBupdrec(VqDatabase* database, uint32_t recno, const void* record);
 /* Set and clear the deletion mark; the keys stay. */
-int32_t VQ_CALL DBdelrec(VqDatabase *database, uint32_t recno);
-int32_t VQ_CALL DBrclrec(VqDatabase *database, uint32_t recno);
+int32_t VQ_CALL DBdelrec(VqDatabase* database, uint32_t recno);
+int32_t VQ_CALL DBrclrec(VqDatabase* database, uint32_t recno);
 /* The deletion flag of a record, ' ' or '*', or a negative result. */
-int32_t VQ_CALL DBrecsta(VqDatabase *database, uint32_t recno);
+int32_t VQ_CALL DBrecsta(VqDatabase* database, uint32_t recno);
 /* Writes the changes of table and indexes out; returns the first failure. */
-int32_t VQ_CALL DBflush(VqDatabase *database);
+int32_t VQ_CALL DBflush(VqDatabase* database);
 /* The same for one member. 6340: bad member; 6341 (VQ_E_NOT_ALLOWED): no member kind. */
-int32_t VQ_CALL DBmember_flush(const VqMember *member);
+int32_t VQ_CALL DBmember_flush(const VqMember* member);
 /* Makes an index with the keys of the table's records and adds it to the group and the index list.
- * `kind`: 64 NDX, 128 NDX3, 16 MDX, for which `tag` names the tag and `filter` is its FOR expression
- * or null; both are ignored for the others. `options`: 1 unique, 2 descending (tags). A shared table
- * is locked meanwhile. 6320: bad handle; 6321 (VQ_E_NOT_ALLOWED): the file is a member already; 6322
- * (VQ_E_UNKNOWN_KIND): no index kind. */
-int32_t VQ_CALL DBindex(VqDatabase *database, uint32_t kind, const char *name, const char *tag,
-                        const char *key, const char *filter, uint32_t options);
+ * `kind`: 64 NDX, 128 NDX3, 16 MDX, for which `tag` names the tag and `filter` is its FOR
+ * expression or null; both are ignored for the others. `options`: 1 unique, 2 descending (tags). A
+ * shared table is locked meanwhile. 6320: bad handle; 6321 (VQ_E_NOT_ALLOWED): the file is a member
+ * already; 6322 (VQ_E_UNKNOWN_KIND): no index kind. */
+int32_t VQ_CALL DBindex(VqDatabase* database, uint32_t kind, const char* name, const char* tag,
+                        const char* key, const char* filter, uint32_t options);
 /* Builds every index file of the group again; its members are then positioned nowhere. Copies of
  * them stay good for the DB functions, but the handles in them do not. It stops at the first
  * failure, which leaves that file and those behind it as they were. 6330: bad handle; 6331
  * (VQ_E_NOT_ALLOWED): shared table; 6332: read-only. */
-int32_t VQ_CALL DBreindex(VqDatabase *database);
+int32_t VQ_CALL DBreindex(VqDatabase* database);
 /* Copies a field's bytes out of a record and puts a zero byte behind them. 221: bad handle; 222
  * (VQ_E_RANGE): no such field. */
-int32_t VQ_CALL DBexfield(VqTable *table, const void *record, const char *name, char *out);
+int32_t VQ_CALL DBexfield(VqTable* table, const void* record, const char* name, char* out);
 
 /* Questions to an index member. VQ_E_UNAVAILABLE: a driver column beyond 6. 6260: bad member. */
 
 /* The key expression and its zero byte; for a tag its filter expression and another behind it. */
-int32_t VQ_CALL DBexpr(const VqMember *member, char *text, int32_t size, int32_t *flags);
-int32_t VQ_CALL DBexplen(const VqMember *member, int32_t *length, int32_t *flags);
-int32_t VQ_CALL DBkeylen(const VqMember *member, int32_t *length);
+int32_t VQ_CALL DBexpr(const VqMember* member, char* text, int32_t size, int32_t* flags);
+int32_t VQ_CALL DBexplen(const VqMember* member, int32_t* length, int32_t* flags);
+int32_t VQ_CALL DBkeylen(const VqMember* member, int32_t* length);
 /* The key type letter. */
-int32_t VQ_CALL DBkeytype(const VqMember *member, int32_t *type);
+int32_t VQ_CALL DBkeytype(const VqMember* member, int32_t* type);
 /* The tags of an MDX file, 19 bytes each: header page (4), name (11), flags as DBexpr gives them
  * (4); by name when `sorted`. */
-int32_t VQ_CALL DBlist_tags(const VqMember *member, int32_t sorted, void *list);
+int32_t VQ_CALL DBlist_tags(const VqMember* member, int32_t sorted, void* list);
 /* The number of tags; VQ_E_UNAVAILABLE for a member that is no multiple-index file. */
-int32_t VQ_CALL DBtags(const VqMember *member);
+int32_t VQ_CALL DBtags(const VqMember* member);
 
 /* The memo file of a database. VQ_E_NOT_ALLOWED without a detail code: it has none. `reference`:
  * the 10 characters of a memo field. Arguments and details as for dTgetmm, dTmemosz, dTmemotype. */
-int32_t VQ_CALL DBgetmemo(VqDatabase *database, const char *reference, int32_t offset, int32_t max,
-                          void *buffer, int32_t *length, int32_t *done);
-int32_t VQ_CALL DBmemosize(VqDatabase *database, const char *reference, int32_t *length);
-int32_t VQ_CALL DBmemotype(VqDatabase *database, const char *reference, int32_t *type);
+int32_t VQ_CALL DBgetmemo(VqDatabase* database, const char* reference, int32_t offset, int32_t max,
+                          void* buffer, int32_t* length, int32_t* done);
+int32_t VQ_CALL DBmemosize(VqDatabase* database, const char* reference, int32_t* length);
+int32_t VQ_CALL DBmemotype(VqDatabase* database, const char* reference, int32_t* type);
 
 /* A memo file by its name, in the layout of the block's dialect. */
 
 /* Bytes that an open handle of it takes. */
-int32_t VQ_CALL DBmemomem(VqBlock *block, const char *name, int32_t *size);
+int32_t VQ_CALL DBmemomem(VqBlock* block, const char* name, int32_t* size);
 /* Compacts it. The references that the table's records hold are NOT changed and no longer name the
  * right memos; see dToptimize. */
-int32_t VQ_CALL DBoptimize(VqBlock *block, const char *name);
+int32_t VQ_CALL DBoptimize(VqBlock* block, const char* name);
 
 /* The shut-down entry of old systems; does nothing and returns 1. */
 int32_t VQ_CALL WEP(int32_t reason);

@@ -27,9 +27,8 @@ Result open_result(platform::Error error) {
 Result open_file(VqBlock& block, const std::string& path, std::uint32_t mode,
                  platform::File& file) {
   const bool read_only = (mode & open_mode::kReadOnly) != 0;
-  const platform::Outcome outcome =
-      file.open(path, read_only ? platform::Access::read_write_or_read
-                                : platform::Access::read_write);
+  const platform::Outcome outcome = file.open(
+      path, read_only ? platform::Access::read_write_or_read : platform::Access::read_write);
   if (outcome.ok()) return Result::ok;
   const bool missing = outcome.error == platform::Error::not_found;
   return fail(block, open_result(outcome.error), kOpenFile.detail(missing ? 1 : 2));

@@ -16,9 +16,9 @@ std::uint64_t parse_reference(const char* reference);
 // Ten digits, with leading zeros; no zero byte behind them.
 void write_reference(std::uint32_t block, char* reference);
 
-// What a memo field holds: 1 a block number, that is, a digit other than 0 behind optional blanks and
-// zeros, and digits only from there on; 0 nothing, as blanks, or blanks and then zeros; -1 anything
-// else.
+// What a memo field holds: 1 a block number, that is, a digit other than 0 behind optional blanks
+// and zeros, and digits only from there on; 0 nothing, as blanks, or blanks and then zeros; -1
+// anything else.
 int memo_field_state(const char* field);
 
 }  // namespace vqdb::memo
