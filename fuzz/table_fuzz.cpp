@@ -29,7 +29,8 @@ constexpr std::array<std::int32_t, 5> kBuffers = {0, 1, 3, 40, 500};
 constexpr std::uint32_t kSomeRecords = 40;
 
 const std::string& table_path() {
-  static const std::string path = [] {
+  // Never destroyed: the handler at exit still reads it.
+  static const std::string& path = *new std::string([] {
     std::string pattern = (std::filesystem::temp_directory_path() / "VQFUZZ.XXXXXX").string();
     if (::mkdtemp(pattern.data()) == nullptr) std::abort();
     std::atexit([] {
@@ -37,7 +38,7 @@ const std::string& table_path() {
       std::filesystem::remove_all(std::filesystem::path(table_path()).parent_path(), ignored);
     });
     return pattern + "/T.DBF";
-  }();
+  }());
   return path;
 }
 
