@@ -305,7 +305,9 @@ int32_t VQ_CALL dDulkfil(VqTable* table);
 int32_t VQ_CALL dDlkrec(VqTable* table, uint32_t recno);
 /* Results as for dDulkfil. */
 int32_t VQ_CALL dDulkrec(VqTable* table, uint32_t recno);
-/* Locks a record, then reads it; lets go of it when it cannot be read. Results of both. */
+/* Locks a record, then reads it from the file, whatever the buffers hold, so that a change made to
+ * it loses nobody else's. A number beyond the count is looked for in the file in every shared mode.
+ * Lets go of the record when it cannot be read. Results of both. */
 int32_t VQ_CALL dDlkgetr(VqTable* table, uint32_t recno, void* record);
 /* The number of locked records; up to `max` of their numbers, the oldest lock first. */
 int32_t VQ_CALL dDlklist(VqTable* table, uint32_t* records, int32_t max);

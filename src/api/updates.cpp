@@ -98,15 +98,6 @@ Result move_key(VqBlock& block, Member& member, std::uint32_t recno, const Byte*
   return has ? driver.putkey(*member.index, new_key.bytes.data(), recno, kBracketed) : Result::ok;
 }
 
-// The table's own read, into a whole record.
-Result read_whole_record(Database& database, std::uint32_t recno, Byte* record) {
-  if (!fields_only(database.owner_block())) {
-    return table::read_record(*database.table, recno, record);
-  }
-  record[0] = table::kLive;
-  return table::read_record(*database.table, recno, record + 1);
-}
-
 Result update_with_keys(Database& database, std::uint32_t recno, const void* record) {
   VqBlock& block = database.owner_block();
   const std::size_t length = table::record_length(*database.table);
@@ -118,9 +109,8 @@ Result update_with_keys(Database& database, std::uint32_t recno, const void* rec
     return fail(block, Result::no_memory, kUpdate.detail(2));
   }
   Byte* const old_record = records.get();
-  if (const Result result = read_whole_record(database, recno, old_record); !ok(result)) {
-    return result;
-  }
+  const Result read = table::reread_whole_record(*database.table, recno, old_record);
+  if (!ok(read)) return read;
   if (const Result result = table::update_record(*database.table, recno, record); !ok(result)) {
     return result;
   }

@@ -1,16 +1,12 @@
 // The dDlk family: locks on tables and records.
-#include <algorithm>
-
 #include "exports/guard.h"
 #include "table/locks.h"
-#include "table/records.h"
 #include "vqdbsys.h"
 
 namespace {
 
 using vqdb::code;
 using vqdb::fail;
-using vqdb::ok;
 using vqdb::Operation;
 using vqdb::Result;
 using vqdb::exports::with_handle;
@@ -31,19 +27,6 @@ std::int32_t on_table(const void* table, const Operation& operation, Body body) 
 
 Result null_argument(Table& table) {
   return fail(table::block_of(table), Result::out_of_range, kRecord.detail(0));
-}
-
-// Unlocks a record again unless it was locked before, with the detail code of the failure.
-void let_go(Table& table, std::uint32_t recno, bool held_before) {
-  if (held_before) return;
-  const std::int32_t detail = table::block_of(table).detail;
-  (void)table::unlock_record(table, recno);
-  table::block_of(table).detail = detail;
-}
-
-bool is_held(const Table& table, std::uint32_t recno) {
-  const auto held = table::held_locks(table);
-  return std::find(held.begin(), held.end(), recno) != held.end();
 }
 
 }  // namespace
@@ -68,13 +51,7 @@ int32_t VQ_CALL dDulkrec(VqTable* table, uint32_t recno) {
 
 int32_t VQ_CALL dDlkgetr(VqTable* table, uint32_t recno, void* record) {
   return on_table(table, kRecord, [=](Table& t) {
-    if (record == nullptr) return null_argument(t);
-    const bool held_before = is_held(t, recno);
-    Result result = table::lock_record(t, recno);
-    if (!ok(result)) return result;
-    result = table::read_record(t, recno, record);
-    if (!ok(result)) let_go(t, recno, held_before);
-    return result;
+    return record == nullptr ? null_argument(t) : table::lock_and_read_record(t, recno, record);
   });
 }
 

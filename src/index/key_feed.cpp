@@ -10,26 +10,17 @@ namespace {
 
 constexpr Operation kFeed{1029};
 
-// Records are read whole, whatever the host's layout, and the host's position stays.
-class WholeRecords {
+// The host's position in the table, put back when the feed is done.
+class KeptPosition {
  public:
-  explicit WholeRecords(table::Table& table)
-      : table_(table),
-        flags_(table::block_of(table).runtime_flags),
-        recno_(table::current_record(table)) {
-    const auto fields_only = static_cast<std::uint16_t>(runtime_flag::kFieldsOnly);
-    table::block_of(table).runtime_flags = static_cast<std::uint16_t>(flags_ & ~fields_only);
-  }
-  ~WholeRecords() {
-    table::block_of(table_).runtime_flags = flags_;
-    table::set_current_record(table_, recno_);
-  }
-  WholeRecords(const WholeRecords&) = delete;
-  WholeRecords& operator=(const WholeRecords&) = delete;
+  explicit KeptPosition(table::Table& table)
+      : table_(table), recno_(table::current_record(table)) {}
+  ~KeptPosition() { table::set_current_record(table_, recno_); }
+  KeptPosition(const KeptPosition&) = delete;
+  KeptPosition& operator=(const KeptPosition&) = delete;
 
  private:
   table::Table& table_;
-  const std::uint16_t flags_;
   const std::uint32_t recno_;
 };
 
@@ -50,12 +41,11 @@ Result KeyFeed::run(std::uint32_t count, sort::ExternalSort& sort, Progress& pro
   if (record == nullptr) {
     return fail(table::block_of(table_), Result::no_memory, kFeed.detail(2));
   }
-  const WholeRecords whole(table_);
+  const KeptPosition position(table_);
   for (std::uint32_t recno = 1; recno <= count; ++recno) {
     Byte* entry = nullptr;
-    if (const Result result = table::read_record(table_, recno, record.get()); !ok(result)) {
-      return result;
-    }
+    const Result read = table::read_whole_record(table_, recno, record.get());
+    if (!ok(read)) return read;
     if (const Result result = sort.make_room(entry); !ok(result)) return result;
     store_le32(entry, recno);
     if (const Result result = write_key(record.get(), entry + kEntryHead); !ok(result)) {

@@ -141,19 +141,15 @@ Result copy_memos(Files& files, const Work& work) {
   table::Table& table = *files.table;
   const platform::Bytes record = platform::allocate_bytes(table::record_length(table));
   if (record == nullptr) return fail(files.block, Result::no_memory, kNoRecordBuffer);
-  // With this flag records come without the deletion flag that field offsets count.
-  const std::uint32_t skipped =
-      (files.block.runtime_flags & runtime_flag::kFieldsOnly) != 0 ? 1 : 0;
-
   std::uint32_t count = 0;
   if (const Result counted = table::record_count(table, count); !ok(counted)) return counted;
   for (std::uint32_t recno = 1; recno <= count; ++recno) {
     if (cancelled(files.block, recno - 1, count)) return Result::cancelled;
-    const Result read = table::read_record(table, recno, record.get());
+    const Result read = table::read_whole_record(table, recno, record.get());
     if (!ok(read)) return read;
     for (const table::Field& field : table::fields(table)) {
       if (field.type != 'M' || field.length < kReferenceWidth) continue;
-      const auto* reference = reinterpret_cast<const char*>(record.get() + field.offset - skipped);
+      const auto* reference = reinterpret_cast<const char*>(record.get() + field.offset);
       if (memo_field_state(reference) != 1) continue;
       if (const Result copied = copy_memo(files, work, reference); !ok(copied)) return copied;
     }

@@ -36,13 +36,17 @@ void count_record(Table& table) {
   table.block->record_number = static_cast<std::int32_t>(table.records.count);
 }
 
-Result append_cached(Table& table, const void* record) {
+// Puts a record that lacks its first `skip` bytes (the flag, or none) where a whole one goes.
+void put_record(const Table& table, const void* record, std::uint32_t skip, Byte* place) {
+  if (skip != 0) place[0] = kLive;
+  std::memcpy(place + skip, record, table.records.record_length - skip);
+}
+
+Result append_cached(Table& table, const void* record, std::uint32_t skip) {
   if (const Result result = check_room(table); !ok(result)) return result;
   Byte* place = nullptr;
   if (const Result result = table.cache.find_append(place); !ok(result)) return result;
-  const std::uint32_t skip = table.caller_offset();
-  if (skip != 0) place[0] = kLive;
-  std::memcpy(place + skip, record, table.records.record_length - skip);
+  put_record(table, record, skip, place);
   table.cache.append_done();
   table.header_dirty = true;
   count_record(table);
@@ -50,7 +54,7 @@ Result append_cached(Table& table, const void* record) {
 }
 
 // Writes the record and the end mark behind it, in one call of the system when they fit.
-Result write_record(Table& table, std::uint64_t offset, const void* record) {
+Result write_record(Table& table, std::uint64_t offset, const void* record, std::uint32_t skip) {
   static constexpr char kLiveFlag = kLive;
   struct Step {
     const void* data;
@@ -58,7 +62,6 @@ Result write_record(Table& table, std::uint64_t offset, const void* record) {
     std::int32_t detail;
   };
   platform::File& file = table.records.file;
-  const std::uint32_t skip = table.caller_offset();
   const std::size_t length = table.records.record_length;
   const std::array<Step, 3> steps = {
       {{&kLiveFlag, skip, kRecordFailed},
@@ -82,13 +85,13 @@ Result write_record(Table& table, std::uint64_t offset, const void* record) {
   return Result::ok;
 }
 
-Result append_under_lock(Table& table, const void* record) {
+Result append_under_lock(Table& table, const void* record, std::uint32_t skip) {
   if (const Result result = refresh_count(table); !ok(result)) return result;
   if (const Result result = check_room(table); !ok(result)) return result;
   RecordFile& records = table.records;
   const std::uint32_t recno = records.count + 1;
   const std::uint64_t offset = records.offset_of(recno);
-  Result result = write_record(table, offset, record);
+  Result result = write_record(table, offset, record, skip);
   if (ok(result)) result = write_count(table, recno, kHeaderFailed);
   if (!ok(result)) {
     // What was written does not count; the records still end here.
@@ -96,9 +99,7 @@ Result append_under_lock(Table& table, const void* record) {
     return result;
   }
   if (Byte* const place = table.cache.note_append(recno); place != nullptr) {
-    const std::uint32_t skip = table.caller_offset();
-    place[0] = kLive;
-    std::memcpy(place + skip, record, records.record_length - skip);
+    put_record(table, record, skip, place);
   }
   count_record(table);
   return Result::ok;
@@ -106,12 +107,12 @@ Result append_under_lock(Table& table, const void* record) {
 
 // Every shared mode numbers the record by the count in the file, so that appenders never overwrite
 // each other.
-Result append_through(Table& table, const void* record) {
+Result append_through(Table& table, const void* record, std::uint32_t skip) {
   const bool locks_here = has_lock_operations(table) && !holds_append_lock(table);
   if (locks_here) {
     if (const Result result = lock_append(table); !ok(result)) return result;
   }
-  const Result result = append_under_lock(table, record);
+  const Result result = append_under_lock(table, record, skip);
   if (!locks_here) return result;
   const std::int32_t detail = table.block->detail;
   const Result unlocked = unlock_append(table);
@@ -120,13 +121,19 @@ Result append_through(Table& table, const void* record) {
   return result;
 }
 
+Result append(Table& table, const void* record, std::uint32_t skip) {
+  table.block->record_number = -1;
+  if (table.is_read_only()) return fail(table.block, Result::read_only, kApprec.detail(3));
+  return table.policy == BufferPolicy::write_back ? append_cached(table, record, skip)
+                                                  : append_through(table, record, skip);
+}
+
 }  // namespace
 
 Result append_record(Table& table, const void* record) {
-  table.block->record_number = -1;
-  if (table.is_read_only()) return fail(table.block, Result::read_only, kApprec.detail(3));
-  return table.policy == BufferPolicy::write_back ? append_cached(table, record)
-                                                  : append_through(table, record);
+  return append(table, record, table.caller_offset());
 }
+
+Result append_whole_record(Table& table, const Byte* record) { return append(table, record, 0); }
 
 }  // namespace vqdb::table

@@ -14,7 +14,8 @@ constexpr std::int32_t kAppendDetail = 341;
 
 }  // namespace
 
-bool BlockCache::allocate(std::uint32_t buffers) {
+bool BlockCache::allocate(std::uint32_t buffers, bool reads_ahead) {
+  reads_ahead_ = reads_ahead;
   if (buffers == 0) return true;
   const std::size_t buckets = std::bit_ceil(std::size_t{buffers});
   const std::size_t buffer_bytes = (std::size_t{buffers} + 1) * sizeof(Buffer);
@@ -153,10 +154,10 @@ Result BlockCache::make_room(std::int32_t detail, std::uint32_t& buffer) {
 }
 
 // Reads a block that is not cached, and when it begins the table or continues what was read last,
-// those behind it too.
+// those behind it too, unless others may change them before they are asked for.
 Result BlockCache::read_in(std::uint32_t block, std::uint32_t& buffer) {
   if (const Result result = make_room(kCache.detail(1), buffer); !ok(result)) return result;
-  const bool in_order = block == 1 || block == next_block_;
+  const bool in_order = reads_ahead_ && (block == 1 || block == next_block_);
   const std::size_t length = in_order ? read_ahead_length(block, buffer) : 1;
   return length == 1 ? read_block(block, buffer) : read_run(block, buffer, length);
 }

@@ -30,8 +30,9 @@ class BlockCache {
   BlockCache(const BlockCache&) = delete;
   BlockCache& operator=(const BlockCache&) = delete;
 
-  // Takes memory for this many buffers, all empty. False when there is none.
-  bool allocate(std::uint32_t buffers);
+  // Takes memory for this many buffers, all empty. False when there is none. Blocks are read ahead
+  // only where nobody else changes them.
+  bool allocate(std::uint32_t buffers, bool reads_ahead);
   bool has_buffers() const { return buffer_count_ != 0; }
 
   // The bytes of a record, valid until the next call. Details 10061 (a changed block that had to
@@ -127,6 +128,7 @@ class BlockCache {
   Byte* data_ = nullptr;
   std::uint32_t buffer_count_ = 0;
   std::uint32_t hash_mask_ = 0;
+  bool reads_ahead_ = false;
   std::uint32_t hand_ = 0;
   std::uint32_t current_ = 0;
   std::uint32_t current_first_ = 0;  // first record of the current block

@@ -127,6 +127,9 @@ std::uint32_t lock_scheme(const Table& table) { return table.scheme; }
 bool has_lock_operations(const Table& table) { return scheme_of(table) != nullptr; }
 bool holds_append_lock(const Table& table) { return table.locks.append; }
 std::span<const std::uint32_t> held_locks(const Table& table) { return table.locks.locks(); }
+bool holds_record_lock(const Table& table, std::uint32_t recno) {
+  return recno != LockState::kFile && table.locks.holds(recno);
+}
 bool holds_any_lock(const Table& table) { return !table.locks.locks().empty(); }
 
 Result lock_file(Table& table) {

@@ -25,6 +25,9 @@ Result lock_file(Table& table);
 // Details 502 (number out of range), 503 (no lock operations), 504 (somebody else has the record),
 // 505 (somebody else has the file), 506 (no memory), 507 (system).
 Result lock_record(Table& table, std::uint32_t recno);
+// Locks a record, then reads it from the file into the host's layout; lets go of it again when it
+// cannot be read.
+Result lock_and_read_record(Table& table, std::uint32_t recno, void* record);
 // Details 492 (no lock operations), 493 (not held), 494 (system).
 Result unlock_file(Table& table);
 Result unlock_record(Table& table, std::uint32_t recno);
@@ -39,6 +42,7 @@ bool holds_append_lock(const Table& table);
 
 // Record numbers, and 0 for the file, in the order in which they were locked.
 std::span<const std::uint32_t> held_locks(const Table& table);
+bool holds_record_lock(const Table& table, std::uint32_t recno);
 // Any lock of the caller's (file or record).
 bool holds_any_lock(const Table& table);
 

@@ -85,7 +85,7 @@ Result open_file_into(VqBlock& block, const std::string& path, std::uint32_t mod
   const std::int32_t least = table.policy == BufferPolicy::direct_reads ? 0 : 1;
   const auto count = static_cast<std::uint32_t>(std::max(buffers, least));
   const std::uint64_t need = memory_need(header.field_room(), header.record_length, count);
-  if (need > kMaxMemoryNeed || !table.cache.allocate(count)) {
+  if (need > kMaxMemoryNeed || !table.cache.allocate(count, !table.is_shared())) {
     return fail(block, Result::no_memory, kOpen.detail(7));
   }
   table.file_number = table.records.file.number();

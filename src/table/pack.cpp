@@ -11,7 +11,6 @@
 #include "table/header.h"
 #include "table/records.h"
 #include "table/scoped_table.h"
-#include "table/whole_records.h"
 
 namespace vqdb::table {
 namespace {
@@ -46,11 +45,10 @@ Result copy_live_records(VqBlock& block, Table& from, Table& to) {
   const std::uint32_t count = known_record_count(from);
   const platform::Bytes record = platform::allocate_bytes(record_length(from));
   if (record == nullptr) return fail(block, Result::no_memory, kPack.detail(2));
-  const WholeRecords whole(block);
   Progress progress(block, count);
   for (std::uint32_t recno = 1; recno <= count; ++recno) {
-    Result result = read_record(from, recno, record.get());
-    if (ok(result) && record[0] == kLive) result = append_record(to, record.get());
+    Result result = read_whole_record(from, recno, record.get());
+    if (ok(result) && record[0] == kLive) result = append_whole_record(to, record.get());
     if (ok(result)) result = progress.step();
     if (!ok(result)) return result;
   }

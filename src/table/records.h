@@ -1,10 +1,11 @@
-// Records of an open table, by number from 1. A caller's record is record_length bytes, or without
-// the deletion flag when run-time flag 1 of the block is set.
+// Records of an open table, by number from 1. A host's record is record_length bytes, or without
+// the deletion flag when run-time flag 1 of the block is set; a whole record always has it.
 #ifndef VQDBSYS_TABLE_RECORDS_H_
 #define VQDBSYS_TABLE_RECORDS_H_
 
 #include <cstdint>
 
+#include "frame/bytes.h"
 #include "table/table.h"
 
 namespace vqdb::table {
@@ -16,6 +17,12 @@ inline constexpr char kDeleted = '*';
 
 // Details 262 (number below 1), 263 (beyond the last record), 264 and 265 (not read).
 Result read_record(Table& table, std::uint32_t recno, void* record);
+Result read_whole_record(Table& table, std::uint32_t recno, Byte* record);
+// The same from the file, past the buffers, unless changes wait there; a number beyond the last
+// record as known is looked for in the file as well. For a record that is locked: what was read
+// before may have changed.
+Result reread_record(Table& table, std::uint32_t recno, void* record);
+Result reread_whole_record(Table& table, std::uint32_t recno, Byte* record);
 // The deletion flag of the record. Details 382 to 384, as for reading.
 Result record_status(Table& table, std::uint32_t recno, char& flag);
 
@@ -24,6 +31,7 @@ Result record_status(Table& table, std::uint32_t recno, char& flag);
 // 333 (record, fields or end mark not written), 335 (count not written), 353 (the record is in, but
 // the append lock could not be released), 423 and 424 (count not read).
 Result append_record(Table& table, const void* record);
+Result append_whole_record(Table& table, const Byte* record);
 
 // Details 463 (read-only), 464 (number below 1), 465 (beyond the last record), 466 (no memory), 467
 // (not written), and those of record_lock_status.

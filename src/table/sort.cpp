@@ -9,7 +9,6 @@
 #include "table/records.h"
 #include "table/scoped_table.h"
 #include "table/sort_key.h"
-#include "table/whole_records.h"
 
 namespace vqdb::table {
 namespace {
@@ -23,7 +22,6 @@ bool is_missing(const char* text) { return text == nullptr || *text == '\0'; }
 // Entries carry the whole record behind its key, so that both tables are passed through in order.
 Result sort_records(VqBlock& block, Table& from, Table& to, const SortKey& key) {
   const std::uint32_t count = known_record_count(from);
-  const WholeRecords whole(block);
   // Every record is met twice: on its way in and on its way out.
   Progress progress(block, 2 * std::uint64_t{count});
   const sort::LeadingBytesOrder order(key.size());
@@ -32,7 +30,7 @@ Result sort_records(VqBlock& block, Table& from, Table& to, const SortKey& key) 
   for (std::uint32_t recno = 1; ok(result) && recno <= count; ++recno) {
     Byte* entry = nullptr;
     result = sorter.make_room(entry);
-    if (ok(result)) result = read_record(from, recno, entry + key.size());
+    if (ok(result)) result = read_whole_record(from, recno, entry + key.size());
     if (!ok(result)) break;
     key.build(entry + key.size(), entry);
     sorter.accept();
@@ -41,7 +39,7 @@ Result sort_records(VqBlock& block, Table& from, Table& to, const SortKey& key) 
   if (ok(result)) result = sorter.finish();
   const Byte* entry = nullptr;
   while (ok(result) && ok(result = sorter.next(entry)) && entry != nullptr) {
-    result = append_record(to, entry + key.size());
+    result = append_whole_record(to, entry + key.size());
     if (ok(result)) result = progress.step();
   }
   return ok(result) ? progress.finish() : result;

@@ -52,6 +52,8 @@ class Table : public HandleHead {
   }
 };
 
+constexpr bool is_number(std::uint32_t recno) { return recno >= 1 && recno <= INT32_MAX; }
+
 // Takes the count from the file: from the header, or from the file's size under the dialect bit
 // for that. Details 423 and 424.
 Result refresh_count(Table& table);

@@ -179,6 +179,50 @@ TEST_P(Locks, name_records_that_the_scheme_has_bytes_for) {
   EXPECT_EQ((Answer{-37, 504}), pair.by_b(lib.dDlkgetr, 5, out.data()));
 }
 
+TEST(LockedRead, takes_the_record_from_the_file) {
+  for (const std::uint32_t mode : {2u, 3u, 4u, 5u, 6u}) {
+    for (std::uint16_t flags = 0; flags < 4; ++flags) {
+      Pair pair(0, mode);
+      pair.block_a.runtime_flags = flags;
+      const std::size_t skip = flags & 1;
+      OpenTable writer(pair.block_b, pair.scratch.name, 2, 0);
+      std::string out(15 - skip, '?');
+      ASSERT_EQ(kDone, pair.by_a(lib.dDgetrec, 5, out.data()));
+      ASSERT_EQ(0, lib.dDupdrec(writer, 5, kRecord.data()));
+      ASSERT_EQ(0, lib.dDapprec(writer, kRecord.data()));
+      ASSERT_EQ(kDone, pair.by_a(lib.dDlkgetr, 5, out.data())) << mode;
+      EXPECT_EQ(kRecord.substr(skip), out) << mode << " " << flags;
+      ASSERT_EQ(kDone, pair.by_a(lib.dDlkgetr, 11, out.data())) << "the other's new record" << mode;
+      EXPECT_EQ(kRecord.substr(skip), out);
+      out[5] = '#';
+      ASSERT_EQ(kDone, pair.by_a(lib.dDgetrec, 5, out.data()));
+      EXPECT_EQ(kRecord.substr(skip), out) << "a buffered record is brought up to date " << mode;
+    }
+  }
+  // In an exclusive mode the latest record is the one in the buffers.
+  Pair pair(0, 0);
+  std::string out(15, '?');
+  ASSERT_EQ(kDone, pair.by_a(lib.dDupdrec, 5, kRecord.data()));
+  ASSERT_EQ(kDone, pair.by_a(lib.dDlkgetr, 5, out.data()));
+  EXPECT_EQ(kRecord, out);
+}
+
+TEST(SharedModes, records_that_were_never_read_are_not_kept) {
+  for (const std::uint32_t mode : {4u, 5u}) {
+    ScratchTable scratch;
+    scratch.append(1, 5 * ScratchTable::kRecordsPerBlock);
+    OpenTable reader(scratch.block, scratch.name, mode, 20);
+    VqBlock block = scratch.block;
+    OpenTable writer(block, scratch.name, 2, 0);
+    std::string out(15, '?');
+    constexpr std::uint32_t kSecond = ScratchTable::kRecordsPerBlock + 1;
+    ASSERT_EQ(0, lib.dDgetrec(reader, 1, out.data()));
+    ASSERT_EQ(0, lib.dDupdrec(writer, kSecond, kRecord.data()));
+    ASSERT_EQ(0, lib.dDgetrec(reader, kSecond, out.data()));
+    EXPECT_EQ(kRecord, out) << mode;
+  }
+}
+
 TEST(LocksWithoutOperations, refuse_requests_and_let_changes_through) {
   Pair pair(4);
   std::string out(15, '?');

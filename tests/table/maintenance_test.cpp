@@ -1,6 +1,7 @@
 // Tables as whole files: copied, compared, joined, packed, detached.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -319,6 +320,50 @@ TEST(Maintenance, cancelled_work_leaves_everything_as_it_was) {
       EXPECT_EQ(before, read_file(target.file).substr(0, before.size()));
       EXPECT_EQ(1u, target.folder.list().size());
     }
+  }
+}
+
+// Reads its own table's first record on every report.
+struct Onlooker {
+  VqTable* table = nullptr;
+  std::string seen = std::string(kLength, '#');
+
+  static std::int32_t VQ_CALL told(void* context, std::uint32_t, std::uint32_t) {
+    Onlooker& host = *static_cast<Onlooker*>(context);
+    return lib.dDgetrec(host.table, 1, host.seen.data());
+  }
+};
+
+TEST(Maintenance, long_work_leaves_the_layout_of_the_hosts_records_alone) {
+  for (std::uint16_t flags = 0; flags < 2; ++flags) {
+    ScratchTable scratch, other;
+    scratch.append(1, 1500);
+    other.append(1, 1);
+    lib.dUtmpdir(&scratch.block, scratch.folder.path().string().c_str());
+    VqBlock& block = scratch.block;
+    block.runtime_flags = flags;
+    const std::string target = scratch.folder.file("TO"), index = scratch.folder.file("I");
+    const std::function<std::int32_t()> works[] = {
+        [&] { return lib.dDpack(&block, scratch.name.c_str()); },
+        [&] { return lib.dDsort(&block, scratch.name.c_str(), target.c_str(), "TEXT"); },
+        [&] {
+          OpenTable table(block, scratch.name, 0, 1);
+          return lib.dNindex(table, index.c_str(), "NUMBER", 0);
+        }};
+    for (const auto& work : works) {
+      Onlooker host;
+      OpenTable table(block, other.name, 1, 1);
+      host.table = table;
+      lib.dUsetprog(&block, Onlooker::told, &host);
+      EXPECT_EQ(0, work()) << block.detail;
+      EXPECT_EQ(ScratchTable::record(1).substr(flags) + (flags != 0 ? "#" : ""), host.seen);
+      lib.dUsetprog(&block, nullptr, nullptr);
+    }
+    block.runtime_flags = 0;
+    OpenTable sorted(block, target, 0, 1);
+    std::string record(kLength, '#');
+    EXPECT_EQ(0, lib.dDgetrec(sorted, 1500, record.data()));
+    EXPECT_EQ(ScratchTable::record(1500), record);
   }
 }
 
