@@ -71,8 +71,8 @@ Result insert_keys(Database& database, const void* record, std::uint32_t recno, 
     if (!ok(result)) return result;
     if (member.driver().putkey == nullptr) return Result::no_driver;
     result = member.driver().putkey(*member.index, key.bytes.data(), recno, kBracketed);
-    // A unique index that holds the key already answers with a page error; the record stays.
-    if (!ok(result) && result != Result::page_error) return result;
+    // A unique index may hold the key already; the record stays.
+    if (!ok(result) && result != Result::duplicate_key) return result;
   }
   return Result::ok;
 }

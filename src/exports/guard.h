@@ -10,11 +10,17 @@
 
 namespace vqdb::exports {
 
+inline std::int32_t answer(Result result) { return code(result); }
+template <typename Number>
+std::int32_t answer(Number number) {
+  return static_cast<std::int32_t>(number);
+}
+
 // Runs the body, which returns a Result or a number; memory that gives out is -14.
 template <typename Body>
 std::int32_t guarded(Body body) noexcept {
   try {
-    return static_cast<std::int32_t>(body());
+    return answer(body());
   } catch (const std::bad_alloc&) {
     return code(Result::no_memory);
   } catch (...) {

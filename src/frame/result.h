@@ -19,6 +19,7 @@ enum class [[nodiscard]] Result : std::int32_t{
     index_start = VQ_E_INDEX_START,
     index_end = VQ_E_INDEX_END,
     page_error = VQ_E_INDEX_PAGE,
+    duplicate_key = -1008,  // a unique index holds the key; a page error to the host
     mismatch = VQ_E_MISMATCH,
     bad_handle = VQ_E_BAD_HANDLE,
     not_allowed = VQ_E_NOT_ALLOWED,
@@ -53,7 +54,10 @@ enum class [[nodiscard]] Result : std::int32_t{
 };
 
 inline bool ok(Result result) { return result == Result::ok; }
-inline std::int32_t code(Result result) { return static_cast<std::int32_t>(result); }
+// The result as the host sees it.
+inline std::int32_t code(Result result) {
+  return static_cast<std::int32_t>(result == Result::duplicate_key ? Result::page_error : result);
+}
 
 // An exported operation owns the ten detail codes number * 10 + digit; digit 1 is its bad handle.
 struct Operation {

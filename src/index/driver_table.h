@@ -8,6 +8,7 @@
 
 #include "frame/handle_pool.h"
 #include "frame/result.h"
+#include "platform/file.h"
 #include "table/table.h"
 
 namespace vqdb::index {
@@ -25,7 +26,9 @@ struct Driver {
   Result (*listag)(Index& file, void* list);
   Result (*sortag)(Index& file, void* list);
   std::int32_t (*tags)(Index& file);
-  // With `bracketed` the change runs inside the refresh and release of a shared file.
+  // With `bracketed` the change runs inside a bracket of its own (below), without it inside the
+  // caller's; outside any, a shared file refuses it (-35). A key that a unique index holds already
+  // is Result::duplicate_key.
   Result (*putkey)(Index&, const void* key, std::uint32_t recno, bool bracketed);
   Result (*rmkey)(Index&, const void* key, std::uint32_t recno, bool bracketed);
   Result (*getrno)(Index&, const void* key, std::uint32_t* recno);
@@ -37,6 +40,26 @@ struct Driver {
   Result (*explen)(Index&, std::int32_t* length, std::int32_t* flags);
   std::int32_t (*keylen)(Index&);
   std::int32_t (*keytyp)(Index&);
+};
+
+// Beside the rows: what it takes to change several indexes as one. Any handle of a file, the file's
+// own or a tag's, stands for the file here.
+struct Bracket {
+  // Brackets nest and are counted by file. The outermost enter waits for the lock of a shared file,
+  // takes it and brings the file's handles up to date; the outermost leave writes once what has
+  // changed, and lets go. What cannot be written is forgotten, and the failure is leave's result.
+  // In an exclusive mode neither does anything. Every enter that succeeds needs its leave.
+  Result (*enter)(Index&);
+  Result (*leave)(Index&);
+  // Files are entered in the order of their identities, which all processes see alike, so that no
+  // two wait for each other. Handles of equal identity that are not of one open exclude each other.
+  platform::FileIdentity (*identity)(const Index&);
+  // Moves an entry: the new key goes in before the old one goes out, and out again when that fails.
+  // An old key that is missing is -5, and then nothing goes in.
+  Result (*updkey)(Index&, const void* old_key, const void* new_key, std::uint32_t recno,
+                   bool bracketed);
+  // Whether exactly this key and record number are there. The position stays.
+  Result (*haskey)(Index&, const void* key, std::uint32_t recno, bool* has);
 };
 
 inline constexpr std::uint32_t kDriverColumns = 8;
@@ -58,6 +81,7 @@ struct Builder {
 
 // The column's operations; a column beyond the table is an empty one.
 const Driver& driver(std::uint32_t column);
+const Bracket& bracket(std::uint32_t column);
 const Builder& builder(std::uint32_t column);
 
 }  // namespace vqdb::index

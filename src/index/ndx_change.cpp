@@ -41,7 +41,7 @@ Result insert_entry(NdxFile& file, const Byte* key, std::uint32_t recno,
   if (file.unique != 0) {
     bool holds = false;
     if (const Result result = holds_key(file, path, key, holds); !ok(result)) return result;
-    if (holds) return fail(file.block, Result::page_error, duplicate_detail);
+    if (holds) return fail(file.block, Result::duplicate_key, duplicate_detail);
   }
   if (const Result result = file.tree.insert(path, key, recno); !ok(result)) return result;
   set_anchor(file.cursor, Cursor::Anchor::entry, PositionState::positioned);
@@ -103,37 +103,52 @@ Result replace_entry(NdxFile& file, const Byte* old_key, const Byte* new_key, st
 }
 
 template <typename Change>
-Result change(NdxFile& file, Change work) {
-  return in_bracket(file, [&] {
+Result change(NdxFile& file, bool bracketed, std::int32_t outside_detail, Change work) {
+  const auto counted = [&] {
     const Result result = work();
-    return ok(result) ? complete_change(file) : result;
-  });
+    if (ok(result)) ++file.changes;
+    return result;
+  };
+  if (bracketed) return in_bracket(file, counted);
+  // Outside its lock the tree in memory says nothing of the file.
+  if (file.is_shared() && file.brackets == 0) {
+    return fail(file.block, Result::not_locked, outside_detail);
+  }
+  return counted();
 }
 
 }  // namespace
 
-Result put_key(NdxFile& file, const void* key, std::uint32_t recno) {
+Result put_key(NdxFile& file, const void* key, std::uint32_t recno, bool bracketed) {
   if (const Result result = check(file, kPut, key != nullptr, recno); !ok(result)) return result;
-  return change(file, [&] {
+  return change(file, bracketed, kPut.detail(5), [&] {
     return insert_entry(file, static_cast<const Byte*>(key), recno, kPut.detail(4));
   });
 }
 
-Result remove_key(NdxFile& file, const void* key, std::uint32_t recno) {
+Result remove_key(NdxFile& file, const void* key, std::uint32_t recno, bool bracketed) {
   if (const Result result = check(file, kRemove, key != nullptr, recno); !ok(result)) {
     return result;
   }
-  return change(file, [&] {
+  return change(file, bracketed, kRemove.detail(5), [&] {
     return remove_entry(file, static_cast<const Byte*>(key), recno, kRemove.detail(4));
   });
 }
 
-Result update_key(NdxFile& file, const void* old_key, const void* new_key, std::uint32_t recno) {
+Result update_key(NdxFile& file, const void* old_key, const void* new_key, std::uint32_t recno,
+                  bool bracketed) {
   const bool has_keys = old_key != nullptr && new_key != nullptr;
   if (const Result result = check(file, kUpdate, has_keys, recno); !ok(result)) return result;
-  return change(file, [&] {
+  return change(file, bracketed, kUpdate.detail(6), [&] {
     return replace_entry(file, static_cast<const Byte*>(old_key), static_cast<const Byte*>(new_key),
                          recno);
+  });
+}
+
+Result holds_entry(NdxFile& file, const void* key, std::uint32_t recno, bool& holds) {
+  return in_bracket(file, [&] {
+    Path path;
+    return find_entry(file, static_cast<const Byte*>(key), recno, path, holds);
   });
 }
 

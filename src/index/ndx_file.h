@@ -91,8 +91,10 @@ class NdxFile : public Index {
   std::uint32_t scheme = 0;  // of the table's locks
   std::uint16_t flags = 0;   // header byte 8, or ndx_flag::kNdx3
   char key_type = 0;
-  Byte unique = 0;               // header byte 23
-  Byte byte20 = 0;               // header byte 20, kept as it is
+  Byte unique = 0;  // header byte 23
+  Byte byte20 = 0;  // header byte 20, kept as it is
+  platform::FileIdentity identity;
+  std::uint32_t brackets = 0;    // of enter() and leave() that are open
   bool lock_is_callers = false;  // taken by lock_index_file
   bool lock_lingers = false;     // could not be given back after an operation
   bool stale = false;            // memory and file may differ: refresh before the next operation

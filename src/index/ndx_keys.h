@@ -13,9 +13,17 @@
 
 namespace vqdb::index {
 
-Result put_key(NdxFile& file, const void* key, std::uint32_t recno);
-Result remove_key(NdxFile& file, const void* key, std::uint32_t recno);
-Result update_key(NdxFile& file, const void* old_key, const void* new_key, std::uint32_t recno);
+// A change runs inside a bracket of its own, or, without `bracketed`, inside the caller's: then it
+// changes the tree only, and outside any bracket of a shared file it is refused (-35, details 3165,
+// 3215 and 3316). A key that a unique index holds is Result::duplicate_key.
+Result put_key(NdxFile& file, const void* key, std::uint32_t recno, bool bracketed = true);
+Result remove_key(NdxFile& file, const void* key, std::uint32_t recno, bool bracketed = true);
+// The new key goes in before the old one goes out; an old key that is missing is -5, and then
+// nothing goes in.
+Result update_key(NdxFile& file, const void* old_key, const void* new_key, std::uint32_t recno,
+                  bool bracketed = true);
+// Whether the entry with exactly this key and record number is there. The position stays.
+Result holds_entry(NdxFile& file, const void* key, std::uint32_t recno, bool& holds);
 
 // The first entry with the key. Without one -5, with the record number of the first entry above
 // the key, or 0 where there is none above it.

@@ -71,9 +71,14 @@ Result open_file_and_handle(table::Table& context, const char* name, std::uint32
   if (const Result result = read_header(block, system_file, page, header, pages); !ok(result)) {
     return result;
   }
+  platform::FileIdentity identity;
+  if (const auto known = system_file.identity(identity); !known.ok()) {
+    return fail(block, Result::io, kOpen.detail(3));
+  }
   NdxFile* file = ndx_files().open(&block, block);
   if (file == nullptr) return fail(block, Result::no_memory, kOpen.detail(4));
   file->store.file() = std::move(system_file);
+  file->identity = identity;
   file->mode = mode;
   file->scheme = table::lock_scheme(context);
   const auto count = static_cast<std::uint32_t>(std::max(buffers, kMinBuffers));

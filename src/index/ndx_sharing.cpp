@@ -23,9 +23,21 @@ constexpr std::uint32_t kFirstSchemeWithoutLocks = 4;
 
 bool is_busy(Result result) { return result == Result::file_locked || result == Result::locked; }
 
-}  // namespace
+Result write_back(NdxFile& file) {
+  const Result result = file.cache.write_changed();
+  if (!ok(result)) file.stale = true;
+  return result;
+}
 
-Result enter(NdxFile& file) {
+Result let_go(NdxFile& file) {
+  if (file.lock_is_callers) return Result::ok;
+  const Result result = table::unlock_whole_file(*file.block, file.store.file(), file.scheme);
+  file.lock_lingers = !ok(result);
+  return result;
+}
+
+// The lock, and what the file holds now.
+Result take_hold(NdxFile& file) {
   if (file.lock_is_callers) return file.stale ? refresh(file) : Result::ok;
   const std::int32_t detail = file.block->detail;
   Result result = file.lock_lingers
@@ -40,16 +52,30 @@ Result enter(NdxFile& file) {
   result = refresh(file);
   if (ok(result)) return result;
   const std::int32_t reason = file.block->detail;
-  static_cast<void>(leave(file));
+  static_cast<void>(let_go(file));
   file.block->detail = reason;
   return result;
 }
 
+}  // namespace
+
+Result enter(NdxFile& file) {
+  if (!file.is_shared()) return Result::ok;
+  if (file.brackets == 0) {
+    if (const Result result = take_hold(file); !ok(result)) return result;
+  }
+  ++file.brackets;
+  return Result::ok;
+}
+
 Result leave(NdxFile& file) {
-  if (file.lock_is_callers) return Result::ok;
-  const Result result = table::unlock_whole_file(*file.block, file.store.file(), file.scheme);
-  file.lock_lingers = !ok(result);
-  return result;
+  if (file.brackets == 0 || --file.brackets > 0) return Result::ok;
+  const Result written = write_back(file);
+  const std::int32_t detail = file.block->detail;
+  const Result left = let_go(file);
+  if (ok(written)) return left;
+  file.block->detail = detail;
+  return written;
 }
 
 Result refresh(NdxFile& file) {
@@ -77,14 +103,6 @@ Result refresh(NdxFile& file) {
   file.cache.drop_all();
   file.stale = false;
   return Result::ok;
-}
-
-Result complete_change(NdxFile& file) {
-  ++file.changes;
-  if (!file.is_shared()) return Result::ok;
-  const Result result = file.cache.write_changed();
-  if (!ok(result)) file.stale = true;
-  return result;
 }
 
 Result lock_index_file(NdxFile& file) {

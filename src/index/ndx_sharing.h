@@ -8,16 +8,16 @@
 
 namespace vqdb::index {
 
-// Waits for the file lock as long as another operation may take, takes it and refreshes. Nothing to
-// do for an exclusive file, or one whose lock the caller has taken.
+// Brackets nest, and cost nothing in an exclusive mode. The outermost enter() waits for the file
+// lock as long as another operation may take, takes it and refreshes; the outermost leave() writes
+// what has changed and lets go. What cannot be written is forgotten, since the file has to agree
+// with the next process that locks it. A lock that the caller has taken stays.
 Result enter(NdxFile& file);
-// Gives back what enter() took.
 Result leave(NdxFile& file);
 
 // Runs the work between enter() and leave(). The first failure counts, with its detail code.
 template <typename Work>
 Result in_bracket(NdxFile& file, Work work) {
-  if (!file.is_shared()) return work();
   if (const Result result = enter(file); !ok(result)) return result;
   const Result result = work();
   const std::int32_t detail = file.block->detail;
@@ -26,10 +26,6 @@ Result in_bracket(NdxFile& file, Work work) {
   file.block->detail = detail;
   return result;
 }
-
-// In a shared mode writes a change at once. What cannot be written is forgotten, since the file has
-// to agree with the next process that locks it.
-Result complete_change(NdxFile& file);
 
 // Re-reads the header and forgets every page.
 Result refresh(NdxFile& file);

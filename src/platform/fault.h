@@ -14,7 +14,7 @@ enum class Call : std::uint8_t {
   close,
   read,
   write,
-  size,
+  size,  // and identity
   sync,
   lock,
   unlock,

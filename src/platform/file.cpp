@@ -155,6 +155,10 @@ Outcome File::size(std::uint64_t& bytes) {
   return pass(Call::size, [&] { return system::file_size(handle_, bytes); });
 }
 
+Outcome File::identity(FileIdentity& identity) {
+  return pass(Call::size, [&] { return system::file_identity(handle_, identity); });
+}
+
 Outcome File::sync() {
   return pass(Call::sync, [&] { return system::sync_file(handle_); });
 }

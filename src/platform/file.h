@@ -5,6 +5,7 @@
 #ifndef VQDBSYS_PLATFORM_FILE_H_
 #define VQDBSYS_PLATFORM_FILE_H_
 
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -32,6 +33,15 @@ enum class Access : std::uint8_t {
 enum class Creation : std::uint8_t {
   truncate,   // an existing file is emptied
   exclusive,  // an existing file is refused with already_exists
+};
+
+// Which file an open file is, whatever name it was opened by: the device (volume) and the file's
+// number there. All processes of a machine see the same identities, in the same order.
+struct FileIdentity {
+  std::uint64_t device = 0;
+  std::uint64_t number = 0;
+
+  auto operator<=>(const FileIdentity&) const = default;
 };
 
 // An open file. Closes itself when it goes out of scope; close() reports what the system says.
@@ -67,6 +77,7 @@ class File {
   Outcome write_pieces(std::uint64_t offset, std::span<const Piece> pieces);
 
   Outcome size(std::uint64_t& bytes);
+  Outcome identity(FileIdentity& identity);
   // Hands everything written to the device.
   Outcome sync();
 

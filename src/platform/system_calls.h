@@ -32,6 +32,7 @@ Outcome write_pieces(Handle file, std::uint64_t offset, std::span<const Piece> p
                      std::size_t& moved);
 
 Outcome file_size(Handle file, std::uint64_t& bytes);
+Outcome file_identity(Handle file, FileIdentity& identity);
 Outcome sync_file(Handle file);
 Outcome lock_range(Handle file, std::uint64_t offset, std::uint64_t length);
 Outcome unlock_range(Handle file, std::uint64_t offset, std::uint64_t length);

@@ -155,6 +155,13 @@ Outcome file_size(Handle file, std::uint64_t& bytes) {
   return {};
 }
 
+Outcome file_identity(Handle file, FileIdentity& identity) {
+  struct stat about = {};
+  if (::fstat(descriptor(file), &about) != 0) return outcome_of(errno);
+  identity = {static_cast<std::uint64_t>(about.st_dev), static_cast<std::uint64_t>(about.st_ino)};
+  return {};
+}
+
 Outcome sync_file(Handle file) { return outcome_if(::fdatasync(descriptor(file)) == 0); }
 
 Outcome lock_range(Handle file, std::uint64_t offset, std::uint64_t length) {

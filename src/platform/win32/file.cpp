@@ -151,6 +151,16 @@ Outcome file_size(Handle file, std::uint64_t& bytes) {
   return {};
 }
 
+Outcome file_identity(Handle file, FileIdentity& identity) {
+  BY_HANDLE_FILE_INFORMATION about = {};
+  if (::GetFileInformationByHandle(handle_of(file), &about) == 0) {
+    return outcome_of(::GetLastError());
+  }
+  identity = {about.dwVolumeSerialNumber,
+              std::uint64_t{about.nFileIndexHigh} << 32 | about.nFileIndexLow};
+  return {};
+}
+
 Outcome sync_file(Handle file) { return outcome_if(::FlushFileBuffers(handle_of(file))); }
 
 Outcome lock_range(Handle file, std::uint64_t offset, std::uint64_t length) {
