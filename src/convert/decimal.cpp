@@ -6,19 +6,13 @@
 #include <cmath>
 
 #include "convert/numbers.h"
+#include "convert/powers_of_ten.h"
 
 namespace vqdb::convert {
 namespace {
 
-constexpr double kExactIntegers = 9007199254740992.0;  // 2^53
-constexpr int kMaxScale = 22;                          // the last power of ten that is exact
+constexpr double kExactMantissas = kExactIntegers;
 constexpr int kMaxIntegerPower = 18;
-
-constexpr std::array<double, kMaxScale + 1> kPowersOfTen = {
-    1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
-    1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-
-double power_of_ten(int exponent) { return kPowersOfTen[static_cast<std::size_t>(exponent)]; }
 
 // mantissa / 10^digits, halves away from zero.
 std::int64_t drop_digits(std::int64_t mantissa, int digits) {
@@ -35,7 +29,7 @@ bool align(ShortDecimal& a, ShortDecimal& b) {
   ShortDecimal& shorter = a.scale < b.scale ? a : b;
   const int scale = std::max(a.scale, b.scale);
   const double scaled = static_cast<double>(shorter.mantissa) * power_of_ten(scale - shorter.scale);
-  if (std::fabs(scaled) >= kExactIntegers) return false;
+  if (std::fabs(scaled) >= kExactMantissas) return false;
   shorter = {static_cast<std::int64_t>(scaled), scale};
   return true;
 }
@@ -69,9 +63,9 @@ bool format_decimal(const ShortDecimal& number, std::int32_t width, std::int32_t
 }  // namespace
 
 std::optional<ShortDecimal> short_decimal(double value) {
-  for (int scale = 0; scale <= kMaxScale; ++scale) {
+  for (int scale = 0; scale <= kMaxExactPower; ++scale) {
     const double scaled = value * power_of_ten(scale);
-    if (!(std::fabs(scaled) < kExactIntegers)) return std::nullopt;
+    if (!(std::fabs(scaled) < kExactMantissas)) return std::nullopt;
     const auto mantissa = static_cast<std::int64_t>(std::nearbyint(scaled));
     // Both are exact, so their quotient is the double that the decimal reads as.
     if (static_cast<double>(mantissa) / power_of_ten(scale) == value) {

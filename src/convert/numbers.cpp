@@ -7,17 +7,12 @@
 #include <iterator>
 #include <limits>
 
+#include "convert/powers_of_ten.h"
 #include "frame/bytes.h"
 
 namespace vqdb::convert {
 namespace {
 
-// Powers of ten that a double holds exactly.
-constexpr std::array<double, 23> kPowersOfTen = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                                 1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
-                                                 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-
-constexpr std::uint64_t kExactIntegers = std::uint64_t{1} << 53;
 constexpr std::ptrdiff_t kDigitsInWord = 19;  // any so many digits fit in 64 bits
 
 constexpr std::size_t kMaxFieldWidth = 254;
@@ -167,8 +162,8 @@ double parse_number(std::string_view text) {
   number.end = skip_exponent(at, end);
   // A mantissa and a power of ten that doubles hold exactly give the nearest double.
   if (number.end == at && digits <= kDigitsInWord && mantissa <= kExactIntegers) {
-    const double value = static_cast<double>(static_cast<std::int64_t>(mantissa)) /
-                         kPowersOfTen[static_cast<std::size_t>(decimals)];
+    const double value =
+        static_cast<double>(static_cast<std::int64_t>(mantissa)) / power_of_ten(decimals);
     return number.negative ? -value : value;
   }
   return parse_extent(number);

@@ -55,9 +55,8 @@ bool matches(Order order) {
 }
 
 Order compare(double left, double right) {
-  const double difference = left - right;
-  if (difference == 0) return Order::equal;
-  return difference > 0 ? Order::greater : Order::less;
+  if (left == right) return Order::equal;
+  return left > right ? Order::greater : Order::less;
 }
 
 template <Token token>

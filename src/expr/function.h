@@ -1,11 +1,11 @@
-// The registry of functions: a constant row for each, which the check of types and the run share.
-// A function is added by adding its row to its family's table.
+// What the table of functions says of each one, for the check of types and the run to share.
 #ifndef VQDBSYS_EXPR_FUNCTION_H_
 #define VQDBSYS_EXPR_FUNCTION_H_
 
 #include <array>
 #include <cstdint>
-#include <span>
+#include <optional>
+#include <string_view>
 
 #include "expr/run.h"
 #include "expr/tokens.h"
@@ -25,7 +25,8 @@ using Rule = Result (*)(const VqBlock& block, Arguments arguments, Value& result
 using Handler = Result (*)(Run& run, Arguments arguments, Value& result);
 
 struct Function {
-  Token token;
+  int number;  // of its token
+  std::string_view name;
   std::uint8_t min_arguments;
   std::uint8_t max_arguments;
   std::array<TypeSet, 4> arguments;  // what each one admits
@@ -33,24 +34,11 @@ struct Function {
   Handler run;
 };
 
-// The families.
-std::span<const Function> text_functions();
-std::span<const Function> value_functions();
-std::span<const Function> numeric_functions();
-std::span<const Function> date_functions();
-std::span<const Function> record_functions();
+// REQUIRES is_function(token).
+const Function& function_of(Token token);
 
-// The row of a function; null while it has none.
-const Function* find_function(Token token);
-
-// Rules that many functions share.
-namespace rule {
-Result number(const VqBlock&, Arguments, Value& result);
-Result date(const VqBlock&, Arguments, Value& result);
-Result logical(const VqBlock&, Arguments, Value& result);
-// A text as long as the first argument.
-Result text_like_first(const VqBlock&, Arguments, Value& result);
-}  // namespace rule
+// The function of this name, any case.
+std::optional<Token> find_function(std::string_view name, bool extended_syntax);
 
 }  // namespace vqdb::expr
 

@@ -3,40 +3,21 @@
 
 #include "convert/calendar.h"
 #include "convert/dates.h"
-#include "expr/function.h"
+#include "expr/functions.h"
 #include "platform/clock.h"
 
-namespace vqdb::expr {
+namespace vqdb::expr::dates {
 
 namespace {
 
 constexpr std::string_view kUnknown = "Unknown";  // the day and month of the empty date
 
+}  // namespace
+
 // ---- Rules
-
-Result two_digits(const VqBlock&, Arguments, Value& result) {
-  result.shape_number(2);
-  return Result::ok;
-}
-
-Result four_digits(const VqBlock&, Arguments, Value& result) {
-  result.shape_number(4);
-  return Result::ok;
-}
-
-// The longest are Wednesday and September.
-Result name_rule(const VqBlock&, Arguments, Value& result) {
-  result.shape_text(9);
-  return Result::ok;
-}
 
 Result date_text_rule(const VqBlock& block, Arguments, Value& result) {
   result.shape_text(static_cast<std::int32_t>(convert::date_text_width(block)));
-  return Result::ok;
-}
-
-Result digits_rule(const VqBlock&, Arguments, Value& result) {
-  result.shape_text(convert::kDateFieldWidth);
   return Result::ok;
 }
 
@@ -45,9 +26,13 @@ Result long_date_rule(const VqBlock& block, Arguments, Value& result) {
   return Result::ok;
 }
 
+namespace {
+
 // hh:mm:ss, and .hh when any argument asks for hundredths.
 constexpr std::int32_t kTimeWidth = 8;
 constexpr std::int32_t kLongTimeWidth = 11;
+
+}  // namespace
 
 Result time_rule(const VqBlock&, Arguments arguments, Value& result) {
   result.shape_text(arguments.size() > 0 ? kLongTimeWidth : kTimeWidth);
@@ -55,6 +40,8 @@ Result time_rule(const VqBlock&, Arguments arguments, Value& result) {
 }
 
 // ---- Handlers
+
+namespace {
 
 std::int32_t day_argument(const Run& run, Arguments arguments) {
   return whole_day(run.day(arguments[0]));
@@ -71,16 +58,22 @@ convert::Date date_argument(const Run& run, Arguments arguments) {
   return day == 0 ? convert::Date{} : convert::date_of(day);
 }
 
+}  // namespace
+
 Result cdow(Run& run, Arguments arguments, Value& result) {
   const std::int32_t day = day_argument(run, arguments);
   result.set_text(day == 0 ? kUnknown : convert::kDayNames[static_cast<std::size_t>(day % 7)]);
   return Result::ok;
 }
 
+namespace {
+
 std::string_view month_name(const convert::Date& date) {
   return date.month == 0 ? kUnknown
                          : convert::kMonthNames[static_cast<std::size_t>(date.month - 1)];
 }
+
+}  // namespace
 
 Result cmonth(Run& run, Arguments arguments, Value& result) {
   result.set_text(month_name(date_argument(run, arguments)));
@@ -118,6 +111,8 @@ Result dow(Run& run, Arguments arguments, Value& result) {
   return Result::ok;
 }
 
+namespace {
+
 char* put(std::string_view text, char* out) { return std::copy(text.begin(), text.end(), out); }
 
 // A number in so many characters, filled in front.
@@ -137,6 +132,8 @@ char* put_year(const VqBlock& block, std::int32_t year, char* out) {
 }
 
 constexpr std::size_t kLongDate = 24;
+
+}  // namespace
 
 Result dmy(Run& run, Arguments arguments, Value& result) {
   const convert::Date date = date_argument(run, arguments);
@@ -192,24 +189,4 @@ Result time(Run& run, Arguments arguments, Value& result) {
   return Result::ok;
 }
 
-constexpr Function kFunctions[] = {
-    {Token::cdow, 1, 1, {kDate}, name_rule, cdow},
-    {Token::cmonth, 1, 1, {kDate}, name_rule, cmonth},
-    {Token::ctod, 1, 1, {kCharacter}, rule::date, ctod},
-    {Token::date, 0, 0, {}, rule::date, date},
-    {Token::day, 1, 1, {kDate}, two_digits, day},
-    {Token::dmy, 1, 1, {kDate}, long_date_rule, dmy},
-    {Token::dow, 1, 1, {kDate}, two_digits, dow},
-    {Token::dtoc, 1, 1, {kDate}, date_text_rule, dtoc},
-    {Token::dtos, 1, 1, {kDate}, digits_rule, dtos},
-    {Token::mdy, 1, 1, {kDate}, long_date_rule, mdy},
-    {Token::month, 1, 1, {kDate}, two_digits, month},
-    {Token::time, 0, 1, {kAny}, time_rule, time},
-    {Token::year, 1, 1, {kDate}, four_digits, year},
-};
-
-}  // namespace
-
-std::span<const Function> date_functions() { return kFunctions; }
-
-}  // namespace vqdb::expr
+}  // namespace vqdb::expr::dates

@@ -4,23 +4,12 @@
 #include <numbers>
 
 #include "convert/decimal.h"
-#include "expr/function.h"
+#include "expr/functions.h"
 #include "platform/clock.h"
 
-namespace vqdb::expr {
-
-namespace {
+namespace vqdb::expr::numbers {
 
 // ---- Rules
-
-// What is known of a result that may have any magnitude and fraction.
-constexpr unsigned kOpenDigits = 10;
-constexpr unsigned kOpenDecimals = 8;
-
-Result open_number(const VqBlock&, Arguments, Value& result) {
-  result.shape_number(kOpenDigits, kOpenDecimals);
-  return Result::ok;
-}
 
 Result like_first(const VqBlock&, Arguments arguments, Value& result) {
   result.shape_number(arguments[0].integer_digits, arguments[0].decimals);
@@ -30,11 +19,6 @@ Result like_first(const VqBlock&, Arguments arguments, Value& result) {
 // One more for what rounding up carries.
 Result whole(const VqBlock&, Arguments arguments, Value& result) {
   result.shape_number(arguments[0].integer_digits + 1U);
-  return Result::ok;
-}
-
-Result sign_rule(const VqBlock&, Arguments, Value& result) {
-  result.shape_number(2);
   return Result::ok;
 }
 
@@ -63,41 +47,6 @@ Result extreme_rule(const VqBlock&, Arguments arguments, Value& result) {
 
 // ---- Handlers
 
-template <auto function>
-Result apply(Run& run, Arguments arguments, Value& result) {
-  result.set_number(function(run.number(arguments[0])));
-  return Result::ok;
-}
-
-template <auto function>
-Result apply_two(Run& run, Arguments arguments, Value& result) {
-  result.set_number(function(run.number(arguments[0]), run.number(arguments[1])));
-  return Result::ok;
-}
-
-constexpr double kDegrees = 180 / std::numbers::pi;
-
-constexpr auto absolute = [](double x) { return std::fabs(x); };
-constexpr auto arc_cosine = [](double x) { return std::acos(x); };
-constexpr auto arc_sine = [](double x) { return std::asin(x); };
-constexpr auto arc_tangent = [](double x) { return std::atan(x); };
-constexpr auto arc_tangent_of_two = [](double sine, double cosine) {
-  return std::atan2(sine, cosine);
-};
-constexpr auto ceiling = [](double x) { return std::ceil(x); };
-constexpr auto cosine = [](double x) { return std::cos(x); };
-constexpr auto to_radians = [](double x) { return x / kDegrees; };
-constexpr auto exponential = [](double x) { return std::exp(x); };
-constexpr auto floor_of = [](double x) { return std::floor(x); };
-constexpr auto truncated = [](double x) { return std::trunc(x); };
-constexpr auto natural_logarithm = [](double x) { return std::log(x); };
-constexpr auto common_logarithm = [](double x) { return std::log10(x); };
-constexpr auto to_degrees = [](double x) { return x * kDegrees; };
-constexpr auto sign = [](double x) { return x > 0 ? 1.0 : x < 0 ? -1.0 : 0.0; };
-constexpr auto sine = [](double x) { return std::sin(x); };
-constexpr auto square_root = [](double x) { return std::sqrt(x); };
-constexpr auto tangent = [](double x) { return std::tan(x); };
-
 Result pi(Run&, Arguments, Value& result) {
   result.set_number(std::numbers::pi);
   return Result::ok;
@@ -108,9 +57,13 @@ Result round(Run& run, Arguments arguments, Value& result) {
   return Result::ok;
 }
 
+namespace {
+
 double comparable(const Run& run, const Value& value) {
   return value.is(kDate) ? run.day(value) : run.number(value);
 }
+
+}  // namespace
 
 Result max(Run& run, Arguments arguments, Value& result) {
   result.set_number(std::max(comparable(run, arguments[0]), comparable(run, arguments[1])));
@@ -122,8 +75,12 @@ Result min(Run& run, Arguments arguments, Value& result) {
   return Result::ok;
 }
 
+namespace {
+
 // (1 + rate) ^ periods - 1, exact for small rates, too.
 double growth(double rate, double periods) { return std::expm1(periods * std::log1p(rate)); }
+
+}  // namespace
 
 Result future_value(Run& run, Arguments arguments, Value& result) {
   const double payment = run.number(arguments[0]);
@@ -150,6 +107,8 @@ Result payment(Run& run, Arguments arguments, Value& result) {
   return Result::ok;
 }
 
+namespace {
+
 constexpr double kDefaultSeed = 100001;
 
 std::uint64_t seeded(double seed) {
@@ -171,6 +130,8 @@ double next_random(std::uint64_t& state) {
   return static_cast<double>((bits ^ bits >> 31) >> 11) * 0x1p-53;
 }
 
+}  // namespace
+
 Result rand(Run& run, Arguments arguments, Value& result) {
   std::uint64_t state = run.block().random_state;
   if (arguments.size() > 0) {
@@ -183,40 +144,4 @@ Result rand(Run& run, Arguments arguments, Value& result) {
   return Result::ok;
 }
 
-constexpr TypeSet kNumberOrDate = kNumber | kDate;
-
-constexpr Function kFunctions[] = {
-    {Token::abs, 1, 1, {kNumber}, like_first, apply<absolute>},
-    {Token::acos, 1, 1, {kNumber}, open_number, apply<arc_cosine>},
-    {Token::asin, 1, 1, {kNumber}, open_number, apply<arc_sine>},
-    {Token::atan, 1, 1, {kNumber}, open_number, apply<arc_tangent>},
-    {Token::atn2, 2, 2, {kNumber, kNumber}, open_number, apply_two<arc_tangent_of_two>},
-    {Token::ceiling, 1, 1, {kNumber}, whole, apply<ceiling>},
-    {Token::cos, 1, 1, {kNumber}, open_number, apply<cosine>},
-    {Token::dtor, 1, 1, {kNumber}, open_number, apply<to_radians>},
-    {Token::exp, 1, 1, {kNumber}, open_number, apply<exponential>},
-    {Token::floor, 1, 1, {kNumber}, whole, apply<floor_of>},
-    {Token::fv, 3, 3, {kNumber, kNumber, kNumber}, open_number, future_value},
-    {Token::integer, 1, 1, {kNumber}, whole, apply<truncated>},
-    {Token::log, 1, 1, {kNumber}, open_number, apply<natural_logarithm>},
-    {Token::log10, 1, 1, {kNumber}, open_number, apply<common_logarithm>},
-    {Token::max, 2, 2, {kNumberOrDate, kNumberOrDate}, extreme_rule, max},
-    {Token::min, 2, 2, {kNumberOrDate, kNumberOrDate}, extreme_rule, min},
-    {Token::mod, 2, 2, {kNumber, kNumber}, open_number, apply_two<convert::modulo>},
-    {Token::payment, 3, 3, {kNumber, kNumber, kNumber}, open_number, payment},
-    {Token::pi, 0, 0, {}, open_number, pi},
-    {Token::pv, 3, 3, {kNumber, kNumber, kNumber}, open_number, present_value},
-    {Token::rand, 0, 1, {kNumber}, open_number, rand},
-    {Token::round, 2, 2, {kNumber, kNumber}, round_rule, round},
-    {Token::rtod, 1, 1, {kNumber}, open_number, apply<to_degrees>},
-    {Token::sign, 1, 1, {kNumber}, sign_rule, apply<sign>},
-    {Token::sin, 1, 1, {kNumber}, open_number, apply<sine>},
-    {Token::sqrt, 1, 1, {kNumber}, open_number, apply<square_root>},
-    {Token::tan, 1, 1, {kNumber}, open_number, apply<tangent>},
-};
-
-}  // namespace
-
-std::span<const Function> numeric_functions() { return kFunctions; }
-
-}  // namespace vqdb::expr
+}  // namespace vqdb::expr::numbers

@@ -2,37 +2,22 @@
 // they answer as an empty work area does: 0, false or nothing.
 #include <string>
 
-#include "expr/function.h"
+#include "expr/functions.h"
 #include "platform/file.h"
 #include "platform/path.h"
 #include "table/records.h"
 
-namespace vqdb::expr {
+namespace vqdb::expr::records {
 
 namespace {
-
-constexpr unsigned kRecordDigits = 10;
-
-Result record_number(const VqBlock&, Arguments, Value& result) {
-  result.shape_number(kRecordDigits);
-  return Result::ok;
-}
-
-Result size_rule(const VqBlock&, Arguments, Value& result) {
-  result.shape_number(5);
-  return Result::ok;
-}
-
-Result field_rule(const VqBlock&, Arguments, Value& result) {
-  result.shape_text(table::kMaxFieldName);
-  return Result::ok;
-}
 
 // The table when there is one; bad_handle when it was closed after the expression was parsed.
 Result find_table(const Run& run, table::Table*& table) {
   table = run.table();
   return table == nullptr && run.is_bound() ? Result::bad_handle : Result::ok;
 }
+
+}  // namespace
 
 Result deleted(Run& run, Arguments, Value& result) {
   table::Table* table = nullptr;
@@ -91,17 +76,4 @@ Result recsize(Run& run, Arguments, Value& result) {
   return Result::ok;
 }
 
-constexpr Function kFunctions[] = {
-    {Token::deleted, 0, 0, {}, rule::logical, deleted},
-    {Token::field, 1, 1, {kNumber}, field_rule, field},
-    {Token::file, 1, 1, {kCharacter}, rule::logical, file},
-    {Token::reccount, 0, 0, {}, record_number, reccount},
-    {Token::recno, 0, 0, {}, record_number, recno},
-    {Token::recsize, 0, 0, {}, size_rule, recsize},
-};
-
-}  // namespace
-
-std::span<const Function> record_functions() { return kFunctions; }
-
-}  // namespace vqdb::expr
+}  // namespace vqdb::expr::records

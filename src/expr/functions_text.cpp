@@ -4,17 +4,15 @@
 #include <limits>
 #include <optional>
 
-#include "expr/function.h"
+#include "expr/functions.h"
 #include "expr/padding.h"
 
-namespace vqdb::expr {
+namespace vqdb::expr::text {
 
 namespace {
 
 // The longest text that a function makes up by itself.
 constexpr std::int32_t kLongestMade = 254;
-
-// ---- Rules: the most that a text can be long, 0 when only a run knows
 
 std::optional<std::int32_t> literal(const Value& value) {
   if (!value.is_number_literal()) return std::nullopt;
@@ -25,6 +23,10 @@ std::int32_t bounded(std::int64_t length) {
   return static_cast<std::int32_t>(
       std::clamp<std::int64_t>(length, 0, std::numeric_limits<std::int32_t>::max()));
 }
+
+}  // namespace
+
+// ---- Rules: the most that a text can be long, 0 when only a run knows
 
 // As many characters as the count says, whether or not the text has them. A count that is no
 // literal leaves the length open up to the text's own.
@@ -86,6 +88,8 @@ Result pad_rule(const VqBlock&, Arguments arguments, Value& result) {
 
 // ---- Handlers
 
+namespace {
+
 // A count or width as a size; nothing below 0.
 std::size_t size_argument(const Run& run, const Value& value) {
   return static_cast<std::size_t>(std::max(run.integer(value), 0));
@@ -99,6 +103,8 @@ std::string_view without_trailing_blanks(std::string_view text) {
   return text.substr(0, text.find_last_not_of(' ') + 1);
 }
 
+}  // namespace
+
 template <char (*change)(char)>
 Result change_letters(Run& run, Arguments arguments, Value& result) {
   const std::string_view text = run.text(arguments[0]);
@@ -107,6 +113,9 @@ Result change_letters(Run& run, Arguments arguments, Value& result) {
   std::ranges::transform(text, place, change);
   return Result::ok;
 }
+
+template Result change_letters<to_lower>(Run&, Arguments, Value&);
+template Result change_letters<to_upper>(Run&, Arguments, Value&);
 
 Result proper(Run& run, Arguments arguments, Value& result) {
   const std::string_view text = run.text(arguments[0]);
@@ -171,6 +180,8 @@ Result alltrim(Run& run, Arguments arguments, Value& result) {
   return Result::ok;
 }
 
+namespace {
+
 // Makes a text of copies of another, cut at the longest.
 Result repeat(Run& run, std::string_view text, std::size_t times, Value& result) {
   constexpr std::size_t kLongest = kLongestMade;
@@ -182,6 +193,8 @@ Result repeat(Run& run, std::string_view text, std::size_t times, Value& result)
   for (std::size_t i = 0; i < length; ++i) place[i] = text[i % text.size()];
   return Result::ok;
 }
+
+}  // namespace
 
 Result replicate(Run& run, Arguments arguments, Value& result) {
   return repeat(run, run.text(arguments[0]), size_argument(run, arguments[1]), result);
@@ -220,32 +233,8 @@ Result pad_to(Run& run, Arguments arguments, Value& result) {
   return Result::ok;
 }
 
-constexpr TypeSet C = kCharacter;
-constexpr TypeSet M = kCharacterOrMemo;
-constexpr TypeSet N = kNumber;
+template Result pad_to<Side::left>(Run&, Arguments, Value&);
+template Result pad_to<Side::right>(Run&, Arguments, Value&);
+template Result pad_to<Side::both>(Run&, Arguments, Value&);
 
-constexpr Function kFunctions[] = {
-    {Token::alltrim, 1, 1, {C}, rule::text_like_first, alltrim},
-    {Token::chrtran, 3, 3, {C, C, C}, rule::text_like_first, chrtran},
-    {Token::left, 2, 2, {M, kNumericOnly}, end_piece_rule, left},
-    {Token::lower, 1, 1, {C}, rule::text_like_first, change_letters<to_lower>},
-    {Token::ltrim, 1, 1, {C}, rule::text_like_first, ltrim},
-    {Token::padc, 2, 3, {C, N, C}, pad_rule, pad_to<Side::both>},
-    {Token::padl, 2, 3, {C, N, C}, pad_rule, pad_to<Side::left>},
-    {Token::padr, 2, 3, {C, N, C}, pad_rule, pad_to<Side::right>},
-    {Token::proper, 1, 1, {C}, rule::text_like_first, proper},
-    {Token::replicate, 2, 2, {M, kNumericOnly}, replicate_rule, replicate},
-    {Token::right, 2, 2, {M, kNumericOnly}, end_piece_rule, right},
-    {Token::rtrim, 1, 1, {C}, rule::text_like_first, rtrim},
-    {Token::space, 1, 1, {N}, space_rule, space},
-    {Token::stuff, 4, 4, {C, N, N, C}, stuff_rule, stuff},
-    {Token::substr, 2, 3, {M, N, N}, substr_rule, substr},
-    {Token::trim, 1, 1, {C}, rule::text_like_first, rtrim},
-    {Token::upper, 1, 1, {C}, rule::text_like_first, change_letters<to_upper>},
-};
-
-}  // namespace
-
-std::span<const Function> text_functions() { return kFunctions; }
-
-}  // namespace vqdb::expr
+}  // namespace vqdb::expr::text

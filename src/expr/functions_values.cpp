@@ -4,34 +4,12 @@
 
 #include "convert/decimal.h"
 #include "convert/numbers.h"
-#include "expr/function.h"
+#include "expr/functions.h"
 #include "expr/soundex.h"
 
-namespace vqdb::expr {
-
-namespace {
+namespace vqdb::expr::values {
 
 // ---- Rules
-
-Result length_rule(const VqBlock&, Arguments, Value& result) {
-  result.shape_number(5);
-  return Result::ok;
-}
-
-Result code_rule(const VqBlock&, Arguments, Value& result) {
-  result.shape_number(4);
-  return Result::ok;
-}
-
-Result character_rule(const VqBlock&, Arguments, Value& result) {
-  result.shape_text(1);
-  return Result::ok;
-}
-
-Result soundex_rule(const VqBlock&, Arguments, Value& result) {
-  result.shape_text(kSoundexLength);
-  return Result::ok;
-}
 
 // The digits of the text may all stand before its point, or all behind it.
 Result val_rule(const VqBlock&, Arguments arguments, Value& result) {
@@ -40,8 +18,12 @@ Result val_rule(const VqBlock&, Arguments arguments, Value& result) {
   return Result::ok;
 }
 
+namespace {
+
 constexpr std::int32_t kDefaultWidth = 10;
 constexpr std::int32_t kLongestWidth = 254;
+
+}  // namespace
 
 // Width and decimals are part of the type, so they have to be known before any record is.
 Result str_rule(const VqBlock&, Arguments arguments, Value& result) {
@@ -106,7 +88,11 @@ Result soundex_of(Run& run, Arguments arguments, Value& result) {
   return run.copy_text(result, {code.data(), code.size()});
 }
 
+namespace {
+
 bool is_blank(std::string_view text) { return std::ranges::all_of(text, is_space); }
+
+}  // namespace
 
 Result empty(Run& run, Arguments arguments, Value& result) {
   const Value& value = arguments[0];
@@ -158,6 +144,10 @@ Result first_is(Run& run, Arguments arguments, Value& result) {
   return Result::ok;
 }
 
+template Result first_is<is_letter>(Run&, Arguments, Value&);
+template Result first_is<is_lower>(Run&, Arguments, Value&);
+template Result first_is<is_upper>(Run&, Arguments, Value&);
+
 Result len(Run& run, Arguments arguments, Value& result) {
   result.set_number(static_cast<double>(run.text(arguments[0]).size()));
   return Result::ok;
@@ -183,27 +173,4 @@ Result val(Run& run, Arguments arguments, Value& result) {
   return Result::ok;
 }
 
-constexpr TypeSet C = kCharacter;
-constexpr TypeSet N = kNumber;
-
-constexpr Function kFunctions[] = {
-    {Token::asc, 1, 1, {C}, code_rule, asc},
-    {Token::at, 2, 2, {kCharacterOrMemo, C}, length_rule, at},
-    {Token::chr, 1, 1, {N}, character_rule, chr},
-    {Token::difference, 2, 2, {C, C}, code_rule, difference_of},
-    {Token::empty, 1, 1, {kAny | kCharacterOrMemo}, rule::logical, empty},
-    {Token::iif, 3, 3, {kLogical, kAny, kAny}, iif_rule, iif},
-    {Token::isalpha, 1, 1, {C}, rule::logical, first_is<is_letter>},
-    {Token::islower, 1, 1, {C}, rule::logical, first_is<is_lower>},
-    {Token::isupper, 1, 1, {C}, rule::logical, first_is<is_upper>},
-    {Token::len, 1, 1, {kCharacterOrMemo}, length_rule, len},
-    {Token::soundex, 1, 1, {C}, soundex_rule, soundex_of},
-    {Token::str, 1, 3, {N, N, N}, str_rule, str},
-    {Token::val, 1, 1, {C}, val_rule, val},
-};
-
-}  // namespace
-
-std::span<const Function> value_functions() { return kFunctions; }
-
-}  // namespace vqdb::expr
+}  // namespace vqdb::expr::values

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "convert/numbers.h"
+#include "expr/function.h"
 #include "expr/operand.h"
 #include "frame/bytes.h"
 
@@ -139,7 +140,7 @@ Result Lexer::take_name() {
   if (const Result result = scan_name(name); !ok(result)) return result;
   skip_blanks();
   if (rest_.starts_with('(')) {
-    const auto function = find_function_name(name, extended_);
+    const auto function = find_function(name, extended_);
     if (!function) return fail(block_, Result::unknown_function, kWord.detail(0));
     negate_ = false;
     push(*function);

@@ -64,14 +64,16 @@ Handler always(Type, Type) {
 }
 
 template <Token token>
-constexpr Operator kComparison = {token, 2, &kCompared, truth_rule, comparison_handler<token>};
+constexpr Operator kComparison = {token, 5, 2, &kCompared, truth_rule, comparison_handler<token>};
 
-constexpr Operator kOperators[] = {
-    {Token::plus, 2, &kSum, sum_rule, sum_handler},
-    {Token::minus, 2, &kDifference, sum_rule, difference_handler},
-    {Token::multiply, 2, &kProduct, product_rule, always<multiply>},
-    {Token::divide, 2, &kProduct, product_rule, always<divide>},
-    {Token::power, 2, &kProduct, product_rule, always<raise>},
+// .OR. binds tighter than $, and that tighter than .AND.; .NOT. binds so loosely that it reaches to
+// the next comma or closing parenthesis.
+constexpr Operator kTable[] = {
+    {Token::plus, 4, 2, &kSum, sum_rule, sum_handler},
+    {Token::minus, 4, 2, &kDifference, sum_rule, difference_handler},
+    {Token::multiply, 3, 2, &kProduct, product_rule, always<multiply>},
+    {Token::divide, 3, 2, &kProduct, product_rule, always<divide>},
+    {Token::power, 2, 2, &kProduct, product_rule, always<raise>},
     kComparison<Token::less>,
     kComparison<Token::less_or_equal>,
     kComparison<Token::greater>,
@@ -79,11 +81,19 @@ constexpr Operator kOperators[] = {
     kComparison<Token::equal>,
     kComparison<Token::exactly_equal>,
     kComparison<Token::not_equal>,
-    {Token::contained, 2, &kContained, truth_rule, always<is_contained>},
-    {Token::logical_and, 2, &kLogicals, truth_rule, always<both>},
-    {Token::logical_or, 2, &kLogicals, truth_rule, always<either>},
-    {Token::logical_not, 1, &kLogicals, truth_rule, always<negation>},
+    {Token::contained, 7, 2, &kContained, truth_rule, always<is_contained>},
+    {Token::logical_and, 8, 2, &kLogicals, truth_rule, always<both>},
+    {Token::logical_or, 6, 2, &kLogicals, truth_rule, always<either>},
+    {Token::logical_not, 80, 1, &kLogicals, truth_rule, always<negation>},
 };
+
+constexpr bool tokens_are_positions() {
+  for (std::size_t i = 0; i < std::size(kTable); ++i) {
+    if (number_of(kTable[i].token) != number_of(Token::plus) + static_cast<int>(i)) return false;
+  }
+  return std::size(kTable) == number_of(Token::logical_not);
+}
+static_assert(tokens_are_positions());
 
 }  // namespace
 
@@ -93,7 +103,7 @@ Type Operator::result_type(Type left, Type right) const {
 }
 
 const Operator& operator_of(Token token) {
-  return kOperators[number_of(token) - number_of(Token::plus)];
+  return kTable[number_of(token) - number_of(Token::plus)];
 }
 
 }  // namespace vqdb::expr

@@ -1,5 +1,5 @@
-// The operators: a constant row for each, with the types it admits, the rule for the size of its
-// result, and the handler for operands of each kind.
+// The operators: a constant row for each, with its precedence, the types it admits, the rule for
+// the size of its result, and the handler for operands of each kind.
 #ifndef VQDBSYS_EXPR_OPERATORS_H_
 #define VQDBSYS_EXPR_OPERATORS_H_
 
@@ -18,7 +18,8 @@ using TypeTable = std::array<std::array<Type, 5>, 5>;
 
 struct Operator {
   Token token;
-  std::uint8_t operands;  // 2; 1 is both the left and the right one
+  std::uint8_t precedence;  // a smaller number binds tighter
+  std::uint8_t operands;    // 2; 1 is both the left and the right one
   const TypeTable* types;
   // Completes the result, whose type is set already.
   void (*rule)(Arguments operands, Value& result);

@@ -1,5 +1,7 @@
 #include "expr/postfix.h"
 
+#include "expr/operators.h"
+
 namespace vqdb::expr {
 
 namespace {
@@ -44,7 +46,8 @@ class Orderer {
   static bool goes_before(Token waiting, Token incoming) {
     if (waiting == Token::open_parenthesis || incoming == Token::open_parenthesis) return false;
     if (is_function(waiting)) return true;
-    return !is_function(incoming) && precedence_of(incoming) >= precedence_of(waiting);
+    return !is_function(incoming) &&
+           operator_of(incoming).precedence >= operator_of(waiting).precedence;
   }
 
   Token top() const { return stack_[waiting_ - 1].lexeme->token; }

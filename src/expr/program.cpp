@@ -64,10 +64,8 @@ class Assembler {
   }
 
   Refusal call(Token token) {
-    const Function* function = is_function(token) ? find_function(token) : nullptr;
-    if (is_function(token) && function == nullptr) return {Result::no_handler, kEvaluate.detail(1)};
-    const Result result =
-        function != nullptr ? call_function(*function) : call_operator(operator_of(token));
+    const Result result = is_function(token) ? call_function(token, function_of(token))
+                                             : call_operator(operator_of(token));
     if (ok(result)) return {};
     return {result, kTokenDetails + number_of(token)};
   }
@@ -88,7 +86,7 @@ class Assembler {
 
   // The arguments are the topmost values, down to the mark: too few are refused before wrong
   // types, and those before too many.
-  Result call_function(const Function& row) {
+  Result call_function(Token token, const Function& row) {
     std::size_t given = 0;
     while (given < depth_ && stack_[depth_ - given - 1].value != nullptr) ++given;
     if (given < row.min_arguments) return Result::too_few;
@@ -97,7 +95,7 @@ class Assembler {
     for (std::size_t i = 0; i < taken; ++i) {
       if (!arguments[i].value->is(row.arguments[i])) return Result::argument_type;
     }
-    Call& call = lay(row.token, row.run, arguments, taken);
+    Call& call = lay(token, row.run, arguments, taken);
     const Result result =
         row.rule(block_, Arguments(call.arguments, call.argument_count), *call.result);
     if (!ok(result)) return result;

@@ -1,5 +1,5 @@
-// The words of the expression language: operators and functions by token number, with the names
-// that texts call them by, and the precedence of each operator.
+// The words of the expression language by their token numbers: the operators here, the functions in
+// a table of their own, function.h.
 #ifndef VQDBSYS_EXPR_TOKENS_H_
 #define VQDBSYS_EXPR_TOKENS_H_
 
@@ -31,98 +31,13 @@ enum class Token : std::uint8_t {
   open_parenthesis,
   close_parenthesis,
   comma,
-  abs,
-  acos,
-  asc,
-  asin,
-  at,
-  atan,
-  atn2,
-  cdow,
-  ceiling,
-  chr,
-  cmonth,
-  cos,
-  ctod,
-  date,
-  day,
-  deleted,
-  difference,
-  dmy,
-  dow,
-  dtoc,
-  dtor,
-  dtos,
-  exp,
-  field,
-  file,
-  floor,
-  fv,
-  iif,
-  integer,
-  isalpha,
-  islower,
-  isupper,
-  left,
-  len,
-  log,
-  log10,
-  lower,
-  ltrim,
-  max,
-  mdy,
-  min,
-  mod,
-  month,
-  payment,
-  pi,
-  pv,
-  rand,
-  reccount,
-  recno,
-  recsize,
-  replicate,
-  right,
-  round,
-  rtod,
-  rtrim,
-  sign,
-  sin,
-  soundex,
-  space,
-  sqrt,
-  str,
-  stuff,
-  substr,
-  tan,
-  time,
-  trim,
-  upper,
-  val,
-  year,
-  alltrim,  // from here on with the extended syntax only
-  chrtran,
-  empty,
-  proper,
-  padc,
-  padl,
-  padr,
 };
 
-inline constexpr std::size_t kTokens = 96;
-inline constexpr Token kFirstFunction = Token::abs;
-inline constexpr Token kFirstExtendedFunction = Token::alltrim;
+// Functions have no names here, only the numbers of their rows.
+inline constexpr Token kFirstFunction{20};
 
 constexpr int number_of(Token token) { return static_cast<int>(token); }
 constexpr bool is_function(Token token) { return token >= kFirstFunction; }
-
-std::string_view name_of(Token token);
-
-// A smaller number binds tighter. REQUIRES an operator.
-int precedence_of(Token token);
-
-// The function of this name, any case.
-std::optional<Token> find_function_name(std::string_view name, bool extended_syntax);
 
 // The operator that the text begins with, by symbol or word, and how many bytes it takes there.
 struct SpelledOperator {

@@ -322,6 +322,18 @@ TEST(TextFunctions, take_what_counts_ask_for) {
   EXPECT_EQ(std::string(1, '\0'), bound.evaluate("CHR(0)").bytes);
 }
 
+TEST(TextFunctions, soundex_hears_every_letter) {
+  BoundTable bound;
+  const std::string digits = "01230120022455012623010202";  // of A to Z
+  for (std::size_t i = 0; i < digits.size(); ++i) {
+    const std::string letter(1, static_cast<char>('A' + i));
+    const std::string lower(1, static_cast<char>('a' + i));
+    const std::string code = digits[i] == '0' ? "000" : digits.substr(i, 1) + "00";
+    EXPECT_EQ("C4 [A" + code + "]", bound.describe("SOUNDEX('A" + letter + "')"));
+    EXPECT_EQ("C4 [" + letter + code + "]", bound.describe("SOUNDEX('" + lower + lower + "')"));
+  }
+}
+
 TEST(TextFunctions, exported_ones_trim_and_pad) {
   char out[64];
   EXPECT_EQ(out, lib.fLTRIM(" \t\r\nAB ", out));

@@ -88,6 +88,8 @@ TEST(ExpressionOperators, compare_values) {
       {"1", "2", false, "TTFFFTF"},
       {"0.1+0.2", "0.3", false, "FFTTFTF"},  // doubles, to the last bit
       {"2", "2.0", false, "FTFTTFT"},
+      {"10**400", "10**400", false, "FTFTTFT"},  // infinity has an equal
+      {"-1*10**400", "10**400", false, "TTFFFTF"},
       {"DUE", "{01/03/95}", false, "TTFFFTF"},
       {"DUE", "{01/02/95}", false, "FTFTTFT"},
       {"PAID", "{}", false, "FTFTTFT"},
