@@ -66,6 +66,77 @@ extern "C" {
 #define VQ_E_LOCK_REFUSED (-40)     /* the system refused the lock request */
 #define VQ_E_CANCELLED (-41)        /* the progress callback cancelled the work */
 
+/* ---- Dialects, kinds and options ------------------------------------------------------------- */
+
+/* The dialect of a database block (DBinit). */
+#define VQ_DIALECT_DBASE3 1      /* dBASE III memo files, NDX indexes */
+#define VQ_DIALECT_DBASE4 2      /* dBASE IV memo files, MDX indexes */
+#define VQ_DIALECT_DBASE5 4      /* the same, with up to 1024 fields and field types B and G */
+#define VQ_DIALECT_DBASE 7       /* all of them */
+#define VQ_DIALECT_FOXPRO 8      /* FoxPro tables, without memo files */
+#define VQ_DIALECT_FOXBASE 32776 /* FoxPro tables, dBASE III memo files */
+#define VQ_DIALECT_CLIPPER 16    /* dBASE III tables and memo files, the FIELD-> prefix */
+
+/* Run-time flags of a database block; they add up. */
+#define VQ_FLAG_FIELDS_ONLY 1  /* records of the host lack the deletion flag */
+#define VQ_FLAG_CACHED_READS 2 /* reads in mode 2 are served from the buffers */
+#define VQ_FLAG_DURABLE 4      /* flush and close wait until the device has the data */
+
+/* Modes of opening; they add up. The last three are for DBopen and DBuse alone. */
+#define VQ_OPEN_EXCLUSIVE 0
+#define VQ_OPEN_READ_ONLY 1
+#define VQ_OPEN_SHARED 2
+#define VQ_OPEN_SHARED_CACHED 4
+#define VQ_OPEN_NO_INDEX_LIST 32  /* the index list is not written */
+#define VQ_OPEN_NO_MEMO_CREATE 64 /* a missing memo file is not made: the open fails */
+#define VQ_OPEN_WITHOUT_MEMO 192  /* nor does the open fail without it */
+
+/* How DBopen is given its specifications. */
+#define VQ_SPECS_ARRAY 1
+#define VQ_SPECS_CHAIN 2
+
+/* Kinds of the members of a database, and of index specifications. */
+#define VQ_KIND_TABLE 1
+#define VQ_KIND_DBASE4_MEMO 2
+#define VQ_KIND_DBASE3_MEMO 4
+#define VQ_KIND_FOXPRO_MEMO 8
+#define VQ_KIND_MDX 16
+#define VQ_KIND_TAG 32 /* of an MDX file */
+#define VQ_KIND_NDX 64
+#define VQ_KIND_NDX3 128
+#define VQ_KIND_FOXIDX 256
+#define VQ_KIND_FOXCDX 512
+#define VQ_KIND_FOXCDX_TAG 768
+#define VQ_KIND_CLIPNTX 1024
+
+/* Options of index builds; they add up. */
+#define VQ_BUILD_UNIQUE 1
+#define VQ_BUILD_NDX3 2       /* dNindex: the dBASE III form */
+#define VQ_BUILD_DESCENDING 2 /* tags: from the highest key down */
+
+/* Flags that an index tells of itself; they add up. */
+#define VQ_INDEX_DESCENDING 8
+#define VQ_INDEX_UNIQUE 4096
+
+/* What an expression delivers (dErun); VQ_RUN_KEY and one of the others add up. */
+#define VQ_RUN_VALUE 0
+#define VQ_RUN_KEY 0x01
+#define VQ_RUN_PACKED_KEY 0x10   /* numbers as packed decimals */
+#define VQ_RUN_ORDERED_KEY 0x100 /* numbers as doubles whose bytes sort */
+#define VQ_RUN_TEXT_KEY 0x400    /* numbers and dates as texts */
+
+/* Forms of keys in the conversions. */
+#define VQ_KEY_PACKED 0
+#define VQ_KEY_DOUBLE 1
+#define VQ_KEY_ORDERED 4
+#define VQ_KEY_TEXT 8
+
+/* Memo files. */
+#define VQ_MEMO_BLOCK_UNIT 512       /* bytes that memo_block_setting counts in */
+#define VQ_MEMO_MAX_BLOCK_SETTING 32 /* of memo_block_setting; the least is 1 */
+#define VQ_MEMO_REFERENCE_BYTES 10   /* of a memo field */
+#define VQ_MEMO_TYPE_TEXT 1
+
 /* ---- Records shared with the host ------------------------------------------------------------ */
 
 /* Progress of long work: units done and in all. A non-zero answer cancels: the operation returns
@@ -77,11 +148,10 @@ typedef int32_t(VQ_CALL* VqProgress)(void* context, uint32_t done, uint32_t tota
 /* The database block: owned by the host, prepared by DBinit, and kept alive while any handle
  * opened with it is open. 527 bytes. */
 typedef struct VqBlock {
-  uint32_t kind;                /*   0 dialect: 1, 2, 4, 7, 8, 32776 or 16 */
+  uint32_t kind;                /*   0 VQ_DIALECT_* */
   int32_t detail;               /*   4 detail code of the last failure */
   int32_t result;               /*   8 result of a failed call that returns a handle */
-  uint16_t runtime_flags;       /*  12 1: caller records lack the flag byte; 2: shared reads
-                                        are served from the cache */
+  uint16_t runtime_flags;       /*  12 VQ_FLAG_* */
   uint32_t memo_block_setting;  /*  14 block size of new dBASE IV memo files / 512, 1..32 */
   uint32_t page_count_setting;  /*  18 workspace of the external sort in units of 16384 bytes */
   int32_t record_number;        /*  22 number of the record last appended, -1 meanwhile */
@@ -116,7 +186,7 @@ typedef struct VqDatabase VqDatabase;
 
 /* A copy of one member of a database's index group, as GRPmember hands it out. */
 typedef struct VqMember {
-  uint32_t kind;        /* 1 table; 2, 4, 8 memo; 16 MDX, 32 tag, 64 NDX, 128 NDX3, 256.. */
+  uint32_t kind;        /* VQ_KIND_* */
   void* handle;         /* table, memo or index handle */
   const char* name;     /* file name */
   const char* tag;      /* tags only */
@@ -132,7 +202,7 @@ typedef struct VqMember {
 #pragma pack(pop)
 
 typedef struct VqIndexSpec {
-  uint32_t kind; /* 16 MDX, 64 NDX, 128 NDX3, 256 FOXIDX, 512 FOXCDX, 1024 CLIPNTX */
+  uint32_t kind; /* VQ_KIND_MDX, VQ_KIND_NDX, VQ_KIND_NDX3, ... */
   const char* name;
   int32_t parameter; /* page buffers */
   struct VqIndexSpec* next;
@@ -154,10 +224,10 @@ typedef struct VqIndexSpec {
  * wait in the buffers for dDflush or dDclose; in shared modes they are written at once. An
  * exclusive or read-only table, or a shared one without bit 2, has at least one buffer.
  *
- * Details of the buffers, from any operation on records: 10061 (-17) a changed block that makes
- * room could not be written, 10062 (-17) nor one that is read again, 10063 (-17) reading failed,
- * 10064
- * (-17) the file lacks a record that its header counts.
+ * Details of the buffers, from any operation on records:
+ *   10061 -17 a changed block that makes room could not be written
+ *   10062 -17 nor one that is read again
+ *   10063 -17 reading failed             10064 -17 the file lacks a record that its header counts
  */
 
 /* Creates a table with `count` fields and no records, over any file of that name. `fields` holds
@@ -221,9 +291,10 @@ int32_t VQ_CALL dDgetrec(VqTable* table, uint32_t recno, void* record);
 int32_t VQ_CALL dDapprec(VqTable* table, const void* record);
 
 /* Overwrites a record. With run-time flag 1 this makes it live. In shared modes a record that
- * somebody else has locked is refused (-37, 10453); -36, 10454 when the system cannot tell.
- * 463 (-16) read-only, 464 (-4) number below 1, 465 (-4) beyond the last record, 466 (-14) no
- * memory, 467 (-17) not written. */
+ * somebody else has locked is refused.
+ *   463 -16 read-only            464 -4  number below 1     465 -4  beyond the last record
+ *   466 -14 no memory            467 -17 not written
+ *   10453 -37 locked by somebody else                       10454 -36 the system cannot tell */
 int32_t VQ_CALL dDupdrec(VqTable* table, uint32_t recno, const void* record);
 /* Set and clear the deletion flag of a record; results as for dDupdrec. */
 int32_t VQ_CALL dDdelrec(VqTable* table, uint32_t recno);
@@ -256,12 +327,14 @@ int32_t VQ_CALL dDcopy(VqBlock* block, const char* from, const char* to);
 int32_t VQ_CALL dDcmpstr(VqBlock* block, const char* first, const char* second);
 /* Appends the records of `source` to `target`, whose date stays; or makes `target` a copy of
  * `source` when there is none. A failure leaves `target` as it was. Progress in pieces of 16384
- * bytes. 341 source not opened    342 -14 no memory       343 target not opened   344 -17 not a
- * header 345 target not created   346, 347 not opened again                       348, 349 -17 no
- * header 350 -20 the target would reach the locked bytes, -17 it lacks records    351 -9 record
- * lengths 352 end mark of the target not restored  353 -17 count not written       357 -17 not
- * written 358 -3 source shorter than its header says, -17 not read                 else as dDcmpstr
- */
+ * bytes.
+ *   341     source not opened     342 -14 no memory             343     target not opened
+ *   344 -17 not a header          345     target not created    346, 347 not opened again
+ *   348, 349 -17 no header        350 -20 the target would reach the locked bytes, -17 it lacks
+ *                                         records
+ *   351 -9  record lengths        352     end mark of the target not restored
+ *   353 -17 count not written     357 -17 not written
+ *   358 -3  source shorter than its header says, -17 not read; else as for dDcmpstr */
 int32_t VQ_CALL dDcat(VqBlock* block, const char* target, const char* source);
 /* Replaces a table, in one step, by a copy without the records whose flag byte is not a blank. The
  * production index flag is cleared, since record numbers change. Needs room for the copy in the
@@ -278,11 +351,13 @@ int32_t VQ_CALL dDpack(VqBlock* block, const char* name);
  * The target appears, or takes the place of an older one, only when it is complete. Works in
  * page_count_setting * 16384 bytes of memory and merges count_setting runs at once; the runs are
  * files in the temporary directory. Memo texts stay where they are: the target holds the same
- * references. Progress: every record twice. Details: 440 (null block), 441 (a text missing or
- * empty, source and target the same, a key that is none; -11), 442 (no such field -4, a field
- * without order -11), 443 (the temporary file cannot be made or put in place), 10071 (cancelled),
- * 10261, 10263, 10264 (temporary files), 10262, 10272 (no memory), those of dDopen, dDcreat and
- * dDapprec. */
+ * references. Progress: every record twice.
+ *   440 null block
+ *   441 -11 a text missing or empty, source and target the same, a key that is none
+ *   442 -4  no such field, -11 a field without order
+ *   443     the temporary file cannot be made or put in place
+ *   10071 -41 cancelled                     10261, 10263, 10264 -17 temporary files
+ *   10262, 10272 -14 no memory; else as for dDopen, dDcreat and dDapprec */
 int32_t VQ_CALL dDsort(VqBlock* block, const char* source, const char* target, const char* keys);
 /* Clears the production index flag of a table. 101 (-17) short file, 102 (-3) no table, 104 (-17)
  * not written. */
@@ -295,13 +370,16 @@ int32_t VQ_CALL dDapart(VqBlock* block, const char* name);
  * handle holds already changes nothing. Closing the table releases all its locks.
  */
 
-/* The whole file: nobody else can lock it, lock a record or append. 482 (-13), 483 (-38) somebody
- * else has it or appends, 484 (-37) somebody else has a record, 485 (-40) system, 486 (-14). */
+/* The whole file: nobody else can lock it, lock a record or append.
+ *   482 -13 scheme without locks    483 -38 somebody else has it or appends
+ *   484 -37 somebody else has a record      485 -40 system           486 -14 no memory */
 int32_t VQ_CALL dDlkfil(VqTable* table);
 /* 492 (-13), 493 (-35) not held, 494 (-39) system. */
 int32_t VQ_CALL dDulkfil(VqTable* table);
-/* One record. 502 (-4) number that no lock can name, 503 (-13), 504 (-37) somebody else has it, 505
- * (-38) somebody else has the file, 506 (-14) no memory, 507 (-40) system. */
+/* One record.
+ *   502 -4  number that no lock can name    503 -13 scheme without locks
+ *   504 -37 somebody else has it            505 -38 somebody else has the file
+ *   506 -14 no memory                       507 -40 system */
 int32_t VQ_CALL dDlkrec(VqTable* table, uint32_t recno);
 /* Results as for dDulkfil. */
 int32_t VQ_CALL dDulkrec(VqTable* table, uint32_t recno);
@@ -327,8 +405,7 @@ int32_t VQ_CALL dDlkrsta(VqTable* table, uint32_t recno);
 /* Who holds the file, in the same way. */
 int32_t VQ_CALL dDlkfsta(VqTable* table);
 
-/* ---- dU: conversions, calendar and settings ----------------------------------------------------
- */
+/* ---- dU: conversions, calendar and settings -------------------------------------------------- */
 
 /* Writes a file name as the library takes it into out (128 bytes) and returns out: up to the first
  * `;`, with "." and the extension when it has none, in capitals. Longer than 127 characters: an
@@ -419,12 +496,13 @@ int32_t VQ_CALL dUtmpdir(VqBlock* block, const char* directory);
  * 10071), which leaves every file as it was. The function must not use the handles of that work. */
 VqBlock* VQ_CALL dUsetprog(VqBlock* block, VqProgress function, void* context);
 
-/* ---- dE: expressions ---------------------------------------------------------------------------
- */
+/* ---- dE: expressions ------------------------------------------------------------------------- */
 
-/* What a token of an expression is refused for has detail 5000 + the token's number: operators 1 +
- * 2 - 3 * 4 / 5 ** 6 < 7 <= 8 > 9 >= 10 = 11 == 12 <> 13 $ 14 .AND. 15 .OR. 16 .NOT., functions 20
- * ABS to 95 PADR. docs/expressions.md has the language.
+/* What a token of an expression is refused for has detail 5000 + the token's number, functions 20
+ * ABS to 95 PADR and operators
+ *    1 +    2 -     3 *    4 /    5 **    6 <      7 <=    8 >
+ *    9 >=  10 =    11 ==  12 <>  13 $    14 .AND. 15 .OR. 16 .NOT.
+ * docs/expressions.md has the language.
  *   500n -25 operand types refused, or operands missing
  *   50nn -27 argument of the wrong type, -28 too few arguments, -29 too many
  *   50nn -14 no memory for a text (while running)   5004 -31 division by zero (while running)
@@ -441,20 +519,25 @@ VqBlock* VQ_CALL dUsetprog(VqBlock* block, VqProgress function, void* context);
  *   6016 -24 "." that starts nothing    6020 -23 unknown function
  *   6022 -30 unbalanced parentheses     6033, 6034 -25 unknown name
  *   6042 -9  ")" before its "("         6007 -10 bad table handle
- *   -14: 6002 words, 6003 program, 6004 6006 run stack, 6005 check of types, 6031 6032 literals,
- *   6041 operators */
+ *   -14 no memory: 6002 words           6003 program           6004, 6006 run stack
+ *                  6005 check of types  6031, 6032 literals    6041 operators */
 int32_t VQ_CALL dEparse(VqBlock* block, const char* text, VqTable* table, VqExpr** out, char* type,
                         int32_t* length);
 /* Runs against a whole record, deletion flag included (null where no field is read), under the
- * settings of the block. Writes the value and its length in bytes. Options are a sum of bits.
- * Options 0: texts, dates (in the date format) and logical values ("T" or "F") as texts of at most
- * max bytes (below 1: 1000), with a zero byte behind them: max + 1 bytes in all; numbers as a
- * double of 8 bytes, whatever max says. 0x01 the key: texts filled with blanks to their greatest
- * length, up to max; a zero byte only where max leaves room; dates and numbers as 8-byte doubles.
- * And for keys: 0x10 or 0x20 numbers as packed decimals of 12 bytes; 0x100 or 0x200 doubles whose
- * bytes sort; 0x400 numbers as the field's text, dates as YYYYMMDD. 6061 -32 null handle: an empty
- * text; -10 bad handle 6062 -4  a field is read and there is no record 4021 -4  key of a date field
- * that holds no date */
+ * settings of the block. Writes the value and its length in bytes. Options, a sum of bits:
+ *   VQ_RUN_VALUE   texts, dates (in the date format) and logical values ("T" or "F") as texts of
+ *                  at most max bytes (below 1: 1000), with a zero byte behind them: max + 1 bytes
+ *                  in all; numbers as a double of 8 bytes, whatever max says
+ *   VQ_RUN_KEY     the key: texts filled with blanks to their greatest length, up to max; a zero
+ *                  byte only where max leaves room; dates and numbers as 8-byte doubles
+ *   and for keys:
+ *   VQ_RUN_PACKED_KEY (or 0x20)     numbers as packed decimals of 12 bytes
+ *   VQ_RUN_ORDERED_KEY (or 0x200)   numbers as doubles whose bytes sort
+ *   VQ_RUN_TEXT_KEY                 numbers as the field's text, dates as YYYYMMDD
+ * Details:
+ *   6061 -32 null handle: an empty text; -10 bad handle
+ *   6062 -4  a field is read and there is no record
+ *   4021 -4  key of a date field that holds no date */
 int32_t VQ_CALL dErun(VqBlock* block, VqExpr* expr, const void* record, uint32_t options,
                       int32_t max, void* buffer, int32_t* length);
 /* dEparse, dErun with options 0 and max 1000, and dEfree. Buffer: 1001 bytes. */
@@ -463,8 +546,7 @@ int32_t VQ_CALL dEeval(VqBlock* block, const char* text, VqTable* table, const v
 /* Any address but that of a live expression is refused, and left alone. Bad handle: 6061. */
 int32_t VQ_CALL dEfree(VqExpr* expr);
 
-/* ---- f: texts
- * ------------------------------------------------------------------------------------ */
+/* ---- f: texts -------------------------------------------------------------------------------- */
 
 /* White space is blank, tab, line feed, vertical tab, form feed and carriage return. The output has
  * room for the result and its zero byte. */
@@ -484,8 +566,7 @@ int32_t VQ_CALL fPADL(const char* text, int32_t width, const char* fill, char* o
 int32_t VQ_CALL fPADR(const char* text, int32_t width, const char* fill, char* out);
 int32_t VQ_CALL fPADC(const char* text, int32_t width, const char* fill, char* out);
 
-/* ---- dN: NDX files ------------------------------------------------------------------------------
- */
+/* ---- dN: NDX files --------------------------------------------------------------------------- */
 
 /* An NDX file holds the keys of one table with their record numbers, in order. Names get the
  * extension NDX. A key has dNkeylen bytes: text padded with blanks, or, for types N, F and D, a
@@ -499,25 +580,28 @@ int32_t VQ_CALL fPADC(const char* text, int32_t width, const char* fill, char* o
  * lets go; the lock's refusal and the system's failures are passed on with details 10431..10433,
  * 10191 and 10192 (VQ_E_IO).
  *
- * Every operation on keys can end in VQ_E_INDEX_PAGE when the file is damaged: 10171 10172 10175
- * 10211 10221 10245 pages and counts that cannot be, 10173 too many levels, 10174 10251 3174 3204
- * pages that lead in a circle, 10193 (VQ_E_FORMAT) a damaged header; in VQ_E_IO: 10241 10242 a page
- * cannot be read, 10243 written, 10231 the header cannot be written; in 10244 VQ_E_NO_MEMORY; and
- * in 10232 VQ_E_DISK_FULL, no page numbers left. A change that fails in mode 0 has not been made,
- * and keys that were flushed before are in the file whatever fails. A detail ending in 9: a null
- * argument (VQ_E_RANGE). */
+ * Every operation on keys can end in these:
+ *   10171 10172 10175 10211 10221 10245 -8  pages and counts that cannot be: a damaged file
+ *   10173 -8  too many levels
+ *   10174 10251 3174 3204 -8  pages that lead in a circle
+ *   10193 -3  damaged header                10232 -20 no page numbers left
+ *   10231 -17 header not written            10241 10242 -17 page not read
+ *   10243 -17 page not written              10244 -14 no memory
+ * A change that fails in mode 0 has not been made, and keys that were flushed before are in the
+ * file whatever fails. A detail ending in 9: a null argument (-4). */
 
 /* Makes an empty index, over an existing file. The format is a type letter C, N, F or D, for C the
  * key length 1..100 behind it, then U when the keys are unique; a leading 3 asks for the dBASE III
- * form. 3021: expression over 240 characters; 3022: key length (both VQ_E_RANGE); 3023: type
- * (VQ_E_NOT_ALLOWED); 3024: no memory; 3025: not created; 3026: not written (VQ_E_IO). On failure
- * there is no such file. */
+ * form. On failure there is no such file.
+ *   3021 -4  expression over 240 characters     3022 -4  key length       3023 -11 type
+ *   3024 -14 no memory                          3025     not created      3026 -17 not written */
 int32_t VQ_CALL dNcreat(VqBlock* block, const char* name, const char* expression,
                         const char* format);
 /* Opens an index for a table, whose lock scheme and block it uses, with at least 4 page buffers of
- * 512 bytes. Null on failure, with the result code in the block. 10421: not found; 10422: not
- * opened; 10183: header not read; 10184, 10185: no memory; 10186: no index that its header can be
- * true of (VQ_E_FORMAT); 3151: bad table handle. */
+ * 512 bytes. Null on failure, with the result code in the block.
+ *   10421 -5  not found          10422     not opened           3151 -10 bad table handle
+ *   10183 -17 header not read    10184, 10185 -14 no memory
+ *   10186 -3  no index that its header can be true of */
 VqIndex* VQ_CALL dNopen(VqTable* table, const char* name, uint32_t mode, int32_t buffers);
 /* Flushes and closes. The handle is gone whatever the result. 3231: not closed. */
 int32_t VQ_CALL dNclose(VqIndex* index);
@@ -586,26 +670,28 @@ int32_t VQ_CALL dNlkfsta(VqIndex* index);
 /* Makes an index with the keys of all records of the table, deleted ones too: a sorted stream
  * poured into full pages, in the workspace of the block's page-count setting. The expression gives
  * key type and length; texts of more than 100 characters, logical and memo values are refused as by
- * dNcreat. Options: 1 unique, which keeps the first record of each key; 2 the dBASE III form. Equal
- * keys run in the order of their records. The file takes its place in one step when it is complete;
- * whatever fails, an index that was there stays, and no temporary file is left. VQ_E_CANCELLED: see
- * dUsetprog. 3101: bad table handle; 3021..3023, 3025, 3026: as for dNcreat; 3103: the file cannot
- * take its place; 10272, 10262, 10282, 10292: no memory; 10261, 10263, 10264: temporary files;
- * 10283: not written; 10284, 10285: too large; and what dEparse, dErun and dDgetrec report. */
+ * dNcreat. Options: VQ_BUILD_UNIQUE, which keeps the first record of each key, and VQ_BUILD_NDX3.
+ * Equal keys run in the order of their records. The file takes its place in one step when it is
+ * complete; whatever fails, an index that was there stays, and no temporary file is left.
+ * VQ_E_CANCELLED: see dUsetprog.
+ *   3101 -10 bad table handle               3103     the file cannot take its place
+ *   3021..3023, 3025, 3026 as for dNcreat   10262, 10272, 10282, 10292 -14 no memory
+ *   10261, 10263, 10264 temporary files     10283 -17 not written     10284, 10285 too large
+ * and what dEparse, dErun and dDgetrec report. */
 int32_t VQ_CALL dNindex(VqTable* table, const char* name, const char* expression, uint32_t options);
 /* Makes an existing index again, in its form and with its expression, key type and length. No
- * handle may be open on it. 3181: bad table handle; 3182: the table is shared, and others would go
- * on with the old file (VQ_E_NOT_ALLOWED); 3183: the expression gives another key type
- * (VQ_E_MISMATCH); and as for dNopen and dNindex. */
+ * handle may be open on it.
+ *   3181 -10 bad table handle
+ *   3182 -11 the table is shared, and others would go on with the old file
+ *   3183 -9  the expression gives another key type; else as for dNopen and dNindex */
 int32_t VQ_CALL dNreindex(VqTable* table, const char* name);
 
-/* Copies an index file; the copy takes the place of `to` in one step when it is complete. 10421:
- * not found; 10422: not opened; 3012: the same file (VQ_E_NOT_ALLOWED); 3013: not created; 3014:
- * not read; 3015, 3016: not written (VQ_E_IO). */
+/* Copies an index file; the copy takes the place of `to` in one step when it is complete.
+ *   10421 -5  not found          10422     not opened           3012 -11 the same file
+ *   3013      not created        3014 -17 not read              3015, 3016 -17 not written */
 int32_t VQ_CALL dNcopy(VqBlock* block, const char* from, const char* to);
 
-/* ---- dT: memo files
- * ------------------------------------------------------------------------------ */
+/* ---- dT: memo files -------------------------------------------------------------------------- */
 
 /* A memo field holds a reference: 10 characters, the number of the memo's first block, blank or 0
  * for none. A function that writes a memo elsewhere rewrites the reference in place and, where
@@ -615,48 +701,58 @@ int32_t VQ_CALL dNcopy(VqBlock* block, const char* from, const char* to);
  * Names get the extension DBT, also in place of DBF. "notes;orders" is the memo file notes of the
  * table orders. Mode: 0 alone, 1 for reading only, 2 or 4 shared; in a shared mode every call holds
  * the lock of the memo file, and while somebody else does it is refused at once (VQ_E_FILE_LOCKED,
- * or VQ_E_LOCK_REFUSED). 10161: bad handle. 10162: null or empty reference (VQ_E_RANGE). 10163:
- * reference above every block number (VQ_E_IO). Writing through a handle of the other layout is
- * VQ_E_NOT_ALLOWED, through one opened for reading VQ_E_READ_ONLY, both with the detail ending
- * in 2. */
+ * or VQ_E_LOCK_REFUSED). Every change is handed to the system before the call returns; under
+ * VQ_FLAG_DURABLE, closing waits until the device has it as well.
+ *   10161 -10 bad handle                        10162 -4  null or empty reference
+ *   10163 -17 reference above every block number
+ * Writing through a handle of the other layout is VQ_E_NOT_ALLOWED, through one opened for reading
+ * VQ_E_READ_ONLY, both with the detail ending in 2. */
 
 /* dBASE IV layout: texts of any bytes, blocks of 512 to 16384 bytes, space used again. */
 
 /* Makes the memo file, over an existing one, in blocks of the block's memo block setting (1..32)
  * times 512 bytes, and marks its table, which must exist, with version byte 0x8B. On failure there
- * is no memo file. 2041: not created; 2042: not written; 2051, 2053: table not read, not written;
- * 2052: no table (VQ_E_FORMAT). */
+ * is no memo file.
+ *   2041     not created         2042 -17 not written           2052 -3  no table
+ *   2051 -17 table not read      2053 -17 table not written */
 int32_t VQ_CALL dTcreat(VqBlock* block, const char* name);
-/* Null on failure, with the result code in the block. 10421: not found; 10422: not opened; 2143: no
- * memory; 2144, 2145: not read; 2146: no dBASE IV memo file (VQ_E_FORMAT). */
+/* Null on failure, with the result code in the block.
+ *   10421 -5  not found          10422     not opened           2143 -14 no memory
+ *   2144, 2145 -17 not read      2146 -3  no dBASE IV memo file */
 VqMemo* VQ_CALL dTopen(VqBlock* block, const char* name, uint32_t mode);
-/* The handle is gone whatever the result, but for 2152: it is of the other layout. 2153: not
- * closed. */
+/* The handle is gone whatever the result, but for 2152 (-11): it is of the other layout. 2153
+ * (-17): not closed, or not brought to the device. */
 int32_t VQ_CALL dTclose(VqMemo* memo);
 /* Writes a new memo of `length` bytes (0 or more) and fills the reference, which must not name one
- * already (2101, VQ_E_NOT_ALLOWED). 2103: bad length. 2113..2123 for finding its blocks and
- * writing: 2114, 2116, 2118..2123 not read or written; 2115: no block numbers left
- * (VQ_E_DISK_FULL); 2117: the chain of free blocks is damaged (VQ_E_FORMAT). */
+ * already.
+ *   2101 -11 the reference names a memo         2103 -4  bad length
+ *   2114 -17 free blocks not read               2115 -20 no block numbers left
+ *   2117 -3  the chain of free blocks is damaged
+ *   2116, 2118..2123 -17 not written */
 int32_t VQ_CALL dTnewmm(VqMemo* memo, int32_t ignored, int32_t length, const void* data,
                         char* reference);
-/* Puts `length` bytes (1 or more) behind a memo; it moves when they do not fit in its blocks. 2003:
- * bad length, or longer than 2147483647 together; 2005..2010: not read or written; 10321, 10323:
- * moved, but the old blocks are not free; further details of dTnewmm and dTmemosz. */
+/* Puts `length` bytes (1 or more) behind a memo; it moves when they do not fit in its blocks.
+ *   2003 -4  bad length, or longer than 2147483647 together
+ *   2005..2010 -17 not read or written          10321, 10323 -17 moved, but the old blocks are
+ *                                               not free; else as for dTnewmm and dTmemosz
+ * In a shared mode, for every function here:
+ *   2161 -3, 2162, 2163 -17 the file's header cannot be read again */
 int32_t VQ_CALL dTaddmm(VqMemo* memo, int32_t length, const void* data, char* reference,
                         int32_t* moved);
 /* Replaces a memo by `length` bytes (1 or more); it moves unless the number of its blocks stays.
- * 2163: bad length; 2166: not written; further details as for dTaddmm. In a shared mode, for every
- * function: 2161..2163 (VQ_E_FORMAT, VQ_E_IO): the file's header cannot be read again. */
+ * 2163 (-4): bad length; 2166 (-17): not written; else as for dTaddmm. */
 int32_t VQ_CALL dTupdmm(VqMemo* memo, int32_t ignored, int32_t length, const void* data,
                         char* reference, int32_t* moved);
-/* Reads at most `max` bytes from `offset` on and puts a zero byte behind them, so the buffer needs
- * one more than it may receive. `length` gets the number of bytes read; `done`, which may be null,
- * 1 once the file's lock is held. 2062: other layout; 2063: bad offset, maximum or null; 2064:
- * offset at or behind the end of a text that is not empty; 2066: not read. */
+/* Reads at most `max` bytes from `offset` on and puts a zero byte behind them: the buffer has
+ * max + 1 bytes. `length` gets the number of bytes read; `done`, which may be null, 1 once the
+ * file's lock is held.
+ *   2062 -11 other layout        2063 -4  bad offset, maximum or null     2066 -17 not read
+ *   2064 -4  offset at or behind the end of a text that is not empty; else as for dTmemosz */
 int32_t VQ_CALL dTgetmm(VqMemo* memo, const char* reference, int32_t offset, int32_t max,
                         void* buffer, int32_t* length, int32_t* done);
-/* The length in bytes. 2082: other layout; 2083: not read, or behind the file; 2084: no memo at the
- * block (VQ_E_FORMAT); 2085: its length is damaged (VQ_E_FORMAT). */
+/* The length in bytes.
+ *   2082 -11 other layout                       2083 -17 not read, or behind the file
+ *   2084 -3  no memo at the block               2085 -3  its length is damaged */
 int32_t VQ_CALL dTmemosz(VqMemo* memo, const char* reference, int32_t* length);
 /* 1: text. For both layouts. */
 int32_t VQ_CALL dTmemotype(VqMemo* memo, const char* reference, int32_t* type);
@@ -675,9 +771,9 @@ int32_t VQ_CALL dTmemuse(VqBlock* block, const char* name);
  * before anyone reads a memo. A dBASE IV memo of more than 32768 bytes is not kept: its first 32768
  * bytes are repeated up to its length. Copy longer texts with dTgetmm and dTnewmm instead.
  *
- * VQ_E_NO_MEMORY without a detail, or 1234: no memory; 19876: the old file is in use; 19877: the
- * new one cannot take its place; VQ_E_CANCELLED: see dUsetprog; and the details of the calls that
- * it is made of. */
+ * VQ_E_CANCELLED: see dUsetprog. The details of the calls that it is made of, and
+ *   1234 -14 no memory; -14 without a detail as well
+ *   19876 -17 the old file is in use            19877 -17 the new one cannot take its place */
 int32_t VQ_CALL dToptimize(VqBlock* block, const char* name);
 
 /* dBASE III layout: texts without the bytes 0 and 0x1A, which end them, and blocks of 512 bytes.
@@ -687,13 +783,15 @@ int32_t VQ_CALL dToptimize(VqBlock* block, const char* name);
 int32_t VQ_CALL dTcreat3(VqBlock* block, const char* name);
 /* 2263: no memory; 2264: no memo file (VQ_E_FORMAT). */
 VqMemo* VQ_CALL dTopen3(VqBlock* block, const char* name, uint32_t mode);
-/* In mode 0 this is what stores the next free block. 2272: other layout; 2273: not closed; 2274:
- * next free block not stored. */
+/* In mode 0 this is what stores the next free block.
+ *   2272 -11 other layout        2273 -17 not closed, or not brought to the device
+ *   2274 -17 next free block not stored */
 int32_t VQ_CALL dTclose3(VqMemo* memo);
 /* These four do the same: they write the text, up to its zero byte, as a new memo and rewrite the
- * reference, whatever it was. `moved`, which may be null, is set to 1. 2282: other layout, or
- * opened for reading; 2283: null or empty text; 2284: next free block not read, or damaged
- * (VQ_E_FORMAT), or no block numbers left (VQ_E_DISK_FULL); 2285..2287: not written. */
+ * reference, whatever it was. `moved`, which may be null, is set to 1.
+ *   2282 -11 other layout, -16 opened for reading           2283 -4  null or empty text
+ *   2284 -17 next free block not read, -3 damaged, -20 no block numbers left
+ *   2285..2287 -17 not written */
 int32_t VQ_CALL dTnewmm3(VqMemo* memo, int32_t ignored, int32_t ignored2, const char* text,
                          char* reference);
 int32_t VQ_CALL dTaddmm3(VqMemo* memo, int32_t ignored, const char* text, char* reference,
@@ -701,16 +799,16 @@ int32_t VQ_CALL dTaddmm3(VqMemo* memo, int32_t ignored, const char* text, char* 
 int32_t VQ_CALL dTupdmm3(VqMemo* memo, int32_t ignored, int32_t ignored2, const char* text,
                          char* reference, int32_t* moved);
 int32_t VQ_CALL dTputmm3(VqMemo* memo, const char* text, char* reference);
-/* Reads the whole memo, whatever offset and maximum say, and puts a zero byte behind it: ask
- * dTmemsz3 for the size of the buffer first. 2222: other layout; 2223: not read, or behind the
- * file. */
+/* WARNING. Reads the whole memo, however long, and puts a zero byte behind it: offset and maximum
+ * are not looked at. Ask dTmemsz3 first and pass a buffer of one byte more than it says; where
+ * others may write meanwhile, hold the record's lock from the one call to the other. 2222 (-11):
+ * other layout; 2223 (-17): not read, or behind the file. */
 int32_t VQ_CALL dTgetmm3(VqMemo* memo, const char* reference, int32_t ignored, int32_t ignored2,
                          void* buffer, int32_t* length, int32_t* done);
-/* 2242: other layout; 2243: not read, or behind the file. */
+/* The length in bytes. 2242 (-11): other layout; 2243 (-17): not read, or behind the file. */
 int32_t VQ_CALL dTmemsz3(VqMemo* memo, const char* reference, int32_t* length);
 
-/* ---- DB: databases: a table, its memo file and its index group ----------------------------------
- */
+/* ---- DB: databases: a table, its memo file and its index group ------------------------------- */
 
 /* The host prepares one block per dialect, then opens, works and closes. A database keeps every
  * index of its group in step with the table; memo texts are written by the dT functions, and their
@@ -720,40 +818,41 @@ int32_t VQ_CALL dTmemsz3(VqMemo* memo, const char* reference, int32_t* length);
  * indexes and expressions below come through unchanged. VQ_E_NO_DRIVER without a detail code: the
  * kind has no such operation (256, 512 and 1024 have none). */
 
-/* Clears the block and sets the defaults of a dialect: 1 (dBASE III memo files, NDX indexes), 2, 4,
- * 7 (dBASE IV, MDX), 8, 32776 (FoxPro tables) or 16. VQ_E_UNKNOWN_KIND for any other, and the block
- * stays as it was. */
+/* Clears the block and sets the defaults of a dialect, one of VQ_DIALECT_*. VQ_E_UNKNOWN_KIND for
+ * any other, and the block stays as it was. */
 int32_t VQ_CALL DBinit(VqBlock* block, uint32_t kind);
 
 /* Opens table `name` ("orders", or "orders;notes" to name its memo file), its memo file and `count`
- * indexes. `buffers` is for the table. `options`: 1 the specifications are an array, 2 a chain
- * through `next`. The name of an MDX file may carry a tag behind a semicolon; else all its tags
- * join. `mode`: as for dDopen, and 32 do not write the index list (the table's name with extension
- * DD, from which DBuse opens the group again), 64 do not make a missing memo file, 64 + 128 go on
- * without it. `out` becomes the database, to be given back to DBclose. `failed` (may be null)
- * becomes the specification that could not be opened, else null. On failure nothing stays open.
- * 6111 (VQ_E_NOT_ALLOWED): neither form of specifications. 6112 (VQ_E_MISMATCH): memo file missing.
- * 6113..6117, 6121..6123, 6126 (VQ_E_NO_MEMORY): for members, tag list, index name, table name,
- * memo name, a tag's key and filter and name, an index's expressions. 6124 (VQ_E_OPERAND): tag
- * without a key expression. 6125 (VQ_E_OPERAND): filter that is not logical. */
+ * indexes. `buffers` is for the table. `options`: VQ_SPECS_ARRAY, or VQ_SPECS_CHAIN through
+ * `next`. The name of an MDX file may carry a tag behind a semicolon; else all its tags join.
+ * `mode`: VQ_OPEN_*. The index list, from which DBuse opens the group again, is a file of the
+ * table's name with extension DD. `out` becomes the database, to be given back to DBclose.
+ * `failed` (may be null) becomes the specification that could not be opened, else null. On failure
+ * nothing stays open.
+ *   6111 -11 neither form of specifications     6112 -9  memo file missing
+ *   6124 -25 tag without a key expression       6125 -25 filter that is not logical
+ *   -14 no memory: 6113 members     6114 tag list       6115 index name     6116 table name
+ *                  6117 memo name   6121, 6122 a tag's key and filter       6123 its name
+ *                  6126 an index's expressions */
 int32_t VQ_CALL DBopen(VqBlock* block, const char* name, uint32_t mode, int32_t buffers,
                        uint32_t options, int32_t count, VqIndexSpec* specs, VqDatabase** out,
                        VqIndexSpec** failed);
 /* The same with the indexes of the index list, none when there is no list, and with the block's
- * table_access and index_open_parameter. 6301, 6304, 6306, 6308 (VQ_E_NO_MEMORY): for name, text,
- * tokens, specification. 6302: list not opened. 6303 (VQ_E_FORMAT): empty list. 6305 (VQ_E_IO): not
- * read. 6307, 6311 (VQ_E_FORMAT): a line that is not keyword, "=" and name. 6312 (VQ_E_FORMAT): no
- * memory for a name. */
+ * table_access and index_open_parameter.
+ *   6302     list not opened                    6303 -3  empty list
+ *   6305 -17 not read                           6307, 6311 -3 a line that is not keyword, "=", name
+ *   6312 -3  no memory for a name
+ *   -14 no memory: 6301 name        6304 text           6306 tokens         6308 specification */
 int32_t VQ_CALL DBuse(VqBlock* block, const char* name, uint32_t mode, VqDatabase** out);
 /* Closes table, memo file and indexes, all of them even when one fails; returns the first failure.
  * 6120: bad handle. */
 int32_t VQ_CALL DBclose(VqDatabase* database);
 
-/* Fills a copy of a member: kind 1 the table; 2, 4 or 8 the memo file; else the first index of that
- * kind (64 finds NDX3 as well) by that file name, any when it is null or empty, and for tags (32,
- * 768) by that tag name, whatever the case. The copy's texts, handle and programs belong to the
- * database. 6131 (VQ_E_NOT_FOUND): no memo file. 6132 (VQ_E_NOT_ALLOWED): no member kind. 6133
- * (VQ_E_NOT_FOUND): no such member. */
+/* Fills a copy of a member, by its VQ_KIND_*: the table; any memo kind the memo file; else the
+ * first index of that kind (VQ_KIND_NDX finds NDX3 as well) by that file name, any when it is null
+ * or empty, and for tags by that tag name, whatever the case. The copy's texts, handle and programs
+ * belong to the database.
+ *   6131 -5  no memo file        6132 -11 no member kind        6133 -5  no such member */
 int32_t VQ_CALL GRPmember(VqDatabase* database, uint32_t kind, const char* name, const char* tag,
                           VqMember* out);
 
@@ -803,10 +902,10 @@ int32_t VQ_CALL DBflush(VqDatabase* database);
 /* The same for one member. 6340: bad member; 6341 (VQ_E_NOT_ALLOWED): no member kind. */
 int32_t VQ_CALL DBmember_flush(const VqMember* member);
 /* Makes an index with the keys of the table's records and adds it to the group and the index list.
- * `kind`: 64 NDX, 128 NDX3, 16 MDX, for which `tag` names the tag and `filter` is its FOR
- * expression or null; both are ignored for the others. `options`: 1 unique, 2 descending (tags). A
- * shared table is locked meanwhile. 6320: bad handle; 6321 (VQ_E_NOT_ALLOWED): the file is a member
- * already; 6322 (VQ_E_UNKNOWN_KIND): no index kind. */
+ * `kind`: VQ_KIND_NDX, VQ_KIND_NDX3 or VQ_KIND_MDX, for which `tag` names the tag and `filter` is
+ * its FOR expression or null; both are ignored for the others. `options`: VQ_BUILD_UNIQUE and, for
+ * tags, VQ_BUILD_DESCENDING. A shared table is locked meanwhile.
+ *   6320 -10 bad handle     6321 -11 the file is a member already      6322 -12 no index kind */
 int32_t VQ_CALL DBindex(VqDatabase* database, uint32_t kind, const char* name, const char* tag,
                         const char* key, const char* filter, uint32_t options);
 /* Builds every index file of the group again; its members are then positioned nowhere. Copies of
@@ -820,7 +919,8 @@ int32_t VQ_CALL DBexfield(VqTable* table, const void* record, const char* name, 
 
 /* Questions to an index member. VQ_E_UNAVAILABLE: a driver column beyond 6. 6260: bad member. */
 
-/* The key expression and its zero byte; for a tag its filter expression and another behind it. */
+/* The key expression and its zero byte; for a tag its filter expression and another behind it.
+ * `flags`: VQ_INDEX_*. */
 int32_t VQ_CALL DBexpr(const VqMember* member, char* text, int32_t size, int32_t* flags);
 int32_t VQ_CALL DBexplen(const VqMember* member, int32_t* length, int32_t* flags);
 int32_t VQ_CALL DBkeylen(const VqMember* member, int32_t* length);
@@ -833,7 +933,12 @@ int32_t VQ_CALL DBlist_tags(const VqMember* member, int32_t sorted, void* list);
 int32_t VQ_CALL DBtags(const VqMember* member);
 
 /* The memo file of a database. VQ_E_NOT_ALLOWED without a detail code: it has none. `reference`:
- * the 10 characters of a memo field. Arguments and details as for dTgetmm, dTmemosz, dTmemotype. */
+ * the 10 characters of a memo field. Arguments and details as for dTgetmm, dTmemosz, dTmemotype, or
+ * as for dTgetmm3 and dTmemsz3 when the memo file is of the dBASE III layout.
+ *
+ * WARNING. From a dBASE III memo file DBgetmemo reads the whole memo, however long, and puts a zero
+ * byte behind it: `offset` and `max` are not looked at. Ask DBmemosize first and pass a buffer of
+ * one byte more than it says; that is safe with both layouts. */
 int32_t VQ_CALL DBgetmemo(VqDatabase* database, const char* reference, int32_t offset, int32_t max,
                           void* buffer, int32_t* length, int32_t* done);
 int32_t VQ_CALL DBmemosize(VqDatabase* database, const char* reference, int32_t* length);

@@ -19,13 +19,13 @@ struct Dialect {
 // Both memo columns compact with the same operation, so kinds 4 and 7 lose nothing by the
 // difference between the last two figures.
 constexpr std::array<Dialect, 7> kDialects = {{
-    {1, 1, 1, 1},
-    {2, 0, 0, 0},
-    {4, 0, 0, 1},
-    {7, 0, 0, 1},
-    {8, 4, 2, 2},
-    {32776, 4, 1, 1},
-    {16, 6, 1, 1},
+    {VQ_DIALECT_DBASE3, 1, 1, 1},
+    {VQ_DIALECT_DBASE4, 0, 0, 0},
+    {VQ_DIALECT_DBASE5, 0, 0, 1},
+    {VQ_DIALECT_DBASE, 0, 0, 1},
+    {VQ_DIALECT_FOXPRO, 4, 2, 2},
+    {VQ_DIALECT_FOXBASE, 4, 1, 1},
+    {VQ_DIALECT_CLIPPER, 6, 1, 1},
 }};
 
 const Dialect* find_dialect(std::uint32_t kind) {

@@ -6,22 +6,24 @@
 #include <cstdint>
 #include <string_view>
 
+#include "vqdbsys.h"
+
 namespace vqdb::api {
 
 namespace member_kind {
-inline constexpr std::uint32_t kTable = 1;
-inline constexpr std::uint32_t kDbase4Memo = 2;
-inline constexpr std::uint32_t kDbase3Memo = 4;
-inline constexpr std::uint32_t kFoxproMemo = 8;
+inline constexpr std::uint32_t kTable = VQ_KIND_TABLE;
+inline constexpr std::uint32_t kDbase4Memo = VQ_KIND_DBASE4_MEMO;
+inline constexpr std::uint32_t kDbase3Memo = VQ_KIND_DBASE3_MEMO;
+inline constexpr std::uint32_t kFoxproMemo = VQ_KIND_FOXPRO_MEMO;
 inline constexpr std::uint32_t kMemo = kDbase4Memo | kDbase3Memo | kFoxproMemo;
-inline constexpr std::uint32_t kMdx = 16;
-inline constexpr std::uint32_t kMdxTag = 32;
-inline constexpr std::uint32_t kNdx = 64;
-inline constexpr std::uint32_t kNdx3 = 128;
-inline constexpr std::uint32_t kFoxidx = 256;
-inline constexpr std::uint32_t kFoxcdx = 512;
-inline constexpr std::uint32_t kFoxcdxTag = 768;
-inline constexpr std::uint32_t kClipntx = 1024;
+inline constexpr std::uint32_t kMdx = VQ_KIND_MDX;
+inline constexpr std::uint32_t kMdxTag = VQ_KIND_TAG;
+inline constexpr std::uint32_t kNdx = VQ_KIND_NDX;
+inline constexpr std::uint32_t kNdx3 = VQ_KIND_NDX3;
+inline constexpr std::uint32_t kFoxidx = VQ_KIND_FOXIDX;
+inline constexpr std::uint32_t kFoxcdx = VQ_KIND_FOXCDX;
+inline constexpr std::uint32_t kFoxcdxTag = VQ_KIND_FOXCDX_TAG;
+inline constexpr std::uint32_t kClipntx = VQ_KIND_CLIPNTX;
 }  // namespace member_kind
 
 // Tokens of the keyword parser beside those of the keywords.

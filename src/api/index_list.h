@@ -16,8 +16,8 @@ namespace vqdb::api {
 // The specifications that an open is given: an array, or a chain through their next field.
 class SpecWalk {
  public:
-  static constexpr std::uint32_t kArray = 1;
-  static constexpr std::uint32_t kChain = 2;
+  static constexpr std::uint32_t kArray = VQ_SPECS_ARRAY;
+  static constexpr std::uint32_t kChain = VQ_SPECS_CHAIN;
 
   SpecWalk(VqIndexSpec* first, std::int32_t count, std::uint32_t options)
       : at_(first), left_(count), chained_((options & kChain) != 0) {}

@@ -14,9 +14,9 @@ namespace vqdb::api {
 
 // Open mode bits of the database; files are opened with the others.
 namespace database_mode {
-inline constexpr std::uint32_t kNoIndexList = 32;
-inline constexpr std::uint32_t kNoMemoCreate = 64;
-inline constexpr std::uint32_t kWithoutMemo = 128;  // with kNoMemoCreate
+inline constexpr std::uint32_t kNoIndexList = VQ_OPEN_NO_INDEX_LIST;
+inline constexpr std::uint32_t kNoMemoCreate = VQ_OPEN_NO_MEMO_CREATE;
+inline constexpr std::uint32_t kWithoutMemo = VQ_OPEN_WITHOUT_MEMO & ~kNoMemoCreate;
 inline constexpr std::uint32_t kAll = kNoIndexList | kNoMemoCreate | kWithoutMemo;
 }  // namespace database_mode
 

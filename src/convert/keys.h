@@ -15,11 +15,11 @@ namespace vqdb::convert {
 
 // Bits of the kind word; without any of them a numeric key is packed decimal, 12 bytes.
 namespace key_kind {
-inline constexpr std::uint32_t kPacked = 0;
-inline constexpr std::uint32_t kDouble = 2;  // 1 or 2: 8 bytes, little-endian
-inline constexpr std::uint32_t kDoubleBits = 1 | 2;
-inline constexpr std::uint32_t kOrdered = 4;  // order-preserving double, 8 bytes
-inline constexpr std::uint32_t kText = 8;
+inline constexpr std::uint32_t kPacked = VQ_KEY_PACKED;
+inline constexpr std::uint32_t kDouble = 2;  // VQ_KEY_DOUBLE is another bit for the same
+inline constexpr std::uint32_t kDoubleBits = VQ_KEY_DOUBLE | kDouble;
+inline constexpr std::uint32_t kOrdered = VQ_KEY_ORDERED;  // order-preserving double, 8 bytes
+inline constexpr std::uint32_t kText = VQ_KEY_TEXT;
 }  // namespace key_kind
 
 inline constexpr std::size_t kDoubleKeyBytes = 8;

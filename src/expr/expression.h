@@ -34,12 +34,12 @@ Result parse(VqBlock& block, const char* text, const Binding& binding, Expressio
 void free(Expression& expression);
 
 namespace run_option {
-inline constexpr std::uint32_t kKey = 0x01;        // deliver key form
-inline constexpr std::uint32_t kPackedKey = 0x10;  // 12-byte packed decimal, also with 0x20
-inline constexpr std::uint32_t kTagKey = 0x20;
-inline constexpr std::uint32_t kOrderedKey = 0x100;  // order-preserving double, also with 0x200
-inline constexpr std::uint32_t kOrderedKey2 = 0x200;
-inline constexpr std::uint32_t kTextKey = 0x400;
+inline constexpr std::uint32_t kKey = VQ_RUN_KEY;
+inline constexpr std::uint32_t kPackedKey = VQ_RUN_PACKED_KEY;
+inline constexpr std::uint32_t kTagKey = 0x20;  // the same
+inline constexpr std::uint32_t kOrderedKey = VQ_RUN_ORDERED_KEY;
+inline constexpr std::uint32_t kOrderedKey2 = 0x200;  // the same
+inline constexpr std::uint32_t kTextKey = VQ_RUN_TEXT_KEY;
 }  // namespace run_option
 
 // Runs against a whole record, deletion flag included (null where no field is read). Writes the

@@ -88,15 +88,16 @@ inline constexpr std::uint32_t kFieldAlias = 16;     // expressions: FIELD->NAME
 
 // Run-time flags of the block.
 namespace runtime_flag {
-inline constexpr std::uint16_t kFieldsOnly = 1;   // caller records lack the deletion flag
-inline constexpr std::uint16_t kCachedReads = 2;  // mode 2 reads are served from the cache
+inline constexpr std::uint16_t kFieldsOnly = VQ_FLAG_FIELDS_ONLY;
+inline constexpr std::uint16_t kCachedReads = VQ_FLAG_CACHED_READS;
+inline constexpr std::uint16_t kDurable = VQ_FLAG_DURABLE;
 }  // namespace runtime_flag
 
 // Open mode bits that tables, memo files and indexes share.
 namespace open_mode {
-inline constexpr std::uint32_t kReadOnly = 1;
-inline constexpr std::uint32_t kSharedReread = 2;
-inline constexpr std::uint32_t kSharedCached = 4;
+inline constexpr std::uint32_t kReadOnly = VQ_OPEN_READ_ONLY;
+inline constexpr std::uint32_t kSharedReread = VQ_OPEN_SHARED;
+inline constexpr std::uint32_t kSharedCached = VQ_OPEN_SHARED_CACHED;
 inline constexpr std::uint32_t kShared = kSharedReread | kSharedCached;
 }  // namespace open_mode
 

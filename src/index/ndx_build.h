@@ -13,8 +13,8 @@
 namespace vqdb::index {
 
 namespace build_option {
-inline constexpr std::uint32_t kUnique = 1;
-inline constexpr std::uint32_t kNdx3 = 2;
+inline constexpr std::uint32_t kUnique = VQ_BUILD_UNIQUE;
+inline constexpr std::uint32_t kNdx3 = VQ_BUILD_NDX3;
 }  // namespace build_option
 
 // Makes an index on the expression, which gives key type and length. A unique index keeps the

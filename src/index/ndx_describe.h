@@ -8,7 +8,7 @@
 
 namespace vqdb::index {
 
-inline constexpr std::int32_t kUniqueIndex = 4096;  // in the flags of an index expression
+inline constexpr std::int32_t kUniqueIndex = VQ_INDEX_UNIQUE;
 
 // Copies the key expression with its closing zero. A buffer too small for it is refused: -4,
 // detail 3053.

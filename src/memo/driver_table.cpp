@@ -26,7 +26,7 @@ Result get_whole_dbase3(Memo& memo, const char* reference, std::int32_t, std::in
 
 // Every memo is a text.
 Result type_of_memo(Memo&, const char*, std::int32_t* type) {
-  *type = 1;
+  *type = VQ_MEMO_TYPE_TEXT;
   return Result::ok;
 }
 

@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "frame/bytes.h"
+#include "vqdbsys.h"
 
 namespace vqdb::memo {
 
@@ -27,8 +28,8 @@ inline constexpr std::size_t kFreeRunBytes = 8;
 
 inline constexpr std::uint32_t kDbase3BlockSize = 512;
 
-inline constexpr std::uint32_t kBlockUnit = 512;
-inline constexpr std::uint32_t kMaxBlockSetting = 32;
+inline constexpr std::uint32_t kBlockUnit = VQ_MEMO_BLOCK_UNIT;
+inline constexpr std::uint32_t kMaxBlockSetting = VQ_MEMO_MAX_BLOCK_SETTING;
 // Other programs also make blocks in units of 64 bytes.
 inline constexpr std::uint32_t kForeignBlockUnit = 64;
 inline constexpr std::uint32_t kMaxBlockSize = 32768;

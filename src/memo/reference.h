@@ -5,9 +5,11 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "vqdbsys.h"
+
 namespace vqdb::memo {
 
-inline constexpr std::size_t kReferenceWidth = 10;
+inline constexpr std::size_t kReferenceWidth = VQ_MEMO_REFERENCE_BYTES;
 
 // The block number: leading blanks are skipped and reading stops at the first character that is no
 // digit. 0 when the field has no memo. Ten digits can exceed every block number that a file holds.
