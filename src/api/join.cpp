@@ -6,7 +6,7 @@
 
 #include "api/index_kinds.h"
 #include "frame/file_name.h"
-#include "index/ndx_file.h"
+#include "index/open/key_tree.h"
 
 namespace vqdb::api {
 namespace {
@@ -90,7 +90,7 @@ Result activate_tag(Database& database, Member& tag) {
 // An NDX3 header does not tell dates from numbers; only the expression does.
 void mark_dates(Member& member) {
   if (member.kind == member_kind::kNdx3 && member.key_type == 'D') {
-    static_cast<index::NdxFile&>(*member.index).key_type = 'D';
+    member.index->key_tree().key_type = 'D';
   }
 }
 

@@ -1,10 +1,8 @@
 #include "exports/guard.h"
-#include "index/ndx_build.h"
-#include "index/ndx_describe.h"
-#include "index/ndx_file.h"
-#include "index/ndx_keys.h"
-#include "index/ndx_open.h"
-#include "index/ndx_sharing.h"
+#include "index/ndx/ndx_build.h"
+#include "index/ndx/ndx_describe.h"
+#include "index/ndx/ndx_file.h"
+#include "index/ndx/ndx_open.h"
 #include "table/table_handle.h"
 
 namespace {
@@ -93,69 +91,70 @@ int32_t VQ_CALL dNbuffs(VqBlock* block, const char* name, int32_t buffers) {
 
 VqIndex* VQ_CALL dN3datek(VqIndex* index) {
   with_index(index, kDateKey, [](NdxFile& file) {
-    file.key_type = 'D';
+    file.keys.key_type = 'D';
     return Result::ok;
   });
   return index;
 }
 
 int32_t VQ_CALL dNflush(VqIndex* index) {
-  return with_index(index, kFlush, [](NdxFile& file) { return index::flush_ndx(file); });
+  return with_index(index, kFlush, [](NdxFile& file) { return file.file.flush(); });
 }
 
 int32_t VQ_CALL dNputkey(VqIndex* index, const void* key, uint32_t recno) {
-  return with_index(index, kPut, [&](NdxFile& file) { return index::put_key(file, key, recno); });
+  return with_index(index, kPut,
+                    [&](NdxFile& file) { return index::put_key(file.keys, key, recno); });
 }
 
 int32_t VQ_CALL dNrmkey(VqIndex* index, const void* key, uint32_t recno) {
   return with_index(index, kRemove,
-                    [&](NdxFile& file) { return index::remove_key(file, key, recno); });
+                    [&](NdxFile& file) { return index::remove_key(file.keys, key, recno); });
 }
 
 int32_t VQ_CALL dNupdkey(VqIndex* index, const void* old_key, const void* new_key, uint32_t recno) {
   return with_index(index, kUpdate, [&](NdxFile& file) {
-    return index::update_key(file, old_key, new_key, recno);
+    return index::update_key(file.keys, old_key, new_key, recno);
   });
 }
 
 int32_t VQ_CALL dNgetrno(VqIndex* index, const void* key, uint32_t* recno) {
   return with_index(index, kFind, [&](NdxFile& file) {
     if (recno == nullptr) return refuse_null(file.block, kFind);
-    return index::find_record(file, key, recno);
+    return index::find_record(file.keys, key, recno);
   });
 }
 
 int32_t VQ_CALL dNnxtkey(VqIndex* index, void* key, uint32_t* recno) {
   return with_index(index, kNext, [&](NdxFile& file) {
     if (key == nullptr || recno == nullptr) return refuse_null(file.block, kNext);
-    return index::next_key(file, key, recno);
+    return index::next_key(file.keys, key, recno);
   });
 }
 
 int32_t VQ_CALL dNprvkey(VqIndex* index, void* key, uint32_t* recno) {
   return with_index(index, kPrevious, [&](NdxFile& file) {
     if (key == nullptr || recno == nullptr) return refuse_null(file.block, kPrevious);
-    return index::previous_key(file, key, recno);
+    return index::previous_key(file.keys, key, recno);
   });
 }
 
 int32_t VQ_CALL dNcurkey(VqIndex* index, void* key, uint32_t* recno) {
   return with_index(index, kCurrent, [&](NdxFile& file) {
     if (key == nullptr || recno == nullptr) return refuse_null(file.block, kCurrent);
-    return index::current_key(file, key, recno);
+    return index::current_key(file.keys, key, recno);
   });
 }
 
 int32_t VQ_CALL dNrewind(VqIndex* index) {
   return with_index(index, kRewind, [](NdxFile& file) {
-    index::rewind(file);
+    index::rewind(file.keys);
     return Result::ok;
   });
 }
 
 int32_t VQ_CALL dNforwrd(VqIndex* index) {
   return with_index(index, kForward, [](NdxFile& file) {
-    index::forward(file);
+    index::forward(file.keys);
     return Result::ok;
   });
 }
@@ -172,24 +171,24 @@ int32_t VQ_CALL dNexplen(VqIndex* index, int32_t* length, int32_t* flags) {
 }
 
 int32_t VQ_CALL dNkeylen(VqIndex* index) {
-  return with_index(index, kKeyLength, [](NdxFile& file) { return file.key_length(); });
+  return with_index(index, kKeyLength, [](NdxFile& file) { return file.keys.key_length(); });
 }
 
 int32_t VQ_CALL dNkeytyp(VqIndex* index) {
-  return with_index(index, kKeyType, [](NdxFile& file) { return file.key_type; });
+  return with_index(index, kKeyType, [](NdxFile& file) { return file.keys.key_type; });
 }
 
 int32_t VQ_CALL dNlkfil(VqIndex* index) {
-  return with_index(index, kLock, [](NdxFile& file) { return index::lock_index_file(file); });
+  return with_index(index, kLock, [](NdxFile& file) { return file.file.lock(kLock); });
 }
 
 int32_t VQ_CALL dNulkfil(VqIndex* index) {
-  return with_index(index, kUnlock, [](NdxFile& file) { return index::unlock_index_file(file); });
+  return with_index(index, kUnlock, [](NdxFile& file) { return file.file.unlock(kUnlock); });
 }
 
 int32_t VQ_CALL dNlkfsta(VqIndex* index) {
   return with_index(index, kLockStatus,
-                    [](NdxFile& file) { return index::index_lock_status(file); });
+                    [](NdxFile& file) { return file.file.lock_status(kLockStatus); });
 }
 
 int32_t VQ_CALL dNindex(VqTable* table, const char* name, const char* expression,

@@ -2,66 +2,90 @@
 
 #include <array>
 
-#include "index/ndx_build.h"
-#include "index/ndx_describe.h"
-#include "index/ndx_keys.h"
-#include "index/ndx_open.h"
-#include "index/ndx_sharing.h"
+#include "index/ndx/ndx_build.h"
+#include "index/ndx/ndx_describe.h"
+#include "index/ndx/ndx_open.h"
+#include "index/open/index_file.h"
+#include "index/open/key_tree.h"
 
 namespace vqdb::index {
 namespace {
 
 NdxFile& ndx(Index& index) { return static_cast<NdxFile&>(index); }
 
-constexpr Driver kNdx = {
+// The rows that work on a handle's file or tree, whatever its kind.
+constexpr Driver with_common_rows(Driver column) {
+  column.flush = [](Index& index) { return index.index_file().flush(); };
+  column.putkey = [](Index& index, const void* key, std::uint32_t recno, bool bracketed) {
+    return put_key(index.key_tree(), key, recno, bracketed);
+  };
+  column.rmkey = [](Index& index, const void* key, std::uint32_t recno, bool bracketed) {
+    return remove_key(index.key_tree(), key, recno, bracketed);
+  };
+  column.getrno = [](Index& index, const void* key, std::uint32_t* recno) {
+    return find_record(index.key_tree(), key, recno);
+  };
+  column.nxtkey = [](Index& index, void* key, std::uint32_t* recno) {
+    return next_key(index.key_tree(), key, recno);
+  };
+  column.prvkey = [](Index& index, void* key, std::uint32_t* recno) {
+    return previous_key(index.key_tree(), key, recno);
+  };
+  column.curkey = [](Index& index, void* key, std::uint32_t* recno) {
+    return current_key(index.key_tree(), key, recno);
+  };
+  column.rewind = [](Index& index) {
+    rewind(index.key_tree());
+    return Result::ok;
+  };
+  column.forwrd = [](Index& index) {
+    forward(index.key_tree());
+    return Result::ok;
+  };
+  column.keylen = [](Index& index) {
+    return static_cast<std::int32_t>(index.key_tree().key_length());
+  };
+  column.keytyp = [](Index& index) { return std::int32_t{index.key_tree().key_type}; };
+  return column;
+}
+
+constexpr Driver kNdx = with_common_rows({
     .open = [](table::Table& context, const char* name, std::uint32_t mode,
                std::int32_t buffers) -> Index* { return open_ndx(context, name, mode, buffers); },
     .close = [](Index& index) { return close_ndx(ndx(index)); },
     .actidx = nullptr,
     .deaidx = nullptr,
-    .flush = [](Index& index) { return flush_ndx(ndx(index)); },
+    .flush = nullptr,
     .expr = [](Index& index, char* text, std::int32_t size,
                std::int32_t* flags) { return key_expression(ndx(index), text, size, flags); },
     .listag = nullptr,
     .sortag = nullptr,
     .tags = nullptr,
-    .putkey = [](Index& index, const void* key, std::uint32_t recno,
-                 bool bracketed) { return put_key(ndx(index), key, recno, bracketed); },
-    .rmkey = [](Index& index, const void* key, std::uint32_t recno,
-                bool bracketed) { return remove_key(ndx(index), key, recno, bracketed); },
-    .getrno = [](Index& index, const void* key,
-                 std::uint32_t* recno) { return find_record(ndx(index), key, recno); },
-    .nxtkey = [](Index& index, void* key,
-                 std::uint32_t* recno) { return next_key(ndx(index), key, recno); },
-    .prvkey = [](Index& index, void* key,
-                 std::uint32_t* recno) { return previous_key(ndx(index), key, recno); },
-    .curkey = [](Index& index, void* key,
-                 std::uint32_t* recno) { return current_key(ndx(index), key, recno); },
-    .rewind =
-        [](Index& index) {
-          rewind(ndx(index));
-          return Result::ok;
-        },
-    .forwrd =
-        [](Index& index) {
-          forward(ndx(index));
-          return Result::ok;
-        },
+    .putkey = nullptr,
+    .rmkey = nullptr,
+    .getrno = nullptr,
+    .nxtkey = nullptr,
+    .prvkey = nullptr,
+    .curkey = nullptr,
+    .rewind = nullptr,
+    .forwrd = nullptr,
     .explen = [](Index& index, std::int32_t* length,
                  std::int32_t* flags) { return key_expression_length(ndx(index), length, flags); },
-    .keylen = [](Index& index) { return static_cast<std::int32_t>(ndx(index).key_length()); },
-    .keytyp = [](Index& index) { return static_cast<std::int32_t>(ndx(index).key_type); },
-};
+    .keylen = nullptr,
+    .keytyp = nullptr,
+});
 
-constexpr Bracket kNdxBracket = {
-    .enter = [](Index& index) { return enter(ndx(index)); },
-    .leave = [](Index& index) { return leave(ndx(index)); },
-    .identity = [](const Index& index) { return static_cast<const NdxFile&>(index).identity; },
+constexpr Bracket kBracket = {
+    .enter = [](Index& index) { return index.index_file().enter(); },
+    .leave = [](Index& index) { return index.index_file().leave(); },
+    .identity = [](const Index& index) { return index.index_file().identity; },
     .updkey =
         [](Index& index, const void* old_key, const void* new_key, std::uint32_t recno,
-           bool bracketed) { return update_key(ndx(index), old_key, new_key, recno, bracketed); },
+           bool bracketed) {
+          return update_key(index.key_tree(), old_key, new_key, recno, bracketed);
+        },
     .haskey = [](Index& index, const void* key, std::uint32_t recno,
-                 bool* has) { return holds_entry(ndx(index), key, recno, *has); },
+                 bool* has) { return holds_entry(index.key_tree(), key, recno, *has); },
 };
 
 template <std::uint32_t kForm>
@@ -84,7 +108,7 @@ constexpr std::array<const Driver*, kDriverColumns> kColumns = {&kEmpty, &kNdx, 
                                                                 &kEmpty, &kEmpty, &kEmpty, &kEmpty};
 
 constexpr std::array<const Bracket*, kDriverColumns> kBrackets = {
-    &kEmptyBracket, &kNdxBracket,   &kNdxBracket,   &kEmptyBracket,
+    &kEmptyBracket, &kBracket,      &kBracket,      &kEmptyBracket,
     &kEmptyBracket, &kEmptyBracket, &kEmptyBracket, &kEmptyBracket};
 
 constexpr std::array<const Builder*, kDriverColumns> kBuilders = {

@@ -1,8 +1,8 @@
 #include <cstring>
 
 #include "index/driver_table.h"
-#include "index/ndx_keys.h"
-#include "index/ndx_open.h"
+#include "index/ndx/ndx_open.h"
+#include "index/open/key_tree.h"
 #include "support/fault_plan.h"
 #include "support/ndx_fixture.h"
 #include "table/table.h"

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "convert/keys.h"
-#include "index/key_order.h"
-#include "index/stream_order.h"
+#include "index/keys/key_order.h"
+#include "index/keys/stream_order.h"
 
 namespace vqdb::index {
 namespace {

@@ -1,0 +1,155 @@
+#include "index/ndx/ndx_build.h"
+
+#include <string>
+
+#include "expr/expression.h"
+#include "frame/file_name.h"
+#include "frame/system_file.h"
+#include "frame/temporary_file.h"
+#include "index/keys/key_feed.h"
+#include "index/keys/stream_entries.h"
+#include "index/ndx/ndx_header.h"
+#include "index/ndx/ndx_open.h"
+#include "index/tree/page_pour.h"
+#include "sort/external_sort.h"
+
+namespace vqdb::index {
+namespace {
+
+constexpr Operation kCreate{302};
+constexpr Operation kBuild{310};
+constexpr Operation kRebuild{318};
+
+struct ReleaseExpression {
+  void operator()(expr::Expression* expression) const { expr::free(*expression); }
+};
+using ExpressionOwner = std::unique_ptr<expr::Expression, ReleaseExpression>;
+
+Result parse_key(table::Table& table, const std::string& text, ExpressionOwner& expression,
+                 expr::ResultShape& shape) {
+  expr::Expression* parsed = nullptr;
+  const Result result =
+      expr::parse(table::block_of(table), text.c_str(), {.table = &table}, parsed, shape);
+  if (ok(result)) expression.reset(parsed);
+  return result;
+}
+
+StreamSpec stream_spec(const NdxHeader& header) {
+  const char type = header.key_type == 'D' ? 'T' : header.key_type;
+  return {false, type, header.key_length, header.unique != 0};
+}
+
+// Entries in order into pages; of equal keys a unique index takes the first.
+Result pour_entries(sort::ExternalSort& sort, Progress& progress, PagePour& pour,
+                    const NdxHeader& header, const KeyOrder& order) {
+  std::array<Byte, kMaxKeyLength> last;
+  bool has_last = false;
+  for (;;) {
+    const Byte* entry = nullptr;
+    if (const Result result = sort.next(entry); !ok(result) || entry == nullptr) return result;
+    if (const Result result = progress.step(); !ok(result)) return result;
+    const Byte* const key = entry + kEntryHead;
+    if (header.unique != 0) {
+      if (has_last && order.compare(last.data(), key, header.key_length) == 0) continue;
+      std::memcpy(last.data(), key, header.key_length);
+      has_last = true;
+    }
+    if (const Result result = pour.add(load_le32(entry), key); !ok(result)) return result;
+  }
+}
+
+Result write_index(table::Table& table, expr::Expression& expression, NdxHeader header,
+                   platform::File& file) {
+  VqBlock& block = table::block_of(table);
+  std::uint32_t count = 0;
+  if (const Result result = table::record_count(table, count); !ok(result)) return result;
+  Progress progress(block, std::uint64_t{2} * count);
+  const bool collated = block.language == 1;
+  const StreamSpec spec = stream_spec(header);
+  const StreamEntries entries(*stream_order(IndexFamily::ndx, spec, collated), spec.key_length);
+  sort::ExternalSort sort(block, entries, kEntryHead + spec.key_length, progress);
+  if (const Result result = sort.start(); !ok(result)) return result;
+  KeyFeed feed(table, expression, expr::run_option::kKey, spec.key_length);
+  if (const Result result = feed.run(count, sort, progress); !ok(result)) return result;
+  if (const Result result = sort.finish(); !ok(result)) return result;
+  NewFileStore pages(block, kNdxPageGrid);
+  PagePour pour(block, file, header.layout(), kNdxPageGrid, pages);
+  if (const Result result = pour.start(); !ok(result)) return result;
+  const KeyOrder& order = ndx_key_order(block, header.key_type);
+  Result result = pour_entries(sort, progress, pour, header, order);
+  if (ok(result)) result = pour.finish(header.root);
+  if (!ok(result)) return result;
+  header.next_free = pages.next();
+  NdxPageBytes page = {};
+  format_ndx_header(header, page);
+  const auto written = file.write_at(0, page.data(), page.size());
+  return written.ok() ? Result::ok : fail(block, Result::io, kCreate.detail(6));
+}
+
+Result build_file(table::Table& table, expr::Expression& expression, const NdxHeader& header,
+                  const std::string& path) {
+  VqBlock& block = table::block_of(table);
+  TemporaryFile growing;
+  platform::File file;
+  auto made = growing.make_beside(path, "TMP");
+  if (made.ok()) made = file.open(growing.path(), platform::Access::read_write);
+  if (!made.ok()) return fail(block, open_result(made.error), kCreate.detail(5));
+  if (const Result result = write_index(table, expression, header, file); !ok(result)) {
+    return result;
+  }
+  if (!file.close().ok()) return fail(block, Result::io, kCreate.detail(6));
+  const auto placed = growing.put_in_place_of(path);
+  return placed.ok() ? Result::ok : fail(block, open_result(placed.error), kBuild.detail(3));
+}
+
+bool is_numeric(char type) { return type == 'N' || type == 'F' || type == 'D'; }
+
+}  // namespace
+
+Result build_ndx(table::Table& table, std::string_view name, const char* expression_text,
+                 std::uint32_t options) {
+  VqBlock& block = table::block_of(table);
+  const std::string text = expression_text;
+  if (text.size() > kMaxNdxExpression) {
+    return fail(block, Result::out_of_range, kCreate.detail(1));
+  }
+  ExpressionOwner expression;
+  expr::ResultShape shape;
+  if (const Result result = parse_key(table, text, expression, shape); !ok(result)) {
+    return result;
+  }
+  std::string wanted = (options & build_option::kNdx3) != 0 ? "3" : "";
+  wanted += shape.type;
+  wanted += std::to_string(shape.length);
+  if ((options & build_option::kUnique) != 0) wanted += 'U';
+  NdxFormat format;
+  if (const Result result = parse_ndx_format(block, wanted, format); !ok(result)) return result;
+  const NdxHeader header =
+      new_ndx_header(format.is_ndx3, format.key_type, format.key_length, format.unique, text);
+  return build_file(table, *expression, header, path_of(name, "NDX"));
+}
+
+Result rebuild_ndx(table::Table& table, std::string_view name) {
+  VqBlock& block = table::block_of(table);
+  if ((table::open_mode_of(table) & open_mode::kShared) != 0) {
+    return fail(block, Result::not_allowed, kRebuild.detail(2));
+  }
+  const std::string path = path_of(name, "NDX");
+  NdxPageBytes page;
+  NdxHeader old;
+  if (const Result result = read_ndx_header(block, path, page, old); !ok(result)) return result;
+  const std::string text(old.expression);
+  ExpressionOwner expression;
+  expr::ResultShape shape;
+  if (const Result result = parse_key(table, text, expression, shape); !ok(result)) {
+    return result;
+  }
+  const bool matches =
+      shape.type == old.key_type || (is_numeric(shape.type) && is_numeric(old.key_type));
+  if (!matches) return fail(block, Result::mismatch, kRebuild.detail(3));
+  const NdxHeader header =
+      new_ndx_header(old.is_ndx3(), old.key_type, old.key_length, old.unique != 0, text);
+  return build_file(table, *expression, header, path);
+}
+
+}  // namespace vqdb::index

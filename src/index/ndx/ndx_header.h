@@ -1,0 +1,64 @@
+// The header page of an NDX file, as bytes and as values.
+#ifndef VQDBSYS_INDEX_NDX_NDX_HEADER_H_
+#define VQDBSYS_INDEX_NDX_NDX_HEADER_H_
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "index/tree/page_store.h"
+
+namespace vqdb::index {
+
+inline constexpr std::uint32_t kNdxPageBytes = 512;
+inline constexpr PageGrid kNdxPageGrid = {kNdxPageBytes, kNdxPageBytes, 1};
+inline constexpr std::size_t kMaxNdxExpression = 240;
+inline constexpr std::uint32_t kMaxNdxTextKey = 100;
+inline constexpr std::uint32_t kNdxEntryHead = 8;  // child page and record number before the key
+// Root page and next free page, the part of the header that changes as an index grows.
+inline constexpr std::size_t kNdxRootBytes = 8;
+
+using NdxPageBytes = std::array<Byte, kNdxPageBytes>;
+
+namespace ndx_flag {
+inline constexpr Byte kUnique = 0x40;
+inline constexpr Byte kUniqueNdx3 = 1;
+// The handle flags of a file in the dBASE III form.
+inline constexpr std::uint16_t kNdx3 = 0x8000;
+}  // namespace ndx_flag
+
+struct NdxHeader {
+  PageNumber root = 1;
+  PageNumber next_free = 2;  // the number of pages in the file
+  std::uint16_t flags = 0;   // header byte 8, or kNdx3
+  char key_type = 'C';       // C, D, F or N
+  std::uint32_t key_length = 0;
+  std::uint32_t max_keys = 0;
+  std::uint32_t stride = 0;
+  Byte byte20 = 2;
+  Byte unique = 0;  // header byte 23
+  std::string_view expression;
+
+  bool is_ndx3() const { return flags == ndx_flag::kNdx3; }
+  PageLayout layout() const {
+    return {kNdxPageBytes, 4, 4, kNdxEntryHead, stride, key_length, max_keys};
+  }
+};
+
+// The header of a new file. REQUIRES a key length of 1..kMaxNdxTextKey and an expression of at most
+// kMaxNdxExpression characters.
+NdxHeader new_ndx_header(bool is_ndx3, char key_type, std::uint32_t key_length, bool unique,
+                         std::string_view expression);
+
+// Fills a zeroed page.
+void format_ndx_header(const NdxHeader& header, NdxPageBytes& page);
+
+// False when the page cannot head an NDX file: a key length that its type does not allow, entries
+// that do not fit their stride or the page, a root outside the file. The expression is a view of
+// the page.
+bool parse_ndx_header(const NdxPageBytes& page, NdxHeader& header);
+
+}  // namespace vqdb::index
+
+#endif  // VQDBSYS_INDEX_NDX_NDX_HEADER_H_

@@ -1,0 +1,137 @@
+#include "index/open/index_file.h"
+
+#include <algorithm>
+
+#include "index/tree/pins.h"
+#include "platform/clock.h"
+#include "table/locks.h"
+
+namespace vqdb::index {
+namespace {
+
+// Another operation holds the lock for some microseconds; a caller's own lock may take longer.
+constexpr std::uint32_t kEagerTries = 50;
+constexpr std::uint32_t kPatientTries = 3000;
+constexpr std::uint32_t kPauseMilliseconds = 1;
+
+constexpr std::uint32_t kFirstSchemeWithoutLocks = 4;
+
+bool is_busy(Result result) { return result == Result::file_locked || result == Result::locked; }
+
+}  // namespace
+
+bool IndexFile::attach(platform::File&& file, std::uint32_t open_mode, std::uint32_t lock_scheme,
+                       std::int32_t buffers) {
+  system_file = std::move(file);
+  mode = open_mode;
+  scheme = lock_scheme;
+  const auto wanted = static_cast<std::uint32_t>(std::max(buffers, kMinBuffers));
+  return cache.allocate(std::max(wanted, kMostPins));
+}
+
+Result IndexFile::close(std::int32_t close_detail) {
+  const Result flushed = flush();
+  const auto closed = system_file.close();
+  return ok(flushed) && !closed.ok() ? fail(block, Result::io, close_detail) : flushed;
+}
+
+Result IndexFile::enter() {
+  if (!is_shared()) return Result::ok;
+  if (brackets_ == 0) {
+    if (const Result result = take_hold(); !ok(result)) return result;
+  }
+  ++brackets_;
+  return Result::ok;
+}
+
+Result IndexFile::leave() {
+  if (brackets_ == 0 || --brackets_ > 0) return Result::ok;
+  const Result written = write_back();
+  const std::int32_t detail = block.detail;
+  const Result left = let_go();
+  if (ok(written)) return left;
+  block.detail = detail;
+  return written;
+}
+
+// The lock, and what the file holds now.
+Result IndexFile::take_hold() {
+  if (lock_is_callers_) return stale_ ? refresh() : Result::ok;
+  const std::int32_t detail = block.detail;
+  if (const Result result = take_lock(); !ok(result)) return result;
+  block.detail = detail;
+  const Result result = refresh();
+  if (ok(result)) return result;
+  const std::int32_t reason = block.detail;
+  static_cast<void>(let_go());
+  block.detail = reason;
+  return result;
+}
+
+Result IndexFile::take_lock() {
+  if (lock_lingers_) return Result::ok;
+  Result result = table::lock_whole_file(block, system_file, scheme);
+  for (std::uint32_t tries = 0; is_busy(result) && tries < kEagerTries + kPatientTries; ++tries) {
+    platform::pause(tries < kEagerTries ? 0 : kPauseMilliseconds);
+    result = table::lock_whole_file(block, system_file, scheme);
+  }
+  return result;
+}
+
+Result IndexFile::let_go() {
+  if (lock_is_callers_) return Result::ok;
+  const Result result = table::unlock_whole_file(block, system_file, scheme);
+  lock_lingers_ = !ok(result);
+  return result;
+}
+
+Result IndexFile::refresh() {
+  stale_ = true;
+  if (const Result result = read_headers(); !ok(result)) return result;
+  cache.drop_all();
+  stale_ = false;
+  return Result::ok;
+}
+
+Result IndexFile::write_back() {
+  const Result result = cache.write_changed();
+  if (!ok(result)) stale_ = true;
+  return result;
+}
+
+Result IndexFile::lock(Operation operation) {
+  if (scheme >= kFirstSchemeWithoutLocks) {
+    return fail(block, Result::no_driver, operation.detail(2));
+  }
+  if (lock_is_callers_) return Result::ok;
+  if (const Result result = table::lock_whole_file(block, system_file, scheme); !ok(result)) {
+    return fail(block, result, operation.detail(3));
+  }
+  lock_is_callers_ = true;
+  if (is_shared()) stale_ = true;
+  return Result::ok;
+}
+
+Result IndexFile::unlock(Operation operation) {
+  if (scheme >= kFirstSchemeWithoutLocks) {
+    return fail(block, Result::no_driver, operation.detail(2));
+  }
+  if (!lock_is_callers_) return fail(block, Result::not_locked, operation.detail(3));
+  lock_is_callers_ = false;
+  const Result result = table::unlock_whole_file(block, system_file, scheme);
+  return ok(result) ? result : fail(block, result, operation.detail(4));
+}
+
+Result IndexFile::lock_status(Operation operation) {
+  if (scheme >= kFirstSchemeWithoutLocks) {
+    return fail(block, Result::no_driver, operation.detail(2));
+  }
+  if (lock_is_callers_) return Result::ok;
+  Result result = table::lock_whole_file(block, system_file, scheme);
+  if (is_busy(result)) return fail(block, Result::locked, operation.detail(4));
+  if (ok(result)) result = table::unlock_whole_file(block, system_file, scheme);
+  return ok(result) ? fail(block, Result::not_locked, operation.detail(3))
+                    : fail(block, result, operation.detail(5));
+}
+
+}  // namespace vqdb::index

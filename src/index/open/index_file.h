@@ -1,0 +1,118 @@
+// An open index file of any kind: the system's file, its page cache, and its place among other
+// handles and processes. In a shared mode every operation locks the file, brings headers and pages
+// up to date, works, and lets go; the headers tell nothing of changes, so what was read before the
+// lock was taken counts for nothing. A file has one tree (a single index) or one for each tag.
+#ifndef VQDBSYS_INDEX_OPEN_INDEX_FILE_H_
+#define VQDBSYS_INDEX_OPEN_INDEX_FILE_H_
+
+#include <cstdint>
+#include <string>
+
+#include "frame/handle_pool.h"
+#include "frame/result.h"
+#include "index/tree/page_cache.h"
+#include "platform/file.h"
+
+namespace vqdb::index {
+
+class IndexFile : public PageStore {
+ public:
+  IndexFile(VqBlock& owner, const PageGrid& grid)
+      : block(owner), cache(owner, system_file, *this, grid) {}
+
+  // Takes over the file and memory for its pages: false when there is none.
+  bool attach(platform::File&& file, std::uint32_t mode, std::uint32_t scheme,
+              std::int32_t buffers);
+
+  bool is_shared() const { return (mode & open_mode::kShared) != 0; }
+  bool is_read_only() const { return (mode & open_mode::kReadOnly) != 0; }
+
+  // Brackets nest, and cost nothing in an exclusive mode. The outermost enter() waits for the file
+  // lock as long as another operation may take, takes it and refreshes; the outermost leave()
+  // writes what has changed and lets go. What cannot be written is forgotten, since the file has to
+  // agree with the next process that locks it. A lock that the caller has taken stays.
+  Result enter();
+  Result leave();
+  // Whether what is in memory may be worked on now.
+  bool is_entered() const { return !is_shared() || brackets_ > 0; }
+
+  // Writes changed pages and headers.
+  Result flush() { return stale_ ? Result::ok : cache.write_changed(); }
+  // Flushes and closes. The first failure counts; that of the closing has the detail code.
+  Result close(std::int32_t close_detail);
+
+  // The caller's own lock, held until it is given back; it never waits. Digits of the operation's
+  // details: 2 (no lock operations), 3 (held by somebody else; for unlock: not held), for unlock 4
+  // (system).
+  Result lock(Operation operation);
+  Result unlock(Operation operation);
+  // ok: this handle holds the lock; not_locked: nobody does (digit 3); locked: somebody else does
+  // (digit 4).
+  Result lock_status(Operation operation);
+
+  VqBlock& block;
+  platform::File system_file;
+  platform::FileIdentity identity;
+  std::uint32_t mode = 0;
+  std::uint32_t scheme = 0;  // of the table's locks
+  PageCache cache;
+
+ protected:
+  ~IndexFile() = default;
+  // Brings the headers, the roots of the open trees and the cache's limit up to date with the file,
+  // under the lock. A failure leaves the file stale: it is read again before the next operation.
+  virtual Result read_headers() = 0;
+
+ private:
+  Result take_hold();
+  Result take_lock();
+  Result let_go();
+  Result refresh();
+  Result write_back();
+
+  std::uint32_t brackets_ = 0;    // that are open
+  bool lock_is_callers_ = false;  // taken by lock()
+  bool lock_lingers_ = false;     // could not be given back after an operation
+  bool stale_ = false;            // memory and file may differ: refresh before the next operation
+};
+
+// Runs the work inside a bracket. The first failure counts, with its detail code.
+template <typename Work>
+Result in_bracket(IndexFile& file, Work work) {
+  if (!file.is_shared()) return work();
+  if (const Result result = file.enter(); !ok(result)) return result;
+  const Result result = work();
+  const std::int32_t detail = file.block.detail;
+  const Result left = file.leave();
+  if (ok(result)) return left;
+  file.block.detail = detail;
+  return result;
+}
+
+// What a handle is opened with at least, as far as hosts are told.
+inline constexpr std::int32_t kMinBuffers = 4;
+
+class KeyTree;
+
+// What every index handle is: a file with one tree, a file of tags, or a tag.
+class Index : public HandleHead {
+ public:
+  IndexFile& index_file() const { return *file_; }
+  // REQUIRES a handle that has a tree: not that of a file of tags.
+  KeyTree& key_tree() const { return *keys_; }
+
+ protected:
+  // Once both are made. The tree is null for a file of tags.
+  void stand_for(IndexFile& file, KeyTree* keys) {
+    file_ = &file;
+    keys_ = keys;
+  }
+
+ private:
+  IndexFile* file_ = nullptr;
+  KeyTree* keys_ = nullptr;
+};
+
+}  // namespace vqdb::index
+
+#endif  // VQDBSYS_INDEX_OPEN_INDEX_FILE_H_

@@ -1,0 +1,109 @@
+// The keys of an open index, the file's only ones or a tag's: searched, stepped through and
+// changed. A key is key_length() bytes.
+//
+// The position after a change of this handle: an inserted entry is the current one; where an entry
+// was removed, the next key is the one that followed it, the previous key the one before it, and
+// there is no current key. A search that finds no equal key leaves no current key either, and
+// stepping goes on from the entry whose record it delivered.
+#ifndef VQDBSYS_INDEX_OPEN_KEY_TREE_H_
+#define VQDBSYS_INDEX_OPEN_KEY_TREE_H_
+
+#include <cstdint>
+
+#include "frame/result.h"
+#include "index/open/index_file.h"
+#include "index/tree/tree.h"
+#include "platform/memory.h"
+
+namespace vqdb::index {
+
+enum class PositionState : std::uint16_t {
+  positioned = 0,
+  unset = 65533,  // after open, and after a search that found nothing
+  end = 65534,    // past the last key
+  start = 65535,  // before the first key
+};
+
+// The position. Stepping goes on from the anchor; the path to it is a hint that holds as long as
+// the tree does not change, and is found again from key and record number.
+struct Cursor {
+  enum class Anchor : std::uint8_t {
+    none,  // stepping starts at either end
+    start,
+    end,
+    entry,  // at the entry with key and recno
+    gap,    // before that entry: where one was removed
+  };
+
+  PositionState state = PositionState::unset;
+  Anchor anchor = Anchor::none;
+  bool path_holds = false;
+  std::uint32_t recno = 0;
+  std::int64_t leaves_passed = 0;  // forward less backward, since the last search
+  platform::Bytes key;
+  Path path;
+};
+
+// The operations of an index kind, for their detail codes.
+struct KeyOperations {
+  Operation put;
+  Operation remove;
+  Operation update;
+  Operation find;
+  Operation current;
+  Operation next;
+  Operation previous;
+};
+
+class KeyTree {
+ public:
+  KeyTree(IndexFile& index_file, const KeyOperations& numbers)
+      : file(index_file),
+        operations(numbers),
+        tree(index_file.block, index_file.cache, index_file) {}
+
+  // False without memory for a key.
+  bool set_up(const PageLayout& layout, const KeyOrder& order, char type, bool is_unique) {
+    tree.set_shape(layout, order);
+    key_type = type;
+    unique = is_unique;
+    cursor.key = platform::allocate_bytes(layout.key_length);
+    return cursor.key != nullptr;
+  }
+  std::size_t key_length() const { return tree.layout().key_length; }
+
+  IndexFile& file;
+  const KeyOperations& operations;
+  char key_type = 0;
+  bool unique = false;
+  bool gone = false;          // another process has dropped the tag: every operation is -10
+  std::uint32_t changes = 0;  // keys inserted and removed
+  Cursor cursor;
+  Tree tree;
+};
+
+// Digits of the operation's details: 2 (no key, or record number 0), 3 (read-only), 4 (put: a
+// unique index holds the key, which is Result::duplicate_key; remove, update: no such entry, -5;
+// for update 5 is the duplicate). A change runs inside a bracket of its own, or, without
+// `bracketed`, inside the caller's; outside any a shared file refuses it (-35, digit 6).
+Result put_key(KeyTree& keys, const void* key, std::uint32_t recno, bool bracketed = true);
+Result remove_key(KeyTree& keys, const void* key, std::uint32_t recno, bool bracketed = true);
+// The new key goes in before the old one goes out; where the old one is missing nothing goes in.
+Result update_key(KeyTree& keys, const void* old_key, const void* new_key, std::uint32_t recno,
+                  bool bracketed = true);
+// Whether the entry with exactly this key and record number is there. The position stays.
+Result holds_entry(KeyTree& keys, const void* key, std::uint32_t recno, bool& holds);
+
+// The first entry with the key. Without one -5, with the record number of the first entry above
+// the key, or 0 where there is none above it.
+Result find_record(KeyTree& keys, const void* key, std::uint32_t* recno);
+// Null out arguments are not written.
+Result next_key(KeyTree& keys, void* key, std::uint32_t* recno);
+Result previous_key(KeyTree& keys, void* key, std::uint32_t* recno);
+Result current_key(KeyTree& keys, void* key, std::uint32_t* recno);
+void rewind(KeyTree& keys);
+void forward(KeyTree& keys);
+
+}  // namespace vqdb::index
+
+#endif  // VQDBSYS_INDEX_OPEN_KEY_TREE_H_

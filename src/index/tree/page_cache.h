@@ -1,0 +1,141 @@
+// The page buffers of an index file: a fixed number of page images in one slab, given up least
+// recently used first (by second chance). Every page has a home buffer, told by its number alone,
+// and is kept there when it is free, so that a look-up mostly knows the image's address without
+// waiting for a table; only pages away from home are looked up by hash. Changed pages are written
+// together, in an order that leaves every key reachable wherever the writing stops:
+//
+//   1. the list of free pages, which loses those that are taken from it,
+//   2. new pages, which nothing in the file leads to yet,
+//   3. the headers that name the roots and the end of the file,
+//   4. changed pages from the root down, so that a page gives entries up only after the pages that
+//      now lead to them are in the file,
+//   5. pages that nothing leads to any more, which become free; the head of their list comes last.
+//
+// Therefore a changed page is never written alone: when one has to make room, all are written.
+#ifndef VQDBSYS_INDEX_TREE_PAGE_CACHE_H_
+#define VQDBSYS_INDEX_TREE_PAGE_CACHE_H_
+
+#include <cstdint>
+#include <span>
+
+#include "frame/result.h"
+#include "index/tree/page.h"
+#include "index/tree/page_store.h"
+#include "platform/file.h"
+#include "platform/memory.h"
+
+namespace vqdb::index {
+
+class PageCache {
+ public:
+  // A buffer; valid until another page is asked for, or as long as it is pinned.
+  using Frame = std::uint32_t;
+
+  PageCache(VqBlock& block, platform::File& file, PageStore& store, const PageGrid& grid)
+      : block_(block), file_(file), store_(store), grid_(grid), page_bytes_(grid.page_bytes) {}
+  PageCache(const PageCache&) = delete;
+  PageCache& operator=(const PageCache&) = delete;
+
+  // Takes memory for this many buffers. REQUIRES as many as one change can pin.
+  bool allocate(std::uint32_t buffers);
+  // Pages from this one on are not in the file. No number outside the file's pages is followed.
+  void set_limit(PageNumber limit) { limit_ = limit; }
+  PageNumber limit() const { return limit_; }
+  const PageGrid& grid() const { return grid_; }
+
+  // The buffer that holds the page, read from the file when none does. REQUIRES page > 0.
+  Result fetch(PageNumber page, Frame& frame) {
+    frame = home_of(page);
+    if (frames_[frame].page != page) return fetch_away(page, frame);
+    frames_[frame].referenced = true;
+    return Result::ok;
+  }
+  // A buffer for a page that the file does not have yet; the image is zero.
+  Result fetch_new(Frame& frame);
+  // Gives the page in a buffer of fetch_new its number. What the cache has of an earlier page of
+  // that number is forgotten.
+  void name_new(Frame frame, PageNumber page, std::uint32_t height);
+
+  Byte* image(Frame frame) { return images_.get() + std::size_t{frame} * page_bytes_; }
+
+  void pin(Frame frame) { ++frames_[frame].pins; }
+  void unpin(Frame frame) { --frames_[frame].pins; }
+
+  // The height is the page's distance from the leaves.
+  void mark_changed(Frame frame, std::uint32_t height);
+  // Forgets a page that no longer belongs to the tree.
+  void abandon(Frame frame);
+
+  Result write_changed();
+  bool has_changes() const { return changed_count_ > 0; }
+  // Forgets every page, changed ones too.
+  void drop_all();
+
+ private:
+  // Of the hash table of the pages away from home; page 0 is an empty one.
+  struct Slot {
+    PageNumber page;
+    Frame frame;
+  };
+  struct FrameState {
+    PageNumber page;  // 0: holds none
+    std::uint8_t height;
+    std::uint8_t pins;
+    bool referenced;   // since the hand last passed
+    bool listed : 1;   // is in the list of frames that may hold a page
+    bool changed : 1;  // is in the list of changed frames
+    bool fresh : 1;    // the file has no such page yet
+  };
+
+  Frame home_of(PageNumber page) const {
+    const std::uint32_t place = page >> home_shift_;
+    return place < buffers_ ? place : place % buffers_;
+  }
+  std::uint32_t hash(PageNumber page) const { return (page * 0x9E3779B1u) >> hash_shift_; }
+  // The slot of the page, or the empty one where it would go.
+  Slot* find(PageNumber page) const {
+    std::uint32_t at = hash(page);
+    while (slots_[at].page != page && slots_[at].page != 0) at = (at + 1) & slot_mask_;
+    return &slots_[at];
+  }
+  void erase_slot(PageNumber page);
+
+  Result fetch_away(PageNumber page, Frame& frame);
+  Result load(PageNumber page, Frame& frame);
+  // Makes an empty frame the page's, in the hash table too where it is not the page's home.
+  void take_in(Frame frame, PageNumber page);
+  // An empty frame: the page's home where that is free, else the one that the hand finds.
+  Result victim(PageNumber page, Frame& frame);
+  bool find_victim(bool clean_only, Frame& frame);
+  // Leaves the frame empty.
+  void forget(Frame frame);
+  Result write_run(std::span<const Frame> frames);
+  Result write_frames(std::span<const Frame> frames);
+  // The roots, the pages less those at the front that are written already, and what they let go.
+  Result write_reachable(std::span<const Frame> frames);
+  std::uint64_t offset_of(PageNumber page) const { return std::uint64_t{page} * grid_.unit_bytes; }
+
+  VqBlock& block_;
+  platform::File& file_;
+  PageStore& store_;
+  const PageGrid grid_;
+  const std::uint32_t page_bytes_;
+
+  platform::Bytes images_;
+  platform::Array<FrameState> frames_;
+  platform::Array<Slot> slots_;
+  platform::Array<Frame> listed_;
+  platform::Array<Frame> changed_;
+  PageNumber limit_ = 0;
+  std::uint32_t buffers_ = 0;
+  std::uint32_t hand_ = 0;
+  std::uint32_t listed_count_ = 0;
+  std::uint32_t changed_count_ = 0;
+  std::uint32_t slot_mask_ = 0;
+  std::uint32_t hash_shift_ = 0;
+  std::uint32_t home_shift_ = 0;  // makes the numbers of neighbouring pages follow one another
+};
+
+}  // namespace vqdb::index
+
+#endif  // VQDBSYS_INDEX_TREE_PAGE_CACHE_H_

@@ -1,0 +1,117 @@
+// The B-tree that every index kind shares: all keys with their record numbers in the leaves, in key
+// order; above them separators, each the last key of the child that it leads to. Equal keys may
+// stand in any order of records; a new entry goes before the equal keys that are there already.
+//
+// A change is made in memory as a whole or not at all: every page that it needs is in a pinned
+// buffer, and every new page has its number, before the first byte changes.
+#ifndef VQDBSYS_INDEX_TREE_TREE_H_
+#define VQDBSYS_INDEX_TREE_TREE_H_
+
+#include <array>
+#include <cstdint>
+
+#include "frame/result.h"
+#include "index/keys/key_order.h"
+#include "index/tree/page.h"
+#include "index/tree/page_cache.h"
+
+namespace vqdb::index {
+
+inline constexpr std::uint32_t kMaxDepth = 32;
+inline constexpr std::size_t kMaxKeyLength = 240;
+
+// The way from the root to an entry of a leaf: in each page, which child or entry was chosen.
+struct Path {
+  struct Step {
+    PageNumber page;
+    std::uint32_t slot;
+  };
+  std::array<Step, kMaxDepth> steps;
+  std::uint32_t depth = 0;
+
+  Step& leaf() { return steps[depth - 1]; }
+  const Step& leaf() const { return steps[depth - 1]; }
+};
+
+struct Entry {
+  const Byte* key;  // in a page buffer: valid until the tree is used again
+  std::uint32_t recno;
+};
+
+class Tree {
+ public:
+  Tree(VqBlock& block, PageCache& cache, PageStore& store)
+      : block_(block), cache_(cache), store_(store) {}
+
+  // REQUIRES layout.is_sound() and layout.key_length <= kMaxKeyLength.
+  void set_shape(const PageLayout& layout, const KeyOrder& order) {
+    layout_ = layout;
+    order_ = &order;
+  }
+  // The root that the file names.
+  void set_root(PageNumber root) {
+    root_ = root;
+    root_moved_ = false;
+  }
+  PageNumber root() const { return root_; }
+  // Whether the root is another than the file names; the store writes it and says so.
+  bool root_moved() const { return root_moved_; }
+  void root_written() { root_moved_ = false; }
+  const PageLayout& layout() const { return layout_; }
+  const KeyOrder& order() const { return *order_; }
+
+  // Where the key is, or would be inserted: the first entry equal to or above it. In the path's
+  // leaf it may be the place behind the last entry; step_to_entry goes on from there.
+  Result find(const Byte* key, Path& path);
+  // The last entry equal to or below the key; found is false when there is none.
+  Result find_last(const Byte* key, Path& path, bool& found);
+  // From a place behind the last entry of a leaf to the first entry of the next leaf that has one.
+  Result step_to_entry(Path& path, bool& found);
+  // found is false, and the path as it was, where there is no such entry.
+  Result first(Path& path, bool& found);
+  Result last(Path& path, bool& found);
+  Result next(Path& path, bool& found);
+  Result previous(Path& path, bool& found);
+  Result entry_at(const Path& path, Entry& entry);
+  // Whether the path still leads from the root to an entry with this key and record number.
+  Result leads_to(const Path& path, const Byte* key, std::uint32_t recno, bool& does);
+
+  // Inserts at the place that find() gave.
+  Result insert(const Path& path, const Byte* key, std::uint32_t recno);
+  // Removes the entry that the path leads to.
+  Result remove(const Path& path);
+
+ private:
+  friend class LeafRemoval;
+  struct Split;
+  enum class End : std::uint8_t { first, last };
+
+  Result fetch(PageNumber number, PageCache::Frame& frame);
+  Page page(PageCache::Frame frame) { return Page(layout_, cache_.image(frame)); }
+  Result descend(KeyOrder::Bound bound, const Byte* key, Path& path);
+  Result descend(PageNumber start, End end, Path& path);
+  Result step(Path& path, End from, bool& found);
+  Result insert_with_split(const Path& path, const Byte* key, std::uint32_t recno);
+  void split(Split& plan, const Path& path, const Byte* key, std::uint32_t recno);
+  // The nearest page above the level whose entry, not its trailing child, leads down the path:
+  // the one place that repeats the last key below. found is false on the right edge of the tree.
+  Result find_separator(const Path& path, std::uint32_t level, std::uint32_t& at,
+                        PageCache::Frame& frame, bool& found);
+  void move_root(PageNumber root) {
+    root_ = root;
+    root_moved_ = true;
+  }
+  Result remove_last_entry(const Path& path, PageCache::Frame leaf);
+
+  VqBlock& block_;
+  PageCache& cache_;
+  PageStore& store_;
+  PageLayout layout_;
+  const KeyOrder* order_ = nullptr;
+  PageNumber root_ = 0;
+  bool root_moved_ = false;
+};
+
+}  // namespace vqdb::index
+
+#endif  // VQDBSYS_INDEX_TREE_TREE_H_

@@ -1,0 +1,167 @@
+#include "index/tree/tree.h"
+
+namespace vqdb::index {
+namespace {
+
+constexpr Operation kSearch{1017};
+
+constexpr std::size_t kCacheLine = 64;
+
+}  // namespace
+
+Result Tree::fetch(PageNumber number, PageCache::Frame& frame) {
+  if (number == 0) return fail(block_, Result::page_error, kSearch.detail(1));
+  if (const Result result = cache_.fetch(number, frame); !ok(result)) return result;
+  if (!page(frame).is_sound()) return fail(block_, Result::page_error, kSearch.detail(2));
+  return Result::ok;
+}
+
+Result Tree::descend(KeyOrder::Bound bound, const Byte* key, Path& path) {
+  PageNumber number = root_;
+  for (path.depth = 0; path.depth < kMaxDepth;) {
+    PageCache::Frame frame = 0;
+    if (const Result result = fetch(number, frame); !ok(result)) return result;
+    const Byte* image = cache_.image(frame);
+    for (std::size_t at = 0; at < layout_.page_bytes; at += kCacheLine) {
+      __builtin_prefetch(image + at);
+    }
+    const Page node = page(frame);
+    const std::uint32_t slot = bound(node.keys(), key, layout_.key_length);
+    path.steps[path.depth++] = {number, slot};
+    // A page without keys ends the way, whatever it holds.
+    if (node.count() == 0 || node.is_leaf()) return Result::ok;
+    number = node.child(slot);
+  }
+  return fail(block_, Result::page_error, kSearch.detail(3));
+}
+
+Result Tree::descend(PageNumber number, End end, Path& path) {
+  while (path.depth < kMaxDepth) {
+    PageCache::Frame frame = 0;
+    if (const Result result = fetch(number, frame); !ok(result)) return result;
+    const Page node = page(frame);
+    const std::uint32_t count = node.count();
+    path.steps[path.depth++] = {number, end == End::first ? 0 : count};
+    if (count == 0 || node.is_leaf()) return Result::ok;
+    number = node.child(path.leaf().slot);
+  }
+  return fail(block_, Result::page_error, kSearch.detail(3));
+}
+
+Result Tree::find(const Byte* key, Path& path) { return descend(order_->lower_bound, key, path); }
+
+Result Tree::find_last(const Byte* key, Path& path, bool& found) {
+  if (const Result result = descend(order_->upper_bound, key, path); !ok(result)) return result;
+  return previous(path, found);
+}
+
+// Moves to the neighbouring leaf that has entries: its first entry, or behind its last. Leaves
+// without entries are passed over; more of them than a file of this size can hold are a circle.
+Result Tree::step(Path& path, End from, bool& found) {
+  Path way = path;
+  for (std::uint32_t passed = 0; passed <= cache_.limit(); ++passed) {
+    PageNumber child = 0;
+    std::uint32_t level = way.depth - 1;
+    while (child == 0) {
+      if (level-- == 0) {
+        found = false;
+        return Result::ok;
+      }
+      PageCache::Frame frame = 0;
+      Path::Step& upper = way.steps[level];
+      if (const Result result = fetch(upper.page, frame); !ok(result)) return result;
+      const Page node = page(frame);
+      if (from == End::first ? upper.slot >= node.count() : upper.slot == 0) continue;
+      upper.slot += from == End::first ? 1u : ~0u;
+      if (upper.slot > node.count()) break;
+      child = node.child(upper.slot);
+      if (child == 0) break;
+    }
+    way.depth = level + 1;
+    if (const Result result = descend(child, from, way); !ok(result)) return result;
+    PageCache::Frame frame = 0;
+    if (const Result result = fetch(way.leaf().page, frame); !ok(result)) return result;
+    if (page(frame).count() == 0) continue;
+    path = way;
+    found = true;
+    return Result::ok;
+  }
+  return fail(block_, Result::page_error, kSearch.detail(4));
+}
+
+Result Tree::step_to_entry(Path& path, bool& found) {
+  PageCache::Frame frame = 0;
+  if (const Result result = fetch(path.leaf().page, frame); !ok(result)) return result;
+  found = path.leaf().slot < page(frame).count();
+  return found ? Result::ok : step(path, End::first, found);
+}
+
+Result Tree::first(Path& path, bool& found) {
+  Path way;
+  if (const Result result = descend(root_, End::first, way); !ok(result)) return result;
+  const Result result = step_to_entry(way, found);
+  if (ok(result) && found) path = way;
+  return result;
+}
+
+Result Tree::last(Path& path, bool& found) {
+  Path way;
+  if (const Result result = descend(root_, End::last, way); !ok(result)) return result;
+  const Result result = previous(way, found);
+  if (ok(result) && found) path = way;
+  return result;
+}
+
+Result Tree::next(Path& path, bool& found) {
+  PageCache::Frame frame = 0;
+  if (const Result result = fetch(path.leaf().page, frame); !ok(result)) return result;
+  found = path.leaf().slot + 1 < page(frame).count();
+  if (!found) return step(path, End::first, found);
+  ++path.leaf().slot;
+  return Result::ok;
+}
+
+Result Tree::previous(Path& path, bool& found) {
+  found = path.leaf().slot > 0;
+  if (!found) {
+    const Result result = step(path, End::last, found);
+    if (!ok(result) || !found) return result;
+  }
+  --path.leaf().slot;
+  return Result::ok;
+}
+
+Result Tree::entry_at(const Path& path, Entry& entry) {
+  PageCache::Frame frame = 0;
+  if (const Result result = fetch(path.leaf().page, frame); !ok(result)) return result;
+  const Page leaf = page(frame);
+  if (path.leaf().slot >= leaf.count()) {
+    return fail(block_, Result::page_error, kSearch.detail(5));
+  }
+  entry = {leaf.key(path.leaf().slot), leaf.recno(path.leaf().slot)};
+  return Result::ok;
+}
+
+Result Tree::leads_to(const Path& path, const Byte* key, std::uint32_t recno, bool& does) {
+  does = false;
+  PageNumber expected = root_;
+  for (std::uint32_t level = 0; level < path.depth; ++level) {
+    const Path::Step& step = path.steps[level];
+    if (step.page != expected) return Result::ok;
+    PageCache::Frame frame = 0;
+    if (const Result result = fetch(step.page, frame); !ok(result)) return result;
+    const Page node = page(frame);
+    const bool at_end = level + 1 == path.depth;
+    if (at_end != (node.count() == 0 || node.is_leaf())) return Result::ok;
+    if (!at_end) {
+      if (step.slot > node.count()) return Result::ok;
+      expected = node.child(step.slot);
+      continue;
+    }
+    does = step.slot < node.count() && node.recno(step.slot) == recno &&
+           order_->compare(node.key(step.slot), key, layout_.key_length) == 0;
+  }
+  return Result::ok;
+}
+
+}  // namespace vqdb::index
