@@ -107,7 +107,7 @@ Result append(Memo& memo, std::span<const Byte> text, char* reference) {
   const std::uint64_t block = std::max<std::uint64_t>(memo.next_free, memo.blocks_in_file());
   const std::uint64_t behind = block + (text.size() + 1) / kDbase3BlockSize + 1;
   const std::uint64_t position = memo.offset_of(block);
-  if (position > memo.file_size + kMaxGapBytes) {
+  if (position > memo.file_size + kMaxFilledGap) {
     return fail(memo.block, Result::bad_format, kWrite.detail(4));
   }
   if (behind > std::numeric_limits<std::uint32_t>::max()) {

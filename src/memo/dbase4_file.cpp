@@ -104,10 +104,7 @@ Result close_dbase4(Memo& memo) {
   if (memo.layout != Layout::dbase4) {
     return fail(block, Result::not_allowed, kClose.detail(2));
   }
-  const Result settled = memo.stale ? Result::ok : memo.free_chain.settle(memo);
-  const bool closed = release_handle(memo);
-  if (!ok(settled) || closed) return settled;
-  return fail(block, Result::io, kClose.detail(3));
+  return release_handle(memo) ? Result::ok : fail(block, Result::io, kClose.detail(3));
 }
 
 Result refresh_dbase4(Memo& memo) {

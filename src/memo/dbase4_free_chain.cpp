@@ -4,6 +4,7 @@
 #include <array>
 #include <limits>
 
+#include "memo/dbase4_run.h"
 #include "memo/file_layout.h"
 #include "memo/memo.h"
 
@@ -13,10 +14,6 @@ namespace {
 constexpr Operation kAllocate{211};
 constexpr Operation kAllocateLinks{212};
 constexpr Operation kFree{1032};
-
-// Whoever has put so many memos at the end is likely to go on.
-constexpr std::uint32_t kAppendsBeforeReserving = 16;
-constexpr std::uint64_t kMaxReservedBytes = std::uint64_t{256} << 10;
 
 // Stands for the file header where a run's index is asked for.
 constexpr std::size_t kInHeader = std::numeric_limits<std::size_t>::max();
@@ -49,9 +46,7 @@ Result write_run(Memo& memo, Run run, std::uint32_t link, std::int32_t detail) {
 
 void FreeChain::reset(std::uint32_t first) {
   runs_.clear();
-  next_ = stored_end_ = first;
-  appends_ = 0;
-  appended_blocks_ = 0;
+  next_ = first;
 }
 
 std::uint32_t FreeChain::front() const { return behind(kInHeader); }
@@ -76,7 +71,7 @@ Result FreeChain::read_run(Memo& memo) {
                      !looks_like_memo(memo, link) && runs_.size() < blocks;
   if (!sound) return broken_chain(memo);
   runs_.push_back(run);
-  next_ = stored_end_ = link;
+  next_ = link;
   return Result::ok;
 }
 
@@ -97,7 +92,6 @@ Result FreeChain::take_whole(Memo& memo, std::size_t index) {
   const Link link{runs_[index].first, behind(index)};
   const Result linked = set_link(memo, index - 1, link, kAllocateLinks.detail(0));
   if (!ok(linked)) return linked;
-  if (index + 1 == runs_.size()) stored_end_ = next_;
   runs_.erase(runs_.begin() + static_cast<std::ptrdiff_t>(index));
   return Result::ok;
 }
@@ -109,56 +103,38 @@ Result FreeChain::take_part(Memo& memo, std::size_t index, std::uint32_t blocks)
   const Link link{runs_[index].first, rest.first};
   if (ok(result)) result = set_link(memo, index - 1, link, kAllocate.detail(8));
   if (!ok(result)) return result;
-  if (index + 1 == runs_.size()) stored_end_ = next_;
   runs_[index] = rest;
   return Result::ok;
 }
 
-// How many blocks behind the end of the chain the file is told of in advance, so that a host that
-// writes memo after memo, and has the file for itself, does not write the end each time. If it
-// dies, these blocks are lost.
-std::uint32_t FreeChain::reserve(const Memo& memo, std::uint32_t end) const {
-  if (memo.shared() || appends_ < kAppendsBeforeReserving) return 0;
-  const std::uint64_t blocks = std::min(appended_blocks_ / 8, kMaxReservedBytes / memo.block_size);
-  const std::uint32_t left = std::numeric_limits<std::uint32_t>::max() - end;
-  return blocks < left ? static_cast<std::uint32_t>(blocks) : 0;
-}
-
 // The chain's end moves before the memo is written: the other way round a crash would leave a chain
-// that goes on inside the new memo.
+// that goes on inside the new memo. A crash in between leaves a gap as long as the memo. A long gap
+// is not filled but used: nothing lies behind the end of the file.
 Result FreeChain::append(Memo& memo, std::uint32_t blocks, Placement& placement) {
-  const std::uint32_t first = next_;
-  if (first == 0 || memo.offset_of(first) - memo.file_size > kMaxGapBytes) {
+  const std::uint64_t gap = memo.offset_of(next_) - memo.file_size;
+  if (next_ == 0 || gap > kMaxFilledGap + kLongestMemo + memo.block_size) {
     return broken_chain(memo);
   }
+  const std::uint32_t first =
+      gap <= kMaxFilledGap ? next_ : static_cast<std::uint32_t>(memo.blocks_in_file());
   if (blocks > std::numeric_limits<std::uint32_t>::max() - first) {
     return fail(memo.block, Result::disk_full, kAllocate.detail(5));
   }
-  const std::uint32_t end = first + blocks;
-  if (end > stored_end_) {
-    const Link link{stored_end_, end + reserve(memo, end)};
-    const Result linked = set_link(memo, runs_.size() - 1, link, kAllocateLinks.detail(3));
-    if (!ok(linked)) return linked;
-    stored_end_ = link.to;
-  }
-  next_ = end;
-  ++appends_;
-  appended_blocks_ += blocks;
+  if (const Result filled = fill_gap(memo, memo.offset_of(first)); !ok(filled)) return filled;
+  if (const Result moved = move_end(memo, first + blocks); !ok(moved)) return moved;
   placement = {{first, blocks}, true};
   return Result::ok;
 }
 
-Result FreeChain::settle(Memo& memo) {
-  if (stored_end_ == next_) return Result::ok;
-  const Link link{stored_end_, next_};
+Result FreeChain::move_end(Memo& memo, std::uint32_t end) {
+  const Link link{next_, end};
   const Result linked = set_link(memo, runs_.size() - 1, link, kAllocateLinks.detail(3));
-  if (ok(linked)) stored_end_ = next_;
+  if (ok(linked)) next_ = end;
   return linked;
 }
 
 Result FreeChain::give(Memo& memo, Run run) {
   const std::uint32_t old_front = front();
-  if (runs_.empty()) stored_end_ = next_;
   runs_.push_front(run);  // while nothing is written yet: there may be no memory
   const Result written = write_run(memo, run, old_front, kFree.detail(1));
   if (!ok(written)) return written;
@@ -180,8 +156,7 @@ void FreeChain::give_back(Memo& memo, const Placement& placement) {
 void FreeChain::shrink_end(Memo& memo, std::uint32_t first) {
   if (!memo.file.size(memo.file_size).ok()) return;
   const std::uint64_t reached = std::max<std::uint64_t>(memo.blocks_in_file(), first) - first;
-  next_ = first + static_cast<std::uint32_t>(reached);
-  if (ok(settle(memo)) && reached != 0) {
+  if (ok(move_end(memo, first + static_cast<std::uint32_t>(reached))) && reached != 0) {
     static_cast<void>(give(memo, {first, static_cast<std::uint32_t>(reached)}));
   }
 }

@@ -34,12 +34,9 @@ class FreeChain {
   void reset(std::uint32_t first);
 
   // Takes the first run that has enough blocks; the rest of a larger one stays in the chain. When
-  // none has, the blocks lie at the end of the chain. A chain that leaves the file, runs in a
-  // circle or goes through the run `used` gives -3 and nothing is taken.
+  // none has, the blocks lie at the end of the chain, which moves behind them. A chain that leaves
+  // the file, runs in a circle or goes through the run `used` gives -3 and nothing is taken.
   Result take(Memo& memo, std::uint32_t blocks, Run used, Placement& placement);
-
-  // Writes the end of the chain as it is, where take() has reserved blocks behind it.
-  Result settle(Memo& memo);
 
   // Puts a run at the front. Runs are not merged.
   Result give(Memo& memo, Run run);
@@ -59,16 +56,13 @@ class FreeChain {
   Result read_run(Memo& memo);
   Result take_whole(Memo& memo, std::size_t index);
   Result take_part(Memo& memo, std::size_t index, std::uint32_t blocks);
-  std::uint32_t reserve(const Memo& memo, std::uint32_t end) const;
   Result append(Memo& memo, std::uint32_t blocks, Placement& placement);
   Result set_link(Memo& memo, std::size_t index, Link link, std::int32_t detail) const;
+  Result move_end(Memo& memo, std::uint32_t end);
   void shrink_end(Memo& memo, std::uint32_t first);
 
-  std::deque<Run> runs_;          // read so far, in chain order
-  std::uint32_t next_ = 0;        // where the chain goes on behind them
-  std::uint32_t stored_end_ = 0;  // what the file has for it: when it is the end, perhaps more
-  std::uint32_t appends_ = 0;     // memos put at the end since reset(), and their blocks
-  std::uint64_t appended_blocks_ = 0;
+  std::deque<Run> runs_;    // read so far, in chain order
+  std::uint32_t next_ = 0;  // where the chain goes on behind them
 };
 
 }  // namespace vqdb::memo

@@ -26,7 +26,6 @@ constexpr std::uint32_t kStepsBeforeReadingAhead = 2;
 constexpr std::uint32_t kReadAhead = platform::kChunkBytes;
 // The longest gap that is filled along with the memo behind it.
 constexpr std::uint64_t kShortGap = 4096;
-constexpr std::uint64_t kMaxLength = std::numeric_limits<std::int32_t>::max();
 
 constexpr std::array<Byte, platform::kChunkBytes> kZeros = {};
 
@@ -105,19 +104,6 @@ std::array<Byte, kMemoHeaderBytes> header_for(std::uint32_t length) {
   return header;
 }
 
-// Fills the file with zeros up to the run, but for a last stretch that goes with the memo itself.
-Result fill_gap(Memo& memo, std::uint64_t start) {
-  while (memo.file_size + kShortGap < start) {
-    const std::uint64_t rest = start - memo.file_size;
-    const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(rest, kZeros.size()));
-    if (!memo.file.write_at(memo.file_size, kZeros.data(), size).ok()) {
-      return fail(memo.block, Result::io, kAllocate.detail(6));
-    }
-    memo.file_size += size;
-  }
-  return Result::ok;
-}
-
 }  // namespace
 
 Result locate(Memo& memo, const char* reference, Located& located) {
@@ -134,7 +120,7 @@ Result locate(Memo& memo, const char* reference, Located& located) {
   if (header[0] != kMemoMark[0]) return fail(memo.block, Result::bad_format, kSize.detail(4));
 
   const std::uint32_t stored = load_le32(header + kMemoMark.size());
-  if (stored < kMemoHeaderBytes || stored - kMemoHeaderBytes > kMaxLength ||
+  if (stored < kMemoHeaderBytes || stored - kMemoHeaderBytes > kLongestMemo ||
       !reaches(memo, start + stored)) {
     window.size = 0;
     return fail(memo.block, Result::bad_format, kSize.detail(5));
@@ -173,12 +159,22 @@ Result write_text(Memo& memo, Run run, std::uint32_t offset, std::span<const Byt
   return Result::ok;
 }
 
+Result fill_gap(Memo& memo, std::uint64_t offset) {
+  while (memo.file_size + kShortGap < offset) {
+    const std::uint64_t rest = offset - memo.file_size;
+    const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(rest, kZeros.size()));
+    if (!memo.file.write_at(memo.file_size, kZeros.data(), size).ok()) {
+      return fail(memo.block, Result::io, kAllocate.detail(6));
+    }
+    memo.file_size += size;
+  }
+  return Result::ok;
+}
+
 Result write_memo(Memo& memo, Run run, std::uint32_t length, std::span<const Byte> leading,
                   std::span<const Byte> text, std::int32_t detail) {
   memo.window.size = 0;
   const std::uint64_t start = memo.offset_of(run.first);
-  if (const Result filled = fill_gap(memo, start); !ok(filled)) return filled;
-
   const std::uint64_t gap = start - std::min(start, memo.file_size);
   const std::array<Byte, kMemoHeaderBytes> header = header_for(length);
   const auto along =

@@ -30,9 +30,12 @@ Result read_text(Memo& memo, const Located& located, std::uint32_t offset, std::
 Result write_text(Memo& memo, Run run, std::uint32_t offset, std::span<const Byte> text,
                   std::int32_t detail);
 
+// Fills the file with zeros up to an offset, but for a last stretch that write_memo() fills.
+Result fill_gap(Memo& memo, std::uint64_t offset);
+
 // Writes a memo's header, for a text of `length` bytes, and the two pieces of its text that follow
-// it; in one go when they are short. The gap between the end of the file and the run is filled with
-// zeros. REQUIRES that the first piece has at most kLeadingBytes.
+// it; in one go when they are short. REQUIRES that the first piece has at most kLeadingBytes, and
+// that the gap between the end of the file and the run has been filled.
 inline constexpr std::size_t kLeadingBytes = 8192;
 Result write_memo(Memo& memo, Run run, std::uint32_t length, std::span<const Byte> leading,
                   std::span<const Byte> text, std::int32_t detail);

@@ -22,6 +22,7 @@ inline constexpr std::size_t kBlockSizeOffset = 20;
 // A memo begins with the mark and, as 32 bits, its length with these eight bytes included.
 inline constexpr std::size_t kMemoHeaderBytes = 8;
 inline constexpr std::array<Byte, 4> kMemoMark = {255, 255, 8, 0};
+inline constexpr std::uint64_t kLongestMemo = 0x7FFFFFFF;  // bytes of text
 
 // A free run begins with the first block of the next run and its own number of blocks.
 inline constexpr std::size_t kFreeRunBytes = 8;

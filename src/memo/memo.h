@@ -15,9 +15,8 @@ namespace vqdb::memo {
 
 enum class Layout : std::uint8_t { none = 0, dbase3 = 3, dbase4 = 4 };
 
-// How far behind the end of the file new memos may begin. A crash can leave a gap as long as the
-// memo that was being written; a larger one comes from a damaged file and would only fill the disk.
-inline constexpr std::uint64_t kMaxGapBytes = std::uint64_t{64} << 20;
+// How far behind the end of the file new memos may begin; the gap is filled with zeros.
+inline constexpr std::uint64_t kMaxFilledGap = std::uint64_t{64} << 20;
 
 // A stretch of a dBASE IV file as it was read last, and where reading seems to go on.
 struct Window {

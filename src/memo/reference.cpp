@@ -9,10 +9,10 @@ namespace vqdb::memo {
 
 std::uint64_t parse_reference(const char* reference) {
   std::uint64_t block = 0;
-  std::size_t i = 0;
-  while (i < kReferenceWidth && reference[i] == ' ') ++i;
-  for (; i < kReferenceWidth && is_digit(reference[i]); ++i) {
-    block = block * 10 + static_cast<std::uint64_t>(reference[i] - '0');
+  for (const char c : std::string_view(reference, kReferenceWidth)) {
+    if (c == ' ') continue;
+    if (!is_digit(c)) break;
+    block = block * 10 + static_cast<std::uint64_t>(c - '0');
   }
   return block;
 }

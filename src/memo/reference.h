@@ -11,8 +11,9 @@ namespace vqdb::memo {
 
 inline constexpr std::size_t kReferenceWidth = VQ_MEMO_REFERENCE_BYTES;
 
-// The block number: leading blanks are skipped and reading stops at the first character that is no
-// digit. 0 when the field has no memo. Ten digits can exceed every block number that a file holds.
+// The block number: blanks are skipped wherever they stand, and reading stops at the first other
+// character that is no digit. 0 when the field has no memo. Ten digits can exceed every block
+// number that a file holds.
 std::uint64_t parse_reference(const char* reference);
 
 // Ten digits, with leading zeros; no zero byte behind them.

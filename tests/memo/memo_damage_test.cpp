@@ -80,6 +80,19 @@ TEST(MemoDamage, a_broken_free_chain_gives_no_blocks) {
   }
 }
 
+// As a crash leaves it while the longest memo is written: the blocks that it never got to are used.
+TEST(MemoDamage, an_end_of_the_chain_far_behind_the_file_comes_back) {
+  const TemporaryFolder folder;
+  constexpr std::uint32_t kTwoGigabytes = (std::uint32_t{1} << 31) / 512;
+  write_file(folder.file("A.DBT"), file_with(header(kBlocks + kTwoGigabytes), ""));
+  VqBlock block = memo_block(2);
+  MemoFile file(block, folder.file("A"));
+  std::string reference = kNoMemo;
+  EXPECT_EQ(0, file.write_new(std::string(1500, 'n'), reference));
+  EXPECT_EQ(reference_to(kBlocks), reference);
+  EXPECT_EQ(kBlocks + 3, read_le32(read_file(folder.file("A.DBT")), 0));
+}
+
 TEST(MemoDamage, a_memo_is_not_moved_into_its_own_blocks) {
   std::string file = header(2);
   for (std::string part : {memo(std::string(600, 'l')), le32(6) + le32(3)}) {
