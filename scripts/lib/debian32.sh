@@ -20,7 +20,7 @@ debian32_create() {
 $log tells why. VQ_DEBIAN_MIRROR names another mirror; a wine that runs 32-bit programs also does."
   as_root mkdir "$debian32.new/host"
   as_root mv "$debian32.new" "$debian32"
-  debian32_run "$PWD" wine wineboot --init >>"$log" 2>&1 </dev/null || true
+  debian32_run wine wineboot --init >>"$log" 2>&1 </dev/null || true
 }
 
 debian32_enter='
@@ -28,28 +28,36 @@ debian32_enter='
     WINEDLLPATH=/usr/lib/i386-linux-gnu/wine PATH=/usr/sbin:/usr/bin:/sbin:/bin:/usr/lib/wine \
     sh -c "cd \"\$0\" && exec \"\$@\"" "/host$PWD" "$@"'
 
-# debian32_run FOLDER COMMAND...: runs a command in it, in the same working folder. The machine's
-# files appear under /host. Where nothing may be mounted, as in many containers, the working folder
-# and FOLDER are copied in and the working folder is copied back.
+# debian32_run COMMAND...: runs a command in it, in the same working folder. The machine's files
+# appear under /host. Where nothing may be mounted, as in many containers, these are copies: the
+# working folder, without its repository and its builds, and the files that debian32_needs names.
+# Of the working folder, what the command has made or changed is copied back.
+debian32_needs=()
 debian32_run() {
-  local folder=$1 code=0
-  shift
-  if as_root unshare --mount true 2>/dev/null; then
+  if as_root unshare --mount mount --bind /proc "$debian32/proc" 2>/dev/null; then
     as_root unshare --mount sh -c 'mount --rbind /proc "$0/proc" && mount --rbind / "$0/host" ||
       exit 125'"$debian32_enter" "$debian32" "$@"
-    return
+  else
+    debian32_run_on_copies "$@"
   fi
-  debian32_copy "$folder" "$debian32/host$folder"
-  debian32_copy "$PWD" "$debian32/host$PWD"
-  as_root sh -c "$debian32_enter" "$debian32" "$@" || code=$?
-  debian32_copy "$debian32/host$PWD" "$PWD"
-  as_root rm -rf --one-file-system "$debian32/host"
-  as_root mkdir "$debian32/host"
-  return $code
 }
 
-debian32_copy() {
-  as_root mkdir -p "$2"
-  as_root tar -C "$1" --exclude=./.git --exclude=./build/release --exclude=./build/asan -cf - . |
-    as_root tar -C "$2" -xf -
-}
+# One at a time: the copies of all lie in the same folder.
+debian32_run_on_copies() (
+  exec 9>"$debian32.lock"
+  flock 9
+  as_root rm -rf --one-file-system "$debian32/host"
+  as_root mkdir -p "$debian32/host$PWD"
+  as_root tar -C "$PWD" --exclude=./.git --exclude=./build -cf - . |
+    as_root tar -C "$debian32/host$PWD" -xf -
+  [ ${#debian32_needs[@]} = 0 ] ||
+    as_root tar -C / -cf - "${debian32_needs[@]#/}" | as_root tar -C "$debian32/host" -xf -
+  as_root touch "$debian32/begin"
+  code=0
+  as_root sh -c "$debian32_enter" "$debian32" "$@" 9>&- || code=$?
+  as_root find "$debian32/host$PWD" -type f -newer "$debian32/begin" -printf '%P\0' |
+    as_root tar -C "$debian32/host$PWD" --null -T - -cf - | tar -C "$PWD" -xf -
+  as_root rm -rf --one-file-system "$debian32/host"
+  as_root mkdir "$debian32/host"
+  exit $code
+)

@@ -4,6 +4,9 @@
 native_needs=(cmake=cmake ninja-build=ninja g++=g++ libgtest-dev=/usr/include/gtest/gtest.h
   librapidcheck-dev=/usr/include/rapidcheck.h)
 windows_needs=(g++-mingw-w64-i686-posix=i686-w64-mingw32-g++ googletest=/usr/src/googletest/CMakeLists.txt)
+# Programs that read the same files, for tests of what they read.
+reader_needs=(libdbd-xbase-perl=/usr/share/perl5/XBase.pm)
+full_reader_needs=(gdal-bin=ogr2ogr)
 root_needs=(debootstrap=debootstrap)
 fuzz_needs=(clang=clang++)
 
