@@ -13,7 +13,7 @@ void check(const char* what, const VqBlock* block, int result) {
 }
 
 void wrong(const char* index, uint32_t recno, const char* what) {
-  fprintf(stderr, "Index %s, record %u: %s\n", index, (unsigned)recno, what);
+  fprintf(stderr, "Wrong: %s, record %u: %s\n", index, (unsigned)recno, what);
   exit(1);
 }
 

@@ -58,6 +58,11 @@ int smaller(int a, int b);
 
 int key_length(const Plan* plan, int index);
 double number_of(const Plan* plan, const char* record);
+uint32_t record_count(Demo* demo);
+void read_record(Demo* demo, uint32_t recno);
+/* Where a record stands in an index, from 1. As many keys of the table are smaller, or as many more
+ * as are equal. */
+uint32_t place_in(Demo* demo, int index, uint32_t recno);
 void verify(Demo* demo);
 
 #endif

@@ -5,7 +5,8 @@
  *   first_light SOURCE.DBF
  *
  * The new files (PLACES.DBF, NAMES.NDX, NUMBERS.NDX, MIXED.NDX, PLACES.DD) go to the current
- * folder. The source is only read. It needs two character fields and a numeric one.
+ * folder, where none of them may be. The source is only read. It needs two character fields and a
+ * numeric one.
  */
 #include <stdio.h>
 #include <stdlib.h>
@@ -15,6 +16,18 @@
 #include "first_light.h"
 
 const char* const kFiles[kIndexes] = {"names", "numbers", "mixed"};
+
+/* Creating a file replaces one of the same name, so nothing is created where there is one. */
+static void expect_room(Demo* demo) {
+  int taken = dDmode(&demo->block, "places") != VQ_E_NOT_FOUND;
+  for (int i = 0; i < kIndexes; ++i) {
+    taken |= dNbuffs(&demo->block, kFiles[i], 1) != VQ_E_NOT_FOUND;
+  }
+  if (!taken) return;
+  fprintf(stderr,
+          "PLACES.DBF or one of its indexes is in this folder already. Nothing was done.\n");
+  exit(1);
+}
 
 static void create_files(Demo* demo) {
   const Plan* const plan = &demo->plan;
@@ -40,14 +53,12 @@ static void create_files(Demo* demo) {
            smaller(plan->name->width, kNamePart));
   snprintf(format, sizeof format, "C%d", key_length(plan, kMixed));
   check("dNcreat", &demo->block, dNcreat(&demo->block, kFiles[kMixed], expression, format));
-  printf("Indexes: %s by %s, %s by %s, %s by %s\n", kFiles[kNames], plan->name->name,
-         kFiles[kNumbers], plan->number->name, kFiles[kMixed], expression);
 }
 
 static void find_members(Demo* demo) {
   for (int i = 0; i < kIndexes; ++i) {
     check("GRPmember", &demo->block,
-          GRPmember(demo->database, 64, kFiles[i], NULL, &demo->order[i]));
+          GRPmember(demo->database, VQ_KIND_NDX, kFiles[i], NULL, &demo->order[i]));
   }
 }
 
@@ -55,11 +66,19 @@ static void open_with_indexes(Demo* demo) {
   VqIndexSpec specs[kIndexes];
   VqIndexSpec* failed = NULL;
   for (int i = 0; i < kIndexes; ++i) {
-    specs[i] = (VqIndexSpec){64, kFiles[i], 10, NULL};
+    specs[i] = (VqIndexSpec){VQ_KIND_NDX, kFiles[i], 10, NULL};
   }
   check("DBopen", &demo->block,
-        DBopen(&demo->block, "places", 0, 10, 1, kIndexes, specs, &demo->database, &failed));
+        DBopen(&demo->block, "places", VQ_OPEN_EXCLUSIVE, 10, VQ_SPECS_ARRAY, kIndexes, specs,
+               &demo->database, &failed));
   find_members(demo);
+  for (int i = 0; i < kIndexes; ++i) {
+    char expression[241];
+    int32_t flags = 0;
+    check("DBexpr", &demo->block,
+          DBexpr(&demo->order[i], expression, (int32_t)sizeof expression, &flags));
+    printf("Index %s is by %s\n", kFiles[i], expression);
+  }
 }
 
 static void convert_record(Demo* demo, VqTable* source, const char* from) {
@@ -89,7 +108,7 @@ static void copy_records(Demo* demo, const char* source_name) {
   uint32_t count = 0;
   uint32_t recno = 0;
   char name[12] = "";
-  VqTable* const source = dDopen(&demo->block, source_name, 1, 10);
+  VqTable* const source = dDopen(&demo->block, source_name, VQ_OPEN_READ_ONLY, 10);
   if (source == NULL) fail("Opening the source", &demo->block, demo->block.result);
   check("dDreccnt", &demo->block, dDreccnt(source, &count));
   const int length = dDreclen(source);
@@ -113,6 +132,7 @@ static void copy_records(Demo* demo, const char* source_name) {
   for (uint32_t i = 0; i < count; ++i) {
     convert_record(demo, source, records + i * (size_t)length);
     check("DBapprec", &demo->block, DBapprec(demo->database, demo->record, &recno));
+    if (recno != i + 1) wrong("table", recno, "the number of the appended record is another one");
   }
   printf("Appended %u records of %d bytes, each with a key in three indexes, in %.1f ms\n",
          (unsigned)count, plan->record_length, (double)(clock() - begin) * 1000 / CLOCKS_PER_SEC);
@@ -125,9 +145,11 @@ static void show(Demo* demo, int index, const char* title) {
   char key[kMaxKey + 1];
   uint32_t recno = 0;
   printf("\n%s\n", title);
-  DBrewind(&demo->order[index]);
+  check("DBrewind", &demo->block, DBrewind(&demo->order[index]));
   for (int i = 0; i < 4; ++i) {
-    if (DBnextrec(&demo->order[index], demo->record, &recno, key) != 0) return;
+    const int result = DBnextrec(&demo->order[index], demo->record, &recno, key);
+    if (result == VQ_E_INDEX_END) return;
+    check("DBnextrec", &demo->block, result);
     printf("  record %4u %c %-14.*s  %-26.*s %16.2f\n", (unsigned)recno, demo->record[0],
            smaller(plan->group->width, 14), demo->record + plan->group->offset,
            smaller(plan->name->width, 26), demo->record + plan->name->offset,
@@ -143,55 +165,67 @@ static void set_number(Demo* demo, double value) {
   memcpy(demo->record + column->offset, field, (size_t)column->width);
 }
 
-static void change_records(Demo* demo) {
-  const Plan* const plan = &demo->plan;
+/* Makes the last record of an index its current one, and the record buffer's. */
+static uint32_t read_last(Demo* demo, int index) {
   char key[kMaxKey + 1];
   uint32_t recno = 0;
-  uint32_t count = 0;
-  int halved = 0;
-  int deleted = 0;
-  VqMember table;
-  check("GRPmember", &demo->block, GRPmember(demo->database, 1, NULL, NULL, &table));
-  check("dDreccnt", &demo->block, dDreccnt(table.handle, &count));
+  check("DBforward", &demo->block, DBforward(&demo->order[index]));
+  check("DBprevrec", &demo->block, DBprevrec(&demo->order[index], demo->record, &recno, key));
+  return recno;
+}
 
-  DBforward(&demo->order[kNames]);
-  check("DBprevrec", &demo->block, DBprevrec(&demo->order[kNames], demo->record, &recno, key));
+static void rename_last(Demo* demo) {
+  const Plan* const plan = &demo->plan;
+  const uint32_t recno = read_last(demo, kNames);
   demo->record[plan->name->offset] = '!';
   check("DBupdrec", &demo->block, DBupdrec(demo->database, recno, demo->record));
   printf("\nRecord %u, the last by name, now begins with '!'\n", (unsigned)recno);
-  show(demo, kNames, "By name again: it comes first");
+  printf("By name it is now number %u\n", (unsigned)place_in(demo, kNames, recno));
+}
 
-  DBrewind(&demo->order[kNumbers]);
+static void lower_last(Demo* demo) {
+  const Plan* const plan = &demo->plan;
+  char key[kMaxKey + 1];
+  uint32_t recno = 0;
+  check("DBrewind", &demo->block, DBrewind(&demo->order[kNumbers]));
   check("DBnextrec", &demo->block, DBnextrec(&demo->order[kNumbers], demo->record, &recno, key));
-  const double below = number_of(plan, demo->record) - 1;
-  DBforward(&demo->order[kNumbers]);
-  check("DBprevrec", &demo->block, DBprevrec(&demo->order[kNumbers], demo->record, &recno, key));
-  set_number(demo, below);
+  const double least = number_of(plan, demo->record);
+  recno = read_last(demo, kNumbers);
+  set_number(demo, least - 1);
   check("DBupdrec", &demo->block, DBupdrec(demo->database, recno, demo->record));
   printf("\nRecord %u, the last by %s, now has %.2f there\n", (unsigned)recno, plan->number->name,
-         below);
-  show(demo, kNumbers, "By number again: it comes first");
+         number_of(plan, demo->record));
+  printf("By number it is now number %u\n", (unsigned)place_in(demo, kNumbers, recno));
+}
 
+/* Halves the number of every third record, and marks every tenth as deleted but not every
+ * twentieth. */
+static void change_many(Demo* demo) {
+  const Plan* const plan = &demo->plan;
+  const uint32_t count = record_count(demo);
+  unsigned halved = 0;
+  unsigned deleted = 0;
   for (uint32_t i = 1; i <= count; ++i) {
     if (i % 3 == 0) {
-      check("DBgetrec", &demo->block,
-            DBgetrec(&table, (const void*)(uintptr_t)i, demo->record, &recno));
+      read_record(demo, i);
       set_number(demo, number_of(plan, demo->record) / 2);
+      const double expected = number_of(plan, demo->record);
       check("DBupdrec", &demo->block, DBupdrec(demo->database, i, demo->record));
+      read_record(demo, i);
+      if (number_of(plan, demo->record) != expected) wrong("table", i, "the number is another one");
       ++halved;
     }
-    if (i % 10 == 0) {
-      check("DBdelrec", &demo->block, DBdelrec(demo->database, i));
-      ++deleted;
-    }
-    if (i % 20 == 0) {
-      check("DBrclrec", &demo->block, DBrclrec(demo->database, i));
-      --deleted;
-    }
+    if (i % 10 == 0) check("DBdelrec", &demo->block, DBdelrec(demo->database, i));
+    if (i % 20 == 0) check("DBrclrec", &demo->block, DBrclrec(demo->database, i));
   }
-  printf("\nHalved %s in %d records; %d are now marked as deleted\n", plan->number->name, halved,
+  for (uint32_t i = 1; i <= count; ++i) {
+    const int flag = DBrecsta(demo->database, i);
+    check("DBrecsta", &demo->block, flag);
+    if (i % 10 == 0 && flag != (i % 20 == 0 ? ' ' : '*')) wrong("table", i, "the deletion flag");
+    deleted += flag == '*';
+  }
+  printf("\nHalved %s in %u records; %u are now marked as deleted\n", plan->number->name, halved,
          deleted);
-  show(demo, kMixed, "By group and name again");
 }
 
 int main(int argc, char** argv) {
@@ -200,17 +234,23 @@ int main(int argc, char** argv) {
     fprintf(stderr, "usage: first_light SOURCE.DBF\n");
     return 2;
   }
-  check("DBinit", &demo.block, DBinit(&demo.block, 1));
+  check("DBinit", &demo.block, DBinit(&demo.block, VQ_DIALECT_DBASE3));
+  expect_room(&demo);
   copy_records(&demo, argv[1]);
   show(&demo, kNames, "By name");
   show(&demo, kNumbers, "By number");
   show(&demo, kMixed, "By group and name");
   verify(&demo);
-  change_records(&demo);
+  rename_last(&demo);
+  show(&demo, kNames, "By name again");
+  lower_last(&demo);
+  show(&demo, kNumbers, "By number again");
+  change_many(&demo);
+  show(&demo, kMixed, "By group and name again");
   verify(&demo);
   check("DBclose", &demo.block, DBclose(demo.database));
 
-  check("DBuse", &demo.block, DBuse(&demo.block, "places", 0, &demo.database));
+  check("DBuse", &demo.block, DBuse(&demo.block, "places", VQ_OPEN_EXCLUSIVE, &demo.database));
   find_members(&demo);
   printf("\nClosed, and opened again by the list of indexes beside the table\n");
   verify(&demo);

@@ -88,15 +88,55 @@ static void check_walks(Demo* demo, int index, uint32_t count) {
   free(seen);
 }
 
+static VqMember table_of(Demo* demo) {
+  VqMember table;
+  check("GRPmember", &demo->block, GRPmember(demo->database, VQ_KIND_TABLE, NULL, NULL, &table));
+  return table;
+}
+
+uint32_t record_count(Demo* demo) {
+  uint32_t count = 0;
+  check("dDreccnt", &demo->block, dDreccnt(table_of(demo).handle, &count));
+  return count;
+}
+
+void read_record(Demo* demo, uint32_t recno) {
+  const VqMember table = table_of(demo);
+  uint32_t read = 0;
+  check("DBgetrec", &demo->block,
+        DBgetrec(&table, (const void*)(uintptr_t)recno, demo->record, &read));
+}
+
+uint32_t place_in(Demo* demo, int index, uint32_t recno) {
+  char key[kMaxKey + 1];
+  char other[kMaxKey + 1];
+  uint32_t at = 0;
+  uint32_t place = 0;
+  uint32_t smaller_keys = 0;
+  uint32_t equal_keys = 0;
+  check("DBrewind", &demo->block, DBrewind(&demo->order[index]));
+  for (; at != recno; ++place) {
+    check("DBnextrec", &demo->block, DBnextrec(&demo->order[index], demo->record, &at, key));
+  }
+  for (uint32_t i = 1; i <= record_count(demo); ++i) {
+    read_record(demo, i);
+    expected_key(&demo->plan, index, demo->record, other);
+    const int order = compare_keys(&demo->plan, index, other, key);
+    smaller_keys += order < 0;
+    equal_keys += order == 0;
+  }
+  if (place <= smaller_keys || place > smaller_keys + equal_keys) {
+    wrong(kFiles[index], recno, "the record is in another place than its key");
+  }
+  return place;
+}
+
 static void check_searches(Demo* demo, int index, uint32_t count) {
   char key[kMaxKey + 1];
   char found[kMaxKey + 1];
-  VqMember table;
-  check("GRPmember", &demo->block, GRPmember(demo->database, 1, NULL, NULL, &table));
   for (uint32_t i = 1; i <= count; ++i) {
     uint32_t recno = 0;
-    check("DBgetrec", &demo->block,
-          DBgetrec(&table, (const void*)(uintptr_t)i, demo->record, &recno));
+    read_record(demo, i);
     expected_key(&demo->plan, index, demo->record, key);
     if (DBgetrec(&demo->order[index], key, demo->record, &recno) != 0) {
       wrong(kFiles[index], i, "its key is not found");
@@ -109,10 +149,7 @@ static void check_searches(Demo* demo, int index, uint32_t count) {
 }
 
 void verify(Demo* demo) {
-  uint32_t count = 0;
-  VqMember table;
-  check("GRPmember", &demo->block, GRPmember(demo->database, 1, NULL, NULL, &table));
-  check("dDreccnt", &demo->block, dDreccnt(table.handle, &count));
+  const uint32_t count = record_count(demo);
   printf("\n");
   for (int index = 0; index < kIndexes; ++index) {
     check_walks(demo, index, count);
