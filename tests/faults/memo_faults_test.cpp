@@ -30,15 +30,16 @@ std::int32_t create(VqBlock& block, const std::string& name, Layout layout) {
                                   : lib.dTcreat3(&block, name.c_str());
 }
 
-// A file with memos, and free runs of several sizes; made once for each layout.
+// A file with memos, and free runs of several sizes; made once for each layout. One at a time: they
+// share a folder.
 class Prepared {
  public:
   explicit Prepared(Layout layout) : layout_(layout) {
     static std::map<Layout, std::pair<std::string, std::vector<Memo>>> images;
-    write_file(folder_.file("T.DBF"), memo_table(0x03, 1, {}));
-    lib.dUtmpdir(&block_, folder_.path().string().c_str());
+    lib.dUtmpdir(&block_, folder().path().string().c_str());
     auto& [bytes, memos] = images[layout];
     if (memos.empty()) {
+      write_file(folder().file("T.DBF"), memo_table(0x03, 1, {}));
       EXPECT_EQ(0, create(block_, name_, layout));
       MemoFile file(block_, name_, layout);
       for (std::size_t size : {100, 2000, 3000, 700, 9000}) {
@@ -58,8 +59,11 @@ class Prepared {
 
   VqBlock& block() { return block_; }
   const std::string& name() const { return name_; }
-  const TemporaryFolder& folder() const { return folder_; }
-  std::string path() const { return folder_.file("T.DBT"); }
+  static const TemporaryFolder& folder() {
+    static const TemporaryFolder folder;
+    return folder;
+  }
+  std::string path() const { return folder().file("T.DBT"); }
   std::vector<Memo>& memos() { return memos_; }
   std::vector<std::string> references() const {
     std::vector<std::string> references;
@@ -84,10 +88,9 @@ class Prepared {
   }
 
  private:
-  TemporaryFolder folder_;
   Layout layout_;
   VqBlock block_ = memo_block(2);
-  std::string name_ = folder_.file("T");
+  std::string name_ = folder().file("T");
   std::vector<Memo> memos_;
 };
 

@@ -3,12 +3,11 @@
 // names, by both.
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <vector>
 
+#include "interop/other_reader.h"
 #include "support/exports.h"
 #include "support/files.h"
 #include "support/memo_files.h"
@@ -29,25 +28,15 @@ constexpr const char* kReader = R"(perl -MXBase -e '
     }
   }' )";
 
-bool reader_is_there() { return std::system("perl -MXBase -e 1 2>/dev/null") == 0; }
-
 std::vector<std::string> read_by_other(const std::string& table) {
   std::vector<std::string> memos;
-  FILE* const output = ::popen((kReader + table).c_str(), "r");
-  if (output == nullptr) return memos;
-  std::array<char, 4096> piece;
-  std::string line;
-  while (std::fgets(piece.data(), piece.size(), output) != nullptr) {
-    line += piece.data();
-    if (line.back() != '\n') continue;
+  for (const std::string& line : lines_of(kReader + table)) {
     std::string memo;
-    for (std::size_t i = 0; i + 1 < line.size(); i += 2) {
+    for (std::size_t i = 0; i < line.size(); i += 2) {
       memo += static_cast<char>(std::stoi(line.substr(i, 2), nullptr, 16));
     }
     memos.push_back(memo);
-    line.clear();
   }
-  EXPECT_EQ(0, ::pclose(output));
   return memos;
 }
 
@@ -82,7 +71,7 @@ std::vector<std::string> read_by_us(const std::string& base, Layout layout) {
 }
 
 TEST(MemoInterop, another_reader_reads_what_we_write) {
-  if (!reader_is_there()) GTEST_SKIP() << "the Perl module XBase is not installed";
+  VQ_NEEDS_READER("the Perl module XBase", "perl -MXBase -e 1");
   for (const Layout layout : {Layout::dbase3, Layout::dbase4}) {
     for (const std::uint32_t block_setting : {1u, 2u, 32u}) {
       const TemporaryFolder folder;
@@ -115,7 +104,7 @@ TEST(MemoInterop, another_reader_reads_what_we_write) {
 TEST(MemoInterop, we_read_what_other_programs_wrote) {
   const char* const folder = std::getenv("VQDB_REAL_FILES");
   if (folder == nullptr) GTEST_SKIP() << "VQDB_REAL_FILES names no folder";
-  if (!reader_is_there()) GTEST_SKIP() << "the Perl module XBase is not installed";
+  VQ_NEEDS_READER("the Perl module XBase", "perl -MXBase -e 1");
   for (const char* const name : {"dbase_83", "biblio"}) {
     const std::string base = std::string(folder) + "/" + name;
     if (!file_exists(base + ".dbt")) continue;

@@ -1,10 +1,8 @@
 // NDX files beside another reader, the Perl module XBase, where it is installed: it walks ours in
 // the same order, and finds single keys.
-#include <array>
-#include <cstdio>
-#include <cstdlib>
 #include <random>
 
+#include "interop/other_reader.h"
 #include "support/ndx_fixture.h"
 
 namespace vqdb::testing {
@@ -16,22 +14,10 @@ constexpr const char* kReader = R"(perl -MXBase::Index -e '
   @ARGV ? $index->prepare_select_eq(shift) : $index->prepare_select;
   while (my ($key, $record) = $index->fetch) { print "$key\t$record\n" }' )";
 
-std::vector<std::string> read_by_other(const std::string& arguments) {
-  std::vector<std::string> lines;
-  FILE* const output = ::popen((kReader + arguments).c_str(), "r");
-  if (output == nullptr) return lines;
-  std::array<char, 256> line;
-  while (std::fgets(line.data(), line.size(), output) != nullptr) lines.emplace_back(line.data());
-  EXPECT_EQ(0, ::pclose(output));
-  return lines;
-}
-
 class NdxInterop : public NdxFixture {
  protected:
   void SetUp() override {
-    if (std::system("perl -MXBase::Index -e 1 2>/dev/null") != 0) {
-      GTEST_SKIP() << "the Perl module XBase is not installed";
-    }
+    VQ_NEEDS_READER("the Perl module XBase", "perl -MXBase::Index -e 1");
     NdxFixture::SetUp();
   }
 };
@@ -64,12 +50,12 @@ TEST_F(NdxInterop, other_reader_walks_our_files_in_our_order) {
       if (!c.is_text) std::memcpy(&value, entry.first.data(), sizeof value);
       const std::string text =
           c.is_text ? entry.first : std::to_string(static_cast<std::uint32_t>(value));
-      expected.push_back(text + "\t" + std::to_string(entry.second) + "\n");
+      expected.push_back(text + "\t" + std::to_string(entry.second));
     }
-    EXPECT_EQ(expected, read_by_other(name));
+    EXPECT_EQ(expected, lines_of(kReader + name));
     const std::string& wanted = expected[expected.size() / 3];
     const std::string text = wanted.substr(0, wanted.find('\t'));
-    const std::vector<std::string> found = read_by_other(name + " '" + text + "'");
+    const std::vector<std::string> found = lines_of(kReader + name + " '" + text + "'");
     ASSERT_FALSE(found.empty());
     EXPECT_EQ(text, found.front().substr(0, text.size()));
   }

@@ -43,7 +43,12 @@ bool file_exists(const std::string& name) { return fs::is_regular_file(name); }
 std::string read_file(const std::string& name) {
   std::ifstream stream(name, std::ios::binary);
   EXPECT_TRUE(stream.is_open()) << "cannot read " << name;
-  return {std::istreambuf_iterator<char>(stream), {}};
+  std::error_code ignored;
+  const std::uintmax_t size = fs::file_size(name, ignored);
+  std::string bytes(stream.is_open() ? static_cast<std::size_t>(size) : 0, '\0');
+  stream.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  bytes.resize(static_cast<std::size_t>(stream.gcount()));
+  return bytes;
 }
 
 std::string read_bytes(const std::string& name, std::size_t offset, std::size_t count) {
@@ -52,10 +57,13 @@ std::string read_bytes(const std::string& name, std::size_t offset, std::size_t 
 }
 
 void write_file(const std::string& name, std::string_view bytes) {
-  std::ofstream stream(name, std::ios::binary | std::ios::trunc);
+  // An older file is not cut to nothing first: some systems then wait for the disk.
+  const bool older = fs::exists(name);
+  std::ofstream stream(name, std::ios::binary | (older ? std::ios::in : std::ios::trunc));
   stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   stream.close();
   EXPECT_TRUE(stream.good()) << "cannot write " << name;
+  if (older) fs::resize_file(name, bytes.size());
 }
 
 void write_bytes(const std::string& name, std::size_t offset, std::string_view bytes) {
