@@ -3,6 +3,7 @@
 #include "index/ndx/ndx_describe.h"
 #include "index/ndx/ndx_file.h"
 #include "index/ndx/ndx_open.h"
+#include "index/open/file_copy.h"
 #include "table/table_handle.h"
 
 namespace {
@@ -214,7 +215,7 @@ int32_t VQ_CALL dNreindex(VqTable* table, const char* name) {
 int32_t VQ_CALL dNcopy(VqBlock* block, const char* from, const char* to) {
   return guarded([&] {
     if (block == nullptr || from == nullptr || to == nullptr) return refuse_null(block, kCopy);
-    return index::copy_ndx(*block, from, to);
+    return index::copy_index_file(*block, from, to, "NDX", kCopy);
   });
 }
 

@@ -2,16 +2,13 @@
 
 #include <string>
 
-#include "expr/expression.h"
 #include "frame/file_name.h"
 #include "frame/system_file.h"
 #include "frame/temporary_file.h"
-#include "index/keys/key_feed.h"
-#include "index/keys/stream_entries.h"
+#include "index/build/tree_build.h"
 #include "index/ndx/ndx_header.h"
 #include "index/ndx/ndx_open.h"
 #include "index/tree/page_pour.h"
-#include "sort/external_sort.h"
 
 namespace vqdb::index {
 namespace {
@@ -20,42 +17,9 @@ constexpr Operation kCreate{302};
 constexpr Operation kBuild{310};
 constexpr Operation kRebuild{318};
 
-struct ReleaseExpression {
-  void operator()(expr::Expression* expression) const { expr::free(*expression); }
-};
-using ExpressionOwner = std::unique_ptr<expr::Expression, ReleaseExpression>;
-
-Result parse_key(table::Table& table, const std::string& text, ExpressionOwner& expression,
-                 expr::ResultShape& shape) {
-  expr::Expression* parsed = nullptr;
-  const Result result =
-      expr::parse(table::block_of(table), text.c_str(), {.table = &table}, parsed, shape);
-  if (ok(result)) expression.reset(parsed);
-  return result;
-}
-
 StreamSpec stream_spec(const NdxHeader& header) {
   const char type = header.key_type == 'D' ? 'T' : header.key_type;
   return {false, type, header.key_length, header.unique != 0};
-}
-
-// Entries in order into pages; of equal keys a unique index takes the first.
-Result pour_entries(sort::ExternalSort& sort, Progress& progress, PagePour& pour,
-                    const NdxHeader& header, const KeyOrder& order) {
-  std::array<Byte, kMaxKeyLength> last;
-  bool has_last = false;
-  for (;;) {
-    const Byte* entry = nullptr;
-    if (const Result result = sort.next(entry); !ok(result) || entry == nullptr) return result;
-    if (const Result result = progress.step(); !ok(result)) return result;
-    const Byte* const key = entry + kEntryHead;
-    if (header.unique != 0) {
-      if (has_last && order.compare(last.data(), key, header.key_length) == 0) continue;
-      std::memcpy(last.data(), key, header.key_length);
-      has_last = true;
-    }
-    if (const Result result = pour.add(load_le32(entry), key); !ok(result)) return result;
-  }
 }
 
 Result write_index(table::Table& table, expr::Expression& expression, NdxHeader header,
@@ -64,21 +28,20 @@ Result write_index(table::Table& table, expr::Expression& expression, NdxHeader 
   std::uint32_t count = 0;
   if (const Result result = table::record_count(table, count); !ok(result)) return result;
   Progress progress(block, std::uint64_t{2} * count);
-  const bool collated = block.language == 1;
   const StreamSpec spec = stream_spec(header);
-  const StreamEntries entries(*stream_order(IndexFamily::ndx, spec, collated), spec.key_length);
-  sort::ExternalSort sort(block, entries, kEntryHead + spec.key_length, progress);
-  if (const Result result = sort.start(); !ok(result)) return result;
-  KeyFeed feed(table, expression, expr::run_option::kKey, spec.key_length);
-  if (const Result result = feed.run(count, sort, progress); !ok(result)) return result;
-  if (const Result result = sort.finish(); !ok(result)) return result;
   NewFileStore pages(block, kNdxPageGrid);
-  PagePour pour(block, file, header.layout(), kNdxPageGrid, pages);
-  if (const Result result = pour.start(); !ok(result)) return result;
-  const KeyOrder& order = ndx_key_order(block, header.key_type);
-  Result result = pour_entries(sort, progress, pour, header, order);
-  if (ok(result)) result = pour.finish(header.root);
-  if (!ok(result)) return result;
+  const PageLayout layout = header.layout();
+  const KeySource source = {table, expression, nullptr, expr::run_option::kKey, count};
+  const TreeTarget target = {file,
+                             kNdxPageGrid,
+                             pages,
+                             layout,
+                             ndx_key_order(block, header.key_type),
+                             *stream_order(IndexFamily::ndx, spec, block.language == 1),
+                             header.unique != 0};
+  if (const Result result = build_tree(source, target, progress, header.root); !ok(result)) {
+    return result;
+  }
   header.next_free = pages.next();
   NdxPageBytes page = {};
   format_ndx_header(header, page);
@@ -115,7 +78,7 @@ Result build_ndx(table::Table& table, std::string_view name, const char* express
   }
   ExpressionOwner expression;
   expr::ResultShape shape;
-  if (const Result result = parse_key(table, text, expression, shape); !ok(result)) {
+  if (const Result result = parse_expression(table, text, expression, shape); !ok(result)) {
     return result;
   }
   std::string wanted = (options & build_option::kNdx3) != 0 ? "3" : "";
@@ -141,7 +104,7 @@ Result rebuild_ndx(table::Table& table, std::string_view name) {
   const std::string text(old.expression);
   ExpressionOwner expression;
   expr::ResultShape shape;
-  if (const Result result = parse_key(table, text, expression, shape); !ok(result)) {
+  if (const Result result = parse_expression(table, text, expression, shape); !ok(result)) {
     return result;
   }
   const bool matches =

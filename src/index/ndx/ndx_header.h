@@ -42,7 +42,14 @@ struct NdxHeader {
 
   bool is_ndx3() const { return flags == ndx_flag::kNdx3; }
   PageLayout layout() const {
-    return {kNdxPageBytes, 4, 4, kNdxEntryHead, stride, key_length, max_keys};
+    return {.page_bytes = kNdxPageBytes,
+            .left_at = 0,
+            .entries_at = 4,
+            .recno_at = 4,
+            .key_at = kNdxEntryHead,
+            .stride = stride,
+            .key_length = key_length,
+            .max_keys = max_keys};
   }
 };
 

@@ -43,8 +43,6 @@ Result read_ndx_header(VqBlock& block, const std::string& path, NdxPageBytes& pa
 // How the keys of this type are ordered under the block's settings.
 const KeyOrder& ndx_key_order(const VqBlock& block, char key_type);
 
-Result copy_ndx(VqBlock& block, std::string_view from, std::string_view to);
-
 }  // namespace vqdb::index
 
 #endif  // VQDBSYS_INDEX_NDX_NDX_OPEN_H_

@@ -13,6 +13,7 @@ namespace vqdb::index {
 template <typename Work>
 Result in_tree(KeyTree& keys, Operation operation, Work work) {
   return in_bracket(keys.file, [&] {
+    if (const Result result = keys.store.prepare(); !ok(result)) return result;
     return keys.gone ? fail(keys.file.block, Result::bad_handle, operation.bad_handle()) : work();
   });
 }

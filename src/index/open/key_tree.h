@@ -58,9 +58,13 @@ struct KeyOperations {
 class KeyTree {
  public:
   KeyTree(IndexFile& index_file, const KeyOperations& numbers)
+      : KeyTree(index_file, index_file, numbers) {}
+  // A tree among several of its file takes its pages through a store of its own.
+  KeyTree(IndexFile& index_file, PageStore& page_store, const KeyOperations& numbers)
       : file(index_file),
+        store(page_store),
         operations(numbers),
-        tree(index_file.block, index_file.cache, index_file) {}
+        tree(index_file.block, index_file.cache, page_store) {}
 
   // False without memory for a key.
   bool set_up(const PageLayout& layout, const KeyOrder& order, char type, bool is_unique) {
@@ -73,6 +77,7 @@ class KeyTree {
   std::size_t key_length() const { return tree.layout().key_length; }
 
   IndexFile& file;
+  PageStore& store;
   const KeyOperations& operations;
   char key_type = 0;
   bool unique = false;

@@ -20,6 +20,7 @@ using PageNumber = std::uint32_t;  // 0 is no page of a tree
 
 struct PageLayout {
   std::uint32_t page_bytes = 0;
+  std::uint32_t left_at = 0;     // of the left neighbour's number, in the page; 0: has no place
   std::uint32_t entries_at = 0;  // in the page
   std::uint32_t recno_at = 0;    // in an entry; 0 where it shares its place with the child
   std::uint32_t key_at = 0;      // in an entry
@@ -52,7 +53,12 @@ class Page {
   PageNumber child(std::uint32_t slot) const { return load_le32(entry(slot)); }
   KeyRow keys() const { return {key(0), layout_->stride, count()}; }
 
-  void set_count(std::uint32_t count) { store_le32(bytes_, count); }
+  // A page that changes no longer names its left neighbour, in file kinds that have a place for
+  // that: neighbours come and go without it.
+  void set_count(std::uint32_t count) {
+    store_le32(bytes_, count);
+    if (layout_->left_at != 0) store_le32(bytes_ + layout_->left_at, 0);
+  }
   void set_child(std::uint32_t slot, PageNumber page) { store_le32(entry(slot), page); }
   void set_key(std::uint32_t slot, const Byte* key) {
     std::memcpy(entry(slot) + layout_->key_at, key, layout_->key_length);

@@ -23,6 +23,9 @@ struct PageGrid {
 
 class PageStore {
  public:
+  // Under the file's lock, before a tree with pages from here is used: its root is the file's.
+  virtual Result prepare() { return Result::ok; }
+
   // Numbers for this many new pages, all or none.
   virtual Result take(std::span<PageNumber> pages) = 0;
   // The page is in no tree any more. In the file it still is until the pages that lead to it are
