@@ -691,6 +691,131 @@ int32_t VQ_CALL dNreindex(VqTable* table, const char* name);
  *   3013      not created        3014 -17 not read              3015, 3016 -17 not written */
 int32_t VQ_CALL dNcopy(VqBlock* block, const char* from, const char* to);
 
+/* ---- dX: MDX files --------------------------------------------------------------------------- */
+
+/* An MDX file holds up to 47 indexes of one table, its tags. A tag has a name of up to 10 letters,
+ * digits and `_` (no digit first, any case), a key expression, and maybe a FOR expression, which
+ * says which records have a key in it. Names of files get the extension MDX. dXopen gives a handle
+ * of the file, dXactidx one of a tag in it; all tags of a file share its page buffers. A key has
+ * dXkeylen bytes: text padded with blanks, a packed decimal of 12 bytes (type N, which stands for F
+ * as well), or a double (type D, a Julian day number); dErun with options 0x21 makes it from a
+ * record. Keys descend in a descending tag; a unique tag has one record for each key. Only builds
+ * evaluate the expressions: whoever changes a record puts and removes the keys, or lets the DB
+ * functions do it.
+ *
+ * Modes, the position, equal keys and shared use are as for dN. So are the details of operations on
+ * keys and locks, with 200 less in front of the last digit: 1164 where dNputkey has 3164. In a
+ * shared mode another process may drop a tag that is active here; operations on its handle then
+ * give -10, as on a handle that was given back, and it still has to be given back. Details of
+ * damaged trees are as for dN, and any operation can end in these:
+ *   10301 -17 header not read         10302 -3  no MDX header           10303 -3  tag table
+ *   10304 -17 tag header not read     10306 -3  damaged tag header
+ *   10311 -17 header not written      10312 -17 tag table not written   10313 -17 tag header
+ *   10331 -17 free list not read      10332 -3  damaged free list
+ *   10333 -20 no page numbers left    10334 -17 free list not written
+ * A detail ending in 9: a null argument (-4). */
+
+/* Makes an MDX file without tags for the table; it takes the place of an existing one in one step
+ * when it is complete.
+ *   1021 -10 bad table handle         1025     not created              1026 -17 not written */
+int32_t VQ_CALL dXcreat(VqTable* table, const char* name);
+/* Opens an MDX file for a table, whose lock scheme and block it uses, with at least 4 page buffers
+ * of the file's block size (1024 to 16384 bytes). Null on failure, with the result code in the
+ * block.
+ *   10421 -5  not found               10422     not opened              1151 -10 bad table handle
+ *   1153 -17 not identified           1154, 1155 -14 no memory */
+VqIndex* VQ_CALL dXopen(VqTable* table, const char* name, uint32_t mode, int32_t buffers);
+/* Flushes and closes. The handles of file and tags are gone whatever the result.
+ *   1241 -10 bad handle               1242 -17 not closed */
+int32_t VQ_CALL dXclose(VqIndex* file);
+/* The handle of a tag. A tag that is active already gives the same handle, with its position; it
+ * has to be given back as often. Null on failure, with the result code in the block.
+ *   1001 -10 bad handle               1002 -2  no tag of this name      1003 -14 no memory */
+VqIndex* VQ_CALL dXactidx(VqIndex* file, const char* tag);
+/* Gives a tag's handle back; what was changed stays in the file's buffers. Bad handle: 1031. */
+int32_t VQ_CALL dXdeaidx(VqIndex* tag);
+/* Writes the changes of all tags. Bad handle: 1071. */
+int32_t VQ_CALL dXflush(VqIndex* file);
+/* The bytes of memory that an open handle with this many buffers needs, or a negative result.
+ *   1251  header not read (-17), or damaged (-3) */
+int32_t VQ_CALL dXbuffs(VqBlock* block, const char* name, int32_t buffers);
+
+/* The tags of a file: their number (bad handle: 1301), and a list of them, 19 bytes each: the page
+ * of the tag's header (4), its name in capitals, filled with zero bytes (11), flags as dXexpr gives
+ * them (4). The caller's list has room for all of them. dXlistag lists them in the order in which
+ * they were made, dXsortag in that of their names.
+ *   1281, 1291 -10 bad handle         1282, 1292 -4  null list */
+int32_t VQ_CALL dXtags(VqIndex* file);
+int32_t VQ_CALL dXlistag(VqIndex* file, void* list);
+int32_t VQ_CALL dXsortag(VqIndex* file, void* list);
+
+/* Keys, by a tag's handle: see dNputkey to dNforwrd. */
+
+int32_t VQ_CALL dXputkey(VqIndex* tag, const void* key, uint32_t recno);
+int32_t VQ_CALL dXrmkey(VqIndex* tag, const void* key, uint32_t recno);
+int32_t VQ_CALL dXupdkey(VqIndex* tag, const void* old_key, const void* new_key, uint32_t recno);
+int32_t VQ_CALL dXgetrno(VqIndex* tag, const void* key, uint32_t* recno);
+int32_t VQ_CALL dXnxtkey(VqIndex* tag, void* key, uint32_t* recno);
+int32_t VQ_CALL dXprvkey(VqIndex* tag, void* key, uint32_t* recno);
+int32_t VQ_CALL dXcurkey(VqIndex* tag, void* key, uint32_t* recno);
+int32_t VQ_CALL dXrewind(VqIndex* tag);
+int32_t VQ_CALL dXforwrd(VqIndex* tag);
+
+/* Copies the key expression, its zero byte, the FOR expression (empty where every record has a key)
+ * and its zero byte into `size` bytes; flags, which may be null, gets 4096 for a unique tag plus 8
+ * for a descending one.
+ *   1051 -10 bad handle               1052 -4  null text                1053 -4  too little room */
+int32_t VQ_CALL dXexpr(VqIndex* tag, char* text, int32_t size, int32_t* flags);
+/* The length of the key expression; flags, which may be null, gets that of the FOR expression. Bad
+ * handle: 1061. 1062: null. */
+int32_t VQ_CALL dXexplen(VqIndex* tag, int32_t* length, int32_t* flags);
+/* The key's length in bytes, and its type letter C, N or D. Bad handle: 1111, 1121. */
+int32_t VQ_CALL dXkeylen(VqIndex* tag);
+int32_t VQ_CALL dXkeytyp(VqIndex* tag);
+
+/* The lock of the file: see dNlkfil. Bad handle: 1131, 1221, 1141. */
+int32_t VQ_CALL dXlkfil(VqIndex* file);
+int32_t VQ_CALL dXulkfil(VqIndex* file);
+int32_t VQ_CALL dXlkfsta(VqIndex* file);
+
+/* Adds a tag with the keys of all records of the file's table, deleted ones too, for which the FOR
+ * expression (null or empty: for all) is true. The format is a type letter C, N, F or D, for C the
+ * key length 1..100 behind it, then D when keys descend, U when they are unique (the first record
+ * of each key then has it). The key expression has to give that type; texts are cut or filled to
+ * the length. While a tag is built nobody else can use a shared file. The tag is there when it is
+ * complete, and not at all after a failure; equal keys run in the order of their records, negative
+ * numbers and descending keys against it. When the file is the table's own, which has its name,
+ * the table's production flag is set. Groups that other handles have open do not keep the new tag
+ * until they are opened again.
+ *   1100 -16 opened for reading       1101 -10 bad file handle          1102 -10 table closed
+ *   1103 -11 name                     1104 -11 there is such a tag      1105 -4  47 tags
+ *   1106 -4  more than 220 characters 1107 -4  key length
+ *   1108     key type (-11), or not that of the expression (-9)
+ *   6511 -11 the FOR expression is not logical
+ *   10314 -17 the tag is there, but the table's production flag could not be set
+ *   and what dNindex reports of expressions, records, sorting and progress */
+int32_t VQ_CALL dXindex(VqIndex* file, const char* tag, const char* key, const char* format,
+                        const char* filter);
+/* The same in one call: opens the file in the table's mode, or makes it when there is none, and
+ * takes type and length of the keys from the expression. Options: VQ_BUILD_UNIQUE,
+ * VQ_BUILD_DESCENDING. A file that was made goes again on failure. Bad table handle: 1271. */
+int32_t VQ_CALL dXezindx(VqTable* table, const char* name, const char* tag, const char* key,
+                         const char* filter, uint32_t options);
+/* Builds every tag again into a new file, which takes the old one's place in one step when it is
+ * complete; no free blocks are left then. No handle may be open on it.
+ *   1181 -10 bad table handle         1182 -11 shared table: others would go on with the old file
+ *   1183 -9  an expression gives another key type                       1184 -14 no memory
+ *   1185     the new file cannot take the old one's place; else as for dXopen and dXindex */
+int32_t VQ_CALL dXreindx(VqTable* table, const char* name);
+/* Drops a tag. Its blocks go to the free list, from which the tags of the file take theirs, unless
+ * its tree is damaged: then they are lost until dXreindx. A handle of it can only be given back.
+ *   1261 -10 bad file handle          1262 -2  no such tag              1263 -16 opened for reading */
+int32_t VQ_CALL dXdeltag(VqIndex* file, const char* tag);
+/* As dNcopy.
+ *   1012 -11 the same file            1013     not created              1014 -17 not read
+ *   1015, 1016 -17 not written */
+int32_t VQ_CALL dXcopy(VqBlock* block, const char* from, const char* to);
+
 /* ---- dT: memo files -------------------------------------------------------------------------- */
 
 /* A memo field holds a reference: 10 characters, the number of the memo's first block, blank or 0

@@ -2,6 +2,9 @@
 
 #include <array>
 
+#include "index/mdx/mdx_build.h"
+#include "index/mdx/mdx_describe.h"
+#include "index/mdx/mdx_file.h"
 #include "index/ndx/ndx_build.h"
 #include "index/ndx/ndx_describe.h"
 #include "index/ndx/ndx_open.h"
@@ -12,6 +15,8 @@ namespace vqdb::index {
 namespace {
 
 NdxFile& ndx(Index& index) { return static_cast<NdxFile&>(index); }
+MdxFile& mdx(Index& index) { return static_cast<MdxFile&>(index); }
+MdxTag& tag(Index& index) { return static_cast<MdxTag&>(index); }
 
 // The rows that work on a handle's file or tree, whatever its kind.
 constexpr Driver with_common_rows(Driver column) {
@@ -75,6 +80,34 @@ constexpr Driver kNdx = with_common_rows({
     .keytyp = nullptr,
 });
 
+constexpr Driver kMdx = with_common_rows({
+    .open = [](table::Table& context, const char* name, std::uint32_t mode,
+               std::int32_t buffers) -> Index* { return open_mdx(context, name, mode, buffers); },
+    .close = [](Index& index) { return close_mdx(mdx(index)); },
+    .actidx = [](Index& index, const char* name) -> Index* {
+      return activate_tag(mdx(index), name);
+    },
+    .deaidx = [](Index& index) { return deactivate_tag(tag(index)); },
+    .flush = nullptr,
+    .expr = [](Index& index, char* text, std::int32_t size,
+               std::int32_t* flags) { return tag_expression(tag(index), text, size, flags); },
+    .listag = [](Index& index, void* list) { return list_tags(mdx(index), list, false); },
+    .sortag = [](Index& index, void* list) { return list_tags(mdx(index), list, true); },
+    .tags = [](Index& index) { return count_tags(mdx(index)); },
+    .putkey = nullptr,
+    .rmkey = nullptr,
+    .getrno = nullptr,
+    .nxtkey = nullptr,
+    .prvkey = nullptr,
+    .curkey = nullptr,
+    .rewind = nullptr,
+    .forwrd = nullptr,
+    .explen = [](Index& index, std::int32_t* length,
+                 std::int32_t* flags) { return tag_expression_length(tag(index), length, flags); },
+    .keylen = nullptr,
+    .keytyp = nullptr,
+});
+
 constexpr Bracket kBracket = {
     .enter = [](Index& index) { return index.index_file().enter(); },
     .leave = [](Index& index) { return index.index_file().leave(); },
@@ -96,6 +129,15 @@ Result build(table::Table& table, const BuildRequest& request) {
 
 Result rebuild(table::Table& table, const char* name) { return rebuild_ndx(table, name); }
 
+Result build_tag(table::Table& table, const BuildRequest& request) {
+  const char* const name = request.tag != nullptr ? request.tag : "";
+  const TagRequest wanted = {name, request.key, nullptr, request.filter, request.options};
+  return build_mdx(table, request.name, wanted);
+}
+
+Result rebuild_tags(table::Table& table, const char* name) { return rebuild_mdx(table, name); }
+
+constexpr Builder kMdxBuilder = {build_tag, rebuild_tags};
 constexpr Builder kNdxBuilder = {build<0>, rebuild};
 constexpr Builder kNdx3Builder = {build<build_option::kNdx3>, rebuild};
 
@@ -104,15 +146,15 @@ constexpr Bracket kEmptyBracket = {};
 constexpr Builder kEmptyBuilder = {};
 
 // MDX, NDX, NDX3, FOXIDX, FOXCDX, CLIPNTX and two to spare.
-constexpr std::array<const Driver*, kDriverColumns> kColumns = {&kEmpty, &kNdx,   &kNdx,   &kEmpty,
+constexpr std::array<const Driver*, kDriverColumns> kColumns = {&kMdx,   &kNdx,   &kNdx,   &kEmpty,
                                                                 &kEmpty, &kEmpty, &kEmpty, &kEmpty};
 
 constexpr std::array<const Bracket*, kDriverColumns> kBrackets = {
-    &kEmptyBracket, &kBracket,      &kBracket,      &kEmptyBracket,
+    &kBracket,      &kBracket,      &kBracket,      &kEmptyBracket,
     &kEmptyBracket, &kEmptyBracket, &kEmptyBracket, &kEmptyBracket};
 
 constexpr std::array<const Builder*, kDriverColumns> kBuilders = {
-    &kEmptyBuilder, &kNdxBuilder,   &kNdx3Builder,  &kEmptyBuilder,
+    &kMdxBuilder,   &kNdxBuilder,   &kNdx3Builder,  &kEmptyBuilder,
     &kEmptyBuilder, &kEmptyBuilder, &kEmptyBuilder, &kEmptyBuilder};
 
 }  // namespace

@@ -103,6 +103,7 @@ Table* open(VqBlock& block, const char* name, std::uint32_t mode, std::int32_t b
     block.result = code(result);
     return nullptr;
   }
+  table->path = path;
   table->signature = kHandleSignature;
   return table.release();
 }

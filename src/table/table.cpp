@@ -33,10 +33,21 @@ const Field* find_field(const Table& table, std::string_view name) {
 std::uint32_t record_length(const Table& table) { return table.records.record_length; }
 std::uint32_t open_mode_of(const Table& table) { return table.mode; }
 VqBlock& block_of(const Table& table) { return *table.block; }
+const std::string& path_of_table(const Table& table) { return table.path; }
 std::uint32_t current_record(const Table& table) { return table.current; }
 void set_current_record(Table& table, std::uint32_t recno) { table.current = recno; }
 std::uint32_t known_record_count(const Table& table) { return table.records.count; }
 convert::Date last_update(const Table& table) { return table.updated; }
+
+Result mark_production(Table& table, std::int32_t detail) {
+  if (table.production || table.is_read_only()) return Result::ok;
+  constexpr Byte kMark = 1;
+  if (!table.records.file.write_at(kProductionOffset, &kMark, 1).ok()) {
+    return fail(table.block, Result::io, detail);
+  }
+  table.production = true;
+  return Result::ok;
+}
 
 Result record_count(Table& table, std::uint32_t& count) {
   if ((table.mode & open_mode::kSharedReread) != 0) {

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 
 #include "convert/calendar.h"
@@ -37,6 +38,11 @@ const Field* find_field(const Table& table, std::string_view name);
 std::uint32_t record_length(const Table& table);
 std::uint32_t open_mode_of(const Table& table);
 VqBlock& block_of(const Table& table);
+// The path under which the table was opened.
+const std::string& path_of_table(const Table& table);
+// Notes in the header that the table has a production index; nothing to do when it says so already,
+// or when the table is read-only.
+Result mark_production(Table& table, std::int32_t detail);
 // The record number last read or written; 0 before the first.
 std::uint32_t current_record(const Table& table);
 void set_current_record(Table& table, std::uint32_t recno);

@@ -3,6 +3,7 @@
 #define VQDBSYS_TABLE_TABLE_HANDLE_H_
 
 #include <cstdint>
+#include <string>
 
 #include "frame/handle_pool.h"
 #include "table/block_cache.h"
@@ -32,6 +33,7 @@ class Table : public HandleHead {
   bool header_dirty = false;    // the count changed and is not in the file yet
   bool end_mark_stale = false;  // records were removed from the end
   bool production = false;
+  std::string path;
   bool short_file = false;  // at open, the file lacked records that its header counts
   convert::Date updated;
   platform::Bytes field_memory;

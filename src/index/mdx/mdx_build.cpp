@@ -1,0 +1,335 @@
+#include "index/mdx/mdx_build.h"
+
+#include <string>
+#include <vector>
+
+#include "frame/file_name.h"
+#include "frame/system_file.h"
+#include "frame/temporary_file.h"
+#include "index/build/tree_build.h"
+#include "platform/path.h"
+#include "table/locks.h"
+
+namespace vqdb::index {
+namespace {
+
+constexpr Operation kBuild{110};
+constexpr Operation kCreate{102};
+constexpr Operation kRebuild{118};
+constexpr Operation kFilter{651};
+constexpr Operation kWrite{1031};
+
+// A tag as it is to be, with its expressions compiled.
+struct Recipe {
+  std::array<char, kMaxTagName + 1> name = {};
+  TagFormat format;
+  std::string key_text;
+  std::string filter_text;
+  ExpressionOwner key;
+  ExpressionOwner filter;
+};
+
+bool gives(char expression_type, char key_type) {
+  return expression_type == key_type || (expression_type == 'F' && key_type == 'N');
+}
+
+std::string derived_format(const expr::ResultShape& shape, std::uint32_t options) {
+  std::string text(1, shape.type);
+  if (shape.type == 'C') text += std::to_string(shape.length);
+  if ((options & TagRequest::kDescending) != 0) text += 'D';
+  if ((options & TagRequest::kUnique) != 0) text += 'U';
+  return text;
+}
+
+Result compile(table::Table& table, Recipe& recipe, expr::ResultShape& key_shape) {
+  if (const Result result = parse_expression(table, recipe.key_text, recipe.key, key_shape);
+      !ok(result) || recipe.filter_text.empty()) {
+    return result;
+  }
+  expr::ResultShape shape;
+  const Result result = parse_expression(table, recipe.filter_text, recipe.filter, shape);
+  if (!ok(result) || shape.type == 'L') return result;
+  return fail(table::block_of(table), Result::not_allowed, kFilter.detail(1));
+}
+
+Result prepare(table::Table& table, const TagRequest& request, Recipe& recipe) {
+  VqBlock& block = table::block_of(table);
+  if (!make_tag_name(request.name, recipe.name)) {
+    return fail(block, Result::not_allowed, kBuild.detail(3));
+  }
+  recipe.key_text = request.key;
+  if (request.filter != nullptr) recipe.filter_text = request.filter;
+  if (recipe.key_text.size() > kMaxTagExpression || recipe.filter_text.size() > kMaxTagExpression) {
+    return fail(block, Result::out_of_range, kBuild.detail(6));
+  }
+  expr::ResultShape shape;
+  if (const Result result = compile(table, recipe, shape); !ok(result)) return result;
+  const std::string wanted =
+      request.format != nullptr ? request.format : derived_format(shape, request.options);
+  switch (parse_tag_format(wanted, recipe.format)) {
+    case FormatFault::key_type:
+      return fail(block, Result::not_allowed, kBuild.detail(8));
+    case FormatFault::key_length:
+      return fail(block, Result::out_of_range, kBuild.detail(7));
+    case FormatFault::none:
+      break;
+  }
+  return gives(shape.type, recipe.format.key_type)
+             ? Result::ok
+             : fail(block, Result::mismatch, kBuild.detail(8));
+}
+
+// The blocks of a tag that is being made; they go back to the file unless it is kept.
+class NewPages final : public PageStore {
+ public:
+  explicit NewPages(MdxStore& store) : store_(store) {}
+  ~NewPages() {
+    if (taken_.empty()) return;
+    const std::int32_t detail = store_.block.detail;
+    for (const PageNumber page : taken_) store_.release(page);
+    static_cast<void>(store_.flush());
+    store_.block.detail = detail;
+  }
+  NewPages(const NewPages&) = delete;
+  NewPages& operator=(const NewPages&) = delete;
+
+  Result take(std::span<PageNumber> pages) override {
+    taken_.reserve(taken_.size() + pages.size());
+    const Result result = store_.take(pages);
+    if (ok(result)) taken_.insert(taken_.end(), pages.begin(), pages.end());
+    return result;
+  }
+  void release(PageNumber) override {}
+  Result write_taken() override { return store_.write_taken(); }
+  Result write_roots() override { return Result::ok; }
+
+  std::uint32_t count() const {
+    return static_cast<std::uint32_t>(taken_.size()) * store_.header().block_pages;
+  }
+  void keep() { taken_.clear(); }
+
+ private:
+  MdxStore& store_;
+  std::vector<PageNumber> taken_;
+};
+
+Result pour_tag(table::Table& table, MdxStore& store, const Recipe& recipe, std::uint32_t count,
+                Progress& progress, NewPages& pages, TagHeader& header) {
+  const TagFormat& format = recipe.format;
+  const PageLayout layout = header.layout(store.header().block_bytes());
+  const char stream_type = format.key_type == 'D' ? 'T' : format.key_type;
+  const StreamSpec spec = {format.descending, stream_type, format.key_length, format.unique};
+  const bool collated = store.block.language == 1;
+  const KeySource source = {table, *recipe.key, recipe.filter.get(),
+                            expr::run_option::kKey | expr::run_option::kTagKey, count};
+  const TreeTarget target = {store.system_file,
+                             store.cache.grid(),
+                             pages,
+                             layout,
+                             tag_key_order(store.block, format),
+                             *stream_order(IndexFamily::mdx, spec, collated),
+                             format.unique};
+  return build_tree(source, target, progress, header.root);
+}
+
+Result write_tag_header(MdxStore& store, PageNumber page, const TagHeader& header) {
+  std::vector<Byte> block(store.header().block_bytes());
+  format_tag_header(header, block);
+  const auto outcome =
+      store.system_file.write_at(std::uint64_t{page} * kMdxUnitBytes, block.data(), block.size());
+  return outcome.ok() ? Result::ok : fail(store.block, transfer_result(outcome), kWrite.detail(3));
+}
+
+// Builds the tag behind everything that is in the file; its entry in the tag table is what makes it
+// part of the file. REQUIRES a bracket.
+Result make_tag(table::Table& table, MdxStore& store, const Recipe& recipe, std::uint32_t count,
+                Progress& progress, bool production) {
+  const std::string_view name = recipe.name.data();
+  if (store.tags().find(name) != nullptr) {
+    return fail(store.block, Result::not_allowed, kBuild.detail(4));
+  }
+  if (store.tags().tags().size() == kMaxTags) {
+    return fail(store.block, Result::out_of_range, kBuild.detail(5));
+  }
+  if (const Result result = store.flush(); !ok(result)) return result;
+  NewPages pages(store);
+  TagEntry entry = {0, recipe.name, 0, recipe.format.key_type};
+  if (const Result result = pages.take({&entry.header_page, 1}); !ok(result)) return result;
+  TagHeader header = new_tag_header(recipe.format, recipe.key_text, recipe.filter_text, 0,
+                                    store.header().block_pages);
+  entry.format = header.format_bits();
+  Result result = pour_tag(table, store, recipe, count, progress, pages, header);
+  header.pages = pages.count();
+  if (ok(result)) result = pages.write_taken();
+  if (ok(result)) result = write_tag_header(store, entry.header_page, header);
+  // Its pages were written past the buffers, which may hold what they were before.
+  if (ok(result)) result = store.flush();
+  if (!ok(result)) return result;
+  store.cache.drop_all();
+  TagTable tags = store.tags();
+  tags.add(entry);
+  result = store.write_tags(tags, production);
+  if (ok(result)) pages.keep();
+  return result;
+}
+
+bool is_own_index(const table::Table& table, const MdxStore& store) {
+  platform::File own;
+  platform::FileIdentity identity;
+  const std::string path = platform::resolve(replace_extension(table::path_of_table(table), "MDX"));
+  return own.open(path, platform::Access::read_only).ok() && own.identity(identity).ok() &&
+         identity == store.identity;
+}
+
+Result add_to(table::Table& table, MdxStore& store, const Recipe& recipe) {
+  std::uint32_t count = 0;
+  if (const Result result = table::record_count(table, count); !ok(result)) return result;
+  Progress progress(store.block, std::uint64_t{2} * count);
+  const bool own = is_own_index(table, store);
+  const bool production = own || store.header().production;
+  const Result result = make_tag(table, store, recipe, count, progress, production);
+  return ok(result) && own ? table::mark_production(table, kWrite.detail(4)) : result;
+}
+
+// A file that was made for its first tag, and goes again if that cannot be built.
+class NewFile {
+ public:
+  NewFile() = default;
+  ~NewFile() {
+    if (!path_.empty()) static_cast<void>(platform::remove(path_));
+  }
+  NewFile(const NewFile&) = delete;
+  NewFile& operator=(const NewFile&) = delete;
+
+  Result make(table::Table& table, const char* name) {
+    const std::string path = path_of(name, "MDX");
+    if (platform::exists(path)) return Result::ok;
+    const Result result = create_mdx(table, name);
+    if (ok(result)) path_ = path;
+    return result;
+  }
+  void keep() { path_.clear(); }
+
+ private:
+  std::string path_;
+};
+
+// The tags of a file as they are to be built again.
+Result read_recipes(table::Table& table, MdxStore& old, std::vector<Recipe>& recipes) {
+  for (const TagEntry& entry : old.tags().tags()) {
+    TagHeaderImage image;
+    TagHeader header;
+    if (const Result result = read_tag_header(old, entry.header_page, image, header); !ok(result)) {
+      return result;
+    }
+    Recipe& recipe = recipes.emplace_back();
+    recipe.name = entry.name;
+    recipe.format = header.format;
+    recipe.key_text = header.key;
+    recipe.filter_text = header.filter;
+    expr::ResultShape shape;
+    if (const Result result = compile(table, recipe, shape); !ok(result)) return result;
+    if (!gives(shape.type, header.format.key_type)) {
+      return fail(old.block, Result::mismatch, kRebuild.detail(3));
+    }
+  }
+  return Result::ok;
+}
+
+// The old head without tags and blocks.
+MdxHead emptied(const MdxHead& old) {
+  MdxHead head;
+  head.header.block_pages = old.header.block_pages;
+  head.header.production = old.header.production;
+  head.pages_in_file = kFirstMdxBlock;
+  MdxHeaderBytes bytes;
+  std::copy_n(old.bytes.begin(), bytes.size(), bytes.begin());
+  store_mdx_header(head.header, convert::today(), bytes);
+  std::ranges::copy(bytes, head.bytes.begin());
+  return head;
+}
+
+Result build_all(table::Table& table, const std::vector<Recipe>& recipes, MdxStore& store) {
+  std::uint32_t count = 0;
+  if (const Result result = table::record_count(table, count); !ok(result)) return result;
+  Progress progress(store.block, std::uint64_t{2} * count * recipes.size());
+  const bool production = store.header().production;
+  Result result = store.write_tags(store.tags(), production);
+  for (const Recipe& recipe : recipes) {
+    if (ok(result)) result = make_tag(table, store, recipe, count, progress, production);
+  }
+  return result;
+}
+
+}  // namespace
+
+Result add_tag(MdxFile& file, const TagRequest& request) {
+  MdxStore& store = file.store;
+  if (store.is_read_only()) return fail(file.block, Result::read_only, kBuild.detail(0));
+  table::Table* const table = table::find_live(file.table);
+  if (table == nullptr) return fail(file.block, Result::bad_handle, kBuild.detail(2));
+  Recipe recipe;
+  if (const Result result = prepare(*table, request, recipe); !ok(result)) return result;
+  return in_bracket(store, [&] { return add_to(*table, store, recipe); });
+}
+
+Result build_mdx(table::Table& table, const char* name, const TagRequest& request) {
+  NewFile made;
+  if (const Result result = made.make(table, name); !ok(result)) return result;
+  MdxFile* const file = open_mdx(table, name, table::open_mode_of(table), 0);
+  if (file == nullptr) return static_cast<Result>(table::block_of(table).result);
+  Result result = add_tag(*file, request);
+  const std::int32_t detail = file->block->detail;
+  const Result closed = close_mdx(*file);
+  if (ok(result)) {
+    result = closed;
+  } else {
+    table::block_of(table).detail = detail;
+  }
+  if (ok(result)) made.keep();
+  return result;
+}
+
+Result rebuild_mdx(table::Table& table, const char* name) {
+  VqBlock& block = table::block_of(table);
+  if ((table::open_mode_of(table) & open_mode::kShared) != 0) {
+    return fail(block, Result::not_allowed, kRebuild.detail(2));
+  }
+  const std::string path = path_of(name, "MDX");
+  platform::File old_file;
+  MdxHead head;
+  Result result = open_file(block, path, open_mode::kReadOnly, old_file);
+  if (ok(result)) result = read_mdx_head(block, old_file, 0, head);
+  if (!ok(result)) return result;
+  std::vector<Recipe> recipes;
+  {
+    MdxStore old(block, head);
+    if (!old.attach(std::move(old_file), open_mode::kReadOnly, table::lock_scheme(table), 0)) {
+      return fail(block, Result::no_memory, kRebuild.detail(4));
+    }
+    result = read_recipes(table, old, recipes);
+  }
+  if (!ok(result)) return result;
+
+  TemporaryFile growing;
+  platform::File file;
+  auto made = growing.make_beside(path, "TMP");
+  if (made.ok()) made = file.open(growing.path(), platform::Access::read_write);
+  if (!made.ok()) return fail(block, open_result(made.error), kCreate.detail(5));
+  MdxStore store(block, emptied(head));
+  if (!store.attach(std::move(file), 0, table::lock_scheme(table), 0)) {
+    return fail(block, Result::no_memory, kRebuild.detail(4));
+  }
+  result = build_all(table, recipes, store);
+  const std::int32_t detail = block.detail;
+  const Result closed = store.close(kCreate.detail(6));
+  if (!ok(result)) {
+    block.detail = detail;
+    return result;
+  }
+  if (!ok(closed)) return closed;
+  const auto placed = growing.put_in_place_of(path);
+  return placed.ok() ? Result::ok : fail(block, open_result(placed.error), kRebuild.detail(5));
+}
+
+}  // namespace vqdb::index

@@ -1,0 +1,245 @@
+#include "index/mdx/mdx_store.h"
+
+#include <algorithm>
+#include <limits>
+#include <new>
+#include <utility>
+
+#include "frame/system_file.h"
+#include "index/mdx/mdx_tag.h"
+
+namespace vqdb::index {
+namespace {
+
+constexpr Operation kHead{1030};
+constexpr Operation kWrite{1031};
+constexpr Operation kFreeList{1033};
+
+PageGrid grid_of(const MdxHeader& header) {
+  return {kMdxUnitBytes, header.block_bytes(), kFirstMdxBlock};
+}
+
+std::uint64_t offset_of(PageNumber page) { return std::uint64_t{page} * kMdxUnitBytes; }
+
+}  // namespace
+
+Result read_mdx_head(VqBlock& block, platform::File& file, PageNumber known_pages, MdxHead& head) {
+  const auto read = file.read_exactly(0, head.bytes.data(), head.bytes.size());
+  if (!read.ok()) return fail(block, transfer_result(read), kHead.detail(1));
+  MdxHeaderBytes header_bytes;
+  TagTableBytes table_bytes;
+  std::copy_n(head.bytes.begin(), header_bytes.size(), header_bytes.begin());
+  std::copy_n(&head.bytes[kTagTableAt], table_bytes.size(), table_bytes.begin());
+  head.pages_in_file = known_pages;
+  // The header may count more pages than are known to be there.
+  if (!parse_mdx_header(header_bytes, known_pages, head.header)) {
+    std::uint64_t size = 0;
+    if (!file.size(size).ok()) return fail(block, Result::io, kHead.detail(1));
+    const std::uint64_t pages = size / kMdxUnitBytes;
+    if (pages > std::numeric_limits<PageNumber>::max() ||
+        !parse_mdx_header(header_bytes, pages, head.header)) {
+      return fail(block, Result::bad_format, kHead.detail(2));
+    }
+    head.pages_in_file = static_cast<PageNumber>(pages);
+  }
+  if (!head.tags.parse(table_bytes, head.header)) {
+    return fail(block, Result::bad_format, kHead.detail(3));
+  }
+  return Result::ok;
+}
+
+MdxStore::MdxStore(VqBlock& owner, const MdxHead& head)
+    : IndexFile(owner, grid_of(head.header)), head_(head) {
+  adopt();
+}
+
+// What the head says now is what the file says.
+void MdxStore::adopt() {
+  const std::uint32_t step = head_.header.block_pages;
+  // Where a block was cut short, the next one begins behind it.
+  const PageNumber blocks = (head_.pages_in_file - kFirstMdxBlock + step - 1) / step;
+  end_ = kFirstMdxBlock + blocks * step;
+  released_.clear();
+  head_passed_ = has_grown_ = false;
+  cache.set_limit(end_);
+}
+
+Result MdxStore::read_headers() {
+  const std::uint32_t block_pages = head_.header.block_pages;
+  MdxHead head;
+  if (const Result result = read_mdx_head(block, system_file, head_.pages_in_file, head);
+      !ok(result)) {
+    return result;
+  }
+  if (head.header.block_pages != block_pages) {
+    return fail(block, Result::bad_format, kHead.detail(2));
+  }
+  head_ = head;
+  adopt();
+  for (MdxTag* tag = first_tag_; tag != nullptr; tag = tag->next) tag->look_up(head_.tags);
+  return Result::ok;
+}
+
+void MdxStore::attach_tag(MdxTag& tag) {
+  tag.next = first_tag_;
+  first_tag_ = &tag;
+}
+
+void MdxStore::detach_tag(MdxTag& tag) {
+  MdxTag** link = &first_tag_;
+  while (*link != &tag) link = &(*link)->next;
+  *link = tag.next;
+}
+
+Result MdxStore::write_tags(const TagTable& tags, bool production) {
+  MdxHead next = head_;
+  next.tags = tags;
+  next.header.tags = static_cast<std::uint32_t>(tags.tags().size());
+  next.header.production = production;
+  MdxHeaderBytes header_bytes;
+  TagTableBytes table_bytes;
+  std::copy_n(next.bytes.begin(), header_bytes.size(), header_bytes.begin());
+  store_mdx_header(next.header, convert::today(), header_bytes);
+  tags.format(table_bytes);
+  std::ranges::copy(header_bytes, next.bytes.begin());
+  std::ranges::copy(table_bytes, &next.bytes[kTagTableAt]);
+  auto outcome = system_file.write_at(0, next.bytes.data(), next.bytes.size());
+  if (!outcome.ok()) outcome = system_file.write_at(0, next.bytes.data(), next.bytes.size());
+  if (!outcome.ok()) return fail(block, transfer_result(outcome), kWrite.detail(2));
+  head_ = next;
+  return Result::ok;
+}
+
+Result MdxStore::read_link(PageNumber page, PageNumber& next) {
+  std::array<Byte, sizeof next> bytes;
+  const auto outcome =
+      system_file.read_exactly(offset_of(page) + kFreeLinkAt, bytes.data(), bytes.size());
+  if (!outcome.ok()) return fail(block, transfer_result(outcome), kFreeList.detail(1));
+  next = load_le32(bytes.data());
+  if (next == page || (next != 0 && !head_.header.holds_block(next))) {
+    return fail(block, Result::bad_format, kFreeList.detail(2));
+  }
+  return Result::ok;
+}
+
+// Once for each open file: the list ends after as many blocks as the header counts, and none of
+// them is a tag's.
+Result MdxStore::check_free_list() {
+  const MdxHeader& header = head_.header;
+  std::uint32_t blocks = 0;
+  for (PageNumber page = header.first_free; page != 0;) {
+    const bool is_tag = std::ranges::any_of(
+        head_.tags.tags(), [&](const TagEntry& tag) { return tag.header_page == page; });
+    if (is_tag || blocks++ == header.free_blocks) {
+      return fail(block, Result::bad_format, kFreeList.detail(2));
+    }
+    if (const Result result = read_link(page, page); !ok(result)) return result;
+  }
+  if (blocks != header.free_blocks) return fail(block, Result::bad_format, kFreeList.detail(2));
+  list_is_checked_ = true;
+  return Result::ok;
+}
+
+Result MdxStore::take(std::span<PageNumber> pages) {
+  MdxHeader& header = head_.header;
+  if (header.first_free != 0 && !list_is_checked_) {
+    if (const Result result = check_free_list(); !ok(result)) return result;
+  }
+  PageNumber first_free = header.first_free;
+  std::uint32_t from_list = 0;
+  PageNumber end = end_;
+  for (PageNumber& page : pages) {
+    if (first_free != 0) {
+      page = first_free;
+      ++from_list;
+      if (const Result result = read_link(page, first_free); !ok(result)) return result;
+    } else {
+      if (end > std::numeric_limits<PageNumber>::max() - header.block_pages) {
+        return fail(block, Result::disk_full, kFreeList.detail(3));
+      }
+      page = end;
+      end += header.block_pages;
+    }
+  }
+  head_passed_ = head_passed_ || from_list > 0;
+  has_grown_ = has_grown_ || end != end_;
+  header.first_free = first_free;
+  header.free_blocks -= from_list;
+  end_ = end;
+  cache.set_limit(end_);
+  return Result::ok;
+}
+
+void MdxStore::release(PageNumber page) {
+  try {
+    released_.push_back(page);
+  } catch (const std::bad_alloc&) {
+    // The block is lost until the file is built again, and in no two places.
+  }
+}
+
+Result MdxStore::write_header() {
+  MdxHeaderBytes bytes;
+  std::copy_n(head_.bytes.begin(), bytes.size(), bytes.begin());
+  store_mdx_header(head_.header, convert::today(), bytes);
+  const auto outcome = system_file.write_at(0, bytes.data(), bytes.size());
+  if (!outcome.ok()) return fail(block, transfer_result(outcome), kWrite.detail(1));
+  std::ranges::copy(bytes, head_.bytes.begin());
+  head_passed_ = false;
+  return Result::ok;
+}
+
+Result MdxStore::write_taken() { return head_passed_ ? write_header() : Result::ok; }
+
+// Blocks that were taken and given back without being written are in the file all the same: it has
+// to hold as many pages as its header counts.
+Result MdxStore::reach_end() {
+  std::uint64_t size = 0;
+  if (!system_file.size(size).ok()) return fail(block, Result::io, kWrite.detail(1));
+  if (size >= offset_of(end_)) return Result::ok;
+  constexpr Byte kLast = 0;
+  const auto outcome = system_file.write_at(offset_of(end_) - 1, &kLast, 1);
+  return outcome.ok() ? Result::ok : fail(block, transfer_result(outcome), kWrite.detail(1));
+}
+
+// The header first: a root behind the pages that it counts would be damage.
+Result MdxStore::write_roots() {
+  if (has_grown_) {
+    if (const Result result = reach_end(); !ok(result)) return result;
+    const PageNumber before = std::exchange(head_.header.pages, end_);
+    if (const Result result = write_header(); !ok(result)) {
+      head_.header.pages = before;
+      return result;
+    }
+    head_.pages_in_file = end_;
+    has_grown_ = false;
+  }
+  for (MdxTag* tag = first_tag_; tag != nullptr; tag = tag->next) {
+    if (const Result result = tag->write_root(); !ok(result)) return result;
+  }
+  return Result::ok;
+}
+
+Result MdxStore::write_released() {
+  if (released_.empty()) return Result::ok;
+  const MdxHeader before = head_.header;
+  PageNumber next = before.first_free;
+  for (const PageNumber page : released_) {
+    std::array<Byte, kFreeLinkAt + sizeof page> bytes = {};
+    store_le32(&bytes[kFreeLinkAt], next);
+    const auto outcome = system_file.write_at(offset_of(page), bytes.data(), bytes.size());
+    if (!outcome.ok()) return fail(block, transfer_result(outcome), kFreeList.detail(4));
+    next = page;
+  }
+  head_.header.first_free = next;
+  head_.header.free_blocks += static_cast<std::uint32_t>(released_.size());
+  const Result result = write_header();
+  if (ok(result)) {
+    released_.clear();
+  } else {
+    head_.header = before;
+  }
+  return result;
+}
+
+}  // namespace vqdb::index

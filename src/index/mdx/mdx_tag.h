@@ -1,0 +1,74 @@
+// An active tag of an open MDX file: its tree, what its header says, and the place of both.
+#ifndef VQDBSYS_INDEX_MDX_MDX_TAG_H_
+#define VQDBSYS_INDEX_MDX_MDX_TAG_H_
+
+#include <array>
+#include <cstdint>
+
+#include "frame/handle_pool.h"
+#include "index/mdx/mdx_store.h"
+#include "index/mdx/tag_header.h"
+#include "index/open/key_tree.h"
+#include "platform/memory.h"
+
+namespace vqdb::index {
+
+// The front of a tag's header block, where both expressions lie.
+using TagHeaderImage = std::array<Byte, 1024>;
+
+// Reads and checks the header of a tag; its texts are views of the image. Details 10304 (not read),
+// 10306 (no tag header).
+Result read_tag_header(MdxStore& store, PageNumber page, TagHeaderImage& image, TagHeader& header);
+
+// What a tag's tree has to do with the file: its pages are the file's, counted, and its root stands
+// in the tag's header.
+class TagPages final : public PageStore {
+ public:
+  explicit TagPages(MdxTag& tag) : tag_(tag) {}
+
+  Result prepare() override;
+  Result take(std::span<PageNumber> pages) override;
+  void release(PageNumber page) override;
+  Result write_roots() override { return Result::ok; }  // the file does that, for all its tags
+
+ private:
+  MdxTag& tag_;
+};
+
+class MdxTag : public Index {
+ public:
+  MdxTag(MdxStore& file, const TagEntry& entry);
+
+  // Takes header and root from the file. Details of read_tag_header, 1003 (no memory for a key).
+  Result set_up();
+
+  // The tag table was read again: where the header is now, if the tag is still there. What it says
+  // is read when the tree is next used.
+  void look_up(const TagTable& tags);
+  // Under the file's lock, before the tree is used.
+  Result bring_up_to_date();
+  // Writes root and page count where they have changed.
+  Result write_root();
+
+  MdxStore& store;
+  TagEntry entry;
+  TagHeader header;  // but for the root: that is the tree's
+  bool pages_changed = false;
+  TagPages pages;
+  KeyTree keys;
+  MdxTag* next = nullptr;  // of the file's tags
+  std::uint32_t activations = 0;
+
+ private:
+  TagHeaderImage image_;  // of the header
+  bool root_is_known_ = true;
+};
+
+HandlePool<MdxTag>& mdx_tags();
+
+// How keys of this format are ordered under the block's settings.
+const KeyOrder& tag_key_order(const VqBlock& block, const TagFormat& format);
+
+}  // namespace vqdb::index
+
+#endif  // VQDBSYS_INDEX_MDX_MDX_TAG_H_

@@ -1,0 +1,215 @@
+// Whole histories of several tags in one file, by one handle or by several of a shared file:
+// entries come and go, tags are dropped and made again. Checked against a model and, byte by byte,
+// by the checker: every block of the file is in one tree or in the free list.
+#include <algorithm>
+#include <random>
+#include <set>
+
+#include "support/mdx_fixture.h"
+
+namespace vqdb::testing {
+namespace {
+
+struct TagKind {
+  const char* name;
+  const char* expression;
+  const char* format;
+  std::size_t key_length;
+  std::int32_t distinct_keys;
+
+  char type() const { return format[0] == 'F' ? 'N' : format[0]; }
+  bool unique() const { return std::string(format).back() == 'U'; }
+};
+
+constexpr TagKind kTags[] = {
+    {"NAMES", "NAME", "C20", 20, 100000},    {"AMOUNTS", "AMOUNT", "ND", 12, 3000},
+    {"DAYS", "DUE", "DU", 8, 50000},         {"TEXTS", "TEXT", "C100D", 100, 400},
+    {"LETTERS", "LEFT(NAME,1)", "C1", 1, 5}, {"NUMBERS", "-AMOUNT", "FU", 12, 4000},
+};
+constexpr std::size_t kTagCount = std::size(kTags);
+
+struct History {
+  const char* name;
+  std::uint32_t block_pages;
+  std::int32_t buffers;
+  std::vector<std::uint32_t> modes;  // of the handles
+  int operations;
+};
+
+void PrintTo(const History& history, std::ostream* out) { *out << history.name; }
+
+class MdxHistory : public MdxFixture, public ::testing::WithParamInterface<History> {
+ protected:
+  using Model = std::vector<IndexEntry>;
+
+  // One handle of the file, with a handle of each of its tags.
+  struct User {
+    VqIndex* file = nullptr;
+    std::array<VqIndex*, kTagCount> tags = {};
+  };
+
+  void open_users() {
+    for (const std::uint32_t mode : GetParam().modes) {
+      User user;
+      user.file = open("M", mode, GetParam().buffers);
+      ASSERT_NE(nullptr, user.file) << block.result << " " << block.detail;
+      users_.push_back(user);
+    }
+  }
+  void close_users() {
+    for (const User& user : users_) ASSERT_EQ(0, lib.dXclose(user.file));
+    users_.clear();
+  }
+
+  std::uint32_t pick(std::size_t count) { return static_cast<std::uint32_t>(random_() % count); }
+
+  // The tag's handle of some user.
+  VqIndex* some_handle(std::size_t at) {
+    User& user = users_[pick(users_.size())];
+    if (user.tags[at] == nullptr) user.tags[at] = lib.dXactidx(user.file, kTags[at].name);
+    EXPECT_NE(nullptr, user.tags[at]) << block.detail;
+    return user.tags[at];
+  }
+
+  std::string some_key(std::size_t at) {
+    const TagKind& kind = kTags[at];
+    const auto n = static_cast<std::int32_t>(pick(static_cast<std::size_t>(kind.distinct_keys)));
+    return mdx_key(kind.type(), kind.key_length, n);
+  }
+  bool holds(std::size_t at, const std::string& key) const { return keys_[at].contains(key); }
+
+  void insert(std::size_t at) {
+    const std::string key = some_key(at);
+    const std::uint32_t recno = next_recno_++;
+    const bool refused = kTags[at].unique() && holds(at, key);
+    ASSERT_EQ(refused ? -8 : 0, lib.dXputkey(some_handle(at), key.data(), recno)) << block.detail;
+    if (refused) return;
+    models_[at].emplace_back(key, recno);
+    keys_[at].insert(key);
+  }
+
+  void remove(std::size_t at) {
+    IndexEntry& entry = models_[at][pick(models_[at].size())];
+    ASSERT_EQ(0, lib.dXrmkey(some_handle(at), entry.first.data(), entry.second)) << block.detail;
+    ASSERT_EQ(-5, lib.dXrmkey(some_handle(at), entry.first.data(), entry.second));
+    keys_[at].erase(keys_[at].find(entry.first));
+    entry = models_[at].back();
+    models_[at].pop_back();
+  }
+
+  void update(std::size_t at) {
+    IndexEntry& entry = models_[at][pick(models_[at].size())];
+    const std::string key = some_key(at);
+    const bool refused = kTags[at].unique() && key != entry.first && holds(at, key);
+    // As a host does it: find, then change what was found.
+    std::uint32_t recno = 0;
+    VqIndex* const tag = some_handle(at);
+    ASSERT_EQ(0, lib.dXgetrno(tag, entry.first.data(), &recno));
+    ASSERT_EQ(refused ? -8 : 0, lib.dXupdkey(tag, entry.first.data(), key.data(), entry.second));
+    if (refused) return;
+    keys_[at].erase(keys_[at].find(entry.first));
+    keys_[at].insert(key);
+    entry.first = key;
+  }
+
+  void drop_and_make_again(std::size_t at) {
+    const User& user = users_[pick(users_.size())];
+    ASSERT_EQ(0, lib.dXdeltag(user.file, kTags[at].name)) << block.detail;
+    for (User& other : users_) {
+      if (other.tags[at] == nullptr) continue;
+      std::uint32_t recno = 0;
+      const std::string key = some_key(at);
+      ASSERT_EQ(-10, lib.dXputkey(other.tags[at], key.data(), 1)) << block.detail;
+      ASSERT_EQ(-10, lib.dXnxtkey(other.tags[at], std::string(100, ' ').data(), &recno));
+      ASSERT_EQ(0, lib.dXdeaidx(other.tags[at]));
+      other.tags[at] = nullptr;
+    }
+    models_[at].clear();
+    keys_[at].clear();
+    ASSERT_EQ(0, lib.dXindex(users_[pick(users_.size())].file, kTags[at].name, kTags[at].expression,
+                             kTags[at].format, nullptr))
+        << block.detail;
+  }
+
+  void verify() {
+    for (const User& user : users_) ASSERT_EQ(0, lib.dXflush(user.file));
+    const MdxReport report = read();
+    ASSERT_EQ("", report.all_faults());
+    ASSERT_EQ(0u, report.orphans.size());
+    for (std::size_t at = 0; at < kTagCount; ++at) {
+      SCOPED_TRACE(kTags[at].name);
+      const MdxTag tag = report.tag(kTags[at].name);
+      std::ranges::sort(models_[at]);
+      ASSERT_EQ(models_[at], tag.sorted());
+      walk(at, tag);
+    }
+  }
+
+  // The library steps through the same entries in the same order, both ways.
+  void walk(std::size_t at, const MdxTag& tag) {
+    VqIndex* const handle = some_handle(at);
+    std::string found(kTags[at].key_length, '\0');
+    std::uint32_t recno = 0;
+    ASSERT_EQ(0, lib.dXrewind(handle));
+    for (const IndexEntry& entry : tag.entries) {
+      ASSERT_EQ(0, lib.dXnxtkey(handle, found.data(), &recno));
+      ASSERT_EQ(entry, IndexEntry(found, recno));
+    }
+    ASSERT_EQ(-7, lib.dXnxtkey(handle, found.data(), &recno));
+    for (std::size_t i = tag.entries.size(); i-- > 0;) {
+      ASSERT_EQ(0, lib.dXprvkey(handle, found.data(), &recno));
+      ASSERT_EQ(tag.entries[i], IndexEntry(found, recno));
+    }
+    ASSERT_EQ(-6, lib.dXprvkey(handle, found.data(), &recno));
+  }
+
+  std::mt19937 random_{20};
+  std::vector<User> users_;
+  std::array<Model, kTagCount> models_;
+  std::array<std::multiset<std::string>, kTagCount> keys_;
+  std::uint32_t next_recno_ = 1;
+};
+
+TEST_P(MdxHistory, agrees_with_a_model) {
+  create("M", GetParam().block_pages);
+  open_users();
+  for (const TagKind& kind : kTags) {
+    ASSERT_EQ(0, lib.dXindex(users_[0].file, kind.name, kind.expression, kind.format, nullptr));
+  }
+  // Grow, churn, shrink to nothing, and grow again.
+  std::uint32_t most_pages = 0;
+  for (const std::uint32_t removals_in_ten : {2u, 5u, 9u, 2u, 9u, 3u}) {
+    for (int i = 0; i < GetParam().operations / 6; ++i) {
+      const std::size_t at = pick(kTagCount);
+      const bool any = !models_[at].empty();
+      if (pick(2000) == 0) {
+        ASSERT_NO_FATAL_FAILURE(drop_and_make_again(at));
+      } else if (any && pick(10) < removals_in_ten) {
+        ASSERT_NO_FATAL_FAILURE(remove(at));
+      } else if (any && pick(4) == 0) {
+        ASSERT_NO_FATAL_FAILURE(update(at));
+      } else {
+        ASSERT_NO_FATAL_FAILURE(insert(at));
+      }
+    }
+    ASSERT_NO_FATAL_FAILURE(verify());
+    if (most_pages == 0) most_pages = read().pages;
+  }
+  for (std::size_t at = 0; at < kTagCount; ++at) {
+    while (!models_[at].empty()) ASSERT_NO_FATAL_FAILURE(remove(at));
+  }
+  ASSERT_NO_FATAL_FAILURE(verify());
+  close_users();
+  // What was let go was used again.
+  EXPECT_LE(read().pages, most_pages * 3);
+  for (const MdxTag& tag : read().tags) EXPECT_EQ(1u, tag.depth);
+}
+
+INSTANTIATE_TEST_SUITE_P(Settings, MdxHistory,
+                         ::testing::Values(History{"exclusive_4_buffers", 2, 4, {0}, 60000},
+                                           History{"exclusive_1000_buffers", 2, 1000, {0}, 150000},
+                                           History{"exclusive_long_blocks", 7, 50, {0}, 60000}),
+                         [](const auto& history) { return std::string(history.param.name); });
+
+}  // namespace
+}  // namespace vqdb::testing
