@@ -2,6 +2,8 @@
 // writes the others find.
 #include <algorithm>
 #include <memory>
+#include <random>
+#include <set>
 
 #include "support/ndx_fixture.h"
 #include "support/process.h"
@@ -9,10 +11,11 @@
 namespace vqdb::testing {
 namespace {
 
-// args: folder file of the table, of the index, mode, first record number. Inserts a thousand keys
-// and takes every third one away again.
+// args: folder file of the table, of the index, mode, first record number, lock scheme. Inserts a
+// thousand keys and takes every third one away again.
 VQ_CHILD(change_shared_index) {
   VqBlock block = {};
+  lib.dUsetnet(&block, std::stoi(args[4]));
   VqTable* table = lib.dDopen(&block, args[0].c_str(), 4, 1);
   VqIndex* index = lib.dNopen(table, args[1].c_str(), std::stoul(args[2]) & 0xFF, 10);
   if (index == nullptr) return 100 - block.result;
@@ -23,40 +26,146 @@ VQ_CHILD(change_shared_index) {
     const std::string key = text_key("K" + std::to_string(i * 7919 % 1009), 20);
     if (lib.dNputkey(index, key.data(), first + i) != 0) return 1;
     std::uint32_t recno = 0;
+    if (lib.dNgetrno(index, key.data(), &recno) != 0) return 3;
     if (i % 3 == 0 && lib.dNrmkey(index, key.data(), first + i) != 0) return 2;
-    if (i % 3 != 0 && lib.dNgetrno(index, key.data(), &recno) != 0) return 3;
+    const std::string moved = text_key("M" + key, 20);
+    if (i % 3 == 1 && lib.dNupdkey(index, key.data(), moved.data(), first + i) != 0) return 6;
   }
   if (lib.dNclose(index) != 0) return 4;
   return lib.dDclose(table) == 0 ? 0 : 5;
 }
 
-class SharedNdx : public NdxFixture, public ::testing::WithParamInterface<std::uint32_t> {};
+using SharedNdx = NdxFixture;
 
-TEST_P(SharedNdx, processes_that_change_one_index_lose_nothing) {
-  const std::string name = folder.file("S");
-  ASSERT_EQ(0, lib.dNcreat(&block, name.c_str(), "NAME", "C20"));
-  std::vector<std::unique_ptr<Child>> children;
-  for (int i = 0; i < 3; ++i) {
-    children.push_back(std::make_unique<Child>(
-        "change_shared_index", Arguments{folder.file("TABLE"), name, std::to_string(GetParam()),
-                                         std::to_string(1 + i * 1000)}));
-    ASSERT_EQ("ready", children.back()->read_line());
+TEST_F(SharedNdx, processes_that_change_one_index_lose_nothing) {
+  struct Case {
+    std::uint32_t mode;
+    int scheme;
+  };
+  for (const Case& c : {Case{2, 0}, Case{4, 1}, Case{4, 5}}) {
+    SCOPED_TRACE(c.scheme);
+    const std::string name = folder.file("S");
+    ASSERT_EQ(0, lib.dNcreat(&block, name.c_str(), "NAME", "C20"));
+    std::vector<std::unique_ptr<Child>> children;
+    for (int i = 0; i < 3; ++i) {
+      children.push_back(std::make_unique<Child>(
+          "change_shared_index",
+          Arguments{folder.file("TABLE"), name, std::to_string(c.mode),
+                    std::to_string(1 + i * 1000), std::to_string(c.scheme)}));
+      ASSERT_EQ("ready", children.back()->read_line());
+    }
+    for (auto& child : children) child->write_line("go");
+    for (auto& child : children) EXPECT_EQ(0, child->wait());
+    const NdxTree tree = read("S");
+    EXPECT_EQ("", tree.all_faults());
+    std::vector<NdxEntry> expected;
+    for (std::uint32_t recno = 1; recno <= 3000; ++recno) {
+      const std::uint32_t i = (recno - 1) % 1000;
+      if (i % 3 == 0) continue;
+      const std::string key = text_key("K" + std::to_string(i * 7919 % 1009), 20);
+      expected.emplace_back(i % 3 == 1 ? text_key("M" + key, 20) : key, recno);
+    }
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(expected, tree.sorted());
   }
-  for (auto& child : children) child->write_line("go");
-  for (auto& child : children) EXPECT_EQ(0, child->wait());
-  const NdxTree tree = read("S");
-  EXPECT_EQ("", tree.all_faults());
-  std::vector<NdxEntry> expected;
-  for (std::uint32_t recno = 1; recno <= 3000; ++recno) {
-    const std::uint32_t i = (recno - 1) % 1000;
-    if (i % 3 == 0) continue;
-    expected.emplace_back(text_key("K" + std::to_string(i * 7919 % 1009), 20), recno);
-  }
-  std::sort(expected.begin(), expected.end());
-  EXPECT_EQ(expected, tree.sorted());
 }
 
-INSTANTIATE_TEST_SUITE_P(Modes, SharedNdx, ::testing::Values(2u, 4u));
+// Another handle removes the entry that a walk over equal keys stands at, and at times its
+// neighbours: the walk goes on where it was.
+TEST_F(SharedNdx, walk_over_equal_keys_goes_on_from_a_removed_entry) {
+  const std::string key = text_key("SAME", 60);
+  for (const bool forward : {true, false}) {
+    for (const std::uint32_t taken : {1u, 2u, 5u}) {
+      SCOPED_TRACE(taken);
+      VqIndex* walker = make("W", "C60", 4);
+      VqIndex* other = open("W", 4);
+      for (std::uint32_t recno = 1; recno <= 400; ++recno) {
+        ASSERT_EQ(0, lib.dNputkey(other, key.data(), recno));
+      }
+      ASSERT_EQ(0, lib.dNputkey(other, text_key("A", 60).data(), 1000));
+      ASSERT_EQ(0, lib.dNputkey(other, text_key("Z", 60).data(), 1000));
+      // From front to back the run falls.
+      std::set<std::uint32_t> there;
+      for (std::uint32_t recno = 1; recno <= 400; ++recno) there.insert(recno);
+      ASSERT_EQ(0, forward ? lib.dNrewind(walker) : lib.dNforwrd(walker));
+      const auto move = forward ? lib.dNnxtkey : lib.dNprvkey;
+      std::string found = key;
+      std::uint32_t recno = 0;
+      ASSERT_EQ(0, move(walker, found.data(), &recno));
+      while (!there.empty()) {
+        const std::uint32_t expected = forward ? *there.rbegin() : *there.begin();
+        ASSERT_EQ(0, move(walker, found.data(), &recno));
+        ASSERT_EQ(expected, recno);
+        there.erase(recno);
+        if (recno % (3 * taken) != 0) continue;
+        for (std::uint32_t n = recno - taken / 2; n <= recno + taken / 2; ++n) {
+          if (n < 1 || n > 400) continue;
+          there.erase(n);
+          ASSERT_TRUE(lib.dNrmkey(other, key.data(), n) == 0 || taken > 1);
+        }
+      }
+      ASSERT_EQ(0, move(walker, found.data(), &recno));
+      EXPECT_EQ(1000u, recno);
+      EXPECT_EQ(0, lib.dNclose(other));
+      EXPECT_EQ(0, lib.dNclose(walker));
+    }
+  }
+}
+
+class NdxHandles : public NdxFixture, public ::testing::WithParamInterface<std::uint32_t> {};
+
+// Handles search, step, insert, remove and move keys in turn; what one has come to another moves.
+TEST_P(NdxHandles, handles_in_turn_agree_with_a_model) {
+  for (const std::uint32_t distinct : {9u, 400u}) {
+    SCOPED_TRACE(distinct);
+    std::mt19937 random(distinct);
+    const auto any_key = [&] { return text_key("K" + std::to_string(random() % distinct), 40); };
+    std::vector<VqIndex*> handles = {make("M", "C40", GetParam())};
+    const bool alone = GetParam() == 0;
+    while (!alone && handles.size() < 3) handles.push_back(open("M", GetParam()));
+    std::set<NdxEntry> model;
+    std::vector<NdxEntry> last(handles.size());  // what each handle came to
+    for (std::uint32_t step = 1; step <= 6000; ++step) {
+      const std::size_t at = random() % handles.size();
+      VqIndex* const index = handles[at];
+      NdxEntry& here = last[at];
+      // Mostly the entry that the handle has come to, as a user who finds, edits and saves.
+      const NdxEntry old = model.empty() || random() % 3 != 0
+                               ? here
+                               : *std::next(model.begin(), random() % model.size());
+      const std::uint32_t choice = random() % 8;
+      if (choice < 3) {
+        here = {any_key(), step};
+        ASSERT_EQ(0, lib.dNputkey(index, here.first.data(), here.second));
+        model.insert(here);
+      } else if (choice == 3 && old.second != 0) {
+        ASSERT_EQ(model.erase(old) == 1 ? 0 : -5, lib.dNrmkey(index, old.first.data(), old.second));
+      } else if (choice == 4 && old.second != 0) {
+        const std::string key = any_key();
+        const bool held = model.erase(old) == 1;
+        ASSERT_EQ(held ? 0 : -5, lib.dNupdkey(index, old.first.data(), key.data(), old.second));
+        if (held) model.emplace(key, old.second);
+      } else if (choice == 5) {
+        const std::string key = any_key();
+        const auto first = model.lower_bound({key, 0});
+        here.first = key;
+        ASSERT_EQ(first != model.end() && first->first == key ? 0 : -5,
+                  lib.dNgetrno(index, key.data(), &here.second));
+      } else {
+        here.first.resize(40);
+        const auto move = choice == 6 ? lib.dNnxtkey : lib.dNprvkey;
+        const int32_t result = move(index, here.first.data(), &here.second);
+        ASSERT_TRUE(result == 0 ? model.contains(here) : result == (choice == 6 ? -7 : -6));
+      }
+    }
+    for (VqIndex* index : handles) ASSERT_EQ(0, lib.dNclose(index));
+    const NdxTree tree = read("M");
+    EXPECT_EQ("", tree.all_faults());
+    EXPECT_EQ(std::vector<NdxEntry>(model.begin(), model.end()), tree.sorted());
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, NdxHandles, ::testing::Values(0u, 2u, 4u));
 
 using NdxLocks = NdxFixture;
 

@@ -1,6 +1,7 @@
 // Whole histories of insertions and removals, checked against a model and, byte by byte, by the
 // checker.
 #include <algorithm>
+#include <cmath>
 #include <map>
 #include <random>
 
@@ -190,6 +191,20 @@ TEST_F(Ndx, equal_keys_are_removed_by_record) {
   ASSERT_EQ(0, lib.dNclose(index));
   EXPECT_EQ("", read("E").all_faults());
   EXPECT_EQ(kCount - 10000 - 100 + 2, read("E").entries.size());
+}
+
+TEST_F(Ndx, key_that_is_no_number_is_refused) {
+  const std::string nan = number_key(std::nan(""));
+  const std::string one = number_key(1);
+  VqIndex* index = make("A", "N");
+  ASSERT_EQ(0, lib.dNputkey(index, one.data(), 1));
+  std::uint32_t recno = 0;
+  EXPECT_EQ(-4, lib.dNputkey(index, nan.data(), 2));
+  EXPECT_EQ(3162, block.detail);
+  EXPECT_EQ(-4, lib.dNrmkey(index, nan.data(), 1));
+  EXPECT_EQ(-4, lib.dNupdkey(index, one.data(), nan.data(), 1));
+  EXPECT_EQ(-4, lib.dNgetrno(index, nan.data(), &recno));
+  EXPECT_EQ(0, lib.dNclose(index));
 }
 
 TEST_F(Ndx, update_moves_one_entry) {

@@ -1,5 +1,7 @@
 #include "index/keys/key_order.h"
 
+#include <cmath>
+
 #include "index/keys/key_compare.h"
 
 namespace vqdb::index {
@@ -27,15 +29,18 @@ std::uint32_t bound(const KeyRow& row, const Byte* key, std::size_t length) {
   return low;
 }
 
+bool any_key(const Byte*) { return true; }
+bool is_a_number(const Byte* key) { return !std::isnan(load_double(key)); }
+
 template <KeyOrder::Compare compare>
-constexpr KeyOrder order_of() {
-  return {compare, bound<compare, 0>, bound<compare, 1>};
+constexpr KeyOrder order_of(bool (*has_place)(const Byte* key) = any_key) {
+  return {compare, bound<compare, 0>, bound<compare, 1>, has_place};
 }
 
 constexpr KeyOrder kOrders[4][2] = {
     {order_of<compare_texts>(), order_of<reversed<compare_texts>>()},
     {order_of<compare_collated>(), order_of<reversed<compare_collated>>()},
-    {order_of<compare_numbers>(), order_of<reversed<compare_numbers>>()},
+    {order_of<compare_numbers>(is_a_number), order_of<reversed<compare_numbers>>(is_a_number)},
     {order_of<compare_packed>(), order_of<reversed<compare_packed>>()},
 };
 

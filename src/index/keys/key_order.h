@@ -31,6 +31,7 @@ struct KeyOrder {
   Compare compare;    // negative, 0 or positive
   Bound lower_bound;  // the first key equal to or above the given one; count when there is none
   Bound upper_bound;  // the first key above the given one; count when there is none
+  bool (*has_place)(const Byte* key);  // a number that is none has no place in any order
 };
 
 // Constant data; a descending order is the ascending one with its keys swapped.

@@ -83,7 +83,7 @@ Result build_ndx(table::Table& table, std::string_view name, const char* express
   }
   std::string wanted = (options & build_option::kNdx3) != 0 ? "3" : "";
   wanted += shape.type;
-  wanted += std::to_string(shape.length);
+  if (shape.type == 'C') wanted += std::to_string(shape.length);
   if ((options & build_option::kUnique) != 0) wanted += 'U';
   NdxFormat format;
   if (const Result result = parse_ndx_format(block, wanted, format); !ok(result)) return result;

@@ -32,8 +32,7 @@ Result parse_ndx_format(VqBlock& block, std::string_view text, NdxFormat& format
     return fail(block, Result::not_allowed, kCreate.detail(3));
   }
   text.remove_prefix(1);
-  const std::uint32_t length = take_number(text);
-  format.key_length = format.key_type == 'C' ? length : kNumberKeyBytes;
+  format.key_length = format.key_type == 'C' ? take_number(text) : kNumberKeyBytes;
   if (format.key_length < 1 || format.key_length > kMaxNdxTextKey) {
     return fail(block, Result::out_of_range, kCreate.detail(2));
   }

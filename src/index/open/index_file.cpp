@@ -4,6 +4,7 @@
 
 #include "index/tree/pins.h"
 #include "platform/clock.h"
+#include "table/lock_scheme.h"
 #include "table/locks.h"
 
 namespace vqdb::index {
@@ -14,7 +15,11 @@ constexpr std::uint32_t kEagerTries = 50;
 constexpr std::uint32_t kPatientTries = 3000;
 constexpr std::uint32_t kPauseMilliseconds = 1;
 
-constexpr std::uint32_t kFirstSchemeWithoutLocks = 4;
+// The brackets of a table whose scheme has no locks take this one's byte: without any, two
+// processes would destroy the file.
+constexpr std::uint32_t kBracketScheme = 0;
+
+bool has_locks(std::uint32_t scheme) { return table::find_lock_scheme(scheme) != nullptr; }
 
 bool is_busy(Result result) { return result == Result::file_locked || result == Result::locked; }
 
@@ -25,6 +30,7 @@ bool IndexFile::attach(platform::File&& file, std::uint32_t open_mode, std::uint
   system_file = std::move(file);
   mode = open_mode;
   scheme = lock_scheme;
+  bracket_scheme_ = has_locks(scheme) ? scheme : kBracketScheme;
   const auto wanted = static_cast<std::uint32_t>(std::max(buffers, kMinBuffers));
   return cache.allocate(std::max(wanted, kMostPins));
 }
@@ -70,17 +76,17 @@ Result IndexFile::take_hold() {
 
 Result IndexFile::take_lock() {
   if (lock_lingers_) return Result::ok;
-  Result result = table::lock_whole_file(block, system_file, scheme);
+  Result result = table::lock_whole_file(block, system_file, bracket_scheme_);
   for (std::uint32_t tries = 0; is_busy(result) && tries < kEagerTries + kPatientTries; ++tries) {
     platform::pause(tries < kEagerTries ? 0 : kPauseMilliseconds);
-    result = table::lock_whole_file(block, system_file, scheme);
+    result = table::lock_whole_file(block, system_file, bracket_scheme_);
   }
   return result;
 }
 
 Result IndexFile::let_go() {
   if (lock_is_callers_) return Result::ok;
-  const Result result = table::unlock_whole_file(block, system_file, scheme);
+  const Result result = table::unlock_whole_file(block, system_file, bracket_scheme_);
   lock_lingers_ = !ok(result);
   return result;
 }
@@ -100,7 +106,7 @@ Result IndexFile::write_back() {
 }
 
 Result IndexFile::lock(Operation operation) {
-  if (scheme >= kFirstSchemeWithoutLocks) {
+  if (!has_locks(scheme)) {
     return fail(block, Result::no_driver, operation.detail(2));
   }
   if (lock_is_callers_) return Result::ok;
@@ -113,7 +119,7 @@ Result IndexFile::lock(Operation operation) {
 }
 
 Result IndexFile::unlock(Operation operation) {
-  if (scheme >= kFirstSchemeWithoutLocks) {
+  if (!has_locks(scheme)) {
     return fail(block, Result::no_driver, operation.detail(2));
   }
   if (!lock_is_callers_) return fail(block, Result::not_locked, operation.detail(3));
@@ -123,7 +129,7 @@ Result IndexFile::unlock(Operation operation) {
 }
 
 Result IndexFile::lock_status(Operation operation) {
-  if (scheme >= kFirstSchemeWithoutLocks) {
+  if (!has_locks(scheme)) {
     return fail(block, Result::no_driver, operation.detail(2));
   }
   if (lock_is_callers_) return Result::ok;

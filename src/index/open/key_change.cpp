@@ -53,11 +53,13 @@ Result remove_entry(KeyTree& keys, const Byte* key, std::uint32_t recno,
   if (const Result result = keys.tree.next(behind, more); !ok(result)) return result;
   std::array<Byte, kMaxKeyLength> next_key;
   std::uint32_t next_recno = 0;
+  bool kept = false;
   if (more) {
     Entry next{};
     if (const Result result = keys.tree.entry_at(behind, next); !ok(result)) return result;
     std::memcpy(next_key.data(), next.key, keys.key_length());
     next_recno = next.recno;
+    kept = keep_leaf(keys, behind);
   }
   if (const Result result = keys.tree.remove(path); !ok(result)) return result;
   Cursor& cursor = keys.cursor;
@@ -65,6 +67,7 @@ Result remove_entry(KeyTree& keys, const Byte* key, std::uint32_t recno,
   if (!more) return Result::ok;
   remember(keys, next_key.data(), next_recno);
   cursor.path = path;
+  cursor.leaf_holds = kept;
   cursor.path_holds = behind.leaf().page == path.leaf().page;
   return Result::ok;
 }
@@ -113,7 +116,7 @@ Result change(KeyTree& keys, Operation operation, bool bracketed, Change work) {
 
 Result put_key(KeyTree& keys, const void* key, std::uint32_t recno, bool bracketed) {
   const Operation operation = keys.operations.put;
-  if (const Result result = check(keys, operation, key != nullptr, recno); !ok(result)) {
+  if (const Result result = check(keys, operation, has_place(keys, key), recno); !ok(result)) {
     return result;
   }
   return change(keys, operation, bracketed, [&] {
@@ -123,7 +126,7 @@ Result put_key(KeyTree& keys, const void* key, std::uint32_t recno, bool bracket
 
 Result remove_key(KeyTree& keys, const void* key, std::uint32_t recno, bool bracketed) {
   const Operation operation = keys.operations.remove;
-  if (const Result result = check(keys, operation, key != nullptr, recno); !ok(result)) {
+  if (const Result result = check(keys, operation, has_place(keys, key), recno); !ok(result)) {
     return result;
   }
   return change(keys, operation, bracketed, [&] {
@@ -134,7 +137,7 @@ Result remove_key(KeyTree& keys, const void* key, std::uint32_t recno, bool brac
 Result update_key(KeyTree& keys, const void* old_key, const void* new_key, std::uint32_t recno,
                   bool bracketed) {
   const Operation operation = keys.operations.update;
-  const bool has_keys = old_key != nullptr && new_key != nullptr;
+  const bool has_keys = has_place(keys, old_key) && has_place(keys, new_key);
   if (const Result result = check(keys, operation, has_keys, recno); !ok(result)) return result;
   return change(keys, operation, bracketed, [&] {
     return replace_entry(keys, static_cast<const Byte*>(old_key), static_cast<const Byte*>(new_key),

@@ -18,6 +18,11 @@ Result in_tree(KeyTree& keys, Operation operation, Work work) {
   });
 }
 
+// Whether there is a key that the tree can order.
+inline bool has_place(const KeyTree& keys, const void* key) {
+  return key != nullptr && keys.tree.order().has_place(static_cast<const Byte*>(key));
+}
+
 inline int compare(const KeyTree& keys, const Byte* a, const Byte* b) {
   return keys.tree.order().compare(a, b, keys.key_length());
 }
@@ -25,14 +30,25 @@ inline int compare(const KeyTree& keys, const Byte* a, const Byte* b) {
 // The path to the entry with this key and record number.
 Result find_entry(KeyTree& keys, const Byte* key, std::uint32_t recno, Path& path, bool& found);
 
+enum class Direction : std::uint8_t { forward, backward };
+
 // Makes the cursor's path lead to its anchor's entry. Where the entry has vanished, at_entry is
-// false and the path leads to the place of its key.
-Result locate(KeyTree& keys, bool& at_entry);
+// false and the path leads to the place that it had: what stood behind it is there or next, what
+// stood before it is the previous entry. Where no trace of its neighbours among equal keys is left,
+// a step in the direction meets all of these again.
+Result locate(KeyTree& keys, Direction direction, bool& at_entry);
+
+// Keeps the leaf of a shared file for locate(), with the slot of the anchor's entry; false when it
+// is not kept.
+bool keep_leaf(KeyTree& keys, const Path& path);
+// Keeps what was kept of the leaf that a step has left.
+void keep_passed(KeyTree& keys, Direction direction);
 
 inline void set_anchor(Cursor& cursor, Cursor::Anchor anchor, PositionState state) {
   cursor.anchor = anchor;
   cursor.state = state;
   cursor.path_holds = false;
+  cursor.leaf_holds = cursor.passed_holds = false;
   cursor.leaves_passed = 0;
 }
 

@@ -4,8 +4,6 @@
 namespace vqdb::index {
 namespace {
 
-enum class Direction : std::uint8_t { forward, backward };
-
 void deliver(const KeyTree& keys, void* key, std::uint32_t* recno) {
   if (key != nullptr) std::memcpy(key, keys.cursor.key.get(), keys.key_length());
   if (recno != nullptr) *recno = keys.cursor.recno;
@@ -20,30 +18,45 @@ Result arrive(KeyTree& keys, void* key, std::uint32_t* recno) {
   cursor.anchor = Cursor::Anchor::entry;
   cursor.state = PositionState::positioned;
   cursor.path_holds = true;
+  cursor.leaf_holds = keep_leaf(keys, cursor.path);
   deliver(keys, key, recno);
   return Result::ok;
+}
+
+// More leaves in one direction than the file has pages: its pages run in a circle. In a shared file
+// a walk may pass a leaf twice, when others remove what it stands at.
+Result pass_leaf(KeyTree& keys, Direction direction) {
+  Cursor& cursor = keys.cursor;
+  keep_passed(keys, direction);
+  cursor.leaves_passed += direction == Direction::forward ? 1 : -1;
+  const std::int64_t limit =
+      std::int64_t{keys.file.cache.limit()} * (keys.file.is_shared() ? 2 : 1);
+  if (cursor.leaves_passed <= limit && cursor.leaves_passed >= -limit) return Result::ok;
+  const Operation operation =
+      direction == Direction::forward ? keys.operations.next : keys.operations.previous;
+  return fail(keys.file.block, Result::page_error, operation.detail(4));
 }
 
 // From the anchor, which is an entry or a gap, to its neighbour.
 Result move(KeyTree& keys, Direction direction, bool& found) {
   Cursor& cursor = keys.cursor;
   bool at_entry = false;
-  if (const Result result = locate(keys, at_entry); !ok(result)) return result;
+  if (const Result result = locate(keys, direction, at_entry); !ok(result)) return result;
+  const Path::Step from = cursor.path.leaf();
+  Result result = Result::ok;
+  std::uint32_t within = from.slot;  // where a step within the leaf comes to
   if (direction == Direction::backward) {
-    if (cursor.path.leaf().slot == 0) --cursor.leaves_passed;
-    return keys.tree.previous(cursor.path, found);
+    --within;
+    result = keys.tree.previous(cursor.path, found);
+  } else if (at_entry && cursor.anchor == Cursor::Anchor::entry) {
+    ++within;
+    result = keys.tree.next(cursor.path, found);
+  } else {
+    result = keys.tree.step_to_entry(cursor.path, found);
   }
-  const bool leaves_entry = at_entry && cursor.anchor == Cursor::Anchor::entry;
-  const Result result = leaves_entry ? keys.tree.next(cursor.path, found)
-                                     : keys.tree.step_to_entry(cursor.path, found);
-  if (cursor.path.leaf().slot == 0) ++cursor.leaves_passed;
-  return result;
-}
-
-// More leaves in one direction than the file has pages: its pages run in a circle.
-bool runs_in_circle(const KeyTree& keys) {
-  const std::int64_t limit = keys.file.cache.limit();
-  return keys.cursor.leaves_passed > limit || keys.cursor.leaves_passed < -limit;
+  if (!ok(result) || !found) return result;
+  const Path::Step to = cursor.path.leaf();
+  return to.page == from.page && to.slot == within ? result : pass_leaf(keys, direction);
 }
 
 Result step_forward(KeyTree& keys, void* key, std::uint32_t* recno) {
@@ -61,8 +74,6 @@ Result step_forward(KeyTree& keys, void* key, std::uint32_t* recno) {
     set_anchor(cursor, Cursor::Anchor::end, PositionState::end);
     return fail(keys.file.block, Result::index_end, keys.operations.next.detail(3));
   }
-  if (runs_in_circle(keys))
-    return fail(keys.file.block, Result::page_error, keys.operations.next.detail(4));
   return arrive(keys, key, recno);
 }
 
@@ -81,8 +92,6 @@ Result step_backward(KeyTree& keys, void* key, std::uint32_t* recno) {
     set_anchor(cursor, Cursor::Anchor::start, PositionState::start);
     return fail(keys.file.block, Result::index_start, keys.operations.previous.detail(3));
   }
-  if (runs_in_circle(keys))
-    return fail(keys.file.block, Result::page_error, keys.operations.previous.detail(4));
   return arrive(keys, key, recno);
 }
 
@@ -100,6 +109,7 @@ Result find_first(KeyTree& keys, const Byte* key, std::uint32_t* recno) {
     return fail(keys.file.block, Result::not_found, keys.operations.find.detail(3));
   }
   cursor.leaves_passed = 0;
+  cursor.passed_holds = false;
   if (const Result result = arrive(keys, nullptr, recno); !ok(result)) return result;
   if (compare(keys, cursor.key.get(), key) == 0) return Result::ok;
   cursor.state = PositionState::unset;
@@ -109,8 +119,9 @@ Result find_first(KeyTree& keys, const Byte* key, std::uint32_t* recno) {
 }  // namespace
 
 Result find_record(KeyTree& keys, const void* key, std::uint32_t* recno) {
-  if (key == nullptr)
+  if (!has_place(keys, key)) {
     return fail(keys.file.block, Result::out_of_range, keys.operations.find.detail(2));
+  }
   return in_tree(keys, keys.operations.find,
                  [&] { return find_first(keys, static_cast<const Byte*>(key), recno); });
 }

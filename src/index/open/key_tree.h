@@ -25,7 +25,9 @@ enum class PositionState : std::uint16_t {
 };
 
 // The position. Stepping goes on from the anchor; the path to it is a hint that holds as long as
-// the tree does not change, and is found again from key and record number.
+// the tree does not change, and is found again from key and record number. Others may remove the
+// anchor's entry from a shared file: then its neighbours, as its leaf had them, tell its place
+// among equal keys, which keep their order.
 struct Cursor {
   enum class Anchor : std::uint8_t {
     none,  // stepping starts at either end
@@ -41,6 +43,12 @@ struct Cursor {
   std::uint32_t recno = 0;
   std::int64_t leaves_passed = 0;  // forward less backward, since the last search
   platform::Bytes key;
+  platform::Bytes leaf;  // shared files only
+  std::uint32_t leaf_slot = 0;
+  bool leaf_holds = false;
+  platform::Bytes passed;  // the leaf that stepping came from
+  bool passed_holds = false;
+  bool passed_is_before = false;  // the other one
   Path path;
 };
 
@@ -66,13 +74,16 @@ class KeyTree {
         operations(numbers),
         tree(index_file.block, index_file.cache, page_store) {}
 
-  // False without memory for a key.
+  // False without memory. REQUIRES a file that is attached.
   bool set_up(const PageLayout& layout, const KeyOrder& order, char type, bool is_unique) {
     tree.set_shape(layout, order);
     key_type = type;
     unique = is_unique;
     cursor.key = platform::allocate_bytes(layout.key_length);
-    return cursor.key != nullptr;
+    if (cursor.key == nullptr || !file.is_shared()) return cursor.key != nullptr;
+    cursor.leaf = platform::allocate_bytes(layout.page_bytes);
+    cursor.passed = platform::allocate_bytes(layout.page_bytes);
+    return cursor.leaf != nullptr && cursor.passed != nullptr;
   }
   std::size_t key_length() const { return tree.layout().key_length; }
 
@@ -87,10 +98,11 @@ class KeyTree {
   Tree tree;
 };
 
-// Digits of the operation's details: 2 (no key, or record number 0), 3 (read-only), 4 (put: a
-// unique index holds the key, which is Result::duplicate_key; remove, update: no such entry, -5;
-// for update 5 is the duplicate). A change runs inside a bracket of its own, or, without
-// `bracketed`, inside the caller's; outside any a shared file refuses it (-35, digit 6).
+// Digits of the operation's details: 2 (no key, a number that is none, or record number 0), 3
+// (read-only), 4 (put: a unique index holds the key, which is Result::duplicate_key; remove,
+// update: no such entry, -5; for update 5 is the duplicate). A change runs inside a bracket of its
+// own, or, without `bracketed`, inside the caller's; outside any a shared file refuses it (-35,
+// digit 6).
 Result put_key(KeyTree& keys, const void* key, std::uint32_t recno, bool bracketed = true);
 Result remove_key(KeyTree& keys, const void* key, std::uint32_t recno, bool bracketed = true);
 // The new key goes in before the old one goes out; where the old one is missing nothing goes in.

@@ -73,8 +73,16 @@ class Tree {
   Result next(Path& path, bool& found);
   Result previous(Path& path, bool& found);
   Result entry_at(const Path& path, Entry& entry);
+  // How many entries the path's leaf has.
+  Result leaf_entries(const Path& path, std::uint32_t& count);
+  // Copies the page of the path's leaf.
+  Result copy_leaf(const Path& path, Byte* image);
   // Whether the path still leads from the root to an entry with this key and record number.
   Result leads_to(const Path& path, const Byte* key, std::uint32_t recno, bool& does);
+
+  // A leaf about halfway between those of two paths; found is false when none lies between them.
+  // The path leads to its first entry.
+  Result halfway(const Path& low, const Path& high, Path& middle, bool& found);
 
   // Inserts at the place that find() gave.
   Result insert(const Path& path, const Byte* key, std::uint32_t recno);
@@ -84,12 +92,14 @@ class Tree {
  private:
   friend class LeafRemoval;
   struct Split;
-  enum class End : std::uint8_t { first, last };
+  enum class End : std::uint8_t { first, middle, last };
 
   Result fetch(PageNumber number, PageCache::Frame& frame);
   Page page(PageCache::Frame frame) { return Page(layout_, cache_.image(frame)); }
   Result descend(KeyOrder::Bound bound, const Byte* key, Path& path);
   Result descend(PageNumber start, End end, Path& path);
+  // From the page at a level of the path, by another of its children.
+  Result branch(const Path& path, std::uint32_t level, std::uint32_t slot, Path& branched);
   Result step(Path& path, End from, bool& found);
   Result insert_with_split(const Path& path, const Byte* key, std::uint32_t recno);
   void split(Split& plan, const Path& path, const Byte* key, std::uint32_t recno);

@@ -41,8 +41,11 @@ Result Tree::descend(PageNumber number, End end, Path& path) {
     if (const Result result = fetch(number, frame); !ok(result)) return result;
     const Page node = page(frame);
     const std::uint32_t count = node.count();
-    path.steps[path.depth++] = {number, end == End::first ? 0 : count};
-    if (count == 0 || node.is_leaf()) return Result::ok;
+    const bool is_last = count == 0 || node.is_leaf();
+    const std::uint32_t middle = is_last ? 0 : (count + 1) / 2;
+    path.steps[path.depth++] = {number,
+                                end == End::first ? 0 : (end == End::middle ? middle : count)};
+    if (is_last) return Result::ok;
     number = node.child(path.leaf().slot);
   }
   return fail(block_, Result::page_error, kSearch.detail(3));
@@ -131,6 +134,42 @@ Result Tree::previous(Path& path, bool& found) {
   return Result::ok;
 }
 
+Result Tree::branch(const Path& path, std::uint32_t level, std::uint32_t slot, Path& branched) {
+  branched = path;
+  branched.steps[level].slot = slot;
+  branched.depth = level + 1;
+  PageCache::Frame frame = 0;
+  if (const Result result = fetch(path.steps[level].page, frame); !ok(result)) return result;
+  return descend(page(frame).child(slot), End::middle, branched);
+}
+
+Result Tree::halfway(const Path& low, const Path& high, Path& middle, bool& found) {
+  found = false;
+  if (low.depth != high.depth) return Result::ok;
+  std::uint32_t level = 0;
+  while (level + 1 < low.depth && low.steps[level].slot == high.steps[level].slot) ++level;
+  if (level + 1 == low.depth || low.steps[level].slot > high.steps[level].slot) return Result::ok;
+  const std::uint32_t apart = high.steps[level].slot - low.steps[level].slot;
+  if (apart > 1) {
+    found = true;
+    return branch(low, level, low.steps[level].slot + apart / 2, middle);
+  }
+  // Neighbours: what lies behind the low path, or before the high one, in the pages below.
+  while (++level + 1 < low.depth) {
+    PageCache::Frame frame = 0;
+    if (const Result result = fetch(low.steps[level].page, frame); !ok(result)) return result;
+    const std::uint32_t slot = low.steps[level].slot;
+    const std::uint32_t count = page(frame).count();
+    const std::uint32_t behind = count > slot ? count - slot : 0;
+    const std::uint32_t before = high.steps[level].slot;
+    found = behind > 0 || before > 0;
+    if (!found) continue;
+    return behind >= before ? branch(low, level, slot + (behind + 1) / 2, middle)
+                            : branch(high, level, before / 2, middle);
+  }
+  return Result::ok;
+}
+
 Result Tree::entry_at(const Path& path, Entry& entry) {
   PageCache::Frame frame = 0;
   if (const Result result = fetch(path.leaf().page, frame); !ok(result)) return result;
@@ -139,6 +178,20 @@ Result Tree::entry_at(const Path& path, Entry& entry) {
     return fail(block_, Result::page_error, kSearch.detail(5));
   }
   entry = {leaf.key(path.leaf().slot), leaf.recno(path.leaf().slot)};
+  return Result::ok;
+}
+
+Result Tree::leaf_entries(const Path& path, std::uint32_t& count) {
+  PageCache::Frame frame = 0;
+  if (const Result result = fetch(path.leaf().page, frame); !ok(result)) return result;
+  count = page(frame).count();
+  return Result::ok;
+}
+
+Result Tree::copy_leaf(const Path& path, Byte* image) {
+  PageCache::Frame frame = 0;
+  if (const Result result = fetch(path.leaf().page, frame); !ok(result)) return result;
+  std::memcpy(image, cache_.image(frame), layout_.page_bytes);
   return Result::ok;
 }
 
