@@ -20,7 +20,10 @@ debian32_create() {
 $log tells why. VQ_DEBIAN_MIRROR names another mirror; a wine that runs 32-bit programs also does."
   as_root mkdir "$debian32.new/host"
   as_root mv "$debian32.new" "$debian32"
-  debian32_run wine wineboot --init >>"$log" 2>&1 </dev/null || true
+  local empty
+  empty=$(mktemp -d)
+  (cd "$empty" && debian32_run wine wineboot --init) >>"$log" 2>&1 </dev/null || true
+  rmdir "$empty"
 }
 
 debian32_enter='
@@ -34,6 +37,7 @@ debian32_enter='
 # Of the working folder, what the command has made or changed is copied back.
 debian32_needs=()
 debian32_run() {
+  as_root true || die "The 32-bit Debian in $debian32 needs root rights to run in."
   if as_root unshare --mount mount --bind /proc "$debian32/proc" 2>/dev/null; then
     as_root unshare --mount sh -c 'mount --rbind /proc "$0/proc" && mount --rbind / "$0/host" ||
       exit 125'"$debian32_enter" "$debian32" "$@"
@@ -44,6 +48,10 @@ debian32_run() {
 
 # One at a time: the copies of all lie in the same folder.
 debian32_run_on_copies() (
+  folder=${PWD%/}
+  case $debian32 in
+    "$folder"/*) die "Nothing may be mounted here, and the folder $PWD is too large to copy." ;;
+  esac
   exec 9>"$debian32.lock"
   flock 9
   as_root rm -rf --one-file-system "$debian32/host"
