@@ -534,10 +534,9 @@ int32_t VQ_CALL dEparse(VqBlock* block, const char* text, VqTable* table, VqExpr
  *   VQ_RUN_PACKED_KEY (or 0x20)     numbers as packed decimals of 12 bytes
  *   VQ_RUN_ORDERED_KEY (or 0x200)   numbers as doubles whose bytes sort
  *   VQ_RUN_TEXT_KEY                 numbers as the field's text, dates as YYYYMMDD
- * Details:
+ * A date field that holds no date has the key of a blank one. Details:
  *   6061 -32 null handle: an empty text; -10 bad handle
- *   6062 -4  a field is read and there is no record
- *   4021 -4  key of a date field that holds no date */
+ *   6062 -4  a field is read and there is no record */
 int32_t VQ_CALL dErun(VqBlock* block, VqExpr* expr, const void* record, uint32_t options,
                       int32_t max, void* buffer, int32_t* length);
 /* dEparse, dErun with options 0 and max 1000, and dEfree. Buffer: 1001 bytes. */
@@ -956,9 +955,15 @@ int32_t VQ_CALL DBinit(VqBlock* block, uint32_t kind);
  * nothing stays open.
  *   6111 -11 neither form of specifications     6112 -9  memo file missing
  *   6124 -25 tag without a key expression       6125 -25 filter that is not logical
+ *   6127 -9  the index holds keys of another type, or of another length, than its expression gives
+ *            on this table
+ *   6128 -11 the file, or the tag, is a member already, under whatever name
  *   -14 no memory: 6113 members     6114 tag list       6115 index name     6116 table name
  *                  6117 memo name   6121, 6122 a tag's key and filter       6123 its name
- *                  6126 an index's expressions */
+ *                  6126 an index's expressions
+ * A list holds names without blanks, tabs, `=` and line ends that are none of its keywords (MDX,
+ * NDX, NDX3, FOXCDX, FOXIDX, CLIPNTX). A group with another name has no list: an older one is
+ * removed, since it would open another group. */
 int32_t VQ_CALL DBopen(VqBlock* block, const char* name, uint32_t mode, int32_t buffers,
                        uint32_t options, int32_t count, VqIndexSpec* specs, VqDatabase** out,
                        VqIndexSpec** failed);
@@ -1030,7 +1035,8 @@ int32_t VQ_CALL DBmember_flush(const VqMember* member);
  * `kind`: VQ_KIND_NDX, VQ_KIND_NDX3 or VQ_KIND_MDX, for which `tag` names the tag and `filter` is
  * its FOR expression or null; both are ignored for the others. `options`: VQ_BUILD_UNIQUE and, for
  * tags, VQ_BUILD_DESCENDING. A shared table is locked meanwhile.
- *   6320 -10 bad handle     6321 -11 the file is a member already      6322 -12 no index kind */
+ *   6320 -10 bad handle     6321 -11 the file is a member already      6322 -12 no index kind
+ *   6323 -11 a name that the index list cannot hold (see DBopen); not with VQ_OPEN_NO_INDEX_LIST */
 int32_t VQ_CALL DBindex(VqDatabase* database, uint32_t kind, const char* name, const char* tag,
                         const char* key, const char* filter, uint32_t options);
 /* Builds every index file of the group again; its members are then positioned nowhere. Copies of
@@ -1045,7 +1051,7 @@ int32_t VQ_CALL DBexfield(VqTable* table, const void* record, const char* name, 
 /* Questions to an index member. VQ_E_UNAVAILABLE: a driver column beyond 6. 6260: bad member. */
 
 /* The key expression and its zero byte; for a tag its filter expression and another behind it.
- * `flags`: VQ_INDEX_*. */
+ * `flags`, which may be null: VQ_INDEX_*. */
 int32_t VQ_CALL DBexpr(const VqMember* member, char* text, int32_t size, int32_t* flags);
 int32_t VQ_CALL DBexplen(const VqMember* member, int32_t* length, int32_t* flags);
 int32_t VQ_CALL DBkeylen(const VqMember* member, int32_t* length);

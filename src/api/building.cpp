@@ -18,16 +18,9 @@ namespace {
 constexpr Operation kIndex{632};
 constexpr Operation kReindex{633};
 
-// The column of the key builder table; the builders of NDX and NDX3 files differ.
-std::uint32_t builder_column(const IndexKind& kind) {
-  constexpr std::uint32_t kNdx3Column = 2;
-  return kind.code == member_kind::kNdx3 ? kNdx3Column : kind.column;
-}
-
 bool is_member(const Database& database, const std::string& path) {
   return std::ranges::any_of(database.members, [&](const Member& member) {
-    return member.file == nullptr &&
-           path_of(member.name.c_str(), kind_of_code(member.kind)->extension) == path;
+    return !member.is_tag() && path_of(member.name.c_str(), member.kind->extension) == path;
   });
 }
 
@@ -58,22 +51,16 @@ class TableLock {
 };
 
 void rewrite_index_list(const Database& database) {
-  SpecChain specs;
+  std::string text;
   for (const Member& member : database.members) {
-    if (member.file == nullptr && !specs.append(member.kind, member.name, member.buffers)) return;
+    if (member.is_tag() || add_line(text, member.kind->code, member.name)) continue;
+    text.clear();  // a group with a name that no list can hold has none
+    break;
   }
-  write_index_list(database.table_name.c_str(),
-                   SpecWalk(specs.first(), specs.count(), SpecWalk::kChain));
+  write_index_list(database.table_name.c_str(), text);
 }
 
 using Place = MemberList::iterator;
-
-// The place behind a file's tags.
-Place end_of_file(Database& database, Place file) {
-  Place end = std::next(file);
-  while (end != database.members.end() && end->file == &*file) ++end;
-  return end;
-}
 
 // Closes a file and its tags, which stay members. Copies that hosts hold still find them.
 Result release_file(Database& database, Place file) {
@@ -81,7 +68,6 @@ Result release_file(Database& database, Place file) {
   FirstFailure failure(database.owner_block());
   for (Place member = end_of_file(database, file); member != file;) {
     --member;
-    if (!has_memory([&] { member->former.push_back(member->index); })) member->former.clear();
     failure.note(close_member(*member));
   }
   return failure.result();
@@ -101,7 +87,7 @@ Result reopen_file(Database& database, Place file) {
 }
 
 Result rebuild_file(Database& database, Place file) {
-  const auto rebuild = index::builder(builder_column(*kind_of_code(file->kind))).rebuild;
+  const auto rebuild = index::builder(file->kind->builder_column).rebuild;
   if (rebuild == nullptr) return Result::no_driver;
   FirstFailure failure(database.owner_block());
   failure.note(release_file(database, file));
@@ -113,7 +99,7 @@ Result rebuild_file(Database& database, Place file) {
 
 Result build_and_join(Database& database, const IndexKind& kind,
                       const index::BuildRequest& request) {
-  const Result built = index::builder(builder_column(kind)).build(*database.table, request);
+  const Result built = index::builder(kind.builder_column).build(*database.table, request);
   if (!ok(built)) return built;
   const VqIndexSpec spec = {kind.code, request.name, database.block->index_open_parameter, nullptr};
   return join_index(database, spec);
@@ -123,18 +109,20 @@ Result build_and_join(Database& database, const IndexKind& kind,
 
 Result build_index(Database& database, std::uint32_t kind_code,
                    const index::BuildRequest& request) {
-  const IndexKind* const kind = kind_of_code(kind_code);
+  const IndexKind* const kind = kind_of_file(kind_code);
   if (kind == nullptr) return fail(database.block, Result::unknown_kind, kIndex.detail(2));
-  if (index::builder(builder_column(*kind)).build == nullptr) return Result::no_driver;
+  if (index::builder(kind->builder_column).build == nullptr) return Result::no_driver;
   if (is_member(database, path_of(request.name, kind->extension))) {
     return fail(database.block, Result::not_allowed, kIndex.detail(1));
+  }
+  const bool listed = (database.mode & database_mode::kNoIndexList) == 0;
+  if (listed && !is_listable(request.name)) {
+    return fail(database.block, Result::not_allowed, kIndex.detail(3));
   }
   TableLock lock(*database.table);
   if (const Result result = lock.take(); !ok(result)) return result;
   const Result result = lock.release_after(build_and_join(database, *kind, request));
-  if (ok(result) && (database.mode & database_mode::kNoIndexList) == 0) {
-    (void)has_memory([&] { rewrite_index_list(database); });
-  }
+  if (ok(result) && listed) (void)has_memory([&] { rewrite_index_list(database); });
   return result;
 }
 

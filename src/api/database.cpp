@@ -1,9 +1,9 @@
 #include "api/database.h"
 
+#include <iterator>
 #include <utility>
 
 #include "api/first_failure.h"
-#include "api/index_kinds.h"
 
 namespace vqdb::api {
 
@@ -15,7 +15,7 @@ HandlePool<Database>& databases() {
 Result close_member(Member& member) {
   index::Index* const index = std::exchange(member.index, nullptr);
   if (index == nullptr) return Result::ok;
-  const auto release = member.file != nullptr ? member.driver().deaidx : member.driver().close;
+  const auto release = member.is_tag() ? member.driver().deaidx : member.driver().close;
   return release != nullptr ? release(*index) : Result::no_driver;
 }
 
@@ -23,6 +23,19 @@ Result close_last_member(Database& database) {
   const Result result = close_member(database.members.back());
   database.members.pop_back();
   return result;
+}
+
+void drop_member(Database& database, MemberList::iterator member) {
+  const std::int32_t detail = database.block->detail;
+  (void)close_member(*member);
+  database.members.erase(member);
+  database.block->detail = detail;
+}
+
+MemberList::iterator end_of_file(Database& database, MemberList::iterator file) {
+  auto end = std::next(file);
+  while (end != database.members.end() && end->file == &*file) ++end;
+  return end;
 }
 
 Result close(Database& database) {

@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <list>
 #include <memory>
-#include <vector>
 
+#include "api/index_kinds.h"
 #include "api/memory.h"
 #include "expr/expression.h"
 #include "frame/handle_pool.h"
@@ -27,8 +27,7 @@ using Program = std::unique_ptr<expr::Expression, FreeExpression>;
 
 // An index file or a tag of the group.
 struct Member {
-  std::uint32_t kind = 0;
-  std::uint32_t column = 0;  // of the index driver table
+  const IndexKind* kind = nullptr;
   index::Index* index = nullptr;
   Text name;                     // files only
   Text tag;                      // tags only
@@ -39,12 +38,15 @@ struct Member {
   std::int32_t key_length = 0;
   char key_type = 0;
 
+  bool is_tag() const { return file != nullptr; }
+  bool carries_keys() const { return is_tag() || !kind->has_tags(); }
+  // The kind code of its copies.
+  std::uint32_t code() const { return is_tag() ? kind->tag_code : kind->code; }
   // The name of the file that the member is, or lies in.
-  const Text& file_name() const { return file != nullptr ? file->name : name; }
-  // Handles that the member had before it was built again.
-  std::vector<const index::Index*, PlatformAllocator<const index::Index*>> former;
+  const Text& file_name() const { return is_tag() ? file->name : name; }
 
-  const index::Driver& driver() const { return index::driver(column); }
+  const index::Driver& driver() const { return index::driver(kind->column); }
+  const index::Bracket& bracket() const { return index::bracket(kind->column); }
 };
 
 // Members keep their addresses while others join, since the copies that hosts hold point into them.
@@ -74,6 +76,10 @@ Result close(Database& database);
 Result close_member(Member& member);
 // Closes the last member and takes it out of the group.
 Result close_last_member(Database& database);
+// The same for any member but a file that still has tags; what closing says does not count.
+void drop_member(Database& database, MemberList::iterator member);
+// The place behind a file's tags.
+MemberList::iterator end_of_file(Database& database, MemberList::iterator file);
 
 }  // namespace vqdb::api
 

@@ -18,12 +18,8 @@ constexpr std::size_t kTagNameWidth = 10;
 constexpr std::uint32_t kOwnsName = 1;
 constexpr std::uint32_t kOwnsTag = 2;
 
-bool is_tag(std::uint32_t kind) {
-  return kind == member_kind::kMdxTag || kind == member_kind::kFoxcdxTag;
-}
-
 bool matches_kind(const Member& member, std::uint32_t kind) {
-  return member.kind == kind || (kind == member_kind::kNdx && member.kind == member_kind::kNdx3);
+  return member.code() == kind || member.kind->found_as == kind;
 }
 
 // A member opened as "file;tag" goes by the name of its file as well.
@@ -66,16 +62,16 @@ VqMember memo_copy(const Database& database) {
 
 VqMember index_copy(const Member& member) {
   VqMember copy = {};
-  copy.kind = member.kind;
+  copy.kind = member.code();
   copy.handle = member.index;
   copy.name = member.file_name().c_str();
-  copy.tag = is_tag(member.kind) ? member.tag.c_str() : nullptr;
+  copy.tag = member.is_tag() ? member.tag.c_str() : nullptr;
   copy.key_program = reinterpret_cast<VqExpr*>(member.key.get());
   copy.filter_program = member.filter.get();
   copy.key_length = member.key_length;
   copy.key_type = member.key_type;
-  copy.flags = is_tag(member.kind) ? kOwnsTag : kOwnsName;
-  copy.driver_column = member.column;
+  copy.flags = member.is_tag() ? kOwnsTag : kOwnsName;
+  copy.driver_column = member.kind->column;
   return copy;
 }
 
@@ -89,12 +85,13 @@ Result find_member(Database& database, std::uint32_t kind, const char* name, con
     if (database.memo == nullptr) return fail(database.block, Result::not_found, kGroup.detail(1));
     out = memo_copy(database);
   } else {
-    if (!is_tag(kind) && kind_of_code(kind) == nullptr) {
+    const bool tags = kind_of_tag(kind) != nullptr;
+    if (!tags && kind_of_file(kind) == nullptr) {
       return fail(database.block, Result::not_allowed, kGroup.detail(2));
     }
     const auto found = std::ranges::find_if(database.members, [&](const Member& member) {
       return matches_kind(member, kind) && matches_name(member, view(name)) &&
-             (!is_tag(kind) || matches_tag(member, view(tag)));
+             (!tags || matches_tag(member, view(tag)));
     });
     if (found == database.members.end()) {
       return fail(database.block, Result::not_found, kGroup.detail(3));
@@ -113,19 +110,16 @@ Database* owner_of(const VqMember& copy, std::int32_t bad_handle) {
   return owner;
 }
 
-const Member* member_of(const Database& owner, const VqMember& copy) {
-  const void* const handle = copy.handle;  // by value: the copy is packed
-  const auto is_like = [&](const Member& member) {
-    return member.index != nullptr && member.kind == copy.kind &&
-           member.column == copy.driver_column;
-  };
-  for (const Member& member : owner.members) {
-    if (member.index == handle && is_like(member)) return &member;
-  }
-  for (const Member& member : owner.members) {
-    if (is_like(member) && std::ranges::count(member.former, handle) != 0) return &member;
-  }
-  return nullptr;
+// By what a member keeps for as long as it is one: the program of its key, or the text of its name.
+Member* member_of(Database& owner, const VqMember& copy) {
+  const void* const program = copy.key_program;  // by value: the copy is packed
+  const char* const name = copy.name;
+  const auto found = std::ranges::find_if(owner.members, [&](const Member& member) {
+    return member.index != nullptr && member.code() == copy.kind &&
+           member.kind->column == copy.driver_column && member.key.get() == program &&
+           member.file_name().c_str() == name;
+  });
+  return found != owner.members.end() ? &*found : nullptr;
 }
 
 }  // namespace vqdb::api

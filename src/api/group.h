@@ -7,6 +7,7 @@
 
 #include "api/database.h"
 #include "frame/result.h"
+#include "index/driver_table.h"
 #include "vqdbsys.h"
 
 namespace vqdb::api {
@@ -22,7 +23,17 @@ Result find_member(Database& database, std::uint32_t kind, const char* name, con
 Database* owner_of(const VqMember& copy, std::int32_t bad_handle);
 
 // The index file or tag that a copy stands for; null when its owner has no such member.
-const Member* member_of(const Database& owner, const VqMember& copy);
+Member* member_of(Database& owner, const VqMember& copy);
+
+// The member, when its driver column has the operation: else no_driver, or bad_handle with digit 0.
+template <typename Slot>
+Result member_with(Slot index::Driver::*slot, Database& owner, const VqMember& copy,
+                   Operation operation, Member*& member) {
+  if (index::driver(copy.driver_column).*slot == nullptr) return Result::no_driver;
+  member = member_of(owner, copy);
+  if (member != nullptr) return Result::ok;
+  return fail(owner.block, Result::bad_handle, operation.detail(0));
+}
 
 }  // namespace vqdb::api
 

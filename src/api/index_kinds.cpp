@@ -8,50 +8,57 @@
 namespace vqdb::api {
 namespace {
 
-namespace kind_code = member_kind;
-
 // In the order in which a word is compared with the keywords.
 constexpr std::array<IndexKind, 6> kKinds = {{
-    {"MDX", 2, kind_code::kMdx, 0, kind_code::kMdxTag, "MDX"},
-    {"NDX", 4, kind_code::kNdx, 1, 0, "NDX"},
-    {"NDX3", 8, kind_code::kNdx3, 1, 0, "NDX"},
-    {"FOXCDX", 16, kind_code::kFoxcdx, 5, kind_code::kFoxcdxTag, "CDX"},
-    {"FOXIDX", 32, kind_code::kFoxidx, 4, 0, "IDX"},
-    {"CLIPNTX", 64, kind_code::kClipntx, 6, 0, "NTX"},
+    // keyword, token, code, tag code, column, builder column, found as, steps, extension
+    {"MDX", 2, VQ_KIND_MDX, VQ_KIND_TAG, 0, 0, 0, false, "MDX"},
+    {"NDX", 4, VQ_KIND_NDX, 0, 1, 1, 0, false, "NDX"},
+    {"NDX3", 8, VQ_KIND_NDX3, 0, 1, 2, VQ_KIND_NDX, false, "NDX"},
+    {"FOXCDX", 16, VQ_KIND_FOXCDX, VQ_KIND_FOXCDX_TAG, 5, 5, 0, true, "CDX"},
+    {"FOXIDX", 32, VQ_KIND_FOXIDX, 0, 4, 4, 0, false, "IDX"},
+    {"CLIPNTX", 64, VQ_KIND_CLIPNTX, 0, 6, 6, 0, false, "NTX"},
 }};
 
+constexpr std::uint32_t kHostBits = 0x3000;
 constexpr std::uint32_t kListedFoxidx = 2304;
 
-template <typename Value>
-const IndexKind* find_kind(Value IndexKind::*field, Value value) {
-  const auto* found = std::ranges::find(kKinds, value, field);
+template <typename Test>
+const IndexKind* find_kind(Test test) {
+  const auto* found = std::ranges::find_if(kKinds, test);
   return found != kKinds.end() ? found : nullptr;
 }
 
 }  // namespace
 
 const IndexKind* kind_of_keyword(std::string_view word) {
-  const auto* found = std::ranges::find_if(
-      kKinds, [&](const IndexKind& kind) { return equal_ignoring_case(kind.keyword, word); });
-  return found != kKinds.end() ? found : nullptr;
+  return find_kind([&](const IndexKind& kind) { return equal_ignoring_case(kind.keyword, word); });
 }
 
-const IndexKind* kind_of_token(std::uint16_t token) { return find_kind(&IndexKind::token, token); }
-
-const IndexKind* kind_of_code(std::uint32_t code) { return find_kind(&IndexKind::code, code); }
-
-std::string_view keyword_of_code(std::uint32_t code) {
-  const IndexKind* kind = kind_of_code(code == kListedFoxidx ? kind_code::kFoxidx : code);
-  return kind != nullptr ? kind->keyword : std::string_view();
+const IndexKind* kind_of_token(std::uint16_t token) {
+  return find_kind([&](const IndexKind& kind) { return kind.token == token; });
 }
 
-bool carries_keys(std::uint32_t code) {
-  return code == kind_code::kNdx || code == kind_code::kNdx3 || code == kind_code::kClipntx ||
-         code == kind_code::kFoxidx || code == kind_code::kMdxTag || code == kind_code::kFoxcdxTag;
+const IndexKind* kind_of_file(std::uint32_t code) {
+  return find_kind([&](const IndexKind& kind) { return kind.code == code; });
 }
 
-bool is_filtered(std::uint32_t code) {
-  return code == kind_code::kMdxTag || code == kind_code::kFoxidx || code == kind_code::kFoxcdxTag;
+const IndexKind* kind_of_spec(std::uint32_t code) { return kind_of_file(code & ~kHostBits); }
+
+const IndexKind* listed_kind(std::uint32_t code) {
+  const std::uint32_t own = code & ~kHostBits;
+  return kind_of_file(own == kListedFoxidx ? VQ_KIND_FOXIDX : own);
+}
+
+const IndexKind* kind_of_keys(std::uint32_t code) {
+  return find_kind([&](const IndexKind& kind) { return kind.key_code() == code; });
+}
+
+const IndexKind* kind_of_tag(std::uint32_t code) {
+  return find_kind([&](const IndexKind& kind) { return kind.has_tags() && kind.tag_code == code; });
+}
+
+const IndexKind* tagged_kind_of_column(std::uint32_t column) {
+  return find_kind([&](const IndexKind& kind) { return kind.has_tags() && kind.column == column; });
 }
 
 }  // namespace vqdb::api

@@ -20,6 +20,8 @@ constexpr Operation kParse{631};
 constexpr std::size_t kTokensPerLine = 3;
 constexpr std::string_view kLineEnds = "\r\n";
 constexpr std::string_view kLineEnd = "\r\n";
+// What ends a word of a line, or the line.
+constexpr std::string_view kWordEnds = " \t=\r\n";
 
 // The table's own extension gives way: a list named like the table would overwrite it.
 std::string list_path(const char* table_name) {
@@ -35,16 +37,6 @@ bool holds(const std::string& path, std::string_view text) {
   }
   std::string present(text.size(), '\0');
   return file.read_exactly(0, present.data(), present.size()).ok() && present == text;
-}
-
-std::string list_text(SpecWalk specs) {
-  std::string text;
-  while (const VqIndexSpec* spec = specs.next()) {
-    const std::string_view keyword = keyword_of_code(spec->kind);
-    if (keyword.empty() || spec->name == nullptr) continue;
-    text.append(keyword).append("=").append(spec->name).append(kLineEnd);
-  }
-  return text;
 }
 
 bool is_blank(char c) { return c == ' ' || c == '\t'; }
@@ -68,7 +60,8 @@ Result read_text(VqBlock& block, platform::File& file, platform::Bytes& bytes,
 }
 
 // The specification that a line makes; a line of blanks makes none.
-Result read_line(VqBlock& block, std::string_view line, std::span<Token> tokens, SpecChain& specs) {
+Result read_line(VqBlock& block, std::string_view line, std::span<Token> tokens,
+                 ListedIndexes& indexes) {
   std::size_t read = 0;
   if (!ok(parse_tokens(block, line, kTokensPerLine, tokens, read))) return Result::bad_format;
   if (read == 0) return Result::ok;
@@ -76,13 +69,17 @@ Result read_line(VqBlock& block, std::string_view line, std::span<Token> tokens,
   if (kind == nullptr || tokens[1].code != kEqualsToken || tokens[2].code != kNameToken) {
     return fail(block, Result::bad_format, kUse.detail(7));
   }
-  if (!specs.append(kind->code, std::move(tokens[2].text), block.index_open_parameter)) {
+  VqIndexSpec* const before = indexes.empty() ? nullptr : &indexes.back().spec;
+  if (!has_memory([&] { indexes.emplace_back().name.swap(tokens[2].text); })) {
     return fail(block, Result::no_memory, kUse.detail(8));
   }
+  ListedIndex& index = indexes.back();
+  index.spec = {kind->code, index.name.c_str(), block.index_open_parameter, nullptr};
+  if (before != nullptr) before->next = &index.spec;
   return Result::ok;
 }
 
-Result read_lines(VqBlock& block, std::string_view text, SpecChain& specs) {
+Result read_lines(VqBlock& block, std::string_view text, ListedIndexes& indexes) {
   std::vector<Token, PlatformAllocator<Token>> tokens;
   if (!has_memory([&] { tokens.resize(kTokensPerLine); })) {
     return fail(block, Result::no_memory, kUse.detail(6));
@@ -93,11 +90,11 @@ Result read_lines(VqBlock& block, std::string_view text, SpecChain& specs) {
     const std::string_view line = text.substr(0, end);
     text.remove_prefix(end + 1);
     if (line.empty()) continue;
-    const std::int32_t before = specs.count();
-    if (const Result result = read_line(block, line, tokens, specs); !ok(result)) return result;
+    const std::size_t before = indexes.size();
+    if (const Result result = read_line(block, line, tokens, indexes); !ok(result)) return result;
     // Behind an index the text up to the next line end is taken for the rest of the CR LF; with
     // bare LF endings that swallows the line which follows.
-    if (specs.count() > before)
+    if (indexes.size() > before)
       text.remove_prefix(std::min(text.find_first_of(kLineEnds), text.size()));
   }
   return Result::ok;
@@ -113,15 +110,28 @@ VqIndexSpec* SpecWalk::next() {
   return spec;
 }
 
-void write_index_list(const char* table_name, SpecWalk specs) {
-  if (SpecWalk(specs).next() == nullptr) return;
-  const std::string text = list_text(specs);
+bool is_listable(std::string_view name) {
+  return !name.empty() && name.find_first_of(kWordEnds) == std::string_view::npos &&
+         kind_of_keyword(name) == nullptr;
+}
+
+bool add_line(std::string& list, std::uint32_t kind, std::string_view name) {
+  const IndexKind* const listed = listed_kind(kind);
+  if (listed == nullptr) return true;
+  if (!is_listable(name)) return false;
+  list.append(listed->keyword).append("=").append(name).append(kLineEnd);
+  return true;
+}
+
+void write_index_list(const char* table_name, std::string_view text) {
   const std::string path = list_path(table_name);
-  if (holds(path, text)) return;
-  platform::File file;
-  if (!file.create(path, platform::Creation::truncate).ok()) return;
-  if (file.write_at(0, text.data(), text.size()).ok()) return;
-  (void)file.close();
+  if (!text.empty()) {
+    if (holds(path, text)) return;
+    platform::File file;
+    if (!file.create(path, platform::Creation::truncate).ok()) return;
+    if (file.write_at(0, text.data(), text.size()).ok()) return;
+    (void)file.close();
+  }
   (void)platform::remove(path);
 }
 
@@ -140,7 +150,7 @@ Result parse_tokens(VqBlock& block, std::string_view line, std::size_t least,
       line.remove_prefix(1);
       continue;
     }
-    const std::string_view word = line.substr(0, line.find_first_of(" \t="));
+    const std::string_view word = line.substr(0, line.find_first_of(kWordEnds));
     line.remove_prefix(word.size());
     if (const IndexKind* kind = kind_of_keyword(word)) {
       token.code = kind->token;
@@ -154,27 +164,7 @@ Result parse_tokens(VqBlock& block, std::string_view line, std::size_t least,
   return Result::ok;
 }
 
-SpecChain::~SpecChain() {
-  while (first_ != nullptr) {
-    Link* const next = first_->next;
-    first_->~Link();
-    platform::release(std::exchange(first_, next));
-  }
-}
-
-bool SpecChain::append(std::uint32_t kind, Text name, std::int32_t parameter) {
-  void* const room = platform::allocate(sizeof(Link));
-  if (room == nullptr) return false;
-  Link* const link = ::new (room) Link{{}, std::move(name)};
-  link->spec = {kind, link->name.c_str(), parameter, nullptr};
-  if (last_ != nullptr) last_->spec.next = &link->spec;
-  (last_ != nullptr ? last_->next : first_) = link;
-  last_ = link;
-  ++count_;
-  return true;
-}
-
-Result read_index_list(VqBlock& block, const char* table_name, SpecChain& specs) {
+Result read_index_list(VqBlock& block, const char* table_name, ListedIndexes& indexes) {
   Text path;
   if (!has_memory([&] { path.assign(list_path(table_name)); })) {
     return fail(block, Result::no_memory, kUse.detail(1));
@@ -187,7 +177,7 @@ Result read_index_list(VqBlock& block, const char* table_name, SpecChain& specs)
   std::string_view text;
   if (const Result result = read_text(block, file, bytes, text); !ok(result)) return result;
   (void)file.close();
-  return read_lines(block, text, specs);
+  return read_lines(block, text, indexes);
 }
 
 }  // namespace vqdb::api

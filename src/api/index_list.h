@@ -4,7 +4,9 @@
 #define VQDBSYS_API_INDEX_LIST_H_
 
 #include <cstdint>
+#include <list>
 #include <span>
+#include <string>
 #include <string_view>
 
 #include "api/memory.h"
@@ -31,9 +33,18 @@ class SpecWalk {
   bool chained_;
 };
 
-// Writes the list of the table unless there is no specification. It never fails visibly: a list
-// that cannot be written whole is removed. A file that says the same already is left alone.
-void write_index_list(const char* table_name, SpecWalk specs);
+// Whether a list can hold the name so that it reads back: it is not empty, has no blank, tab, "="
+// or line end in it, and is no keyword.
+bool is_listable(std::string_view name);
+
+// Adds the line of an index to the text of a list; a kind that has no line adds none. False for a
+// name that a list cannot hold.
+[[nodiscard]] bool add_line(std::string& list, std::uint32_t kind, std::string_view name);
+
+// Makes the list of the table say this text; without a text there is no list. It never fails
+// visibly: a list that cannot be written whole is removed. A file that says the same already is
+// left alone.
+void write_index_list(const char* table_name, std::string_view text);
 
 struct Token {
   std::uint16_t code = 0;
@@ -46,35 +57,16 @@ struct Token {
 Result parse_tokens(VqBlock& block, std::string_view line, std::size_t least,
                     std::span<Token> tokens, std::size_t& read);
 
-// Specifications read from a list, chained in its order.
-class SpecChain {
- public:
-  SpecChain() = default;
-  ~SpecChain();
-  SpecChain(const SpecChain&) = delete;
-  SpecChain& operator=(const SpecChain&) = delete;
-
-  // Takes the name over. False without memory.
-  [[nodiscard]] bool append(std::uint32_t kind, Text name, std::int32_t parameter);
-
-  VqIndexSpec* first() const { return first_ != nullptr ? &first_->spec : nullptr; }
-  std::int32_t count() const { return count_; }
-
- private:
-  struct Link {
-    VqIndexSpec spec;
-    Text name;
-    Link* next = nullptr;
-  };
-
-  Link* first_ = nullptr;
-  Link* last_ = nullptr;
-  std::int32_t count_ = 0;
+// A line of a list as a specification, chained to the next.
+struct ListedIndex {
+  Text name;
+  VqIndexSpec spec = {};
 };
+using ListedIndexes = std::list<ListedIndex, PlatformAllocator<ListedIndex>>;
 
-// Reads the list of the table; a list that does not exist leaves the chain empty. Details 6301 to
+// Reads the list of the table; there are none without a list. Details 6301 to
 // 6308.
-Result read_index_list(VqBlock& block, const char* table_name, SpecChain& specs);
+Result read_index_list(VqBlock& block, const char* table_name, ListedIndexes& indexes);
 
 }  // namespace vqdb::api
 

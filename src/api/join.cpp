@@ -1,21 +1,18 @@
 #include "api/join.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <string_view>
 
-#include "api/index_kinds.h"
+#include "frame/bytes.h"
 #include "frame/file_name.h"
-#include "index/open/key_tree.h"
 
 namespace vqdb::api {
 namespace {
 
 constexpr Operation kOpen{611};
 constexpr Operation kJoin{612};
-
-// Bits of a specification's kind code that belong to the host.
-constexpr std::uint32_t kHostBits = 0x3000;
 
 // A tag list: header page (4 bytes), name (11), flags (4) for each tag.
 constexpr std::size_t kTagEntryBytes = 19;
@@ -24,20 +21,20 @@ constexpr std::size_t kTagNameBytes = 11;
 
 constexpr std::int32_t kFilterBytes = 250;
 
-// The flag of a FOXIDX file that is served by the column it is opened through.
-constexpr std::int32_t kCompactFoxidx = 2048;
-constexpr std::uint32_t kPlainFoxidxColumn = 3;
+// Keys made of longer texts are cut.
+constexpr std::int32_t kLongestText = 100;
 
-// The newest member, still empty; null without memory.
-Member* add_member(Database& database, std::uint32_t kind, std::uint32_t column) {
-  if (!has_memory([&] { database.members.emplace_back(); })) {
+using Place = MemberList::iterator;
+
+// A member before this place, still empty; the place itself without memory.
+Place add_member(Database& database, Place before, const IndexKind& kind) {
+  Place member = before;
+  if (!has_memory([&] { member = database.members.emplace(before); })) {
     (void)fail(database.block, Result::no_memory, kOpen.detail(3));
-    return nullptr;
+    return before;
   }
-  Member& member = database.members.back();
-  member.kind = kind;
-  member.column = column;
-  return &member;
+  member->kind = &kind;
+  return member;
 }
 
 Result compile(Database& database, const char* text, Program& program, expr::ResultShape& shape) {
@@ -45,14 +42,6 @@ Result compile(Database& database, const char* text, Program& program, expr::Res
   const Result result = expr::parse(database.owner_block(), text,
                                     expr::Binding{.table = database.table}, compiled, shape);
   program.reset(compiled);
-  return result;
-}
-
-Result compile_key(Database& database, const char* text, Member& member) {
-  expr::ResultShape shape;
-  const Result result = compile(database, text, member.key, shape);
-  member.key_length = shape.length;
-  member.key_type = shape.type;
   return result;
 }
 
@@ -87,16 +76,54 @@ Result activate_tag(Database& database, Member& tag) {
   return tag.index != nullptr ? Result::ok : static_cast<Result>(database.block->result);
 }
 
-// An NDX3 header does not tell dates from numbers; only the expression does.
+bool is_number(char type) { return type == 'N' || type == 'F' || type == 'D'; }
+
+// A file may leave open which of its numbers are dates, and a text longer than any key is cut.
+Result check_key(Database& database, Member& member, const expr::ResultShape& shape) {
+  const index::Driver& driver = member.driver();
+  const auto type = static_cast<char>(driver.keytyp(*member.index));
+  const std::int32_t length = driver.keylen(*member.index);
+  const std::int32_t built = expr::key_length(shape, member.code());
+  const bool same_type = type == shape.type || (is_number(type) && is_number(shape.type));
+  const bool same_length = built == length || built == 0 || built > kLongestText;
+  if (same_type && same_length) return Result::ok;
+  return fail(database.block, Result::mismatch, kJoin.detail(7));
+}
+
+// What the header of a file of the older form does not tell; only the expression does.
 void mark_dates(Member& member) {
-  if (member.kind == member_kind::kNdx3 && member.key_type == 'D') {
-    member.index->key_tree().key_type = 'D';
+  if (member.key_type == 'D' && member.bracket().datek != nullptr) {
+    member.bracket().datek(*member.index);
   }
+}
+
+Result compile_key(Database& database, const char* text, Member& member) {
+  expr::ResultShape shape;
+  const Result result = compile(database, text, member.key, shape);
+  if (!ok(result)) return result;
+  member.key_length = shape.length;
+  member.key_type = shape.type;
+  mark_dates(member);
+  return check_key(database, member, shape);
+}
+
+// The group's member that is the same file under whatever name.
+Member* same_file(Database& database, const Member& file) {
+  const auto identity = file.bracket().identity;
+  if (identity == nullptr) return nullptr;
+  for (Member& other : database.members) {
+    if (&other == &file || other.is_tag() || other.bracket().identity != identity) continue;
+    if (identity(*other.index) == identity(*file.index)) return &other;
+  }
+  return nullptr;
 }
 
 Result join_single(Database& database, const VqIndexSpec& spec, Member& member) {
   if (const Result result = open_index_file(database, spec, member); !ok(result)) {
     return result;
+  }
+  if (same_file(database, member) != nullptr) {
+    return fail(database.block, Result::not_allowed, kJoin.detail(8));
   }
   const platform::Bytes room = platform::allocate_bytes(kMaxExpressionBytes);
   if (room == nullptr) return fail(database.block, Result::no_memory, kJoin.detail(6));
@@ -104,12 +131,7 @@ Result join_single(Database& database, const VqIndexSpec& spec, Member& member) 
   std::int32_t flags = 0;
   const Result known = member.driver().expr(*member.index, text, kMaxExpressionBytes, &flags);
   if (!ok(known)) return known;
-  if (member.kind == member_kind::kFoxidx && (flags & kCompactFoxidx) == 0) {
-    member.column = kPlainFoxidxColumn;
-  }
-  if (const Result result = compile_key(database, text, member); !ok(result)) return result;
-  mark_dates(member);
-  return Result::ok;
+  return compile_key(database, text, member);
 }
 
 Result fill_tag(Database& database, Member& tag) {
@@ -128,58 +150,76 @@ Result fill_tag(Database& database, Member& tag) {
   return compile_key(database, key, tag);
 }
 
-Result join_tag(Database& database, const Member& file, std::uint32_t kind, std::string_view name) {
-  Member* const tag = add_member(database, kind, file.column);
-  if (tag == nullptr) return Result::no_memory;
-  tag->file = &file;
-  if (!has_memory([&] { tag->tag.assign(name); })) {
-    return fail(database.block, Result::no_memory, kJoin.detail(3));
-  }
-  const Result activated = activate_tag(database, *tag);
-  return ok(activated) ? fill_tag(database, *tag) : activated;
+bool has_tag(Database& database, const Member& file, std::string_view name) {
+  return std::ranges::any_of(database.members, [&](const Member& member) {
+    return member.file == &file && equal_ignoring_case(member.tag, name);
+  });
 }
 
-Result join_all_tags(Database& database, const Member& file, std::uint32_t kind) {
-  const index::Driver& driver = file.driver();
+// The tag joins behind those of its file that are members.
+Result join_tag(Database& database, Place file, std::string_view name) {
+  if (has_tag(database, *file, name)) {
+    return fail(database.block, Result::not_allowed, kJoin.detail(8));
+  }
+  const Place end = end_of_file(database, file);
+  const Place tag = add_member(database, end, *file->kind);
+  if (tag == end) return Result::no_memory;
+  tag->file = &*file;
+  Result result = Result::ok;
+  if (!has_memory([&] { tag->tag.assign(name); })) {
+    result = fail(database.block, Result::no_memory, kJoin.detail(3));
+  }
+  if (ok(result)) result = activate_tag(database, *tag);
+  if (ok(result)) result = fill_tag(database, *tag);
+  if (!ok(result)) drop_member(database, tag);
+  return result;
+}
+
+Result join_all_tags(Database& database, Place file) {
+  const index::Driver& driver = file->driver();
   if (driver.tags == nullptr || driver.listag == nullptr) return Result::no_driver;
-  const std::int32_t count = driver.tags(*file.index);
+  const std::int32_t count = driver.tags(*file->index);
   if (count <= 0) return static_cast<Result>(count);
   const auto tags = static_cast<std::size_t>(count);
   const platform::Bytes list = platform::allocate_bytes(tags * kTagEntryBytes);
   if (list == nullptr) return fail(database.block, Result::no_memory, kOpen.detail(4));
-  if (const Result result = driver.listag(*file.index, list.get()); !ok(result)) return result;
+  if (const Result result = driver.listag(*file->index, list.get()); !ok(result)) return result;
   for (std::size_t i = 0; i < tags; ++i) {
     const auto* const entry =
         reinterpret_cast<const char*>(list.get() + i * kTagEntryBytes + kTagNameAt);
     std::string_view name(entry, kTagNameBytes);
     name = name.substr(0, name.find('\0'));
-    if (const Result result = join_tag(database, file, kind, name); !ok(result)) return result;
+    if (const Result result = join_tag(database, file, name); !ok(result)) return result;
   }
   return Result::ok;
 }
 
-Result join_multiple(Database& database, const VqIndexSpec& spec, std::uint32_t tag_kind,
-                     Member& file) {
-  if (const Result result = open_index_file(database, spec, file); !ok(result)) {
-    return result;
-  }
+// A file that is a member already, opened for another of its tags, is not opened twice: two handles
+// of one file would exclude each other.
+Result join_multiple(Database& database, const VqIndexSpec& spec, Place file) {
+  if (const Result result = open_index_file(database, spec, *file); !ok(result)) return result;
   const std::string_view only = behind_semicolon(spec.name);
-  return only.empty() ? join_all_tags(database, file, tag_kind)
-                      : join_tag(database, file, tag_kind, only);
+  if (const Member* const other = same_file(database, *file); other != nullptr) {
+    if (only.empty()) return fail(database.block, Result::not_allowed, kJoin.detail(8));
+    const auto is_other = [&](const Member& member) { return &member == other; };
+    drop_member(database, file);
+    return join_tag(database, std::ranges::find_if(database.members, is_other), only);
+  }
+  return only.empty() ? join_all_tags(database, file) : join_tag(database, file, only);
 }
 
 }  // namespace
 
 Result join_index(Database& database, const VqIndexSpec& spec) {
-  const IndexKind* const kind = kind_of_code(spec.kind & ~kHostBits);
+  const IndexKind* const kind = kind_of_spec(spec.kind);
   if (kind == nullptr) return Result::ok;
   if (spec.name == nullptr) return Result::out_of_range;
   if (index::driver(kind->column).open == nullptr) return Result::no_driver;
   const std::size_t before = database.members.size();
-  Member* const member = add_member(database, kind->code, kind->column);
-  if (member == nullptr) return Result::no_memory;
-  const Result result = kind->tag_code != 0 ? join_multiple(database, spec, kind->tag_code, *member)
-                                            : join_single(database, spec, *member);
+  const Place member = add_member(database, database.members.end(), *kind);
+  if (member == database.members.end()) return Result::no_memory;
+  const Result result = kind->has_tags() ? join_multiple(database, spec, member)
+                                         : join_single(database, spec, *member);
   if (ok(result)) return result;
   const std::int32_t detail = database.block->detail;
   while (database.members.size() > before) (void)close_last_member(database);
@@ -188,7 +228,7 @@ Result join_index(Database& database, const VqIndexSpec& spec) {
 }
 
 Result reopen_member(Database& database, Member& member) {
-  if (member.file != nullptr) return activate_tag(database, member);
+  if (member.is_tag()) return activate_tag(database, member);
   const Result result = open_file(database, member.name.c_str(), member);
   if (ok(result)) mark_dates(member);
   return result;

@@ -30,17 +30,17 @@ constexpr Step kCurrent{kCurrec, 0, &index::Driver::curkey};
 // Where a copy leads: to the table, or to a member of the group.
 struct Place {
   Database* database = nullptr;
-  const Member* member = nullptr;  // null: the table
+  Member* member = nullptr;  // null: the table
 
   table::Table& table() const { return *database->table; }
   index::Index& index() const { return *member->index; }
 };
 
 bool navigates(std::uint32_t kind, Operation operation) {
-  // A FOXCDX file passes for an index in the steps, and only there; its column has nothing to step
-  // with.
+  if (kind_of_keys(kind) != nullptr) return true;
+  const IndexKind* const file = kind_of_file(kind);
   const bool steps = operation.number >= kNextrec.number && operation.number <= kCurrec.number;
-  return carries_keys(kind) || (kind == member_kind::kFoxcdx && steps);
+  return file != nullptr && file->file_steps && steps;
 }
 
 // Where the copy leads, and for a member that its column has the operation in question.
@@ -56,10 +56,7 @@ Result reach(const VqMember& copy, Operation operation, Slot index::Driver::*slo
   if (!navigates(copy.kind, operation)) {
     return fail(block, Result::not_allowed, operation.detail(1));
   }
-  if (index::driver(copy.driver_column).*slot == nullptr) return Result::no_driver;
-  place.member = member_of(*place.database, copy);
-  if (place.member == nullptr) return fail(block, Result::bad_handle, operation.detail(0));
-  return Result::ok;
+  return member_with(slot, *place.database, copy, operation, place.member);
 }
 
 Result step(const VqMember& copy, const Step& step, void* record, std::uint32_t& recno, void* key) {

@@ -90,6 +90,20 @@ Result open_all(Database& database, const OpenRequest& request, VqIndexSpec*& fa
   return open_members(database, request, failed);
 }
 
+// A group with a name that no list can hold has none.
+void list(const OpenRequest& request) {
+  SpecWalk specs(request.specs, request.count, request.options);
+  const VqIndexSpec* spec = specs.next();
+  if (spec == nullptr) return;
+  std::string text;
+  for (; spec != nullptr; spec = specs.next()) {
+    if (spec->name == nullptr || add_line(text, spec->kind, spec->name)) continue;
+    text.clear();
+    break;
+  }
+  write_index_list(request.name, text);
+}
+
 // The table name without extension and without what stands behind its semicolon.
 std::string table_stem(const char* table_name) {
   std::string stem = replace_extension(table_name, "");
@@ -116,21 +130,20 @@ Result open(VqBlock& block, const OpenRequest& request, Database*& out, VqIndexS
   }
   database->signature = kHandleSignature;
   out = database;
-  if ((request.mode & database_mode::kNoIndexList) != 0) return Result::ok;
-  const SpecWalk specs(request.specs, request.count, request.options);
-  (void)has_memory([&] { write_index_list(request.name, specs); });
+  if ((request.mode & database_mode::kNoIndexList) == 0) (void)has_memory([&] { list(request); });
   return Result::ok;
 }
 
 Result use(VqBlock& block, const char* name, std::uint32_t mode, Database*& out) {
-  SpecChain specs;
-  if (const Result result = read_index_list(block, name, specs); !ok(result)) return result;
+  ListedIndexes indexes;
+  const Result read = read_index_list(block, name, indexes);
+  if (!ok(read)) return read;
   const OpenRequest request = {.name = name,
                                .mode = mode,
                                .buffers = static_cast<std::int32_t>(block.table_access),
                                .options = SpecWalk::kChain,
-                               .count = specs.count(),
-                               .specs = specs.first()};
+                               .count = static_cast<std::int32_t>(indexes.size()),
+                               .specs = indexes.empty() ? nullptr : &indexes.front().spec};
   VqIndexSpec* failed = nullptr;
   return open(block, request, out, failed);
 }

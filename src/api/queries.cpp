@@ -10,39 +10,28 @@ namespace {
 constexpr Operation kQuery{626};
 constexpr std::uint32_t kLastColumn = 6;
 
-// The index that a copy stands for, and the operation of its column.
+// The index that a copy stands for, whose column has the operation.
 template <typename Slot>
-struct Question {
-  Slot ask = nullptr;
-  index::Index* index = nullptr;
-};
-
-template <typename Slot>
-Result reach(const VqMember& copy, Slot index::Driver::*slot, Question<Slot>& question) {
+Result find_index(const VqMember& copy, Slot index::Driver::*slot, Member*& member) {
   Database* const owner = owner_of(copy, kQuery.detail(0));
   if (owner == nullptr) return Result::bad_handle;
   if (copy.driver_column > kLastColumn) return Result::unavailable;
-  question.ask = index::driver(copy.driver_column).*slot;
-  if (question.ask == nullptr) return Result::no_driver;
-  const Member* const member = member_of(*owner, copy);
-  if (member == nullptr) return fail(owner->block, Result::bad_handle, kQuery.detail(0));
-  question.index = member->index;
-  return Result::ok;
+  return member_with(slot, *owner, copy, kQuery, member);
 }
 
 template <typename Slot, typename... Arguments>
 Result put(const VqMember& copy, Slot index::Driver::*slot, Arguments... arguments) {
-  Question<Slot> question;
-  if (const Result result = reach(copy, slot, question); !ok(result)) return result;
-  return question.ask(*question.index, arguments...);
+  Member* member = nullptr;
+  if (const Result result = find_index(copy, slot, member); !ok(result)) return result;
+  return (member->driver().*slot)(*member->index, arguments...);
 }
 
 // For operations whose answer is the value asked for.
 Result put_for_value(const VqMember& copy, std::int32_t (*index::Driver::*slot)(index::Index&),
                      std::int32_t& value) {
-  Question<std::int32_t (*)(index::Index&)> question;
-  if (const Result result = reach(copy, slot, question); !ok(result)) return result;
-  value = question.ask(*question.index);
+  Member* member = nullptr;
+  if (const Result result = find_index(copy, slot, member); !ok(result)) return result;
+  value = (member->driver().*slot)(*member->index);
   return Result::ok;
 }
 
@@ -69,8 +58,7 @@ Result list_tags(const VqMember& copy, bool sorted, void* list) {
 }
 
 std::int32_t count_tags(const VqMember& copy) {
-  const bool multiple = copy.driver_column == kind_of_code(member_kind::kMdx)->column ||
-                        copy.driver_column == kind_of_code(member_kind::kFoxcdx)->column;
+  const bool multiple = tagged_kind_of_column(copy.driver_column) != nullptr;
   if (owner_of(copy, kQuery.detail(0)) != nullptr && !multiple) return code(Result::unavailable);
   std::int32_t count = 0;
   const Result result = put_for_value(copy, &index::Driver::tags, count);

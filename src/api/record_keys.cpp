@@ -2,7 +2,6 @@
 
 #include <cstring>
 
-#include "api/index_kinds.h"
 #include "table/records.h"
 
 namespace vqdb::api {
@@ -18,7 +17,7 @@ void complete_record(const void* fields, std::size_t record_length, Byte* record
 
 Result belongs(VqBlock& block, const Member& member, const void* record, bool& yes) {
   yes = true;
-  if (!is_filtered(member.kind) || member.filter == nullptr) return Result::ok;
+  if (member.filter == nullptr) return Result::ok;
   KeyBuffer value;
   const Result result =
       expr::run(block, *member.filter, record, 0, kMaxKeyBytes, value.bytes.data(), value.length);
@@ -30,8 +29,9 @@ Result build_key(VqBlock& block, const Member& member, const void* record, KeyBu
   // Texts shorter than the index's keys end in blanks.
   key.bytes.fill(' ');
   // Bit 0 of the options asks for key form; in the kind code it is always clear.
-  const Result result = expr::run(block, *member.key, record, member.kind | expr::run_option::kKey,
-                                  kMaxKeyBytes, key.bytes.data(), key.length);
+  const Result result =
+      expr::run(block, *member.key, record, member.code() | expr::run_option::kKey, kMaxKeyBytes,
+                key.bytes.data(), key.length);
   if (ok(result) && key.length >= 0 && key.length < kMaxKeyBytes) {
     key.bytes[static_cast<std::size_t>(key.length)] = ' ';
   }

@@ -63,7 +63,7 @@ class RecordLock {
 Result insert_keys(Database& database, const void* record, std::uint32_t recno, KeyBuffer& key) {
   VqBlock& block = database.owner_block();
   for (Member& member : database.members) {
-    if (!carries_keys(member.kind)) continue;
+    if (!member.carries_keys()) continue;
     bool member_has_it = false;
     Result result = belongs(block, member, record, member_has_it);
     if (ok(result) && !member_has_it) continue;
@@ -120,7 +120,7 @@ Result update_with_keys(Database& database, std::uint32_t recno, const void* rec
     new_record = old_record + length;
   }
   for (Member& member : database.members) {
-    if (!carries_keys(member.kind)) continue;
+    if (!member.carries_keys()) continue;
     const Result result = move_key(block, member, recno, old_record, new_record, keys[0], keys[1]);
     if (!ok(result)) return result;
   }
@@ -190,11 +190,11 @@ Result flush_member(const VqMember& copy) {
   if (owner == nullptr) return Result::bad_handle;
   if (copy.kind == member_kind::kTable) return table::flush(*owner->table);
   if ((copy.kind & member_kind::kMemo) != 0) return Result::ok;
-  const bool is_index = kind_of_code(copy.kind) != nullptr || carries_keys(copy.kind);
+  const bool is_index = kind_of_file(copy.kind) != nullptr || kind_of_tag(copy.kind) != nullptr;
   if (!is_index) return fail(owner->block, Result::not_allowed, kFlushMember.detail(1));
   const Member* const member = member_of(*owner, copy);
   if (member == nullptr) return fail(owner->block, Result::bad_handle, kFlushMember.detail(0));
-  const Member& file = member->file != nullptr ? *member->file : *member;
+  const Member& file = member->is_tag() ? *member->file : *member;
   const auto flush_index = file.driver().flush;
   return flush_index != nullptr ? flush_index(*file.index) : Result::no_driver;
 }
@@ -203,7 +203,7 @@ Result flush(Database& database) {
   FirstFailure failure(database.owner_block());
   failure.note(table::flush(*database.table));
   for (const Member& member : database.members) {
-    if (kind_of_code(member.kind) == nullptr) continue;
+    if (member.is_tag()) continue;
     const auto flush_index = member.driver().flush;
     failure.note(flush_index != nullptr ? flush_index(*member.index) : Result::no_driver);
   }

@@ -214,12 +214,12 @@ std::int32_t VQ_CALL DBexfield(VqTable* table, const void* record, const char* n
 
 std::int32_t VQ_CALL DBexpr(const VqMember* member, char* text, std::int32_t size,
                             std::int32_t* flags) {
-  if (any_null(member, text, flags)) return kRange;
+  if (any_null(member, text)) return kRange;
   return guarded([&] { return api::key_expression(*member, text, size, flags); });
 }
 
 std::int32_t VQ_CALL DBexplen(const VqMember* member, std::int32_t* length, std::int32_t* flags) {
-  if (any_null(member, length, flags)) return kRange;
+  if (any_null(member, length)) return kRange;
   return guarded([&] { return api::key_expression_length(*member, length, flags); });
 }
 

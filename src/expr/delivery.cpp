@@ -118,16 +118,12 @@ class Deliverer {
     return text({written.data(), static_cast<std::size_t>(width)}, width);
   }
 
+  // A field that holds no date has the blank key, as its value has.
   Result date_key(const Value& value) {
     const std::uint32_t kind = date_kind(options_);
-    Result result = Result::ok;
-    if (value.form == Form::field) {
-      result = convert::encode_date_field(&run_.block(), kind, run_.text(value).data(), key());
-    } else {
-      const std::int32_t day = whole_day(run_.day(value));
-      const convert::Date date = day == 0 ? convert::kBlankDate : convert::date_of(day);
-      result = convert::encode_date(&run_.block(), kind, date, key());
-    }
+    const std::int32_t day = whole_day(run_.day(value));
+    const convert::Date date = day == 0 ? convert::kBlankDate : convert::date_of(day);
+    const Result result = convert::encode_date(&run_.block(), kind, date, key());
     return ok(result) ? give(kNumberBytes) : result;
   }
 
@@ -140,6 +136,25 @@ class Deliverer {
 };
 
 }  // namespace
+
+std::int32_t key_length(const ResultShape& shape, std::uint32_t options) {
+  switch (shape.type) {
+    case 'N':
+    case 'F':
+      switch (number_kind(options)) {
+        case key_kind::kText:
+          return 0;
+        case key_kind::kPacked:
+          return convert::kPackedKeyBytes;
+        default:
+          return kNumberBytes;
+      }
+    case 'D':
+      return kNumberBytes;
+    default:
+      return shape.length;
+  }
+}
 
 Result deliver(const Run& run, const Value& value, const Delivery& wanted, char* buffer,
                std::int32_t& length) {

@@ -42,6 +42,10 @@ inline constexpr std::uint32_t kOrderedKey2 = 0x200;  // the same
 inline constexpr std::uint32_t kTextKey = VQ_RUN_TEXT_KEY;
 }  // namespace run_option
 
+// The bytes of a key that a run with these options makes; 0 where only the run tells. A text whose
+// length is open counts as 254.
+std::int32_t key_length(const ResultShape& shape, std::uint32_t options);
+
 // Runs against a whole record, deletion flag included (null where no field is read). Writes the
 // value and its length: a text of at most max bytes (below 1: 1000) with a zero byte behind it, or
 // a number of 8 bytes. A key never passes max, but for those of numbers and dates: 8 bytes, or 12

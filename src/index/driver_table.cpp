@@ -117,9 +117,19 @@ constexpr Bracket kBracket = {
            bool bracketed) {
           return update_key(index.key_tree(), old_key, new_key, recno, bracketed);
         },
+    .datek = nullptr,
     .haskey = [](Index& index, const void* key, std::uint32_t recno,
                  bool* has) { return holds_entry(index.key_tree(), key, recno, *has); },
 };
+
+// A file of the dBASE III form calls dates numbers.
+constexpr Bracket kNdxBracket = [] {
+  Bracket bracket = kBracket;
+  bracket.datek = [](Index& index) {
+    if (ndx(index).flags == ndx_flag::kNdx3) index.key_tree().key_type = 'D';
+  };
+  return bracket;
+}();
 
 template <std::uint32_t kForm>
 Result build(table::Table& table, const BuildRequest& request) {
@@ -150,7 +160,7 @@ constexpr std::array<const Driver*, kDriverColumns> kColumns = {&kMdx,   &kNdx, 
                                                                 &kEmpty, &kEmpty, &kEmpty, &kEmpty};
 
 constexpr std::array<const Bracket*, kDriverColumns> kBrackets = {
-    &kBracket,      &kBracket,      &kBracket,      &kEmptyBracket,
+    &kBracket,      &kNdxBracket,   &kNdxBracket,   &kEmptyBracket,
     &kEmptyBracket, &kEmptyBracket, &kEmptyBracket, &kEmptyBracket};
 
 constexpr std::array<const Builder*, kDriverColumns> kBuilders = {

@@ -58,6 +58,8 @@ struct Bracket {
   // An old key that is missing is -5, and then nothing goes in.
   Result (*updkey)(Index&, const void* old_key, const void* new_key, std::uint32_t recno,
                    bool bracketed);
+  // Tells that the keys are dates, where a file may leave that open; null where none does.
+  void (*datek)(Index&);
   // Whether exactly this key and record number are there. The position stays.
   Result (*haskey)(Index&, const void* key, std::uint32_t recno, bool* has);
 };

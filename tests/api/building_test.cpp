@@ -173,7 +173,7 @@ TEST_F(Building, members_are_flushed_one_by_one) {
   EXPECT_EQ(VQ_E_NOT_ALLOWED, lib.DBmember_flush(&wrong));
   EXPECT_EQ(6341, orders_.block.detail);
   wrong = names;
-  wrong.handle = &wrong;
+  wrong.name = "NAMES";
   EXPECT_EQ(VQ_E_BAD_HANDLE, lib.DBmember_flush(&wrong));
   EXPECT_EQ(6340, orders_.block.detail);
 }

@@ -130,11 +130,15 @@ TEST_F(Group, refuses_stale_and_foreign_copies) {
       EXPECT_EQ(VQ_E_BAD_HANDLE, test.call(&copy)) << test.detail;
     }
   }
-  VqMember foreign_handle = live;
-  foreign_handle.handle = &foreign_handle;
-  for (const MemberCall& test : kMemberCalls) {
-    EXPECT_EQ(VQ_E_BAD_HANDLE, test.call(&foreign_handle));
-    EXPECT_EQ(test.detail, orders_.block.detail);
+  VqMember foreign_program = live;
+  foreign_program.key_program = order_member(database_, orders_, 1).key_program;
+  VqMember foreign_name = live;
+  foreign_name.name = "NAMES";
+  for (const VqMember& copy : {foreign_program, foreign_name}) {
+    for (const MemberCall& test : kMemberCalls) {
+      EXPECT_EQ(VQ_E_BAD_HANDLE, test.call(&copy));
+      EXPECT_EQ(test.detail, orders_.block.detail);
+    }
   }
   ASSERT_EQ(0, lib.DBclose(database_));
   for (const MemberCall& test : kMemberCalls) {
@@ -213,6 +217,8 @@ TEST_F(Group, answers_questions_through_the_driver) {
   ASSERT_EQ(0, lib.DBexpr(&mixed, text, sizeof text, &flags));
   EXPECT_STREQ("UPPER(NAME)+DTOS(DUE)", text);
   EXPECT_EQ(0, flags);
+  EXPECT_EQ(0, lib.DBexpr(&mixed, text, sizeof text, nullptr));
+  EXPECT_EQ(0, lib.DBexplen(&mixed, &number, nullptr));
   ASSERT_EQ(0, lib.DBexplen(&mixed, &number, &flags));
   EXPECT_EQ(21, number);
   ASSERT_EQ(0, lib.DBkeylen(&mixed, &number));

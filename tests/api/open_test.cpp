@@ -48,11 +48,22 @@ TEST(OpenDatabase, names_the_specification_that_failed_and_leaves_nothing_open) 
   const std::string wrong = orders.file("WRONG");
   ASSERT_EQ(0, lib.dNcreat(&orders.block, wrong.c_str(), "NAME+NOBODY", "C12"));
   const std::string missing = orders.file("MISSING");
+  const std::string amount = orders.file("AMOUNT");
+  ASSERT_EQ(0, lib.dNcreat(&orders.block, amount.c_str(), "AMOUNT", "C8"));
+  const std::string name = orders.file("NAME");
+  ASSERT_EQ(0, lib.dNcreat(&orders.block, name.c_str(), "NAME", "N"));
+  const std::string narrow = orders.file("NARROW");
+  ASSERT_EQ(0, lib.dNcreat(&orders.block, narrow.c_str(), "NAME", "C11"));
+  const std::string again = orders.file("./names.ndx");
   const Case cases[] = {
       {{64, missing.c_str(), 10, nullptr}, VQ_E_NOT_FOUND, 10421},
       {{64, wrong.c_str(), 10, nullptr}, VQ_E_OPERAND, 6034},
       {{1024, wrong.c_str(), 10, nullptr}, VQ_E_NO_DRIVER, 0},
       {{64, nullptr, 10, nullptr}, VQ_E_RANGE, 0},
+      {{64, amount.c_str(), 10, nullptr}, VQ_E_MISMATCH, 6127},
+      {{64, name.c_str(), 10, nullptr}, VQ_E_MISMATCH, 6127},
+      {{64, narrow.c_str(), 10, nullptr}, VQ_E_MISMATCH, 6127},
+      {{64, again.c_str(), 10, nullptr}, VQ_E_NOT_ALLOWED, 6128},
   };
   for (const Case& test : cases) {
     std::array specs = {orders.specs[0], test.spec, orders.specs[1]};
@@ -78,13 +89,17 @@ TEST(OpenDatabase, names_the_specification_that_failed_and_leaves_nothing_open) 
 TEST(OpenDatabase, skips_kinds_that_are_no_index_and_bits_that_are_the_hosts) {
   Orders orders;
   orders.create();
-  std::array specs = {VqIndexSpec{2304, "SKIPPED", 1, nullptr}, orders.specs[0]};
+  std::array specs = {VqIndexSpec{1, "SKIPPED", 1, nullptr}, orders.specs[0]};
   specs[1].kind |= 0x3000;
   VqDatabase* database = nullptr;
   ASSERT_EQ(0, lib.DBopen(&orders.block, orders.table().c_str(), 0, 1, 1, 2, specs.data(),
                           &database, nullptr));
   EXPECT_EQ(1U, value(table_member(database).flags));
   EXPECT_EQ(64U, value(order_member(database, orders, 0).kind));
+  EXPECT_EQ(0, lib.DBclose(database));
+  ASSERT_EQ(0, lib.DBuse(&orders.block, orders.table().c_str(), 0, &database))
+      << "the list is good";
+  EXPECT_EQ(1U, value(table_member(database).flags));
   EXPECT_EQ(0, lib.DBclose(database));
 }
 

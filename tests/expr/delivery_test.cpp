@@ -124,13 +124,21 @@ TEST(ExpressionDelivery, long_texts_are_cut) {
   EXPECT_EQ(bound.evaluate(sum + "+''").bytes.size(), 254U);
 }
 
-TEST(ExpressionDelivery, invalid_dates_have_no_key) {
+TEST(ExpressionDelivery, fields_that_hold_no_date_have_the_blank_key) {
   BoundTable bound;
-  bound.record.replace(66, 8, "19950229");
-  const Outcome field = bound.evaluate("DUE", 1);
-  EXPECT_EQ(field.result, VQ_E_RANGE);
-  EXPECT_EQ(field.detail, 4021);
-  EXPECT_EQ(hex(bound.evaluate("DUE + 0", 1).bytes), "7d000000c3000000");
+  for (const char* const field : {"19950229", "00000000", "19951301", "abcdefgh"}) {
+    bound.record.replace(66, 8, field);
+    for (const auto& [options, key] : {std::pair{0x01U, "7d000000c3000000"},
+                                       {0x21U, "7d000000c3000000"},
+                                       {0x101U, "8000000000000000"},
+                                       {0x401U, "2020202020202020"}}) {
+      for (const char* const text : {"DUE", "DUE + 0"}) {
+        const Outcome outcome = bound.evaluate(text, options);
+        EXPECT_EQ(outcome.result, 0) << field;
+        EXPECT_EQ(hex(outcome.bytes), key) << text << " of " << field;
+      }
+    }
+  }
 }
 
 }  // namespace
