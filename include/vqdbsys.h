@@ -7,6 +7,18 @@
  * library, and is given back with the matching close function. A null, foreign or closed handle
  * gives VQ_E_BAD_HANDLE. A null pointer where a text, buffer or out argument is needed gives
  * VQ_E_RANGE. Texts are bytes ended by a zero byte; file names may use `\` and `/`.
+ *
+ * Closed handles. Closing a handle ends it whatever the result. Its address is not given to another
+ * handle of the kind before 4096 more of them have been closed, so a late call is refused, and a
+ * member copy of a closed database finds nothing; a host that keeps closed handles longer than that
+ * may meet somebody else's. A late call stores its detail code into the block that the handle was
+ * opened with: the block has to live as long as calls with its handles, closed ones included, may
+ * come.
+ *
+ * Threads. The library starts none and keeps no state of its own between calls. Threads may call it
+ * at the same time with different blocks and the handles opened under them; calls under one block
+ * come one after another. A handle is closed by one thread while no other uses it, or any handle
+ * that depends on it: a table after its indexes, and a database closes all that it has opened.
  */
 #ifndef VQDBSYS_H_
 #define VQDBSYS_H_
@@ -339,6 +351,10 @@ int32_t VQ_CALL dDcat(VqBlock* block, const char* target, const char* source);
 /* Replaces a table, in one step, by a copy without the records whose flag byte is not a blank. The
  * production index flag is cleared, since record numbers change. Needs room for the copy in the
  * temporary directory. Progress in records.
+ *
+ * WARNING. Every index of the table, and its index list, goes on naming the records by their
+ * numbers of before, and DBuse and DBopen would open it as sound. Use DBpack for a table that has
+ * indexes, or build them again before anyone opens them.
  *   291 no temporary file    292 -14 no memory   293 the copy could not take the table's place
  *   294 -17 header not copied; else as for dDcopy, dDgetrec and dDapprec */
 int32_t VQ_CALL dDpack(VqBlock* block, const char* name);
@@ -954,6 +970,7 @@ int32_t VQ_CALL DBinit(VqBlock* block, uint32_t kind);
  * `failed` (may be null) becomes the specification that could not be opened, else null. On failure
  * nothing stays open.
  *   6111 -11 neither form of specifications     6112 -9  memo file missing
+ *   6118 -11 a DBpack of this table has not come to its end: call it again
  *   6124 -25 tag without a key expression       6125 -25 filter that is not logical
  *   6127 -9  the index holds keys of another type, or of another length, than its expression gives
  *            on this table
@@ -1013,16 +1030,40 @@ int32_t VQ_CALL DBcurrec(const VqMember* member, void* record, uint32_t* recno, 
 int32_t VQ_CALL DBrewind(const VqMember* member);
 int32_t VQ_CALL DBforward(const VqMember* member);
 
-/* Changing records. Nothing is undone after a failure: what was written stays. In shared modes the
- * append lock, or the record's lock, is taken for the time of the call unless the host holds it. */
+/* Changing records. In shared modes the append lock, or the record's lock, is taken for the time of
+ * the call unless the host holds it. The index files that the change touches are locked first, each
+ * once, and let go when the last key is in: nobody finds the record by one index before its keys
+ * are in the others. Locks of the table are refused at once; an index file is waited for, some
+ * seconds at most. An update that changes no key locks and writes no index.
+ *
+ * What a failure leaves behind:
+ * - A refused lock (-37, -38, -40), a damaged index header or a full memory (-14 with 6201, 6211 or
+ *   6212): nothing is written. Call again.
+ * - A failure of the table (details of dDapprec and dDupdrec): the record as these leave it, and no
+ *   key is touched.
+ * - A key that cannot be made (codes of the expression), a unique index that refuses an update
+ *   (-8), a damaged tree (-8, -3) or a failed write (-17, -20): the record is written, the indexes
+ *   before the failing one in the group have its new key, those behind it have the old one. For
+ *   DBapprec *recno is set, and the record lacks the keys of that index and of those behind it.
+ * Repair after a failed DBupdrec: when the cause is gone, or at once where it was a refused key,
+ * call DBupdrec with the record's former contents, which brings every index back in step, then with
+ * others. The same contents again would find no key changed, and other new contents would leave the
+ * old key in the indexes that were not reached. After a failed DBapprec: DBdelrec the record and
+ * append again when the cause is gone; or rebuild with DBreindex, as for a damaged index.
+ *
+ * A change moves the position of each index whose key it moves: to the entry that came in, or
+ * before the one that followed what went out. Hosts that walk an index while they change its keys
+ * keep the key and seek it again. */
 
 /* Appends, then inserts a key into every index; a key that a unique index holds already is no
- * failure. `recno` is set once the table has the record. 6201 (VQ_E_NO_MEMORY). */
+ * failure, and the record stays out of that index. `recno` is set once the table has the record. */
 int32_t VQ_CALL DBapprec(VqDatabase* database, const void* record, uint32_t* recno);
 /* Rewrites a record, then moves the keys that changed; here a key that a unique index holds already
- * is VQ_E_INDEX_PAGE. 6211, 6212 (VQ_E_NO_MEMORY). */
+ * is VQ_E_INDEX_PAGE. The old keys are those of the record as the file has it now. An old key that
+ * is not in its index, or cannot be made, is no failure. */
 int32_t VQ_CALL DBupdrec(VqDatabase* database, uint32_t recno, const void* record);
-/* Set and clear the deletion mark; the keys stay. */
+/* Set and clear the deletion mark. The keys stay, but for indexes whose key or filter reads the
+ * mark (DELETED()): these follow as with DBupdrec. */
 int32_t VQ_CALL DBdelrec(VqDatabase* database, uint32_t recno);
 int32_t VQ_CALL DBrclrec(VqDatabase* database, uint32_t recno);
 /* The deletion flag of a record, ' ' or '*', or a negative result. */
@@ -1040,10 +1081,19 @@ int32_t VQ_CALL DBmember_flush(const VqMember* member);
 int32_t VQ_CALL DBindex(VqDatabase* database, uint32_t kind, const char* name, const char* tag,
                         const char* key, const char* filter, uint32_t options);
 /* Builds every index file of the group again; its members are then positioned nowhere. Copies of
- * them stay good for the DB functions, but the handles in them do not. It stops at the first
- * failure, which leaves that file and those behind it as they were. 6330: bad handle; 6331
- * (VQ_E_NOT_ALLOWED): shared table; 6332: read-only. */
+ * them stay good for the DB functions, however often it is called, but the handles in them do not.
+ * It stops at the first failure, which leaves that file and those behind it as they were. 6330: bad
+ * handle; 6331 (VQ_E_NOT_ALLOWED): shared table; 6332: read-only. */
 int32_t VQ_CALL DBreindex(VqDatabase* database);
+/* Packs a table as dDpack does and builds the indexes of its index list again; a table without a
+ * list is packed alone. An addition to the interface as it was. Nobody may have the table open.
+ * Progress of the pack, then of each index. Before the table is replaced the list gets a mark, with
+ * which DBopen and DBuse refuse the table (6118) until the last index is built: after a crash, a
+ * failure or a cancel in between no index is used with record numbers of before, and DBpack called
+ * again finishes the work. Up to the mark, and while the table is packed, a failure or a cancel
+ * leaves every file as it was. Indexes that the list does not name are not touched.
+ *   6361 -17 the list cannot be marked; else as for DBuse, dDpack, dDlkfil and DBreindex */
+int32_t VQ_CALL DBpack(VqBlock* block, const char* name);
 /* Copies a field's bytes out of a record and puts a zero byte behind them. 221: bad handle; 222
  * (VQ_E_RANGE): no such field. */
 int32_t VQ_CALL DBexfield(VqTable* table, const void* record, const char* name, char* out);

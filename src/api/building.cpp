@@ -11,18 +11,13 @@
 #include "frame/bytes.h"
 #include "frame/file_name.h"
 #include "table/locks.h"
+#include "table/records.h"
 
 namespace vqdb::api {
 namespace {
 
 constexpr Operation kIndex{632};
 constexpr Operation kReindex{633};
-
-bool is_member(const Database& database, const std::string& path) {
-  return std::ranges::any_of(database.members, [&](const Member& member) {
-    return !member.is_tag() && path_of(member.name.c_str(), member.kind->extension) == path;
-  });
-}
 
 // The lock of a shared table for the time of a build, unless the host holds it already.
 class TableLock {
@@ -66,6 +61,7 @@ using Place = MemberList::iterator;
 Result release_file(Database& database, Place file) {
   if (const Result result = file->driver().flush(*file->index); !ok(result)) return result;
   FirstFailure failure(database.owner_block());
+  database.file_order.clear();
   for (Place member = end_of_file(database, file); member != file;) {
     --member;
     failure.note(close_member(*member));
@@ -97,10 +93,30 @@ Result rebuild_file(Database& database, Place file) {
   return failure.result();
 }
 
-Result build_and_join(Database& database, const IndexKind& kind,
+// The member that is the file of this name, else the end.
+Place file_member(Database& database, const std::string& path) {
+  return std::ranges::find_if(database.members, [&](const Member& member) {
+    return !member.is_tag() && path_of(member.name.c_str(), member.kind->extension) == path;
+  });
+}
+
+// Whether the request adds a tag to a file that is a member.
+bool adds_tag(const IndexKind& kind, const index::BuildRequest& request) {
+  return kind.has_tags() && request.tag != nullptr &&
+         index::builder(kind.builder_column).add_tag != nullptr;
+}
+
+Result build_and_join(Database& database, const IndexKind& kind, Place file,
                       const index::BuildRequest& request) {
-  const Result built = index::builder(kind.builder_column).build(*database.table, request);
-  if (!ok(built)) return built;
+  const index::Builder& builder = index::builder(kind.builder_column);
+  // What others did before the lock counts.
+  Result result = table::catch_up(*database.table);
+  if (file != database.members.end()) {
+    if (ok(result)) result = builder.add_tag(*file->index, request);
+    return ok(result) ? join_tag(database, file, request.tag) : result;
+  }
+  if (ok(result)) result = builder.build(*database.table, request);
+  if (!ok(result)) return result;
   const VqIndexSpec spec = {kind.code, request.name, database.block->index_open_parameter, nullptr};
   return join_index(database, spec);
 }
@@ -112,16 +128,18 @@ Result build_index(Database& database, std::uint32_t kind_code,
   const IndexKind* const kind = kind_of_file(kind_code);
   if (kind == nullptr) return fail(database.block, Result::unknown_kind, kIndex.detail(2));
   if (index::builder(kind->builder_column).build == nullptr) return Result::no_driver;
-  if (is_member(database, path_of(request.name, kind->extension))) {
+  const Place file = file_member(database, path_of(request.name, kind->extension));
+  const bool is_new = file == database.members.end();
+  if (!is_new && (!adds_tag(*kind, request) || has_tag(database, *file, request.tag))) {
     return fail(database.block, Result::not_allowed, kIndex.detail(1));
   }
-  const bool listed = (database.mode & database_mode::kNoIndexList) == 0;
+  const bool listed = is_new && (database.mode & database_mode::kNoIndexList) == 0;
   if (listed && !is_listable(request.name)) {
     return fail(database.block, Result::not_allowed, kIndex.detail(3));
   }
   TableLock lock(*database.table);
   if (const Result result = lock.take(); !ok(result)) return result;
-  const Result result = lock.release_after(build_and_join(database, *kind, request));
+  const Result result = lock.release_after(build_and_join(database, *kind, file, request));
   if (ok(result) && listed) (void)has_memory([&] { rewrite_index_list(database); });
   return result;
 }

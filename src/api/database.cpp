@@ -20,6 +20,7 @@ Result close_member(Member& member) {
 }
 
 Result close_last_member(Database& database) {
+  database.file_order.clear();
   const Result result = close_member(database.members.back());
   database.members.pop_back();
   return result;
@@ -28,6 +29,7 @@ Result close_last_member(Database& database) {
 void drop_member(Database& database, MemberList::iterator member) {
   const std::int32_t detail = database.block->detail;
   (void)close_member(*member);
+  database.file_order.clear();
   database.members.erase(member);
   database.block->detail = detail;
 }

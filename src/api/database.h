@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <list>
 #include <memory>
+#include <vector>
 
 #include "api/index_kinds.h"
 #include "api/memory.h"
@@ -29,14 +30,18 @@ using Program = std::unique_ptr<expr::Expression, FreeExpression>;
 struct Member {
   const IndexKind* kind = nullptr;
   index::Index* index = nullptr;
-  Text name;                     // files only
-  Text tag;                      // tags only
-  std::int32_t buffers = 0;      // files only
-  const Member* file = nullptr;  // tags only: the member that holds the tag
+  Text name;                 // files only
+  Text tag;                  // tags only
+  std::int32_t buffers = 0;  // files only
+  Member* file = nullptr;    // tags only: the member that holds the tag
   Program key;
   Program filter;  // tags only, and not all of them
   std::int32_t key_length = 0;
   char key_type = 0;
+  bool reads_flag = false;  // key or filter depend on the deletion flag
+  // Of files, in a record operation; see entered_files.h.
+  bool wanted = false;
+  bool entered = false;
 
   bool is_tag() const { return file != nullptr; }
   bool carries_keys() const { return is_tag() || !kind->has_tags(); }
@@ -51,6 +56,7 @@ struct Member {
 
 // Members keep their addresses while others join, since the copies that hosts hold point into them.
 using MemberList = std::list<Member, PlatformAllocator<Member>>;
+using FileOrder = std::vector<Member*, PlatformAllocator<Member*>>;
 
 struct Database : HandleHead {
   table::Table* table = nullptr;
@@ -61,6 +67,7 @@ struct Database : HandleHead {
   std::uint32_t memo_kind = 0;    // 0 without a memo file
   std::uint32_t memo_column = 0;  // of the memo driver table
   MemberList members;             // a tag behind its file
+  FileOrder file_order;           // the order of entering; empty until it is asked for
 
   VqBlock& owner_block() const { return *block; }
   const memo::Driver& memo_driver() const { return memo::driver(memo_column); }

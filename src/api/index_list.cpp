@@ -9,6 +9,7 @@
 #include "api/index_kinds.h"
 #include "frame/file_name.h"
 #include "frame/system_file.h"
+#include "frame/temporary_file.h"
 #include "platform/file.h"
 #include "platform/path.h"
 
@@ -20,6 +21,7 @@ constexpr Operation kParse{631};
 constexpr std::size_t kTokensPerLine = 3;
 constexpr std::string_view kLineEnds = "\r\n";
 constexpr std::string_view kLineEnd = "\r\n";
+constexpr std::string_view kMark = "PACKING\r\n";
 // What ends a word of a line, or the line.
 constexpr std::string_view kWordEnds = " \t=\r\n";
 
@@ -28,15 +30,29 @@ std::string list_path(const char* table_name) {
   return platform::resolve(replace_extension(table_name, "DD"));
 }
 
-bool holds(const std::string& path, std::string_view text) {
+constexpr std::uint64_t kLongestList = 1 << 20;
+
+bool read_file(const std::string& path, std::string& text) {
   platform::File file;
   std::uint64_t size = 0;
   if (!file.open(path, platform::Access::read_only).ok() || !file.size(size).ok() ||
-      size != text.size()) {
+      size > kLongestList) {
     return false;
   }
+  text.resize(size);
+  return file.read_exactly(0, text.data(), text.size()).ok();
+}
+
+bool begins_with(const std::string& path, std::string_view text) {
+  platform::File file;
   std::string present(text.size(), '\0');
-  return file.read_exactly(0, present.data(), present.size()).ok() && present == text;
+  return file.open(path, platform::Access::read_only).ok() &&
+         file.read_exactly(0, present.data(), present.size()).ok() && present == text;
+}
+
+bool holds(const std::string& path, std::string_view text) {
+  std::string present;
+  return read_file(path, present) && present == text;
 }
 
 bool is_blank(char c) { return c == ' ' || c == '\t'; }
@@ -135,6 +151,22 @@ void write_index_list(const char* table_name, std::string_view text) {
   (void)platform::remove(path);
 }
 
+bool is_marked(const char* table_name) { return begins_with(list_path(table_name), kMark); }
+
+bool mark_index_list(const char* table_name, bool marked) {
+  const std::string path = list_path(table_name);
+  std::string text;
+  if (!read_file(path, text)) return false;
+  if (text.starts_with(kMark)) text.erase(0, kMark.size());
+  if (marked) text.insert(0, kMark);
+  TemporaryFile growing;
+  platform::File file;
+  return growing.make_beside(path, "TMP").ok() &&
+         file.open(growing.path(), platform::Access::read_write).ok() &&
+         file.write_at(0, text.data(), text.size()).ok() && file.sync().ok() && file.close().ok() &&
+         growing.put_in_place_of(path).ok();
+}
+
 Result parse_tokens(VqBlock& block, std::string_view line, std::size_t least,
                     std::span<Token> tokens, std::size_t& read) {
   for (read = 0; read < tokens.size(); ++read) {
@@ -177,6 +209,7 @@ Result read_index_list(VqBlock& block, const char* table_name, ListedIndexes& in
   std::string_view text;
   if (const Result result = read_text(block, file, bytes, text); !ok(result)) return result;
   (void)file.close();
+  if (text.starts_with(kMark)) text.remove_prefix(kMark.size());
   return read_lines(block, text, indexes);
 }
 

@@ -46,6 +46,12 @@ bool is_listable(std::string_view name);
 // left alone.
 void write_index_list(const char* table_name, std::string_view text);
 
+// A list is marked while its table is packed: its indexes may hold record numbers of before. The
+// mark is a first line that is none of an index.
+bool is_marked(const char* table_name);
+// Sets or takes away the mark, in one step of the system. False when that fails.
+[[nodiscard]] bool mark_index_list(const char* table_name, bool marked);
+
 struct Token {
   std::uint16_t code = 0;
   Text text;  // names only
@@ -64,7 +70,7 @@ struct ListedIndex {
 };
 using ListedIndexes = std::list<ListedIndex, PlatformAllocator<ListedIndex>>;
 
-// Reads the list of the table; there are none without a list. Details 6301 to
+// Reads the list of the table, past its mark; there are none without a list. Details 6301 to
 // 6308.
 Result read_index_list(VqBlock& block, const char* table_name, ListedIndexes& indexes);
 

@@ -103,6 +103,8 @@ Result compile_key(Database& database, const char* text, Member& member) {
   if (!ok(result)) return result;
   member.key_length = shape.length;
   member.key_type = shape.type;
+  member.reads_flag = expr::reads_deletion_flag(*member.key) ||
+                      (member.filter != nullptr && expr::reads_deletion_flag(*member.filter));
   mark_dates(member);
   return check_key(database, member, shape);
 }
@@ -150,31 +152,6 @@ Result fill_tag(Database& database, Member& tag) {
   return compile_key(database, key, tag);
 }
 
-bool has_tag(Database& database, const Member& file, std::string_view name) {
-  return std::ranges::any_of(database.members, [&](const Member& member) {
-    return member.file == &file && equal_ignoring_case(member.tag, name);
-  });
-}
-
-// The tag joins behind those of its file that are members.
-Result join_tag(Database& database, Place file, std::string_view name) {
-  if (has_tag(database, *file, name)) {
-    return fail(database.block, Result::not_allowed, kJoin.detail(8));
-  }
-  const Place end = end_of_file(database, file);
-  const Place tag = add_member(database, end, *file->kind);
-  if (tag == end) return Result::no_memory;
-  tag->file = &*file;
-  Result result = Result::ok;
-  if (!has_memory([&] { tag->tag.assign(name); })) {
-    result = fail(database.block, Result::no_memory, kJoin.detail(3));
-  }
-  if (ok(result)) result = activate_tag(database, *tag);
-  if (ok(result)) result = fill_tag(database, *tag);
-  if (!ok(result)) drop_member(database, tag);
-  return result;
-}
-
 Result join_all_tags(Database& database, Place file) {
   const index::Driver& driver = file->driver();
   if (driver.tags == nullptr || driver.listag == nullptr) return Result::no_driver;
@@ -210,12 +187,38 @@ Result join_multiple(Database& database, const VqIndexSpec& spec, Place file) {
 
 }  // namespace
 
+bool has_tag(const Database& database, const Member& file, std::string_view name) {
+  return std::ranges::any_of(database.members, [&](const Member& member) {
+    return member.file == &file && equal_ignoring_case(member.tag, name);
+  });
+}
+
+// The tag joins behind those of its file that are members.
+Result join_tag(Database& database, Place file, std::string_view name) {
+  if (has_tag(database, *file, name)) {
+    return fail(database.block, Result::not_allowed, kJoin.detail(8));
+  }
+  const Place end = end_of_file(database, file);
+  const Place tag = add_member(database, end, *file->kind);
+  if (tag == end) return Result::no_memory;
+  tag->file = &*file;
+  Result result = Result::ok;
+  if (!has_memory([&] { tag->tag.assign(name); })) {
+    result = fail(database.block, Result::no_memory, kJoin.detail(3));
+  }
+  if (ok(result)) result = activate_tag(database, *tag);
+  if (ok(result)) result = fill_tag(database, *tag);
+  if (!ok(result)) drop_member(database, tag);
+  return result;
+}
+
 Result join_index(Database& database, const VqIndexSpec& spec) {
   const IndexKind* const kind = kind_of_spec(spec.kind);
   if (kind == nullptr) return Result::ok;
   if (spec.name == nullptr) return Result::out_of_range;
   if (index::driver(kind->column).open == nullptr) return Result::no_driver;
   const std::size_t before = database.members.size();
+  database.file_order.clear();
   const Place member = add_member(database, database.members.end(), *kind);
   if (member == database.members.end()) return Result::no_memory;
   const Result result = kind->has_tags() ? join_multiple(database, spec, member)
@@ -228,6 +231,7 @@ Result join_index(Database& database, const VqIndexSpec& spec) {
 }
 
 Result reopen_member(Database& database, Member& member) {
+  database.file_order.clear();
   if (member.is_tag()) return activate_tag(database, member);
   const Result result = open_file(database, member.name.c_str(), member);
   if (ok(result)) mark_dates(member);

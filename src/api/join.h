@@ -2,7 +2,7 @@
 #ifndef VQDBSYS_API_JOIN_H_
 #define VQDBSYS_API_JOIN_H_
 
-#include <cstdint>
+#include <string_view>
 
 #include "api/database.h"
 #include "frame/result.h"
@@ -13,8 +13,14 @@ namespace vqdb::api {
 // Opens the index file of the specification, in the table's mode, and adds it behind the other
 // members; a multiple-index file brings its tags, or the one named behind a semicolon. A
 // specification of a kind that is no index file adds nothing. After a failure the group is what it
-// was. Details 6113 to 6115, 6121 to 6126.
+// was. Details 6113 to 6115, 6121 to 6128.
 Result join_index(Database& database, const VqIndexSpec& spec);
+
+// Whether the file has a member of this tag name, whatever the case.
+bool has_tag(const Database& database, const Member& file, std::string_view name);
+// Activates a tag of a file that is a member; it joins behind the file's other tags. After a
+// failure the group is what it was.
+Result join_tag(Database& database, MemberList::iterator file, std::string_view name);
 
 // Opens the file, or activates the tag, of a member that has been closed.
 Result reopen_member(Database& database, Member& member);

@@ -118,6 +118,9 @@ Result open(VqBlock& block, const OpenRequest& request, Database*& out, VqIndexS
   if ((request.options & (SpecWalk::kArray | SpecWalk::kChain)) == 0) {
     return fail(block, Result::not_allowed, kOpen.detail(1));
   }
+  if (!request.marked && is_marked(request.name)) {
+    return fail(block, Result::not_allowed, kOpen.detail(8));
+  }
   Database* const database = databases().open(&block);
   if (database == nullptr) return fail(block, Result::no_memory, kOpen.detail(3));
   Result result = Result::no_memory;
@@ -134,16 +137,21 @@ Result open(VqBlock& block, const OpenRequest& request, Database*& out, VqIndexS
   return Result::ok;
 }
 
+OpenRequest listed_request(const VqBlock& block, const char* name, ListedIndexes& indexes) {
+  return {.name = name,
+          .mode = 0,
+          .buffers = static_cast<std::int32_t>(block.table_access),
+          .options = SpecWalk::kChain,
+          .count = static_cast<std::int32_t>(indexes.size()),
+          .specs = indexes.empty() ? nullptr : &indexes.front().spec};
+}
+
 Result use(VqBlock& block, const char* name, std::uint32_t mode, Database*& out) {
   ListedIndexes indexes;
   const Result read = read_index_list(block, name, indexes);
   if (!ok(read)) return read;
-  const OpenRequest request = {.name = name,
-                               .mode = mode,
-                               .buffers = static_cast<std::int32_t>(block.table_access),
-                               .options = SpecWalk::kChain,
-                               .count = static_cast<std::int32_t>(indexes.size()),
-                               .specs = indexes.empty() ? nullptr : &indexes.front().spec};
+  OpenRequest request = listed_request(block, name, indexes);
+  request.mode = mode;
   VqIndexSpec* failed = nullptr;
   return open(block, request, out, failed);
 }

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "api/database.h"
+#include "api/index_list.h"
 #include "frame/result.h"
 #include "vqdbsys.h"
 
@@ -27,10 +28,14 @@ struct OpenRequest {
   std::uint32_t options;
   std::int32_t count;
   VqIndexSpec* specs;
+  bool marked = false;  // also a group whose list is marked
 };
 
+// The request for the indexes of a list.
+OpenRequest listed_request(const VqBlock& block, const char* name, ListedIndexes& indexes);
+
 // `failed` becomes the specification that could not be opened, else null. On failure nothing stays
-// open. Details 6111 to 6117, those of join.h, and those of the rooms below.
+// open. Details 6111 to 6118, those of join.h, and those of the rooms below.
 Result open(VqBlock& block, const OpenRequest& request, Database*& out, VqIndexSpec*& failed);
 
 // The same with the specifications of the index-list file. Details 6301 to 6312 as well.

@@ -4,9 +4,11 @@
 #include <cstring>
 #include <vector>
 
+#include "api/entered_files.h"
 #include "api/first_failure.h"
 #include "api/group.h"
 #include "api/index_kinds.h"
+#include "api/key_moves.h"
 #include "api/record_keys.h"
 #include "table/locks.h"
 #include "table/records.h"
@@ -18,16 +20,18 @@ constexpr Operation kAppend{620};
 constexpr Operation kUpdate{621};
 constexpr Operation kFlushMember{634};
 
-// A key change always runs inside the index's own refresh and release: in a shared mode nobody
-// else has brought the tree up to date, and in an exclusive one they cost nothing.
-constexpr bool kBracketed = true;
+// Inside the bracket of the record operation.
+constexpr bool kBracketed = false;
 
 using KeyBuffers = std::vector<KeyBuffer, PlatformAllocator<KeyBuffer>>;
 
+bool is_shared(const table::Table& table) {
+  return (table::open_mode_of(table) & open_mode::kShared) != 0;
+}
+
 // Whether changes go under locks: the table is shared, and its scheme has any.
 bool locks_changes(const table::Table& table) {
-  return (table::open_mode_of(table) & open_mode::kShared) != 0 &&
-         table::has_lock_operations(table);
+  return is_shared(table) && table::has_lock_operations(table);
 }
 
 bool is_read_only(const table::Table& table) {
@@ -60,13 +64,14 @@ class RecordLock {
   bool taken_ = false;
 };
 
-Result insert_keys(Database& database, const void* record, std::uint32_t recno, KeyBuffer& key) {
+// Inserts the keys of a record that the table has just taken.
+Result insert_keys(Database& database, const Byte* record, std::uint32_t recno, KeyBuffer& key) {
   VqBlock& block = database.owner_block();
   for (Member& member : database.members) {
     if (!member.carries_keys()) continue;
-    bool member_has_it = false;
-    Result result = belongs(block, member, record, member_has_it);
-    if (ok(result) && !member_has_it) continue;
+    bool has = false;
+    Result result = belongs(block, member, record, has);
+    if (ok(result) && !has) continue;
     if (ok(result)) result = build_key(block, member, record, key);
     if (!ok(result)) return result;
     if (member.driver().putkey == nullptr) return Result::no_driver;
@@ -77,76 +82,15 @@ Result insert_keys(Database& database, const void* record, std::uint32_t recno, 
   return Result::ok;
 }
 
-// One index's side of an update: the old key goes, the new one comes.
-Result move_key(VqBlock& block, Member& member, std::uint32_t recno, const Byte* old_record,
-                const Byte* new_record, KeyBuffer& old_key, KeyBuffer& new_key) {
-  bool had = false;
-  bool has = false;
-  Result result = belongs(block, member, old_record, had);
-  if (ok(result) && had) result = build_key(block, member, old_record, old_key);
-  if (ok(result)) result = belongs(block, member, new_record, has);
-  if (ok(result) && has) result = build_key(block, member, new_record, new_key);
-  if (!ok(result)) return result;
-  if (had && has && old_key.bytes == new_key.bytes) return Result::ok;
-
-  const index::Driver& driver = member.driver();
-  if (driver.rmkey == nullptr || driver.putkey == nullptr) return Result::no_driver;
-  if (had) {
-    result = driver.rmkey(*member.index, old_key.bytes.data(), recno, kBracketed);
-    if (!ok(result) && result != Result::not_found) return result;
-  }
-  return has ? driver.putkey(*member.index, new_key.bytes.data(), recno, kBracketed) : Result::ok;
-}
-
-Result update_with_keys(Database& database, std::uint32_t recno, const void* record) {
-  VqBlock& block = database.owner_block();
-  const std::size_t length = table::record_length(*database.table);
-  const bool incomplete = fields_only(block);
-  const platform::Bytes records = platform::allocate_bytes(incomplete ? 2 * length : length);
-  if (records == nullptr) return fail(block, Result::no_memory, kUpdate.detail(1));
-  KeyBuffers keys;
-  if (!has_memory([&] { keys.resize(2); })) {
-    return fail(block, Result::no_memory, kUpdate.detail(2));
-  }
-  Byte* const old_record = records.get();
-  const Result read = table::reread_whole_record(*database.table, recno, old_record);
-  if (!ok(read)) return read;
-  if (const Result result = table::update_record(*database.table, recno, record); !ok(result)) {
-    return result;
-  }
-  const auto* new_record = static_cast<const Byte*>(record);
-  if (incomplete) {
-    complete_record(record, length, old_record + length);
-    new_record = old_record + length;
-  }
-  for (Member& member : database.members) {
-    if (!member.carries_keys()) continue;
-    const Result result = move_key(block, member, recno, old_record, new_record, keys[0], keys[1]);
-    if (!ok(result)) return result;
-  }
-  return Result::ok;
-}
-
-}  // namespace
-
-Result append_record(Database& database, const void* record, std::uint32_t& recno) {
+// Appends under the append lock, which is held until the last key is in, so that no other appender
+// comes between record and keys. The table's own append finds the lock held and leaves it.
+template <typename InsertKeys>
+Result append_and_insert(Database& database, const void* record, std::uint32_t& recno,
+                         InsertKeys insert) {
   VqBlock& block = database.owner_block();
   table::Table& table = *database.table;
-  const bool with_keys = !database.members.empty();
-  const std::size_t length = table::record_length(table);
-  KeyBuffers key;
-  platform::Bytes whole;
-  if (with_keys) {
-    const bool complete = !fields_only(block);
-    if (!complete) whole = platform::allocate_bytes(length);
-    if ((!complete && whole == nullptr) || !has_memory([&] { key.resize(1); })) {
-      return fail(block, Result::no_memory, kAppend.detail(1));
-    }
-  }
-  // Held until the last key is in, so that no other appender comes between record and keys. The
-  // table's own append finds the lock held and leaves it.
-  const bool lock = with_keys && locks_changes(table) && !is_read_only(table) &&
-                    !table::holds_any_lock(table) && !table::holds_append_lock(table);
+  const bool lock =
+      locks_changes(table) && !table::holds_any_lock(table) && !table::holds_append_lock(table);
   if (lock) {
     block.record_number = -1;
     if (const Result result = table::lock_append(table); !ok(result)) return result;
@@ -155,34 +99,168 @@ Result append_record(Database& database, const void* record, std::uint32_t& recn
   failure.note(table::append_record(table, record));
   if (ok(failure.result())) {
     recno = static_cast<std::uint32_t>(block.record_number);
-    if (with_keys) {
-      if (whole != nullptr) complete_record(record, length, whole.get());
-      const void* const full = whole != nullptr ? whole.get() : record;
-      failure.note(insert_keys(database, full, recno, key.front()));
-    }
+    failure.note(insert());
   }
   if (lock) failure.note(table::unlock_append(table));
   return failure.result();
 }
 
-Result update_record(Database& database, std::uint32_t recno, const void* record) {
+// A change of one record and of the keys that it moves.
+class RecordChange {
+ public:
+  RecordChange(Database& database, std::uint32_t recno)
+      : database_(database), recno_(recno), files_(database) {}
+
+  // Details 6211 and 6212.
+  Result start();
+  Byte* old_record() { return records_.get(); }
+  Byte* new_record() { return records_.get() + table::record_length(*database_.table); }
+  // Reads the old record from the file.
+  Result read_old();
+  // With `flag_only` the new record differs in the deletion flag alone. `write` is the table's
+  // change.
+  template <typename Write>
+  Result finish(bool flag_only, Write write);
+
+ private:
+  Result move_keys();
+
+  Database& database_;
+  const std::uint32_t recno_;
+  platform::Bytes records_;
+  KeyMoves moves_;
+  EnteredFiles files_;
+};
+
+Result RecordChange::start() {
+  VqBlock& block = database_.owner_block();
+  records_ = platform::allocate_bytes(2 * std::size_t{table::record_length(*database_.table)});
+  if (records_ == nullptr) return fail(block, Result::no_memory, kUpdate.detail(1));
+  if (!has_memory([&] { moves_.reserve(database_.members.size()); })) {
+    return fail(block, Result::no_memory, kUpdate.detail(2));
+  }
+  return Result::ok;
+}
+
+Result RecordChange::read_old() {
+  // Where no lock keeps others from the record, the files do.
+  if (is_shared(*database_.table) && !locks_changes(*database_.table)) {
+    files_.want_all();
+    if (const Result result = files_.enter(); !ok(result)) return result;
+  }
+  return table::reread_whole_record(*database_.table, recno_, old_record());
+}
+
+template <typename Write>
+Result RecordChange::finish(bool flag_only, Write write) {
+  Result result = plan_moves(database_, old_record(), new_record(), flag_only, moves_);
+  if (result == Result::no_memory) {
+    result = fail(database_.block, result, kUpdate.detail(2));
+  }
+  if (ok(result)) {
+    for (const KeyMove& move : moves_) files_.want(*move.member);
+    result = files_.enter();
+  }
+  if (ok(result)) result = write();
+  if (ok(result)) result = move_keys();
+  return files_.leave_after(result);
+}
+
+Result RecordChange::move_keys() {
+  for (const KeyMove& move : moves_) {
+    const Result result = carry_out(database_.owner_block(), move, recno_);
+    if (!ok(result)) return result;
+  }
+  return Result::ok;
+}
+
+Result update_with_keys(Database& database, std::uint32_t recno, const void* record) {
+  RecordChange change(database, recno);
+  Result result = change.start();
+  if (ok(result)) result = change.read_old();
+  if (!ok(result)) return result;
+  const std::size_t length = table::record_length(*database.table);
+  if (fields_only(database.owner_block())) {
+    complete_record(record, length, change.new_record());
+  } else {
+    std::memcpy(change.new_record(), record, length);
+  }
+  return change.finish(false, [&] { return table::update_record(*database.table, recno, record); });
+}
+
+// Sets or clears the deletion mark; the members that read it follow.
+Result set_flag(Database& database, std::uint32_t recno, char flag,
+                Result (*write)(table::Table&, std::uint32_t)) {
+  table::Table& table = *database.table;
+  const bool moves_keys =
+      !is_read_only(table) && std::ranges::any_of(database.members, &Member::reads_flag);
+  if (!moves_keys) return write(table, recno);
+  RecordChange change(database, recno);
+  Result result = change.start();
+  if (ok(result)) result = change.read_old();
+  if (!ok(result)) return result;
+  std::memcpy(change.new_record(), change.old_record(), table::record_length(table));
+  *change.new_record() = static_cast<Byte>(flag);
+  return change.finish(true, [&] { return write(table, recno); });
+}
+
+// Changes a record under its lock.
+template <typename Change>
+Result under_lock(Database& database, std::uint32_t recno, Change change) {
   RecordLock lock(*database.table, recno);
   if (const Result result = lock.take(); !ok(result)) return result;
-  return lock.release_after(database.members.empty()
-                                ? table::update_record(*database.table, recno, record)
-                                : update_with_keys(database, recno, record));
+  // It may be one that others have appended since the count was taken.
+  Result result = Result::ok;
+  if (is_shared(*database.table) && recno > table::known_record_count(*database.table)) {
+    result = table::catch_up(*database.table);
+  }
+  return lock.release_after(ok(result) ? change() : result);
+}
+
+}  // namespace
+
+Result append_record(Database& database, const void* record, std::uint32_t& recno) {
+  VqBlock& block = database.owner_block();
+  table::Table& table = *database.table;
+  if (database.members.empty() || is_read_only(table)) {
+    const Result result = table::append_record(table, record);
+    if (ok(result)) recno = static_cast<std::uint32_t>(block.record_number);
+    return result;
+  }
+  const std::size_t length = table::record_length(table);
+  KeyBuffers key;
+  platform::Bytes whole;
+  const bool complete = !fields_only(block);
+  if (!complete) whole = platform::allocate_bytes(length);
+  if ((!complete && whole == nullptr) || !has_memory([&] { key.resize(1); })) {
+    return fail(block, Result::no_memory, kAppend.detail(1));
+  }
+  if (!complete) complete_record(record, length, whole.get());
+  const auto* const full = complete ? static_cast<const Byte*>(record) : whole.get();
+  EnteredFiles files(database);
+  files.want_all();
+  if (const Result result = files.enter(); !ok(result)) return result;
+  return files.leave_after(append_and_insert(
+      database, record, recno, [&] { return insert_keys(database, full, recno, key.front()); }));
+}
+
+Result update_record(Database& database, std::uint32_t recno, const void* record) {
+  return under_lock(database, recno, [&] {
+    return database.members.empty() || is_read_only(*database.table)
+               ? table::update_record(*database.table, recno, record)
+               : update_with_keys(database, recno, record);
+  });
 }
 
 Result delete_record(Database& database, std::uint32_t recno) {
-  RecordLock lock(*database.table, recno);
-  if (const Result result = lock.take(); !ok(result)) return result;
-  return lock.release_after(table::delete_record(*database.table, recno));
+  return under_lock(database, recno, [&] {
+    return set_flag(database, recno, table::kDeleted, table::delete_record);
+  });
 }
 
 Result recall_record(Database& database, std::uint32_t recno) {
-  RecordLock lock(*database.table, recno);
-  if (const Result result = lock.take(); !ok(result)) return result;
-  return lock.release_after(table::recall_record(*database.table, recno));
+  return under_lock(database, recno,
+                    [&] { return set_flag(database, recno, table::kLive, table::recall_record); });
 }
 
 Result flush_member(const VqMember& copy) {

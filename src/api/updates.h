@@ -1,5 +1,6 @@
-// Changes to the records of a database that keep every index member in step. Nothing is undone
-// after a failure: what was written stays.
+// Changes to the records of a database that keep every index member in step. An index file that
+// cannot be entered stops a change before anything is written. After any other failure nothing is
+// undone: what was written stays.
 #ifndef VQDBSYS_API_UPDATES_H_
 #define VQDBSYS_API_UPDATES_H_
 
@@ -17,7 +18,7 @@ Result append_record(Database& database, const void* record, std::uint32_t& recn
 // Rewrites the record, then moves the keys that changed. Details 6211 and 6212.
 Result update_record(Database& database, std::uint32_t recno, const void* record);
 
-// Set and clear the deletion mark; the keys stay.
+// Set and clear the deletion mark. The keys stay, but for those of members that read the mark.
 Result delete_record(Database& database, std::uint32_t recno);
 Result recall_record(Database& database, std::uint32_t recno);
 

@@ -9,6 +9,7 @@
 #include "api/memos.h"
 #include "api/navigation.h"
 #include "api/open.h"
+#include "api/pack.h"
 #include "api/queries.h"
 #include "api/updates.h"
 #include "exports/guard.h"
@@ -274,6 +275,11 @@ std::int32_t VQ_CALL DBmemomem(VqBlock* block, const char* name, std::int32_t* s
 std::int32_t VQ_CALL DBoptimize(VqBlock* block, const char* name) {
   if (any_null(block, name)) return kRange;
   return guarded([&] { return api::compact_memos(*block, name); });
+}
+
+std::int32_t VQ_CALL DBpack(VqBlock* block, const char* name) {
+  if (any_null(block, name)) return kRange;
+  return guarded([&] { return api::pack_database(*block, name); });
 }
 
 // The entry that the system of old called before it unloaded a library.

@@ -2,6 +2,7 @@
 
 #include "convert/dates.h"
 #include "expr/delivery.h"
+#include "expr/functions.h"
 
 namespace vqdb::expr {
 
@@ -71,6 +72,8 @@ Result Compiled::run(VqBlock& block, const char* record, std::uint32_t options, 
   }
   return deliver(run, program_.result(), {options, max, longest_}, buffer, length);
 }
+
+bool Compiled::reads_deletion_flag() const { return program_.runs(records::deleted); }
 
 void Compiled::read_date_literals(const VqBlock& block) {
   const std::uint32_t format = block.date_format;

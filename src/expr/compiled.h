@@ -21,6 +21,8 @@ class Compiled {
   // Compiles the words; details 6003 to 6006, and with a type check the refusal's own.
   Result compile(VqBlock& block, const Postfix& order, bool check_types, ResultShape& shape);
 
+  bool reads_deletion_flag() const;
+
   Result run(VqBlock& block, const char* record, std::uint32_t options, std::int32_t max,
              char* buffer, std::int32_t& length);
 

@@ -48,6 +48,10 @@ Result parse(VqBlock& block, const char* text, const Binding& binding, Expressio
 
 void free(Expression& expression) { expressions().close(&expression); }
 
+bool reads_deletion_flag(const Expression& expression) {
+  return expression.compiled.reads_deletion_flag();
+}
+
 Result run(VqBlock& block, Expression& expression, const void* record, std::uint32_t options,
            std::int32_t max, void* buffer, std::int32_t& length) {
   return expression.compiled.run(block, static_cast<const char*>(record), options, max,

@@ -42,6 +42,9 @@ inline constexpr std::uint32_t kOrderedKey2 = 0x200;  // the same
 inline constexpr std::uint32_t kTextKey = VQ_RUN_TEXT_KEY;
 }  // namespace run_option
 
+// Whether the value depends on the record's deletion flag.
+bool reads_deletion_flag(const Expression& expression);
+
 // The bytes of a key that a run with these options makes; 0 where only the run tells. A text whose
 // length is open counts as 254.
 std::int32_t key_length(const ResultShape& shape, std::uint32_t options);

@@ -3,6 +3,7 @@
 #ifndef VQDBSYS_EXPR_PROGRAM_H_
 #define VQDBSYS_EXPR_PROGRAM_H_
 
+#include <algorithm>
 #include <cstdint>
 #include <span>
 
@@ -42,6 +43,9 @@ class Program {
   // The value of the whole expression, in its place. REQUIRES that assemble refused nothing.
   const Value& result() const { return *result_; }
   bool reads_fields() const { return reads_fields_; }
+  bool runs(Handler handler) const {
+    return std::ranges::any_of(calls(), [=](const Call& call) { return call.run == handler; });
+  }
 
  private:
   friend class Assembler;

@@ -1,7 +1,9 @@
 // Pools of handles. A handle lives in a slab that is never unmapped, so that a null, foreign or
 // closed handle is told from a live one without touching memory that is not the library's. Closed
-// slots keep the block they were opened with, for the detail code of a late caller, and are reused
-// last. Opening and closing take a lock; looking a handle up takes none.
+// slots keep the block they were opened with, for the detail code of a late caller, and rest: an
+// address comes back only after kRestingSlots further handles of its kind have been closed, so that
+// a late call rarely meets somebody else's handle. Opening and closing take a lock; looking a
+// handle up takes none.
 #ifndef VQDBSYS_FRAME_HANDLE_POOL_H_
 #define VQDBSYS_FRAME_HANDLE_POOL_H_
 
@@ -20,6 +22,8 @@
 namespace vqdb {
 
 inline constexpr std::uint32_t kHandleSignature = 9786;
+// How many closed handles of a kind rest before the oldest address is used again.
+inline constexpr std::size_t kRestingSlots = 4096;
 
 // What every handle begins with.
 struct HandleHead {
@@ -70,16 +74,9 @@ class HandleSlots {
   void* take() {
     const SpinGuard guard(lock_);
     SlotHead* slot = nullptr;
-    if (slab_count_ == 0 || fresh_ == slots_in(slab_count_ - 1)) {
-      slot = first_closed_;
-      if (slot != nullptr) {
-        first_closed_ = slot->next;
-        if (first_closed_ == nullptr) last_closed_ = nullptr;
-      } else if (!grow()) {
-        return nullptr;
-      }
-    }
+    if (closed_count_ >= kRestingSlots || !has_fresh()) slot = oldest_closed();
     if (slot == nullptr) {
+      if (!has_fresh()) return nullptr;
       slot = reinterpret_cast<SlotHead*>(slabs_[slab_count_ - 1] + fresh_++ * slot_bytes_);
     }
     slot->open = true;
@@ -91,6 +88,7 @@ class HandleSlots {
     slot->next = nullptr;
     (last_closed_ != nullptr ? last_closed_->next : first_closed_) = slot;
     last_closed_ = slot;
+    ++closed_count_;
   }
 
  private:
@@ -98,6 +96,18 @@ class HandleSlots {
   static constexpr std::size_t kFirstSlab = 64;
 
   static std::size_t slots_in(std::size_t slab) { return kFirstSlab << slab; }
+
+  // Whether a slot is left that was never used, if need be in a new slab.
+  bool has_fresh() { return (slab_count_ != 0 && fresh_ < slots_in(slab_count_ - 1)) || grow(); }
+
+  SlotHead* oldest_closed() {
+    SlotHead* const slot = first_closed_;
+    if (slot == nullptr) return nullptr;
+    first_closed_ = slot->next;
+    if (first_closed_ == nullptr) last_closed_ = nullptr;
+    --closed_count_;
+    return slot;
+  }
 
   bool grow() {
     const std::size_t count = slab_count_;
@@ -117,6 +127,7 @@ class HandleSlots {
   std::size_t fresh_ = 0;
   SlotHead* first_closed_ = nullptr;
   SlotHead* last_closed_ = nullptr;
+  std::size_t closed_count_ = 0;
 };
 
 // T derives from HandleHead first. T's constructor takes what open() is given; it must not throw.

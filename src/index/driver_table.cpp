@@ -139,17 +139,24 @@ Result build(table::Table& table, const BuildRequest& request) {
 
 Result rebuild(table::Table& table, const char* name) { return rebuild_ndx(table, name); }
 
-Result build_tag(table::Table& table, const BuildRequest& request) {
+TagRequest tag_request(const BuildRequest& request) {
   const char* const name = request.tag != nullptr ? request.tag : "";
-  const TagRequest wanted = {name, request.key, nullptr, request.filter, request.options};
-  return build_mdx(table, request.name, wanted);
+  return {name, request.key, nullptr, request.filter, request.options};
+}
+
+Result build_tag(table::Table& table, const BuildRequest& request) {
+  return build_mdx(table, request.name, tag_request(request));
 }
 
 Result rebuild_tags(table::Table& table, const char* name) { return rebuild_mdx(table, name); }
 
-constexpr Builder kMdxBuilder = {build_tag, rebuild_tags};
-constexpr Builder kNdxBuilder = {build<0>, rebuild};
-constexpr Builder kNdx3Builder = {build<build_option::kNdx3>, rebuild};
+Result add_open_tag(Index& file, const BuildRequest& request) {
+  return add_tag(mdx(file), tag_request(request));
+}
+
+constexpr Builder kMdxBuilder = {build_tag, rebuild_tags, add_open_tag};
+constexpr Builder kNdxBuilder = {build<0>, rebuild, nullptr};
+constexpr Builder kNdx3Builder = {build<build_option::kNdx3>, rebuild, nullptr};
 
 constexpr Driver kEmpty = {};
 constexpr Bracket kEmptyBracket = {};

@@ -79,6 +79,8 @@ struct BuildRequest {
 struct Builder {
   Result (*build)(table::Table&, const BuildRequest&);
   Result (*rebuild)(table::Table&, const char* name);
+  // A tag more in a multiple-index file that is open; null for files of a single index.
+  Result (*add_tag)(Index& file, const BuildRequest&);
 };
 
 // The column's operations; a column beyond the table is an empty one.

@@ -48,6 +48,9 @@ Result remove_record(Table& table, std::uint32_t recno);
 Result flush(Table& table);
 // Flushes, then empties every buffer.
 Result clear_buffers(Table& table);
+// The same, and in a shared mode takes the count from the file: for work under the file's lock,
+// where what others did before it has to be seen. Details 423 and 424 as well.
+Result catch_up(Table& table);
 
 }  // namespace vqdb::table
 

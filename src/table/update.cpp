@@ -125,4 +125,9 @@ Result clear_buffers(Table& table) {
   return result;
 }
 
+Result catch_up(Table& table) {
+  const Result result = clear_buffers(table);
+  return ok(result) && table.is_shared() ? refresh_count(table) : result;
+}
+
 }  // namespace vqdb::table

@@ -41,6 +41,8 @@ class Building : public ::testing::Test {
   std::vector<Order> records_;
 };
 
+std::int32_t VQ_CALL cancel(void*, std::uint32_t, std::uint32_t) { return 1; }
+
 TEST_F(Building, new_indexes_join_the_group_and_its_list) {
   build_all();
   EXPECT_EQ(kOrderIndexes, value(table_member(database_).flags));
@@ -53,17 +55,29 @@ TEST_F(Building, new_indexes_join_the_group_and_its_list) {
   expect_in_step(database_, orders_, records_);
 }
 
-TEST_F(Building, a_shared_table_is_locked_meanwhile_only) {
-  ASSERT_EQ(0, lib.DBclose(database_));
-  ASSERT_EQ(0, lib.DBuse(&orders_.block, orders_.table().c_str(), 2, &database_));
-  build_all();
-  auto* const table = static_cast<VqTable*>(table_member(database_).handle);
-  EXPECT_EQ(0, lib.dDlkcnt(table));
-  append({"later", 7, 7});
-  expect_in_step(database_, orders_, records_);
-  EXPECT_EQ(VQ_E_NOT_ALLOWED, lib.DBreindex(database_));
-  EXPECT_EQ(6331, orders_.block.detail);
-  expect_in_step(database_, orders_, records_);
+TEST_F(Building, a_shared_table_is_locked_meanwhile_only_and_read_afresh) {
+  for (const std::uint32_t mode : {2U, 4U}) {
+    ASSERT_EQ(0, lib.DBclose(database_));
+    ASSERT_EQ(0, lib.DBopen(&orders_.block, orders_.table().c_str(), mode | 32, 4, 1, 0, nullptr,
+                            &database_, nullptr));
+    auto* const table = static_cast<VqTable*>(table_member(database_).handle);
+    std::string record(kOrderBytes, '\0');
+    ASSERT_EQ(0, lib.dDgetrec(table, 1, record.data()));
+    // Another user's changes behind what has been read.
+    VqTable* const other = lib.dDopen(&orders_.block, orders_.table().c_str(), mode, 1);
+    records_[0] = {"changed", static_cast<int>(mode), 3};
+    ASSERT_EQ(0, lib.dDupdrec(other, 1, record_of(records_[0]).data()));
+    records_.push_back({"added", 5, 5});
+    ASSERT_EQ(0, lib.dDapprec(other, record_of(records_.back()).data()));
+    ASSERT_EQ(0, lib.dDclose(other));
+    build_all();
+    EXPECT_EQ(0, lib.dDlkcnt(table));
+    append({"later", 7, 7});
+    ASSERT_EQ(0, lib.dDclearbuf(table));
+    expect_in_step(database_, orders_, records_);
+    EXPECT_EQ(VQ_E_NOT_ALLOWED, lib.DBreindex(database_));
+    EXPECT_EQ(6331, orders_.block.detail);
+  }
 }
 
 TEST_F(Building, refusals_leave_the_group_as_it_was) {
@@ -124,6 +138,58 @@ TEST_F(Building, rebuilt_indexes_follow_a_table_that_changed_without_them) {
   const VqMember dues = order_member(database_, orders_, 3);
   ASSERT_EQ(0, lib.DBkeytype(&dues, &type));
   EXPECT_EQ('D', type);
+}
+
+TEST_F(Building, copies_lead_to_their_own_member_or_to_none) {
+  build_all();
+  std::vector<VqMember> copies;
+  for (std::size_t i = 0; i < kOrderIndexes; ++i) {
+    copies.push_back(order_member(database_, orders_, i));
+  }
+  const auto expression = [](const VqMember& copy) {
+    std::array<char, 250> text = {};
+    const std::int32_t result = lib.DBexpr(&copy, text.data(), 250, nullptr);
+    return result == 0 ? std::string(text.data()) : std::to_string(result);
+  };
+  for (int i = 0; i < 25; ++i) ASSERT_EQ(0, lib.DBreindex(database_));
+  for (std::size_t i = 0; i < kOrderIndexes; ++i) {
+    EXPECT_EQ(kOrderIndex[i].expression, expression(copies[i]));
+  }
+  const VqMember table = table_member(database_);
+  std::string record(kOrderBytes, '\0');
+  std::uint32_t recno = 0;
+  for (int i = 0; i < 150; ++i) {
+    ASSERT_EQ(0, lib.DBclose(database_));
+    ASSERT_EQ(0, lib.DBuse(&orders_.block, orders_.table().c_str(), 0, &database_));
+    ASSERT_EQ("-10", expression(copies[0])) << i;
+    ASSERT_EQ(VQ_E_BAD_HANDLE, lib.DBnextrec(&table, record.data(), &recno, nullptr)) << i;
+  }
+}
+
+TEST_F(Building, packing_drops_deleted_records_and_builds_the_indexes_again) {
+  build_all();
+  std::vector<Order> kept;
+  for (std::uint32_t n = 1; n <= records_.size(); ++n) {
+    if (n % 3 != 0) {
+      kept.push_back(records_[n - 1]);
+    } else {
+      ASSERT_EQ(0, lib.DBdelrec(database_, n));
+      records_[n - 1].deleted = true;
+    }
+  }
+  ASSERT_EQ(0, lib.DBclose(database_));
+  const std::string list = read_file(orders_.file("ORDERS.DD"));
+  lib.dUsetprog(&orders_.block, cancel, nullptr);
+  EXPECT_EQ(VQ_E_CANCELLED, lib.DBpack(&orders_.block, orders_.table().c_str()));
+  lib.dUsetprog(&orders_.block, nullptr, nullptr);
+  EXPECT_EQ(list, read_file(orders_.file("ORDERS.DD")));
+  ASSERT_EQ(0, lib.DBuse(&orders_.block, orders_.table().c_str(), 0, &database_));
+  expect_in_step(database_, orders_, records_);
+  ASSERT_EQ(0, lib.DBclose(database_));
+  ASSERT_EQ(0, lib.DBpack(&orders_.block, orders_.table().c_str())) << orders_.block.detail;
+  EXPECT_EQ(list, read_file(orders_.file("ORDERS.DD")));
+  ASSERT_EQ(0, lib.DBuse(&orders_.block, orders_.table().c_str(), 0, &database_));
+  expect_in_step(database_, orders_, kept);
 }
 
 TEST_F(Building, a_position_can_be_set_without_reading) {

@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/exports.h"
+#include "support/ndx_checker.h"
 #include "support/orders.h"
 
 namespace vqdb::testing {
@@ -41,6 +44,92 @@ TEST(Updates, a_key_that_a_unique_index_holds_is_forgiven_to_appends_only) {
   // The record without a key can be changed: a key that is not there is no failure.
   EXPECT_EQ(0, lib.DBupdrec(database, 2, record_of({"cid", 2, 1}).data()));
   EXPECT_EQ(0, lib.DBclose(database));
+}
+
+// NAMES, a unique index on the amount and MIXED, in this order.
+VqDatabase* open_with_unique_amounts(Orders& orders, std::array<VqIndexSpec, 3>& specs,
+                                     const std::string& unique) {
+  orders.create();
+  EXPECT_EQ(0, lib.dNcreat(&orders.block, unique.c_str(), "AMOUNT", "NU"));
+  specs = {orders.specs[0], VqIndexSpec{64, unique.c_str(), 10, nullptr}, orders.specs[2]};
+  VqDatabase* database = nullptr;
+  EXPECT_EQ(0, lib.DBopen(&orders.block, orders.table().c_str(), 2, 4, 1, 3, specs.data(),
+                          &database, nullptr));
+  return database;
+}
+
+TEST(Updates, the_former_contents_repair_an_update_that_a_unique_index_refused) {
+  Orders orders;
+  const std::string unique = orders.file("UNIQUE");
+  std::array<VqIndexSpec, 3> specs;
+  VqDatabase* const database = open_with_unique_amounts(orders, specs, unique);
+  const Order ann = {"ann", 1, 1};
+  const Order bob = {"bob", 2, 2};
+  std::uint32_t recno = 0;
+  ASSERT_EQ(0, append(database, ann, recno));
+  ASSERT_EQ(0, append(database, bob, recno));
+  EXPECT_EQ(VQ_E_INDEX_PAGE, lib.DBupdrec(database, 2, record_of({"cid", 1, 3}).data()));
+  ASSERT_EQ(0, lib.DBupdrec(database, 2, record_of(bob).data()));
+  const Order dan = {"dan", 4, 4};
+  ASSERT_EQ(0, lib.DBupdrec(database, 2, record_of(dan).data()));
+  ASSERT_EQ(0, lib.DBclose(database));
+  for (const auto& [file, index] :
+       {std::pair{"NAMES.NDX", 0U}, std::pair{"UNIQUE.NDX", 1U}, std::pair{"MIXED.NDX", 2U}}) {
+    const OrderIndex& like = kOrderIndex[index];
+    const std::vector<NdxEntry> expected = {{like.bytes_of(like.key_of(ann)), 1},
+                                            {like.bytes_of(like.key_of(dan)), 2}};
+    EXPECT_EQ(expected, read_ndx(orders.file(file)).entries) << file;
+  }
+}
+
+TEST(Updates, a_damaged_tree_is_no_duplicate) {
+  Orders orders;
+  orders.create();
+  VqDatabase* const database = orders.open(2);
+  std::uint32_t recno = 0;
+  ASSERT_EQ(0, append(database, {"ann", 1, 1}, recno));
+  write_bytes(orders.file("NAMES.NDX"), 512, "\xFF\xFF");
+  EXPECT_EQ(VQ_E_INDEX_PAGE, append(database, {"bob", 2, 1}, recno));
+  EXPECT_EQ(0, lib.DBclose(database));
+}
+
+TEST(Updates, deleting_and_recalling_move_keys_that_read_the_mark) {
+  for (const std::uint32_t mode : {0U, 2U, 4U}) {
+    Orders orders;
+    orders.create();
+    const std::string file = orders.file("ALIVE");
+    ASSERT_EQ(0, lib.dNcreat(&orders.block, file.c_str(), "IIF(DELETED(),'D','L')+NAME", "C13"));
+    std::array specs = {orders.specs[0], VqIndexSpec{64, file.c_str(), 10, nullptr}};
+    VqDatabase* database = nullptr;
+    ASSERT_EQ(0, lib.DBopen(&orders.block, orders.table().c_str(), mode, 4, 1, 2, specs.data(),
+                            &database, nullptr));
+    std::uint32_t recno = 0;
+    ASSERT_EQ(0, append(database, {"ann", 1, 1}, recno));
+    const auto keys = [&] {
+      EXPECT_EQ(0, lib.DBflush(database));
+      std::vector<std::string> first_letters;
+      for (const NdxEntry& entry : read_ndx(file + ".NDX").entries) {
+        first_letters.push_back(entry.first.substr(0, 2));
+      }
+      return first_letters;
+    };
+    EXPECT_EQ(std::vector<std::string>{"La"}, keys());
+    for (int twice = 0; twice < 2; ++twice) {
+      ASSERT_EQ(0, lib.DBdelrec(database, 1)) << orders.block.detail;
+      EXPECT_EQ(std::vector<std::string>{"Da"}, keys());
+    }
+    ASSERT_EQ(0, lib.DBupdrec(database, 1, record_of({"bob", 1, 1, false, true}).data()));
+    EXPECT_EQ(std::vector<std::string>{"Db"}, keys());
+    orders.block.runtime_flags = 1;
+    ASSERT_EQ(0, lib.DBupdrec(database, 1, record_of({"bob", 1, 1}).data() + 1));
+    EXPECT_EQ(std::vector<std::string>{"Lb"}, keys());
+    ASSERT_EQ(0, lib.DBdelrec(database, 1));
+    EXPECT_EQ(std::vector<std::string>{"Db"}, keys());
+    ASSERT_EQ(0, lib.DBrclrec(database, 1));
+    EXPECT_EQ(std::vector<std::string>{"Lb"}, keys());
+    EXPECT_EQ(1U, read_ndx(orders.file("NAMES.NDX")).entries.size());
+    EXPECT_EQ(0, lib.DBclose(database));
+  }
 }
 
 TEST(Updates, an_update_that_changes_no_key_writes_no_index) {
@@ -120,7 +209,13 @@ TEST(Updates, a_failing_key_leaves_the_record_and_the_keys_before_it) {
     while (lib.DBnextrec(&member, record.data(), &number, key) == 0) ++entries.back();
   }
   EXPECT_EQ((std::vector<int>{2, 1, 1}), entries);
-  EXPECT_EQ(0, lib.DBclose(database));
+
+  // The key that could not be made does not stop the update that corrects it.
+  ASSERT_EQ(0, lib.DBupdrec(database, 2, record_of({"bob", 4, 1}).data()));
+  ASSERT_EQ(0, lib.DBclose(database));
+  for (const char* const file : {"NAMES.NDX", "QUOTIENT.NDX", "AMOUNTS.NDX"}) {
+    EXPECT_EQ(2U, read_ndx(orders.file(file)).entries.size()) << file;
+  }
 }
 
 TEST(Updates, refusals_of_the_table_come_through_and_change_no_index) {

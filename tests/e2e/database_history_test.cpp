@@ -1,5 +1,6 @@
 // Random histories of a database against a model: whatever is appended, changed and deleted, in
-// every open mode, the table and all of its indexes say the same.
+// every open mode and in shared ones by three handles in turn, the table and all of its indexes say
+// the same.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -17,16 +18,20 @@ namespace {
 constexpr int kSteps = 1200;
 constexpr int kStepsBetweenChecks = 300;
 
-class History : public ::testing::TestWithParam<std::tuple<std::uint32_t, bool>> {
+class History : public ::testing::TestWithParam<std::tuple<std::uint32_t, std::uint16_t>> {
  protected:
   void SetUp() override {
     orders_.create();
-    database_ = orders_.open(mode());
-    ASSERT_NE(nullptr, database_);
+    handles_.push_back(orders_.open(mode()));
+    while (mode() != 0 && handles_.size() < 3) handles_.push_back(orders_.open(mode()));
+    for (VqDatabase* const handle : handles_) ASSERT_NE(nullptr, handle);
   }
 
   std::uint32_t mode() const { return std::get<0>(GetParam()); }
-  bool fields_only() const { return std::get<1>(GetParam()); }
+  std::uint16_t flags() const { return std::get<1>(GetParam()); }
+  bool fields_only() const { return (flags() & 1) != 0; }
+  // Whether reads may show what a record was before another handle changed it.
+  bool reads_old() const { return mode() == 4 || (mode() == 2 && (flags() & 2) != 0); }
 
   std::uint32_t pick(std::size_t count) { return static_cast<std::uint32_t>(random_() % count); }
 
@@ -77,7 +82,9 @@ class History : public ::testing::TestWithParam<std::tuple<std::uint32_t, bool>>
   void set_deleted(std::uint32_t recno, bool deleted) {
     ASSERT_EQ(0, deleted ? lib.DBdelrec(database_, recno) : lib.DBrclrec(database_, recno));
     records_[recno - 1].deleted = deleted;
-    ASSERT_EQ(deleted ? '*' : ' ', lib.DBrecsta(database_, recno));
+    if (!reads_old()) {
+      ASSERT_EQ(deleted ? '*' : ' ', lib.DBrecsta(database_, recno));
+    }
   }
 
   // Looks a key up that is there, or not, and compares with what the model says.
@@ -94,40 +101,53 @@ class History : public ::testing::TestWithParam<std::tuple<std::uint32_t, bool>>
     const VqMember member = order_member(database_, orders_, i);
     std::string record(kOrderBytes, '\0');
     std::uint32_t recno = 0;
-    const std::int32_t result =
-        lib.DBgetrec(&member, index.bytes_of(key).data(), record.data(), &recno);
+    const std::string bytes = index.bytes_of(key);
+    const std::int32_t result = reads_old()
+                                    ? lib.DBsetrec(&member, bytes.data(), &recno)
+                                    : lib.DBgetrec(&member, bytes.data(), record.data(), &recno);
     ASSERT_EQ(next != nullptr && *next == key ? 0 : VQ_E_NOT_FOUND, result);
     ASSERT_EQ(next == nullptr, recno == 0) << index.file;
     if (next == nullptr) return;
     ASSERT_EQ(*next, keys[recno - 1]) << index.file;
+    if (reads_old()) return;
     ASSERT_EQ(record_of(records_[recno - 1]).substr(fields_only() ? 1 : 0),
               record.substr(0, kOrderBytes - (fields_only() ? 1 : 0)));
   }
 
   void reopen() {
     ASSERT_EQ(0, lib.DBclose(database_));
-    ASSERT_EQ(0, lib.DBuse(&orders_.block, orders_.table().c_str(), mode(), &database_))
+    ASSERT_EQ(0, lib.DBuse(&orders_.block, orders_.table().c_str(), mode(), &handles_[turn_]))
         << orders_.block.detail;
-    set_flags();
   }
 
+  // Through a handle that has read nothing yet where several write.
   void check() {
     orders_.block.runtime_flags = 0;
-    expect_in_step(database_, orders_, records_);
-    set_flags();
+    VqDatabase* const reader = mode() == 0 ? database_ : orders_.open(mode());
+    expect_in_step(reader, orders_, records_);
+    if (mode() != 0) {
+      ASSERT_EQ(0, lib.DBclose(reader));
+    }
+    orders_.block.runtime_flags = flags();
   }
 
-  void set_flags() { orders_.block.runtime_flags = fields_only() ? 1 : 0; }
+  void take_turn() {
+    turn_ = pick(handles_.size());
+    database_ = handles_[turn_];
+  }
 
   Orders orders_;
-  VqDatabase* database_ = nullptr;
+  std::vector<VqDatabase*> handles_;
+  std::size_t turn_ = 0;
+  VqDatabase* database_ = nullptr;  // of the handle whose turn it is
   std::vector<Order> records_;
   std::mt19937 random_{20};
 };
 
 TEST_P(History, keeps_table_and_indexes_in_step) {
-  set_flags();
+  orders_.block.runtime_flags = flags();
   for (int step = 1; step <= kSteps && !HasFatalFailure(); ++step) {
+    take_turn();
     const std::uint32_t choice = pick(100);
     const std::uint32_t recno = records_.empty() ? 0 : 1 + pick(records_.size());
     if (choice < 45 || recno == 0) {
@@ -143,12 +163,16 @@ TEST_P(History, keeps_table_and_indexes_in_step) {
     }
     if (step % kStepsBetweenChecks == 0 && !HasFatalFailure()) check();
   }
-  ASSERT_EQ(0, lib.DBflush(database_));
-  EXPECT_EQ(0, lib.DBclose(database_));
+  for (VqDatabase* const handle : handles_) {
+    ASSERT_EQ(0, lib.DBflush(handle));
+    EXPECT_EQ(0, lib.DBclose(handle));
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(modes, History,
-                         ::testing::Combine(::testing::Values(0U, 2U, 4U), ::testing::Bool()));
+                         ::testing::Values(std::tuple{0U, std::uint16_t{0}}, std::tuple{0U, 1},
+                                           std::tuple{2U, 0}, std::tuple{2U, 2}, std::tuple{2U, 1},
+                                           std::tuple{4U, 0}, std::tuple{4U, 1}));
 
 }  // namespace
 }  // namespace vqdb::testing

@@ -124,6 +124,41 @@ INSTANTIATE_TEST_SUITE_P(changes, FailingChange,
                                            Change{"update_shared_full", 4, true, false}),
                          [](const auto& test) { return test.param.name; });
 
+// A lock that is refused stops a change before anything is written, and the change can be repeated.
+TEST(RefusedLock, leaves_everything_as_it_was) {
+  for (const bool appends : {true, false}) {
+    Orders orders;
+    orders.create();
+    VqDatabase* const database = orders.open(2);
+    std::vector<Order> records = {{"ann", 1, 1}, {"bob", 2, 2}};
+    std::uint32_t recno = 0;
+    for (const Order& order : records) {
+      ASSERT_EQ(0, lib.DBapprec(database, record_of(order).data(), &recno));
+    }
+    std::size_t refusals = 0;
+    bool struck = true;
+    for (int n = 1; struck; ++n) {
+      const Order order = {"c" + std::to_string(n), n, 1 + n};
+      const std::string record = record_of(order);
+      std::int32_t result = 0;
+      {
+        const FaultPlan plan(static_cast<std::uint64_t>(n), Verdict::fail,
+                             [](Call call) { return call == Call::lock; });
+        result = appends ? lib.DBapprec(database, record.data(), &recno)
+                         : lib.DBupdrec(database, 2, record.data());
+        struck = plan.struck();
+      }
+      // A question about a lock may go unanswered and the lock still be had.
+      if (result != 0) ++refusals;
+      if (result == 0 && !appends) records[1] = order;
+      if (result == 0 && appends) records.push_back(order);
+      expect_in_step(database, orders, records);
+    }
+    EXPECT_GE(refusals, 1 + kOrderIndexes) << "the record's or append lock, and one for each index";
+    EXPECT_EQ(0, lib.DBclose(database));
+  }
+}
+
 // Opens until nothing fails any more; gives the detail codes of the refusals.
 template <typename Open>
 std::set<std::int32_t> refusals(VqBlock& block, const std::vector<std::string>& files, Open open) {
