@@ -1133,6 +1133,17 @@ int32_t VQ_CALL DBmemomem(VqBlock* block, const char* name, int32_t* size);
  * right memos; see dToptimize. */
 int32_t VQ_CALL DBoptimize(VqBlock* block, const char* name);
 
+/* ---- vq: about the library itself --------------------------------------------------------------
+ */
+
+/* The library's version, such as "6.0.0". */
+const char* VQ_CALL vqVersion(void);
+/* The words for a result code, such as "not found" for -5, and for a detail code, such as "no such
+ * file" for 10421; an empty text for a detail without words. Both lie in the library and stay
+ * there. docs/errors.md is the table of them all. */
+const char* VQ_CALL vqErrorText(int32_t result);
+const char* VQ_CALL vqDetailText(int32_t detail);
+
 /* The shut-down entry of old systems; does nothing and returns 1. */
 int32_t VQ_CALL WEP(int32_t reason);
 

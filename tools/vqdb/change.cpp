@@ -1,0 +1,148 @@
+#include "change.h"
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+#include "file_names.h"
+#include "memo_file.h"
+#include "stop.h"
+#include "table.h"
+
+namespace tool {
+namespace {
+
+constexpr std::uint32_t kShared = 4;
+constexpr int kBuffers = 64;
+constexpr std::uint32_t kNdx = 64;
+constexpr std::uint32_t kNdx3 = 128;
+constexpr std::uint32_t kPagesOfAnIndex = 1000;
+// Of DBopen: keep the index list as it is, and go on without a missing memo file.
+constexpr std::uint32_t kChainOfSpecs = 2;
+constexpr std::uint32_t kKeepIndexList = 32;
+constexpr std::uint32_t kWithoutMemo = 64 + 128;
+constexpr std::uint32_t kLastSchemeWithLocks = 3;
+constexpr std::uint32_t kSortWorkspace = 4096;  // of 16384 bytes
+constexpr auto kPatience = std::chrono::seconds(3);
+constexpr auto kPause = std::chrono::milliseconds(20);
+
+bool is_busy(int32_t result) {
+  return result == VQ_E_LOCKED || result == VQ_E_FILE_LOCKED || result == VQ_E_LOCK_REFUSED;
+}
+
+// Asks again for some seconds while somebody else has the lock.
+template <typename Lock>
+int32_t patiently(Lock lock) {
+  const auto end = std::chrono::steady_clock::now() + kPatience;
+  int32_t result = lock();
+  while (is_busy(result) && std::chrono::steady_clock::now() < end) {
+    std::this_thread::sleep_for(kPause);
+    result = lock();
+  }
+  return result;
+}
+
+}  // namespace
+
+std::unique_ptr<VqBlock> working_block(const Header& header) {
+  auto block = std::make_unique<VqBlock>();
+  require(*block, DBinit(block.get(), dialect_of(header)), "DBinit");
+  if (block->index_kind > kLastSchemeWithLocks) dUsetnet(block.get(), 0);
+  block->page_count_setting = kSortWorkspace;
+  return block;
+}
+
+Change::Change(const std::string& table, const std::vector<std::string>& indexes)
+    : path_(find_table(table)),
+      memo_name_(split_at_semicolon(table).second),
+      header_(read_header(path_)),
+      group_(index_group_of(path_, header_, indexes)),
+      lock_block_(working_block(header_)),
+      block_(working_block(header_)) {
+  for (const IndexFile& file : group_) {
+    if (!file.is_there) {
+      stop_failed("{}: the index belongs to {} but is missing; a change would leave it behind",
+                  file.path, path_);
+    }
+  }
+  try {
+    lock_table();
+    lock_indexes();
+    open();
+  } catch (...) {
+    close();
+    release();
+    throw;
+  }
+}
+
+Change::~Change() {
+  close();
+  for (FileBackup& backup : backups_) backup.restore();
+  release();
+}
+
+void Change::lock_table() {
+  lock_ = dDopen(lock_block_.get(), path_.c_str(), kShared, 1);
+  if (lock_ == nullptr) stop_unopened(*lock_block_, path_);
+  require(*lock_block_, patiently([&] { return dDlkfil(lock_); }), path_);
+}
+
+// Others who read along wait while the indexes are rewritten.
+void Change::lock_indexes() {
+  for (const IndexFile& file : group_) {
+    if (file.kind != kNdx && file.kind != kNdx3) continue;
+    VqIndex* const index = dNopen(lock_, file.path.c_str(), kShared, 4);
+    if (index == nullptr) stop_unopened(*lock_block_, file.path);
+    index_locks_.push_back(index);
+    require(*lock_block_, patiently([&] { return dNlkfil(index); }), file.path);
+  }
+}
+
+void Change::open() {
+  std::vector<VqIndexSpec> specs(group_.size());
+  for (std::size_t i = 0; i < specs.size(); ++i) {
+    specs[i] = {group_[i].kind, group_[i].path.c_str(), kPagesOfAnIndex,
+                i + 1 < specs.size() ? &specs[i + 1] : nullptr};
+  }
+  memo_path_ = memo_path_of(path_, header_.version, memo_name_);
+  const std::string name = path_ + ";" + memo_path_;
+  VqIndexSpec* failed = nullptr;
+  const int32_t result =
+      DBopen(block_.get(), name.c_str(), kKeepIndexList | kWithoutMemo, kBuffers, kChainOfSpecs,
+             static_cast<int32_t>(specs.size()), specs.data(), &database_, &failed);
+  require(*block_, result, failed != nullptr ? failed->name : path_);
+  VqMember member;
+  require(*block_, GRPmember(database_, 1, nullptr, nullptr, &member), path_);
+  table_ = static_cast<VqTable*>(member.handle);
+  if (GRPmember(database_, 2, nullptr, nullptr, &member) == VQ_OK) {
+    memo_ = static_cast<VqMemo*>(member.handle);
+  }
+}
+
+void Change::back_up() {
+  if (!backups_.empty()) return;
+  require(*block_, DBflush(database_), path_);
+  backups_.emplace_back(path_);
+  if (memo_ != nullptr) backups_.emplace_back(memo_path_);
+  for (const IndexFile& file : group_) backups_.emplace_back(file.path);
+}
+
+void Change::commit() {
+  VqDatabase* const database = std::exchange(database_, nullptr);
+  const int32_t result = DBclose(database);
+  require(*block_, result, path_);
+  for (FileBackup& backup : backups_) backup.forget();
+}
+
+void Change::close() {
+  if (database_ != nullptr) DBclose(std::exchange(database_, nullptr));
+}
+
+void Change::release() {
+  for (VqIndex* const index : index_locks_) dNclose(index);
+  index_locks_.clear();
+  if (lock_ != nullptr) dDclose(std::exchange(lock_, nullptr));
+}
+
+}  // namespace tool

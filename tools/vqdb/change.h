@@ -1,0 +1,70 @@
+// A change of an existing table with its memo file and every index of its group, while nobody else
+// changes them: all of it, or nothing.
+#ifndef VQDB_CHANGE_H_
+#define VQDB_CHANGE_H_
+
+#include <vqdbsys.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "file_backup.h"
+#include "header.h"
+#include "index_group.h"
+
+namespace tool {
+
+class Change {
+ public:
+  // Opens the table and its group and keeps others from changing them. Ends the command when
+  // somebody else is at it, or when a part of the group is missing or cannot be kept in step.
+  Change(const std::string& table, const std::vector<std::string>& indexes);
+  // Without commit() what was backed up is put back.
+  ~Change();
+  Change(const Change&) = delete;
+  Change& operator=(const Change&) = delete;
+
+  const std::string& path() const { return path_; }
+  VqBlock& block() const { return *block_; }
+  VqDatabase* database() const { return database_; }
+  VqTable* table() const { return table_; }
+  VqMemo* memo() const { return memo_; }
+  const std::vector<IndexFile>& group() const { return group_; }
+
+  // To be called before the first of several steps.
+  void back_up();
+  // Writes everything out and closes it.
+  void commit();
+
+ private:
+  void lock_table();
+  void lock_indexes();
+  void open();
+  void close();
+  void release();
+
+  std::string path_;
+  std::string memo_name_;
+  std::string memo_path_;
+  Header header_;
+  std::vector<IndexFile> group_;
+  // The handles that hold the locks, and those that work.
+  std::unique_ptr<VqBlock> lock_block_;
+  VqTable* lock_ = nullptr;
+  std::vector<VqIndex*> index_locks_;
+  std::unique_ptr<VqBlock> block_;
+  VqDatabase* database_ = nullptr;
+  VqTable* table_ = nullptr;
+  VqMemo* memo_ = nullptr;
+  std::vector<FileBackup> backups_;
+};
+
+// A block for work on a table of this header: its dialect, room for long work, and locks even where
+// the dialect names none.
+std::unique_ptr<VqBlock> working_block(const Header& header);
+
+}  // namespace tool
+
+#endif  // VQDB_CHANGE_H_

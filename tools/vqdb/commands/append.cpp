@@ -1,0 +1,58 @@
+#include "assignments.h"
+#include "change.h"
+#include "commands/command.h"
+#include "field_writer.h"
+#include "table.h"
+
+namespace tool {
+namespace {
+
+struct Options {
+  std::string table;
+  std::vector<std::string> values;
+  std::vector<std::string> indexes;
+  bool cut = false;
+  TextOptions texts;
+};
+
+Exit run(const Options& options) {
+  const Table reader(options.table, options.texts);
+  const std::vector<Assignment> assignments = parse_assignments(reader, options.values);
+  Change change(options.table, options.indexes);
+  if (writes_memo(assignments)) change.back_up();
+  FieldWriter writer(reader.encoding(), options.cut, change.memo(),
+                     is_dbase3(reader.header()), &change.block());
+  std::string record(reader.record_length(), ' ');
+  for (const Assignment& assignment : assignments) {
+    try {
+      writer.put(assignment.field, assignment.text, record.data());
+    } catch (const Misfit& misfit) {
+      stop_failed("{}: field {}: {}", reader.path(), assignment.field.name, misfit.why);
+    }
+  }
+  std::uint32_t recno = 0;
+  require(change.block(), DBapprec(change.database(), record.data(), &recno), reader.path());
+  change.commit();
+  fmt::print("{}: record {} appended{}\n", reader.path(), recno, cuts_text(writer.cuts()));
+  return Exit::done;
+}
+
+}  // namespace
+
+void add_append(CLI::App& app, Action& action) {
+  auto options = std::make_shared<Options>();
+  CLI::App& command = add_command(app, action, "append", "Append a record", options, run);
+  command.add_option("TABLE", options->table, "The table")->required();
+  command.add_option("FIELD=VALUE", options->values, "Its values; fields not named are blank")
+      ->required();
+  add_change_options(command, options->indexes, options->cut);
+  add_text_options(command, options->texts);
+  command.footer(
+      "Dates are written 2024-01-31, logical values true or false. A value that does not fit its\n"
+      "field is refused.\n\n"
+      "Examples:\n"
+      "  vqdb append towns NAME=Porto PEOPLE=231800 FOUNDED=1123-01-01 CAPITAL=false\n"
+      "  vqdb append towns NAME='Villa Real' NOTES='On the border.'");
+}
+
+}  // namespace tool

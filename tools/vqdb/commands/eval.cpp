@@ -1,0 +1,53 @@
+#include <optional>
+
+#include "commands/command.h"
+#include "expression.h"
+#include "table.h"
+
+namespace tool {
+namespace {
+
+struct Options {
+  std::string expression;
+  std::string table;
+  std::uint32_t record = 1;
+  TextOptions texts;
+};
+
+Exit run(const Options& options) {
+  std::optional<Table> table;
+  std::string record;
+  if (!options.table.empty()) {
+    table.emplace(options.table, options.texts);
+    record.assign(table->record_length(), ' ');
+    if (table->record_count() > 0 || options.record != 1) {
+      table->read(options.record, record.data());
+    }
+  }
+  Expression expression(options.expression, table ? &*table : nullptr);
+  fmt::print("{}\n", show(expression.run(table ? record.data() : nullptr)));
+  return Exit::done;
+}
+
+}  // namespace
+
+void add_eval(CLI::App& app, Action& action) {
+  auto options = std::make_shared<Options>();
+  CLI::App& command =
+      add_command(app, action, "eval", "Print the value of an expression", options, run);
+  command.add_option("EXPR", options->expression, "The expression")->required();
+  CLI::Option* const table =
+      command.add_option("--table", options->table, "The table whose fields it may use")
+          ->type_name("FILE");
+  command.add_option("--record", options->record, "The record to read them from; else the first")
+      ->type_name("N")
+      ->needs(table);
+  add_text_options(command, options->texts);
+  command.footer(
+      "Examples:\n"
+      "  vqdb eval 'DATE() - CTOD(\"01/31/24\")'\n"
+      "  vqdb eval 'TRIM(NAME_LONG) + \", \" + CONTINENT' --table world.dbf --record 43\n"
+      "  vqdb eval -- '-2 ** 2'");
+}
+
+}  // namespace tool

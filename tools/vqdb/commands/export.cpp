@@ -1,0 +1,87 @@
+#include <array>
+
+#include "commands/command.h"
+#include "file_names.h"
+#include "output.h"
+#include "row_format.h"
+#include "selection.h"
+
+namespace tool {
+namespace {
+
+struct Options {
+  std::string table;
+  std::string format;
+  std::string output;
+  std::string sql_name;
+  bool crlf = false;
+  bool strict = false;
+  Selection selection;
+  TextOptions texts;
+};
+
+std::unique_ptr<RowFormat> format_of(const std::string& name, const RowShape& shape) {
+  if (name == "csv") return csv_format(shape);
+  if (name == "json") return json_format(shape);
+  if (name == "jsonl") return json_lines_format(shape);
+  return sql_format(shape);
+}
+
+Exit run(const Options& options) {
+  const Table table(options.table, options.texts);
+  Warnings warnings(options.strict);
+  Progress progress("exporting", options.output.empty() || options.output == "-");
+  const std::vector<std::size_t> fields = field_numbers(table, options.selection.fields);
+  RowShape shape = shape_of(table, fields, options.selection.deleted);
+  shape.crlf = options.crlf;
+  if (!options.sql_name.empty()) shape.table = options.sql_name;
+  RecordReader reader(table, options.texts, warnings);
+  Walk walk(table, options.selection, warnings, progress);
+  const auto format = format_of(options.format, shape);
+  Output output(options.output);
+  format->begin(output.buffer());
+  std::vector<Value> values;
+  while (walk.next()) {
+    reader.read(walk.record(), walk.recno(), fields, values);
+    format->add({walk.recno(), walk.is_deleted(), values}, output.buffer());
+    output.write_when_full();
+  }
+  format->end(output.buffer());
+  progress.look(1, 1);
+  output.finish();
+  warnings.finish();
+  return Exit::done;
+}
+
+}  // namespace
+
+void add_export(CLI::App& app, Action& action) {
+  auto options = std::make_shared<Options>();
+  CLI::App& command = add_command(app, action, "export",
+                                  "Write the records of a table as CSV, JSON or SQL", options, run);
+  command.add_option("FILE", options->table, "The table")->required();
+  command.add_option("--to", options->format, "The form: csv, json, jsonl or sql")
+      ->required()
+      ->type_name("FORM")
+      ->check(CLI::IsMember({"csv", "json", "jsonl", "sql"}).description(""));
+  command.add_option("-o,--output", options->output, "The file to write; else standard output")
+      ->type_name("OUT");
+  add_selection_options(command, options->selection);
+  add_text_options(command, options->texts);
+  command.add_flag("--crlf", options->crlf, "CSV lines end in CR LF");
+  command.add_option("--table", options->sql_name, "The table's name in SQL; else the file's")
+      ->type_name("NAME");
+  command.add_flag("--strict", options->strict,
+                   "Stop at a value that cannot be read as its type, instead of a warning");
+  command.footer(
+      "Texts leave as UTF-8, dates as 2024-01-31. A value that cannot be read as its type is told\n"
+      "and stays as it stands in CSV; in JSON and SQL it is null. An output file takes its place\n"
+      "when it is whole.\n\n"
+      "Examples:\n"
+      "  vqdb export world.dbf --to csv -o world.csv\n"
+      "  vqdb export world.dbf --to jsonl --fields NAME_LONG,POP --for 'POP > 1E8'\n"
+      "  vqdb export old.dbf --to csv --encoding 850\n"
+      "  vqdb export world.dbf --to sql | sqlite3 world.db");
+}
+
+}  // namespace tool

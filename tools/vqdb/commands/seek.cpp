@@ -1,0 +1,64 @@
+#include "commands/command.h"
+#include "grid.h"
+#include "selection.h"
+
+namespace tool {
+namespace {
+
+struct Options {
+  std::string table;
+  std::string index;
+  std::string key;
+  bool prefix = false;
+  Selection selection;
+  TextOptions texts;
+};
+
+Exit run(const Options& options) {
+  const Table table(options.table, options.texts);
+  Order order(table, options.index, false);
+  order.find(options.key, options.prefix);
+  Warnings warnings(false);
+  const std::vector<std::size_t> fields = field_numbers(table, options.selection.fields);
+  RecordReader reader(table, options.texts, warnings);
+  std::string record(table.record_length(), ' ');
+  std::vector<Value> values;
+  std::uint64_t found = 0;
+  {
+    Screen screen;
+    Grid grid(shape_of(table, fields, true), screen);
+    for (std::uint32_t recno = 0; order.next(recno);) {
+      table.read(recno, record.data());
+      reader.read(record.data(), recno, fields, values);
+      ++found;
+      if (!grid.add({recno, record[0] == '*', values})) break;
+    }
+    if (found > 0) grid.finish();
+  }
+  warnings.finish();
+  return found == 0 ? Exit::no : Exit::done;
+}
+
+}  // namespace
+
+void add_seek(CLI::App& app, Action& action) {
+  auto options = std::make_shared<Options>();
+  CLI::App& command = add_command(app, action, "seek", "Find the records with a key", options, run);
+  command.add_option("TABLE", options->table, "The table")->required();
+  command.add_option("INDEX[;TAG]", options->index, "The index, or a tag of one")->required();
+  command.add_option("KEY", options->key, "The key: a text, a number, or a date such as 2024-01-31")
+      ->required();
+  command.add_flag("--prefix", options->prefix, "Keys that begin so");
+  command.add_option("--fields", options->selection.fields, "Only these fields, in this order")
+      ->delimiter(',')
+      ->type_name("A,B,...");
+  add_text_options(command, options->texts);
+  command.footer(
+      "Deleted records are marked with a star. Exit code 1: no record has the key.\n\n"
+      "Examples:\n"
+      "  vqdb seek towns byname PORTO\n"
+      "  vqdb seek towns 'towns.mdx;people' 231800\n"
+      "  vqdb seek towns byname P --prefix --fields NAME,PEOPLE");
+}
+
+}  // namespace tool

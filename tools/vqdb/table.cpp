@@ -1,0 +1,106 @@
+#include "table.h"
+
+#include <algorithm>
+#include <fstream>
+
+#include "code_pages.h"
+#include "file_names.h"
+#include "stop.h"
+#include "warnings.h"
+
+namespace tool {
+namespace {
+
+// Reading looks at the table once from start to end: a block at a time, many blocks in memory only
+// where an index leads to and fro.
+constexpr int kBuffers = 64;
+constexpr std::uint32_t kReadOnlyShared = 1 | 4;
+
+constexpr std::uint8_t kFoxproMemo = 0xF5;
+constexpr std::uint8_t kDbase4Memo = 0x8B;
+
+}  // namespace
+
+std::uint32_t dialect_of(const Header& header) {
+  if (header.version == kFoxproMemo) return 8;
+  const bool dbase4 = (header.version & kDbase4Memo) == kDbase4Memo || header.production != 0;
+  return dbase4 ? 4 : 1;
+}
+
+std::string find_table(const std::string& name) {
+  const std::string wanted = with_extension(split_at_semicolon(name).first, "dbf");
+  const auto path = find_file(wanted);
+  if (!path) stop_failed("{}: there is no such file", wanted);
+  return *path;
+}
+
+std::unique_ptr<Encoding> encoding_of(const std::string& path, const Header& header,
+                                      const std::string& given) {
+  if (!given.empty()) return std::make_unique<Encoding>(given, "--encoding");
+  if (const auto cpg = find_file(replace_extension(path, "cpg"))) {
+    std::string name;
+    std::getline(std::ifstream(*cpg), name);
+    if (!name.empty()) return std::make_unique<Encoding>(name, *cpg);
+  }
+  if (const auto page = code_page_of_language(header.language); !page.empty()) {
+    return std::make_unique<Encoding>(page, fmt::format("language byte 0x{:02X}", header.language));
+  }
+  return std::make_unique<Encoding>("1252", std::string(kAssumedSource));
+}
+
+Table::Table(const std::string& name, const TextOptions& texts)
+    : path_(find_table(name)),
+      memo_name_(split_at_semicolon(name).second),
+      header_(read_header(path_)),
+      block_(std::make_unique<VqBlock>()) {
+  require(*block_, DBinit(block_.get(), dialect_of(header_)), path_);
+  handle_ = dDopen(block_.get(), path_.c_str(), kReadOnlyShared, kBuffers);
+  if (handle_ == nullptr) {
+    stop_failed("{}: version 0x{:02X} ({}): {}", path_, header_.version,
+                name_of_version(header_.version), words_of(block_->result, block_->detail));
+  }
+  try {
+    if (dDfields(handle_) != static_cast<int32_t>(header_.fields.size())) {
+      stop_failed("{}: changed while it was opened", path_);
+    }
+    encoding_ = encoding_of(path_, header_, texts.encoding);
+    count_records();
+  } catch (...) {
+    dDclose(handle_);
+    throw;
+  }
+}
+
+Table::~Table() { dDclose(handle_); }
+
+void Table::count_records() {
+  require(*block_, dDreccnt(handle_, &count_), path_);
+  const std::uint64_t held = header_.records_in_file();
+  if (held >= count_) return;
+  print_warning(
+      fmt::format("{}: the header counts {} records, the file holds {}", path_, count_, held));
+  count_ = static_cast<std::uint32_t>(held);
+}
+
+std::size_t Table::field_number(const std::string& name) const {
+  const auto found = std::ranges::find_if(
+      fields(), [&](const Field& field) { return equal_ignoring_case(field.name, encode(name)); });
+  if (found == fields().end()) stop_usage("{} has no field {}", path_, name);
+  return static_cast<std::size_t>(found - fields().begin());
+}
+
+void Table::read(std::uint32_t recno, char* record) const {
+  const int32_t result = dDgetrec(handle_, recno, record);
+  if (result < 0) require(*block_, result, fmt::format("{}: record {}", path_, recno));
+}
+
+std::string Table::encode(const std::string& text) const {
+  if (is_ascii(text)) return text;
+  std::string encoded;
+  if (!encoding_->encode(text, encoded)) {
+    stop_usage("\"{}\" has characters that code page {} lacks", text, encoding_->name());
+  }
+  return encoded;
+}
+
+}  // namespace tool
