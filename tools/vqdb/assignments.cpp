@@ -19,8 +19,8 @@ std::vector<Assignment> parse_assignments(const Table& table,
     if (equals == std::string::npos || equals == 0) {
       stop_usage("\"{}\" gives no field a value: FIELD=VALUE", text);
     }
-    assignments.push_back({table.fields()[table.field_number(text.substr(0, equals))],
-                           text.substr(equals + 1)});
+    assignments.push_back(
+        {table.fields()[table.field_number(text.substr(0, equals))], text.substr(equals + 1)});
   }
   return assignments;
 }
@@ -32,17 +32,15 @@ bool writes_memo(const std::vector<Assignment>& assignments) {
 
 bool is_dbase3(const Header& header) { return (header.version & kDbase4Bit) == 0; }
 
-void add_index_option(CLI::App& command, std::vector<std::string>& indexes) {
-  command
-      .add_option("--index", indexes,
-                  "An index file that belongs to the table besides those of its index list and the "
-                  "production index beside it")
-      ->type_name("FILE");
+void add_index_option(CommandLine& command, std::vector<std::string>& indexes) {
+  command.option("--index", indexes, "FILE",
+                 "An index file that belongs to the table besides those of its index list and the "
+                 "production index beside it");
 }
 
-void add_change_options(CLI::App& command, std::vector<std::string>& indexes, bool& cut) {
+void add_change_options(CommandLine& command, std::vector<std::string>& indexes, bool& cut) {
   add_index_option(command, indexes);
-  command.add_flag("--cut", cut, "Cut texts and decimals that do not fit, and tell how many");
+  command.flag("--cut", cut, "Cut texts and decimals that do not fit, and tell how many");
 }
 
 std::string cuts_text(std::uint64_t cuts) {

@@ -16,7 +16,7 @@ constexpr std::size_t kWidestNumber = 20;
 constexpr std::size_t kLongestName = 10;
 
 bool is_truth(std::string_view text) {
-  constexpr std::array<std::string_view, 8> kWords = {"true", "false", "t",   "f",
+  constexpr std::array<std::string_view, 8> kWords = {"true", "false", "t", "f",
                                                       "yes",  "no",    "y", "n"};
   return std::ranges::find(kWords, to_lower(text)) != kWords.end();
 }
@@ -37,7 +37,8 @@ bool read_digits(std::string_view text, Digits& digits) {
   const auto all_digits = [](std::string_view part) {
     return std::ranges::all_of(part, [](char c) { return c >= '0' && c <= '9'; });
   };
-  if (!all_digits(whole) || !all_digits(decimals) || whole.size() + decimals.size() == 0) return false;
+  if (!all_digits(whole) || !all_digits(decimals) || whole.size() + decimals.size() == 0)
+    return false;
   if (whole.size() > 1 && whole[0] == '0') return false;
   digits.whole = std::max<std::size_t>(whole.size(), 1) + (negative ? 1 : 0);
   digits.decimals = decimals.size();

@@ -22,7 +22,7 @@ class ColumnGuess {
   bool numbers_ = true;
   bool dates_ = true;
   bool truths_ = true;
-  std::size_t whole_ = 1;     // digits and sign before the point
+  std::size_t whole_ = 1;  // digits and sign before the point
   std::size_t decimals_ = 0;
   std::size_t bytes_ = 1;
   bool has_line_ends_ = false;

@@ -29,7 +29,8 @@ void append_text(std::string_view text, std::string& out) {
 
 class CsvFormat : public RowFormat {
  public:
-  explicit CsvFormat(const RowShape& shape) : shape_(shape), line_end_(shape.crlf ? "\r\n" : "\n") {}
+  explicit CsvFormat(const RowShape& shape)
+      : shape_(shape), line_end_(shape.crlf ? "\r\n" : "\n") {}
 
   void begin(std::string& out) override {
     for (const Field& field : shape_.fields) {

@@ -13,7 +13,8 @@ std::optional<Date> parse_date(std::string_view text) {
     digits.erase(7, 1);
     digits.erase(4, 1);
   }
-  if (digits.size() != 8 || !std::ranges::all_of(digits, [](char c) { return c >= '0' && c <= '9'; })) {
+  if (digits.size() != 8 ||
+      !std::ranges::all_of(digits, [](char c) { return c >= '0' && c <= '9'; })) {
     return std::nullopt;
   }
   const Date date = {std::stoi(digits.substr(0, 4)), std::stoi(digits.substr(4, 2)),

@@ -12,9 +12,8 @@ namespace tool {
 namespace {
 
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
-constexpr std::array<std::string_view, 10> kMultiByte = {"932", "936",   "949",    "950",     "GBK",
-                                                         "GB18030", "EUC-JP", "EUC-KR", "SHIFT_JIS",
-                                                         "UTF-8"};
+constexpr std::array<std::string_view, 10> kMultiByte = {
+    "932", "936", "949", "950", "GBK", "GB18030", "EUC-JP", "EUC-KR", "SHIFT_JIS", "UTF-8"};
 
 // Bytes of the UTF-8 character at the start, 0 when there is none.
 std::size_t utf8_length(std::string_view bytes) {

@@ -21,13 +21,16 @@ constexpr std::int32_t kBlankDate = 9999;
 }  // namespace
 
 Expression::Expression(const std::string& text, const Table* table)
-    : text_(text), table_(table), block_(std::make_unique<VqBlock>()), room_(kLongestText + 1, '\0') {
+    : text_(text),
+      table_(table),
+      block_(std::make_unique<VqBlock>()),
+      room_(kLongestText + 1, '\0') {
   DBinit(block_.get(), kExtendedDialect);
   const std::string encoded = table != nullptr ? table->encode(text) : text;
   int32_t length = 0;
-  const int32_t result = dEparse(block_.get(), encoded.c_str(),
-                                 table != nullptr ? table->handle() : nullptr, &program_, &type_,
-                                 &length);
+  const int32_t result =
+      dEparse(block_.get(), encoded.c_str(), table != nullptr ? table->handle() : nullptr,
+              &program_, &type_, &length);
   if (result != VQ_OK) stop_usage("{}: {}", text, words_of(result, block_->detail));
 }
 
@@ -46,7 +49,8 @@ bool Expression::is_true(const char* record) {
 }
 
 Result Expression::run(const char* record) {
-  Result value{.type = type_ == 'F' ? 'N' : type_};
+  Result value;
+  value.type = type_ == 'F' ? 'N' : type_;
   int32_t length = 0;
   const std::uint32_t options = type_ == 'D' ? kKeyForm : 0;
   const int32_t result =
@@ -78,9 +82,9 @@ std::string show(const Result& result) {
     case 'N': {
       // The shortest digits that give the number again, never with an exponent.
       std::array<char, 400> digits;
-      const auto end = std::to_chars(digits.data(), digits.data() + digits.size(),
-                                     result.number == 0 ? 0.0 : result.number,
-                                     std::chars_format::fixed);
+      const auto end =
+          std::to_chars(digits.data(), digits.data() + digits.size(),
+                        result.number == 0 ? 0.0 : result.number, std::chars_format::fixed);
       return {digits.data(), end.ptr};
     }
     case 'L':

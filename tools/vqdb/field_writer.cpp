@@ -34,8 +34,8 @@ bool without_exponent(std::string_view text, std::string& plain) {
   const auto parsed = std::from_chars(text.data(), text.data() + text.size(), value);
   if (parsed.ec != std::errc() || parsed.ptr != text.data() + text.size()) return false;
   std::array<char, 400> digits;
-  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value,
-                                 std::chars_format::fixed);
+  const auto end =
+      std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::fixed);
   plain.assign(digits.data(), end.ptr);
   return true;
 }
@@ -125,9 +125,9 @@ void FieldWriter::put_number(const Field& field, std::string_view text, char* to
       misfit("{} has {} decimals, the field {}", trim(text), number.fraction.size(),
              field.decimals);
     }
-    const std::string plain = fmt::format("{}{}.{}", number.negative ? "-" : "",
-                                          number.whole.empty() ? "0" : number.whole,
-                                          number.fraction);
+    const std::string plain =
+        fmt::format("{}{}.{}", number.negative ? "-" : "",
+                    number.whole.empty() ? "0" : number.whole, number.fraction);
     std::array<char, 64> rounded = {};
     const int32_t width = std::min<int32_t>(60, static_cast<int32_t>(plain.size()) + 2);
     if (dUatonf(nullptr, plain.c_str(), width, static_cast<int32_t>(field.decimals),
@@ -137,8 +137,8 @@ void FieldWriter::put_number(const Field& field, std::string_view text, char* to
     digits = trim({rounded.data(), static_cast<std::size_t>(width)});
     ++cuts_;
   } else {
-    digits = fmt::format("{}{}", number.negative ? "-" : "",
-                         number.whole.empty() ? "0" : number.whole);
+    digits =
+        fmt::format("{}{}", number.negative ? "-" : "", number.whole.empty() ? "0" : number.whole);
     if (field.decimals > 0) {
       digits += fmt::format(".{:0<{}}", number.fraction, field.decimals);
     }

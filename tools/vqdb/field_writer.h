@@ -19,7 +19,8 @@ struct Misfit {
   std::string why;  // "23 characters do not fit 10"
 };
 
-// A number as decimal digits: what a field holds is compared with what was asked for digit by digit.
+// A number as decimal digits: what a field holds is compared with what was asked for digit by
+// digit.
 struct Decimal {
   bool negative = false;
   std::string whole;     // without zeros in front; empty for none
@@ -34,7 +35,8 @@ class FieldWriter {
   FieldWriter(const Encoding& encoding, bool cut, VqMemo* memo, bool dbase3_memo, VqBlock* block)
       : encoding_(encoding), cut_(cut), memo_(memo), dbase3_memo_(dbase3_memo), block_(block) {}
 
-  // Puts a UTF-8 text into the field's bytes of `record`. Throws Misfit; `record` is then as it was.
+  // Puts a UTF-8 text into the field's bytes of `record`. Throws Misfit; `record` is then as it
+  // was.
   void put(const Field& field, std::string_view text, char* record);
   std::uint64_t cuts() const { return cuts_; }
 

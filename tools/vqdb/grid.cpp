@@ -1,5 +1,7 @@
 #include "grid.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <numeric>
 
@@ -21,7 +23,8 @@ Grid::Grid(const RowShape& shape, Screen& screen)
   columns_.push_back({"#", true, 10});
   if (marks_deleted_) columns_.push_back({"", false, 1});
   for (const Field& field : shape.fields) {
-    const std::size_t most = is_memo_type(field.type) ? kWidestMemo : field.type == 'D' ? 10
+    const std::size_t most = is_memo_type(field.type) ? kWidestMemo
+                             : field.type == 'D'      ? 10
                              : field.type == 'L'      ? 5
                                                       : field.width;
     columns_.push_back({field.name, is_numeric_type(field.type), most});

@@ -1,5 +1,5 @@
-// The header of a table file as it stands, also of files that the library refuses: what `info` tells
-// and what the interface does not say, such as the language byte.
+// The header of a table file as it stands, also of files that the library refuses: what `info`
+// tells and what the interface does not say, such as the language byte.
 #ifndef VQDB_HEADER_H_
 #define VQDB_HEADER_H_
 
@@ -18,7 +18,7 @@ struct Field {
   std::uint32_t offset = 0;  // in the record, behind the deletion flag
 };
 
-bool is_memo_type(char type);  // M B G P
+bool is_memo_type(char type);     // M B G P
 bool is_numeric_type(char type);  // N F
 
 struct Header {

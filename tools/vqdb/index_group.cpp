@@ -40,9 +40,8 @@ IndexFile locate(const std::string& table_path, const Kind& kind, const std::str
 }
 
 void add(std::vector<IndexFile>& group, IndexFile file) {
-  const bool known = std::ranges::any_of(group, [&](const IndexFile& other) {
-    return equal_ignoring_case(other.path, file.path);
-  });
+  const bool known = std::ranges::any_of(
+      group, [&](const IndexFile& other) { return equal_ignoring_case(other.path, file.path); });
   if (!known) group.push_back(std::move(file));
 }
 
@@ -56,8 +55,8 @@ void add_index_list(std::vector<IndexFile>& group, const std::string& table_path
     const std::size_t equals = line.find('=');
     std::string keyword = line.substr(0, equals);
     std::erase(keyword, ' ');
-    const auto* const kind =
-        std::ranges::find_if(kKinds, [&](const Kind& k) { return equal_ignoring_case(k.keyword, keyword); });
+    const auto* const kind = std::ranges::find_if(
+        kKinds, [&](const Kind& k) { return equal_ignoring_case(k.keyword, keyword); });
     if (equals == std::string::npos || kind == kKinds.end()) {
       print_warning(fmt::format("{}: a line that names no index: {}", *path, line));
       continue;

@@ -16,11 +16,11 @@ std::string memo_path_of(const std::string& table_path, std::uint8_t version,
                          const std::string& memo_name) {
   const char* const extension = version == kFoxproMemo ? "fpt" : "dbt";
   const std::string wanted =
-      memo_name.empty() ? replace_extension(table_path, extension)
-                        : with_extension(folder_of(memo_name).empty()
-                                             ? folder_of(table_path) + memo_name
-                                             : memo_name,
-                                         extension);
+      memo_name.empty()
+          ? replace_extension(table_path, extension)
+          : with_extension(
+                folder_of(memo_name).empty() ? folder_of(table_path) + memo_name : memo_name,
+                extension);
   return find_file(wanted).value_or(wanted);
 }
 
@@ -53,13 +53,12 @@ bool MemoFile::read(const char* reference, std::string& bytes) {
   bytes.clear();
   if (handle_ == nullptr) return false;
   int32_t length = 0;
-  int32_t result = is_dbase3() ? dTmemsz3(handle_, reference, &length)
-                               : dTmemosz(handle_, reference, &length);
+  int32_t result =
+      is_dbase3() ? dTmemsz3(handle_, reference, &length) : dTmemosz(handle_, reference, &length);
   if (result == VQ_OK && length > 0) {
     bytes.resize(static_cast<std::size_t>(length) + 1);
-    result = is_dbase3()
-                 ? dTgetmm3(handle_, reference, 0, length, bytes.data(), &length, nullptr)
-                 : dTgetmm(handle_, reference, 0, length, bytes.data(), &length, nullptr);
+    result = is_dbase3() ? dTgetmm3(handle_, reference, 0, length, bytes.data(), &length, nullptr)
+                         : dTgetmm(handle_, reference, 0, length, bytes.data(), &length, nullptr);
   }
   if (result != VQ_OK) {
     why_ = words_of(result, block_->detail);

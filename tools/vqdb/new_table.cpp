@@ -36,7 +36,8 @@ NewTable::NewTable(const std::string& name, bool force) : name_(with_extension(n
 NewTable::~NewTable() {
   if (name_.empty()) return;  // committed
   for (const char* const extension : kExtensions) {
-    if (const auto path = find_file(replace_extension(name_, extension))) std::remove(path->c_str());
+    if (const auto path = find_file(replace_extension(name_, extension)))
+      std::remove(path->c_str());
   }
   for (const std::string& path : made_) {
     if (const auto found = find_file(path)) std::remove(found->c_str());

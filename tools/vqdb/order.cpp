@@ -35,8 +35,7 @@ struct Order::Calls {
 namespace {
 
 std::string index_path(const Table& table, const std::string& name) {
-  for (const std::string& candidate :
-       {name, folder_of(table.path()) + name}) {
+  for (const std::string& candidate : {name, folder_of(table.path()) + name}) {
     if (const auto path = find_file(with_extension(candidate, "ndx"))) return *path;
   }
   stop_failed("{}: there is no such index file", with_extension(name, "ndx"));
@@ -78,8 +77,9 @@ std::string Order::key_of(const std::string& text, bool padded) const {
     return key;
   }
   std::string key(key_length_, '\0');
-  if (key_type_ == 'D') {
-    const auto date = parse_date(text);
+  // Files of the dBASE III form keep dates as numbers without saying so.
+  const auto date = parse_date(text);
+  if (key_type_ == 'D' || (date && text.find('-') == 4)) {
     if (!date) stop_usage("the key \"{}\" is no date such as 2024-01-31", text);
     dU3itodk(&table_.block(), kDoubleKey, date->month, date->day, date->year, key.data());
     return key;

@@ -46,8 +46,8 @@ class Order {
   VqIndex* tag_ = nullptr;  // what is walked; the file itself where it is a single index
   char key_type_ = 0;
   std::size_t key_length_ = 0;
-  std::string key_;        // of the entry last stepped to
-  std::string wanted_;     // begins the keys that find() asked for
+  std::string key_;     // of the entry last stepped to
+  std::string wanted_;  // begins the keys that find() asked for
   bool only_wanted_ = false;
   bool at_end_ = false;
   std::deque<std::uint32_t> ahead_;

@@ -1,4 +1,5 @@
-// Where a command writes its rows: standard output, or a file that takes its place when it is whole.
+// Where a command writes its rows: standard output, or a file that takes its place when it is
+// whole.
 #ifndef VQDB_OUTPUT_H_
 #define VQDB_OUTPUT_H_
 

@@ -122,8 +122,8 @@ std::string RecordReader::place(const Cell& cell) const {
 Value RecordReader::text_of(const Cell& cell, std::string_view bytes) {
   if (bytes.empty()) return {};
   if (bytes.find('\0') != std::string_view::npos) {
-    warnings_.add("texts with zero bytes",
-                  fmt::format("{}: a zero byte within the text: {}", place(cell), show_bytes(bytes)));
+    warnings_.add("texts with zero bytes", fmt::format("{}: a zero byte within the text: {}",
+                                                       place(cell), show_bytes(bytes)));
   }
   if (is_ascii(bytes)) return {Value::Kind::text, false, bytes};
   const Encoding& encoding = table_.encoding();

@@ -19,10 +19,10 @@ struct Row {
 
 // What all forms have to know of the table.
 struct RowShape {
-  std::string table;                 // its name, for SQL
-  std::vector<Field> fields;         // names in UTF-8
+  std::string table;          // its name, for SQL
+  std::vector<Field> fields;  // names in UTF-8
   bool deleted_column = false;
-  bool crlf = false;                 // CSV only
+  bool crlf = false;  // CSV only
 };
 
 class RowFormat {

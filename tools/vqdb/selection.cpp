@@ -8,33 +8,27 @@
 
 namespace tool {
 
-void add_text_options(CLI::App& command, TextOptions& texts) {
-  command.add_option("--encoding", texts.encoding,
-                     "Code page of the table's texts, such as 437, 1252 or UTF-8; else a .cpg file "
-                     "beside the table tells, else its language byte, else 1252 is taken")
-      ->type_name("NAME");
-  command.add_flag("--replace", texts.replace,
-                   "Go on with U+FFFD where a character cannot be read");
+void add_text_options(CommandLine& command, TextOptions& texts) {
+  command.option("--encoding", texts.encoding, "NAME",
+                 "Code page of the table's texts, such as 437, 1252 or UTF-8; else a .cpg file "
+                 "beside the table tells, else its language byte, else 1252 is taken");
+  command.flag("--replace", texts.replace, "Go on with U+FFFD where a character cannot be read");
 }
 
-void add_filter_option(CLI::App& command, std::string& filter) {
-  command.add_option("--for", filter, "Only records for which the expression is true")
-      ->type_name("EXPR");
+void add_filter_option(CommandLine& command, std::string& filter) {
+  command.option("--for", filter, "EXPR", "Only records for which the expression is true");
 }
 
-void add_selection_options(CLI::App& command, Selection& selection) {
-  command.add_option("--fields", selection.fields, "Only these fields, in this order")
-      ->delimiter(',')
-      ->type_name("A,B,...");
+void add_selection_options(CommandLine& command, Selection& selection) {
+  command.list_option("--fields", selection.fields, "A,B,...", "Only these fields, in this order");
   add_filter_option(command, selection.filter);
-  command.add_option("--order", selection.order, "In the order of an index, or of a tag of one")
-      ->type_name("INDEX[;TAG]");
-  command.add_flag("--reverse", selection.reverse, "From the last record to the first");
-  command.add_option("--from", selection.from,
-                     "Begin with this key of the index, or with this record number")
-      ->type_name("KEY");
-  command.add_option("--limit", selection.limit, "At most so many records")->type_name("N");
-  command.add_flag("--deleted", selection.deleted, "Deleted records as well");
+  command.option("--order", selection.order, "INDEX[;TAG]",
+                 "In the order of an index, or of a tag of one");
+  command.flag("--reverse", selection.reverse, "From the last record to the first");
+  command.option("--from", selection.from, "KEY",
+                 "Begin with this key of the index, or with this record number");
+  command.option("--limit", selection.limit, "N", "At most so many records");
+  command.flag("--deleted", selection.deleted, "Deleted records as well");
 }
 
 std::vector<std::size_t> field_numbers(const Table& table, const std::vector<std::string>& names) {

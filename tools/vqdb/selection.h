@@ -2,12 +2,12 @@
 #ifndef VQDB_SELECTION_H_
 #define VQDB_SELECTION_H_
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "command_line.h"
 #include "expression.h"
 #include "order.h"
 #include "progress.h"
@@ -27,9 +27,9 @@ struct Selection {
   std::uint64_t limit = 0;  // 0: none
 };
 
-void add_text_options(CLI::App& command, TextOptions& texts);
-void add_filter_option(CLI::App& command, std::string& filter);
-void add_selection_options(CLI::App& command, Selection& selection);
+void add_text_options(CommandLine& command, TextOptions& texts);
+void add_filter_option(CommandLine& command, std::string& filter);
+void add_selection_options(CommandLine& command, Selection& selection);
 
 // The numbers (from 0) of the fields that are asked for.
 std::vector<std::size_t> field_numbers(const Table& table, const std::vector<std::string>& names);

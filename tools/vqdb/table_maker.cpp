@@ -27,13 +27,10 @@ FieldSpec parse_field_spec(const std::string& text) {
   return spec;
 }
 
-void add_new_table_options(CLI::App& command, NewTableOptions& options) {
-  command
-      .add_option("--dialect", options.dialect,
-                  "Kind of table: 3 dBASE III (the default), 4 dBASE IV, fox FoxPro")
-      ->type_name("KIND")
-      ->check(CLI::IsMember({"3", "4", "fox"}).description(""));
-  command.add_flag("--force", options.force, "Replace a table that is there");
+void add_new_table_options(CommandLine& command, NewTableOptions& options) {
+  command.choice("--dialect", options.dialect, "KIND", {"3", "4", "fox"},
+                 "Kind of table: 3 dBASE III (the default), 4 dBASE IV, fox FoxPro");
+  command.flag("--force", options.force, "Replace a table that is there");
 }
 
 std::uint32_t dialect_number(const std::string& name) {

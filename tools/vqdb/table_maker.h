@@ -2,11 +2,11 @@
 #ifndef VQDB_TABLE_MAKER_H_
 #define VQDB_TABLE_MAKER_H_
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <string>
 #include <vector>
 
+#include "command_line.h"
 #include "header.h"
 
 namespace tool {
@@ -25,7 +25,7 @@ struct NewTableOptions {
   std::string encoding;       // of its texts; empty: 1252
   bool force = false;
 };
-void add_new_table_options(CLI::App& command, NewTableOptions& options);
+void add_new_table_options(CommandLine& command, NewTableOptions& options);
 std::uint32_t dialect_number(const std::string& name);
 
 // Creates the table, and its memo file where it has memo fields.

@@ -2,6 +2,7 @@
 #include "change.h"
 #include "commands/command.h"
 #include "field_writer.h"
+#include "selection.h"
 #include "table.h"
 
 namespace tool {
@@ -20,8 +21,8 @@ Exit run(const Options& options) {
   const std::vector<Assignment> assignments = parse_assignments(reader, options.values);
   Change change(options.table, options.indexes);
   if (writes_memo(assignments)) change.back_up();
-  FieldWriter writer(reader.encoding(), options.cut, change.memo(),
-                     is_dbase3(reader.header()), &change.block());
+  FieldWriter writer(reader.encoding(), options.cut, change.memo(), is_dbase3(reader.header()),
+                     &change.block());
   std::string record(reader.record_length(), ' ');
   for (const Assignment& assignment : assignments) {
     try {
@@ -39,12 +40,11 @@ Exit run(const Options& options) {
 
 }  // namespace
 
-void add_append(CLI::App& app, Action& action) {
+void add_append(CommandLine& commands) {
   auto options = std::make_shared<Options>();
-  CLI::App& command = add_command(app, action, "append", "Append a record", options, run);
-  command.add_option("TABLE", options->table, "The table")->required();
-  command.add_option("FIELD=VALUE", options->values, "Its values; fields not named are blank")
-      ->required();
+  CommandLine command = commands.command("append", "Append a record", options, run);
+  command.required("TABLE", options->table, "The table");
+  command.required("FIELD=VALUE", options->values, "Its values; fields not named are blank");
   add_change_options(command, options->indexes, options->cut);
   add_text_options(command, options->texts);
   command.footer(

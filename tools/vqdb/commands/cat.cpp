@@ -89,8 +89,8 @@ Exit run(const Options& options) {
   if (std::filesystem::equivalent(target.path(), source.path(), error)) {
     stop_usage("{} cannot be appended to itself", target.path());
   }
-  require(target.block(),
-          dDcmpstr(&target.block(), target.path().c_str(), source.path().c_str()), source.path());
+  require(target.block(), dDcmpstr(&target.block(), target.path().c_str(), source.path().c_str()),
+          source.path());
   Change change(options.target, options.indexes);
   change.back_up();
   Carrier carrier(source, target, change);
@@ -110,17 +110,18 @@ Exit run(const Options& options) {
 
 }  // namespace
 
-void add_cat(CLI::App& app, Action& action) {
+void add_cat(CommandLine& commands) {
   auto options = std::make_shared<Options>();
-  CLI::App& command =
-      add_command(app, action, "cat", "Append the records of one table to another", options, run);
-  command.add_option("A", options->target, "The table that grows")->required();
-  command.add_option("B", options->source, "The table whose records are appended; it has the same "
-                                           "fields")
-      ->required();
+  CommandLine command =
+      commands.command("cat", "Append the records of one table to another", options, run);
+  command.required("A", options->target, "The table that grows");
+  command.required("B", options->source,
+                   "The table whose records are appended; it has the same "
+                   "fields");
   add_index_option(command, options->indexes);
   command.footer(
-      "Memos go along, A's indexes are kept in step, and texts are put into A's code page. Deleted\n"
+      "Memos go along, A's indexes are kept in step, and texts are put into A's code page. "
+      "Deleted\n"
       "records are appended as they are.\n\n"
       "Examples:\n"
       "  vqdb cat towns newtowns");

@@ -55,8 +55,7 @@ Exit sort(const Options& options) {
   {
     const Progress::Watch watch(*block, progress);
     const std::string keys = table.encode(options.keys);
-    require(*block,
-            dDsort(block.get(), table.path().c_str(), target.name().c_str(), keys.c_str()),
+    require(*block, dDsort(block.get(), table.path().c_str(), target.name().c_str(), keys.c_str()),
             options.keys);
   }
   const std::string path = target.path();
@@ -70,19 +69,19 @@ Exit sort(const Options& options) {
   return Exit::done;
 }
 
-void add_names(CLI::App& command, Options& options) {
-  command.add_option("TABLE", options.from, "The table")->required();
-  command.add_option("TARGET", options.to, "The table to make")->required();
+void add_names(CommandLine& command, Options& options) {
+  command.required("TABLE", options.from, "The table");
+  command.required("TARGET", options.to, "The table to make");
 }
 
 }  // namespace
 
-void add_copy(CLI::App& app, Action& action) {
+void add_copy(CommandLine& commands) {
   auto options = std::make_shared<Options>();
-  CLI::App& command = add_command(app, action, "copy",
-                                  "Copy a table with its memo file and its indexes", options, copy);
+  CommandLine command =
+      commands.command("copy", "Copy a table with its memo file and its indexes", options, copy);
   add_names(command, *options);
-  command.add_flag("--force", options->force, "Replace a table that is there");
+  command.flag("--force", options->force, "Replace a table that is there");
   command.footer(
       "Deleted records are copied as they are.\n\n"
       "Examples:\n"
@@ -90,14 +89,13 @@ void add_copy(CLI::App& app, Action& action) {
       "  vqdb copy towns towns2 --force");
 }
 
-void add_sort(CLI::App& app, Action& action) {
+void add_sort(CommandLine& commands) {
   auto options = std::make_shared<Options>();
-  CLI::App& command = add_command(app, action, "sort",
-                                  "Write a table's records in another order", options, sort);
+  CommandLine command =
+      commands.command("sort", "Write a table's records in another order", options, sort);
   add_names(command, *options);
-  command.add_option("KEYS", options->keys, "Fields, each with /A or /D, and C to ignore case")
-      ->required();
-  command.add_flag("--force", options->force, "Replace a table that is there");
+  command.required("KEYS", options->keys, "Fields, each with /A or /D, and C to ignore case");
+  command.flag("--force", options->force, "Replace a table that is there");
   command.footer(
       "Memo file and indexes go along. Records with equal keys keep their order.\n\n"
       "Examples:\n"

@@ -26,13 +26,12 @@ Exit run(const Options& options) {
 
 }  // namespace
 
-void add_count(CLI::App& app, Action& action) {
+void add_count(CommandLine& commands) {
   auto options = std::make_shared<Options>();
-  CLI::App& command =
-      add_command(app, action, "count", "Count the records of a table", options, run);
-  command.add_option("FILE", options->table, "The table")->required();
+  CommandLine command = commands.command("count", "Count the records of a table", options, run);
+  command.required("FILE", options->table, "The table");
   add_filter_option(command, options->selection.filter);
-  command.add_flag("--deleted", options->selection.deleted, "Deleted records as well");
+  command.flag("--deleted", options->selection.deleted, "Deleted records as well");
   add_text_options(command, options->texts);
   command.footer(
       "Examples:\n"

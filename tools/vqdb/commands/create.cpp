@@ -15,11 +15,12 @@ struct Options {
 Exit run(const Options& options) {
   std::vector<FieldSpec> fields;
   for (const std::string& field : options.fields) fields.push_back(parse_field_spec(field));
-  if (!options.kind.encoding.empty()) const Encoding known(options.kind.encoding, "--encoding");
+  const std::string page = options.kind.encoding.empty() ? "1252" : options.kind.encoding;
+  const Encoding known(page, "--encoding");
   NewTable table(options.table, options.kind.force);
   create_table(table.name(), fields, options.kind);
   const std::string path = table.path();
-  if (!options.kind.encoding.empty()) mark_code_page(path, options.kind.encoding);
+  mark_code_page(path, known.name());
   table.commit();
   fmt::print("{}: {} fields\n", path, fields.size());
   return Exit::done;
@@ -27,13 +28,12 @@ Exit run(const Options& options) {
 
 }  // namespace
 
-void add_create(CLI::App& app, Action& action) {
+void add_create(CommandLine& commands) {
   auto options = std::make_shared<Options>();
-  CLI::App& command = add_command(app, action, "create", "Make an empty table", options, run);
-  command.add_option("TABLE", options->table, "The table to make")->required();
-  command.add_option("FIELD", options->fields, "Its fields: NAME:TYPE")->required();
-  command.add_option("--encoding", options->kind.encoding, "Code page of its texts, else 1252")
-      ->type_name("NAME");
+  CommandLine command = commands.command("create", "Make an empty table", options, run);
+  command.required("TABLE", options->table, "The table to make");
+  command.required("FIELD", options->fields, "Its fields: NAME:TYPE");
+  command.option("--encoding", options->kind.encoding, "NAME", "Code page of its texts, else 1252");
   add_new_table_options(command, options->kind);
   command.footer(
       "Types: C20 a text of at most 20 bytes, N10.2 and F10.2 a number of 10 characters with 2\n"

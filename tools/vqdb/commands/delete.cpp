@@ -61,9 +61,9 @@ Exit mark(const Options& options, const Marking& marking) {
 Exit run_delete(const Options& options) { return mark(options, kDelete); }
 Exit run_recall(const Options& options) { return mark(options, kRecall); }
 
-void add_options(CLI::App& command, Options& options) {
-  command.add_option("TABLE", options.table, "The table")->required();
-  command.add_option("N", options.records, "Record numbers");
+void add_options(CommandLine& command, Options& options) {
+  command.required("TABLE", options.table, "The table");
+  command.optional("N", options.records, "Record numbers");
   add_filter_option(command, options.selection.filter);
   add_index_option(command, options.indexes);
   add_text_options(command, options.texts);
@@ -71,10 +71,9 @@ void add_options(CLI::App& command, Options& options) {
 
 }  // namespace
 
-void add_delete(CLI::App& app, Action& action) {
+void add_delete(CommandLine& commands) {
   auto options = std::make_shared<Options>();
-  CLI::App& command =
-      add_command(app, action, "delete", "Mark records as deleted", options, run_delete);
+  CommandLine command = commands.command("delete", "Mark records as deleted", options, run_delete);
   add_options(command, *options);
   command.footer(
       "Deleted records stay in the file until it is packed. Exit code 1: no record matches.\n\n"
@@ -83,10 +82,10 @@ void add_delete(CLI::App& app, Action& action) {
       "  vqdb delete towns --for 'PEOPLE < 1000'");
 }
 
-void add_recall(CLI::App& app, Action& action) {
+void add_recall(CommandLine& commands) {
   auto options = std::make_shared<Options>();
-  CLI::App& command =
-      add_command(app, action, "recall", "Take the deletion mark from records", options, run_recall);
+  CommandLine command =
+      commands.command("recall", "Take the deletion mark from records", options, run_recall);
   add_options(command, *options);
   command.footer(
       "Exit code 1: no record matches.\n\n"

@@ -79,9 +79,8 @@ Common compare_structures(const Table& a, const Table& b, Differences& differenc
   std::set<std::size_t> met;
   for (std::size_t i = 0; i < a.fields().size(); ++i) {
     const Field& field = a.fields()[i];
-    const auto other = std::ranges::find_if(b.fields(), [&](const Field& f) {
-      return equal_ignoring_case(f.name, field.name);
-    });
+    const auto other = std::ranges::find_if(
+        b.fields(), [&](const Field& f) { return equal_ignoring_case(f.name, field.name); });
     if (other == b.fields().end()) {
       differences.structure(field.name, type_text(field), "none");
       continue;
@@ -148,12 +147,12 @@ Exit run(const Options& options) {
 
 }  // namespace
 
-void add_diff(CLI::App& app, Action& action) {
+void add_diff(CommandLine& commands) {
   auto options = std::make_shared<Options>();
-  CLI::App& command = add_command(app, action, "diff", "Tell how two tables differ", options, run);
-  command.add_option("A", options->first, "One table")->required();
-  command.add_option("B", options->second, "The other")->required();
-  command.add_flag("--json", options->json, "A JSON object for each difference, one a line");
+  CommandLine command = commands.command("diff", "Tell how two tables differ", options, run);
+  command.required("A", options->first, "One table");
+  command.required("B", options->second, "The other");
+  command.flag("--json", options->json, "A JSON object for each difference, one a line");
   add_text_options(command, options->texts);
   command.footer(
       "Records are compared by their numbers, memos by their texts, deletion marks as well. Exit\n"

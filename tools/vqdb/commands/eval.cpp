@@ -2,6 +2,7 @@
 
 #include "commands/command.h"
 #include "expression.h"
+#include "selection.h"
 #include "table.h"
 
 namespace tool {
@@ -31,17 +32,13 @@ Exit run(const Options& options) {
 
 }  // namespace
 
-void add_eval(CLI::App& app, Action& action) {
+void add_eval(CommandLine& commands) {
   auto options = std::make_shared<Options>();
-  CLI::App& command =
-      add_command(app, action, "eval", "Print the value of an expression", options, run);
-  command.add_option("EXPR", options->expression, "The expression")->required();
-  CLI::Option* const table =
-      command.add_option("--table", options->table, "The table whose fields it may use")
-          ->type_name("FILE");
-  command.add_option("--record", options->record, "The record to read them from; else the first")
-      ->type_name("N")
-      ->needs(table);
+  CommandLine command = commands.command("eval", "Print the value of an expression", options, run);
+  command.required("EXPR", options->expression, "The expression");
+  command.option("--table", options->table, "FILE", "The table whose fields it may use");
+  command.option("--record", options->record, "N", "The record to read them from; else the first");
+  command.needs("--record", "--table");
   add_text_options(command, options->texts);
   command.footer(
       "Examples:\n"

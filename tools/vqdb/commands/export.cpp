@@ -55,24 +55,21 @@ Exit run(const Options& options) {
 
 }  // namespace
 
-void add_export(CLI::App& app, Action& action) {
+void add_export(CommandLine& commands) {
   auto options = std::make_shared<Options>();
-  CLI::App& command = add_command(app, action, "export",
-                                  "Write the records of a table as CSV, JSON or SQL", options, run);
-  command.add_option("FILE", options->table, "The table")->required();
-  command.add_option("--to", options->format, "The form: csv, json, jsonl or sql")
-      ->required()
-      ->type_name("FORM")
-      ->check(CLI::IsMember({"csv", "json", "jsonl", "sql"}).description(""));
-  command.add_option("-o,--output", options->output, "The file to write; else standard output")
-      ->type_name("OUT");
+  CommandLine command =
+      commands.command("export", "Write the records of a table as CSV, JSON or SQL", options, run);
+  command.required("FILE", options->table, "The table");
+  command.choice("--to", options->format, "FORM", {"csv", "json", "jsonl", "sql"},
+                 "The form: csv, json, jsonl or sql");
+  command.must("--to");
+  command.option("-o,--output", options->output, "OUT", "The file to write; else standard output");
   add_selection_options(command, options->selection);
   add_text_options(command, options->texts);
-  command.add_flag("--crlf", options->crlf, "CSV lines end in CR LF");
-  command.add_option("--table", options->sql_name, "The table's name in SQL; else the file's")
-      ->type_name("NAME");
-  command.add_flag("--strict", options->strict,
-                   "Stop at a value that cannot be read as its type, instead of a warning");
+  command.flag("--crlf", options->crlf, "CSV lines end in CR LF");
+  command.option("--table", options->sql_name, "NAME", "The table's name in SQL; else the file's");
+  command.flag("--strict", options->strict,
+               "Stop at a value that cannot be read as its type, instead of a warning");
   command.footer(
       "Texts leave as UTF-8, dates as 2024-01-31. A value that cannot be read as its type is told\n"
       "and stays as it stands in CSV; in JSON and SQL it is null. An output file takes its place\n"

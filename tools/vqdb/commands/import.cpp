@@ -67,10 +67,12 @@ class Rows {
       std::string text;
       const std::size_t done = encoding_.decode(cells[i], false, text);
       if (done < cells[i].size()) {
-        stop_failed("{}: line {}, column {}: byte 0x{:02X} is no character of {} (--csv-encoding "
-                    "takes another)",
-                    name(), line(), i < columns_.size() && &cells != &columns_ ? columns_[i] : std::to_string(i + 1),
-                    static_cast<unsigned char>(cells[i][done]), encoding_.name());
+        stop_failed(
+            "{}: line {}, column {}: byte 0x{:02X} is no character of {} (--csv-encoding "
+            "takes another)",
+            name(), line(),
+            i < columns_.size() && &cells != &columns_ ? columns_[i] : std::to_string(i + 1),
+            static_cast<unsigned char>(cells[i][done]), encoding_.name());
       }
       cells[i] = text;
     }
@@ -115,8 +117,8 @@ class Filling {
     try {
       writer_.put(field, text, record.data());
     } catch (const Misfit& misfit) {
-      stop_failed("{}: line {}, column {}: {}", rows_.name(), rows_.line(),
-                  rows_.columns()[column], misfit.why);
+      stop_failed("{}: line {}, column {}: {}", rows_.name(), rows_.line(), rows_.columns()[column],
+                  misfit.why);
     }
   }
 
@@ -140,8 +142,7 @@ Exit append(const Options& options, Rows& rows) {
     auto found = has_name(rows.columns()[i]);
     if (found == table.fields().end()) found = has_name(short_names[i]);
     if (found == table.fields().end()) {
-      stop_failed("{}: column {} has no field in {}", rows.name(), rows.columns()[i],
-                  table.path());
+      stop_failed("{}: column {} has no field in {}", rows.name(), rows.columns()[i], table.path());
     }
     if (std::ranges::find(fields, found->offset, &Field::offset) != fields.end()) {
       stop_failed("{}: two columns for the field {}", rows.name(), found->name);
@@ -153,8 +154,7 @@ Exit append(const Options& options, Rows& rows) {
   Filling filling(rows, table, change.database(), change.memo(), change.block(), options.cut);
   const std::uint64_t count = filling.run(fields);
   change.commit();
-  fmt::print("{}: {} appended{}\n", table.path(), records_text(count),
-             cuts_text(filling.cuts()));
+  fmt::print("{}: {} appended{}\n", table.path(), records_text(count), cuts_text(filling.cuts()));
   return Exit::done;
 }
 
@@ -233,31 +233,31 @@ Exit run(const Options& options) {
 
 }  // namespace
 
-void add_import(CLI::App& app, Action& action) {
+void add_import(CommandLine& commands) {
   auto options = std::make_shared<Options>();
-  CLI::App& command =
-      add_command(app, action, "import", "Make a table of a CSV file, or append one", options, run);
-  command.add_option("CSV", options->csv, "The CSV file, its first line the column names; - for "
-                                          "standard input")
-      ->required();
-  command.add_option("TABLE", options->table, "The table")->required();
-  CLI::Option* const append_flag =
-      command.add_flag("--append", options->append, "Append to a table that is there");
-  command.add_option("--field", options->fields,
-                     "Type of a column, such as PRICE:N10.2; else as narrow as its values allow")
-      ->type_name("NAME:TYPE")
-      ->excludes(append_flag);
+  CommandLine command =
+      commands.command("import", "Make a table of a CSV file, or append one", options, run);
+  command.required("CSV", options->csv,
+                   "The CSV file, its first line the column names; - for "
+                   "standard input");
+  command.required("TABLE", options->table, "The table");
+  command.flag("--append", options->append, "Append to a table that is there");
+  command.option("--field", options->fields, "NAME:TYPE",
+                 "Type of a column, such as PRICE:N10.2; else as narrow as its values allow");
+  command.excludes("--field", "--append");
   add_new_table_options(command, options->kind);
   add_change_options(command, options->indexes, options->cut);
-  command.add_option("--encoding", options->texts.encoding, "Code page of the table's texts, else 1252")
-      ->type_name("NAME");
-  command.add_option("--csv-encoding", options->csv_encoding, "Code page of the CSV file, else UTF-8")
-      ->type_name("NAME");
-  command.add_option("--delimiter", options->delimiter, "Between the values, else a comma; \\t a tab")
-      ->type_name("C");
+  command.option("--encoding", options->texts.encoding, "NAME",
+                 "Code page of the table's texts, else 1252");
+  command.option("--csv-encoding", options->csv_encoding, "NAME",
+                 "Code page of the CSV file, else UTF-8");
+  command.option("--delimiter", options->delimiter, "C",
+                 "Between the values, else a comma; \\t a tab");
   command.footer(
-      "Dates are written 2024-01-31, logical values true or false. A value that does not fit stops\n"
-      "the import, and nothing is changed; with --cut texts and decimals are cut and counted. Texts\n"
+      "Dates are written 2024-01-31, logical values true or false. A value that does not fit "
+      "stops\n"
+      "the import, and nothing is changed; with --cut texts and decimals are cut and counted. "
+      "Texts\n"
       "longer than 254 bytes become memo fields. Names longer than ten letters are shortened.\n\n"
       "Examples:\n"
       "  vqdb import towns.csv towns\n"

@@ -8,6 +8,7 @@
 #include "file_names.h"
 #include "index_list.h"
 #include "progress.h"
+#include "selection.h"
 #include "style.h"
 #include "table.h"
 
@@ -70,18 +71,18 @@ Exit create(const Options& options) {
     const Progress::Watch watch(change.block(), progress);
     const std::string key = table.encode(options.key);
     const std::string filter = table.encode(options.filter);
-    const int32_t result = DBindex(
-        change.database(), name.kind, name.path.c_str(), name.tag.empty() ? nullptr : name.tag.c_str(),
-        key.c_str(), filter.empty() ? nullptr : filter.c_str(),
-        (options.unique ? kUnique : 0) | (options.descending ? kDescending : 0));
+    const int32_t result =
+        DBindex(change.database(), name.kind, name.path.c_str(),
+                name.tag.empty() ? nullptr : name.tag.c_str(), key.c_str(),
+                filter.empty() ? nullptr : filter.c_str(),
+                (options.unique ? kUnique : 0) | (options.descending ? kDescending : 0));
     require(change.block(), result, options.key);
   }
   change.commit();
   std::vector<IndexFile> group = change.group();
   const std::string path = find_file(name.path).value_or(name.path);
-  if (std::ranges::none_of(group, [&](const IndexFile& file) {
-        return equal_ignoring_case(file.path, path);
-      })) {
+  if (std::ranges::none_of(
+          group, [&](const IndexFile& file) { return equal_ignoring_case(file.path, path); })) {
     group.push_back({name.kind, path, true});
   }
   write_index_list(table.path(), group);
@@ -122,9 +123,8 @@ Exit drop(const Options& options) {
     drop_tag(table, name.path, name.tag);
   } else {
     if (std::remove(name.path.c_str()) != 0) stop_failed("{}: cannot be removed", name.path);
-    std::erase_if(group, [&](const IndexFile& file) {
-      return equal_ignoring_case(file.path, name.path);
-    });
+    std::erase_if(group,
+                  [&](const IndexFile& file) { return equal_ignoring_case(file.path, name.path); });
     if (name.kind == kMdx) {
       require(table.block(), dDapart(&table.block(), table.path().c_str()), table.path());
     }
@@ -147,18 +147,16 @@ Exit rebuild(const Options& options) {
   return Exit::done;
 }
 
-void add_create_part(CLI::App& parent, Action& action) {
+void add_create_part(CommandLine& parent) {
   auto options = std::make_shared<Options>();
-  CLI::App& command = add_command(parent, action, "create", "Make an index", options, create);
-  command.add_option("TABLE", options->table, "The table")->required();
-  command.add_option("INDEX[;TAG]", options->index, "The index file, or a tag of an MDX file")
-      ->required();
-  command.add_option("EXPR", options->key, "The key")->required();
-  command.add_option("--for", options->filter, "Only records for which this is true (MDX)")
-      ->type_name("EXPR");
-  command.add_flag("--unique", options->unique, "The first record of each key only");
-  command.add_flag("--descending", options->descending, "From the last key to the first (MDX)");
-  command.add_flag("--dbase3", options->dbase3, "An NDX file in the form of dBASE III");
+  CommandLine command = parent.command("create", "Make an index", options, create);
+  command.required("TABLE", options->table, "The table");
+  command.required("INDEX[;TAG]", options->index, "The index file, or a tag of an MDX file");
+  command.required("EXPR", options->key, "The key");
+  command.option("--for", options->filter, "EXPR", "Only records for which this is true (MDX)");
+  command.flag("--unique", options->unique, "The first record of each key only");
+  command.flag("--descending", options->descending, "From the last key to the first (MDX)");
+  command.flag("--dbase3", options->dbase3, "An NDX file in the form of dBASE III");
   add_index_option(command, options->indexes);
   add_text_options(command, options->texts);
   command.footer(
@@ -167,7 +165,7 @@ void add_create_part(CLI::App& parent, Action& action) {
       "  vqdb index create towns 'towns.mdx;people' PEOPLE --descending --for 'PEOPLE > 0'");
 }
 
-void add_others(CLI::App& parent, Action& action) {
+void add_others(CommandLine& parent) {
   struct Part {
     const char* name;
     const char* summary;
@@ -184,11 +182,10 @@ void add_others(CLI::App& parent, Action& action) {
   };
   for (const Part& part : kParts) {
     auto options = std::make_shared<Options>();
-    CLI::App& command = add_command(parent, action, part.name, part.summary, options, part.run);
-    command.add_option("TABLE", options->table, "The table")->required();
+    CommandLine command = parent.command(part.name, part.summary, options, part.run);
+    command.required("TABLE", options->table, "The table");
     if (part.run == drop) {
-      command.add_option("INDEX[;TAG]", options->index, "The index file, or a tag of an MDX file")
-          ->required();
+      command.required("INDEX[;TAG]", options->index, "The index file, or a tag of an MDX file");
     } else {
       add_index_option(command, options->indexes);
     }
@@ -198,17 +195,16 @@ void add_others(CLI::App& parent, Action& action) {
 
 }  // namespace
 
-void add_index(CLI::App& app, Action& action) {
-  CLI::App* const parent = app.add_subcommand("index", "Make, tell, drop and rebuild indexes");
-  parent->require_subcommand(1);
-  parent->footer(
+void add_index(CommandLine& commands) {
+  CommandLine parent = commands.group("index", "Make, tell, drop and rebuild indexes");
+  parent.footer(
       "The indexes of a table are those of its index list, the MDX file of its name, and what\n"
       "--index names besides.\n\n"
       "Examples:\n"
       "  vqdb index create towns byname 'UPPER(NAME)'\n"
       "  vqdb index list towns");
-  add_create_part(*parent, action);
-  add_others(*parent, action);
+  add_create_part(parent);
+  add_others(parent);
 }
 
 }  // namespace tool

@@ -7,6 +7,7 @@
 #include "display.h"
 #include "index_group.h"
 #include "memo_file.h"
+#include "selection.h"
 #include "style.h"
 #include "table.h"
 #include "warnings.h"
@@ -49,7 +50,8 @@ bool has_memos(const Header& header) {
 }
 
 IndexReport index_report(const Table& table, const IndexFile& file) {
-  IndexReport report{.file = file};
+  IndexReport report;
+  report.file = file;
   if (!file.is_there) {
     report.trouble = "missing";
     return report;
@@ -72,8 +74,7 @@ void look_at_flags(const Table& table, Report& report) {
     if (record[0] != '*' && record[0] != ' ') ++odd;
   }
   if (odd > 0) {
-    report.oddities.push_back(
-        fmt::format("{} deletion flags are neither a blank nor a star", odd));
+    report.oddities.push_back(fmt::format("{} deletion flags are neither a blank nor a star", odd));
   }
 }
 
@@ -92,8 +93,7 @@ Report report_on(const std::string& name, const Options& options) {
       report.memo_path = memos.path();
       if (!memos.is_open()) report.memo_trouble = memos.why();
     }
-    for (const IndexFile& file :
-         index_group_of(report.path, report.header, options.indexes)) {
+    for (const IndexFile& file : index_group_of(report.path, report.header, options.indexes)) {
       report.indexes.push_back(index_report(table, file));
     }
     look_at_flags(table, report);
@@ -150,8 +150,8 @@ void print_report(const Report& report) {
   const std::string deleted =
       report.deleted > 0 ? fmt::format(", {} of them deleted", report.deleted) : "";
   print_line("records", fmt::format("{}{}", header.records, deleted));
-  print_line("length", fmt::format("{} bytes a record, {} the header", header.record_length,
-                                   header.length));
+  print_line("length",
+             fmt::format("{} bytes a record, {} the header", header.record_length, header.length));
   print_line("updated", fmt::format("{:04}-{:02}-{:02}", header.year, header.month, header.day));
   if (!report.code_page.empty()) {
     print_line("code page", fmt::format("{} ({})", report.code_page, report.code_page_source));
@@ -187,8 +187,9 @@ Json json_of(const Report& report) {
     json["code_page"] = {{"name", report.code_page}, {"from", report.code_page_source}};
   }
   if (!report.memo_path.empty()) {
-    json["memo_file"] = {{"file", report.memo_path},
-                         {"trouble", report.memo_trouble.empty() ? Json() : Json(report.memo_trouble)}};
+    json["memo_file"] = {
+        {"file", report.memo_path},
+        {"trouble", report.memo_trouble.empty() ? Json() : Json(report.memo_trouble)}};
   }
   json["fields"] = Json::array();
   for (const Field& field : header.fields) {
@@ -203,13 +204,14 @@ Json json_of(const Report& report) {
     if (!index.trouble.empty()) entry["trouble"] = index.trouble;
     entry["orders"] = Json::array();
     for (const IndexFacts& facts : index.facts) {
-      entry["orders"].push_back({{"tag", facts.tag.empty() ? Json() : Json(facts.tag)},
-                                 {"key", text_for_json(facts.key)},
-                                 {"for", facts.filter.empty() ? Json() : Json(text_for_json(facts.filter))},
-                                 {"type", std::string(1, facts.key_type)},
-                                 {"length", facts.key_length},
-                                 {"unique", facts.unique},
-                                 {"descending", facts.descending}});
+      entry["orders"].push_back(
+          {{"tag", facts.tag.empty() ? Json() : Json(facts.tag)},
+           {"key", text_for_json(facts.key)},
+           {"for", facts.filter.empty() ? Json() : Json(text_for_json(facts.filter))},
+           {"type", std::string(1, facts.key_type)},
+           {"length", facts.key_length},
+           {"unique", facts.unique},
+           {"descending", facts.descending}});
     }
     json["indexes"].push_back(std::move(entry));
   }
@@ -246,15 +248,14 @@ Exit run(const Options& options) {
 
 }  // namespace
 
-void add_info(CLI::App& app, Action& action) {
+void add_info(CommandLine& commands) {
   auto options = std::make_shared<Options>();
-  CLI::App& command = add_command(app, action, "info",
-                                  "Tell what a table is made of, and what is odd about it", options,
-                                  run);
-  command.add_option("FILE", options->tables, "The tables")->required();
-  command.add_flag("--json", options->json, "As a JSON array, an object for each table");
-  command.add_option("--index", options->indexes, "An index file that belongs to the table besides")
-      ->type_name("FILE");
+  CommandLine command = commands.command(
+      "info", "Tell what a table is made of, and what is odd about it", options, run);
+  command.required("FILE", options->tables, "The tables");
+  command.flag("--json", options->json, "As a JSON array, an object for each table");
+  command.option("--index", options->indexes, "FILE",
+                 "An index file that belongs to the table besides");
   add_text_options(command, options->texts);
   command.footer(
       "Exit code 3: one of the files cannot be read; what its header says is told all the same.\n\n"

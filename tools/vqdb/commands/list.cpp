@@ -36,11 +36,10 @@ Exit run(const Options& options) {
 
 }  // namespace
 
-void add_list(CLI::App& app, Action& action) {
+void add_list(CommandLine& commands) {
   auto options = std::make_shared<Options>();
-  CLI::App& command =
-      add_command(app, action, "list", "Show the records of a table", options, run);
-  command.add_option("FILE", options->table, "The table")->required();
+  CommandLine command = commands.command("list", "Show the records of a table", options, run);
+  command.required("FILE", options->table, "The table");
   add_selection_options(command, options->selection);
   add_text_options(command, options->texts);
   command.footer(

@@ -8,6 +8,7 @@
 #include "field_writer.h"
 #include "memo_file.h"
 #include "output.h"
+#include "selection.h"
 #include "table.h"
 
 namespace tool {
@@ -49,10 +50,11 @@ Exit get(const Options& options) {
   } else {
     const std::size_t done = table.encoding().decode(bytes, options.texts.replace, output.buffer());
     if (done < bytes.size()) {
-      stop_failed("{}: record {}, field {}: byte 0x{:02X} at position {} is no character of code "
-                  "page {} (--encoding takes another, --raw the bytes as they are)",
-                  table.path(), options.record, field.name,
-                  static_cast<unsigned char>(bytes[done]), done + 1, table.encoding().name());
+      stop_failed(
+          "{}: record {}, field {}: byte 0x{:02X} at position {} is no character of code "
+          "page {} (--encoding takes another, --raw the bytes as they are)",
+          table.path(), options.record, field.name, static_cast<unsigned char>(bytes[done]),
+          done + 1, table.encoding().name());
     }
   }
   output.finish();
@@ -90,35 +92,34 @@ Exit set(const Options& options) {
   return Exit::done;
 }
 
-void add_place(CLI::App& command, Options& options) {
-  command.add_option("TABLE", options.table, "The table")->required();
-  command.add_option("RECNO", options.record, "The record's number")->required();
-  command.add_option("FIELD", options.field, "The memo field")->required();
+void add_place(CommandLine& command, Options& options) {
+  command.required("TABLE", options.table, "The table");
+  command.required("RECNO", options.record, "The record's number");
+  command.required("FIELD", options.field, "The memo field");
 }
 
 }  // namespace
 
-void add_memo(CLI::App& app, Action& action) {
-  CLI::App* const parent = app.add_subcommand("memo", "Read and write memo texts");
-  parent->require_subcommand(1);
-  parent->footer(
+void add_memo(CommandLine& commands) {
+  CommandLine parent = commands.group("memo", "Read and write memo texts");
+  parent.footer(
       "Examples:\n"
       "  vqdb memo get towns 3 NOTES\n"
       "  vqdb memo set towns 3 NOTES 'Twinned with Lyon.'");
   auto getting = std::make_shared<Options>();
-  CLI::App& get_command = add_command(*parent, action, "get", "Print a memo", getting, get);
+  CommandLine get_command = parent.command("get", "Print a memo", getting, get);
   add_place(get_command, *getting);
-  get_command.add_flag("--raw", getting->raw, "Its bytes as they are, not as UTF-8");
+  get_command.flag("--raw", getting->raw, "Its bytes as they are, not as UTF-8");
   add_text_options(get_command, getting->texts);
   get_command.footer(
       "Exit code 1: the field is blank.\n\n"
       "Examples:\n"
       "  vqdb memo get towns 3 NOTES > notes.txt");
   auto setting = std::make_shared<Options>();
-  CLI::App& set_command = add_command(*parent, action, "set", "Write a memo", setting, set);
+  CommandLine set_command = parent.command("set", "Write a memo", setting, set);
   add_place(set_command, *setting);
-  set_command.add_option("TEXT", setting->text,
-                         "The text; - or nothing: standard input. An empty text blanks the field");
+  set_command.optional("TEXT", setting->text,
+                       "The text; - or nothing: standard input. An empty text blanks the field");
   add_index_option(set_command, setting->indexes);
   add_text_options(set_command, setting->texts);
   set_command.footer(

@@ -41,17 +41,15 @@ Exit run(const Options& options) {
 
 }  // namespace
 
-void add_seek(CLI::App& app, Action& action) {
+void add_seek(CommandLine& commands) {
   auto options = std::make_shared<Options>();
-  CLI::App& command = add_command(app, action, "seek", "Find the records with a key", options, run);
-  command.add_option("TABLE", options->table, "The table")->required();
-  command.add_option("INDEX[;TAG]", options->index, "The index, or a tag of one")->required();
-  command.add_option("KEY", options->key, "The key: a text, a number, or a date such as 2024-01-31")
-      ->required();
-  command.add_flag("--prefix", options->prefix, "Keys that begin so");
-  command.add_option("--fields", options->selection.fields, "Only these fields, in this order")
-      ->delimiter(',')
-      ->type_name("A,B,...");
+  CommandLine command = commands.command("seek", "Find the records with a key", options, run);
+  command.required("TABLE", options->table, "The table");
+  command.required("INDEX[;TAG]", options->index, "The index, or a tag of one");
+  command.required("KEY", options->key, "The key: a text, a number, or a date such as 2024-01-31");
+  command.flag("--prefix", options->prefix, "Keys that begin so");
+  command.list_option("--fields", options->selection.fields, "A,B,...",
+                      "Only these fields, in this order");
   add_text_options(command, options->texts);
   command.footer(
       "Deleted records are marked with a star. Exit code 1: no record has the key.\n\n"

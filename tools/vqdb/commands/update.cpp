@@ -36,8 +36,8 @@ class Updates {
       try {
         writer.put(fields_[i], show(expressions_[i]->run(walk.record())), record.data());
       } catch (const Misfit& misfit) {
-        stop_failed("{}: record {}, field {}: {}; nothing was changed", table_.path(),
-                    walk.recno(), fields_[i].name, misfit.why);
+        stop_failed("{}: record {}, field {}: {}; nothing was changed", table_.path(), walk.recno(),
+                    fields_[i].name, misfit.why);
       }
     }
   }
@@ -75,17 +75,14 @@ Exit run(const Options& options) {
 
 }  // namespace
 
-void add_update(CLI::App& app, Action& action) {
+void add_update(CommandLine& commands) {
   auto options = std::make_shared<Options>();
-  CLI::App& command =
-      add_command(app, action, "update", "Change the records that match", options, run);
-  command.add_option("TABLE", options->table, "The table")->required();
-  command.add_option("FIELD=EXPR", options->values, "What fields become: an expression each")
-      ->required();
-  command.add_option("--for", options->selection.filter, "The records for which this is true")
-      ->required()
-      ->type_name("EXPR");
-  command.add_flag("--deleted", options->selection.deleted, "Deleted records as well");
+  CommandLine command = commands.command("update", "Change the records that match", options, run);
+  command.required("TABLE", options->table, "The table");
+  command.required("FIELD=EXPR", options->values, "What fields become: an expression each");
+  command.option("--for", options->selection.filter, "EXPR", "The records for which this is true");
+  command.must("--for");
+  command.flag("--deleted", options->selection.deleted, "Deleted records as well");
   add_change_options(command, options->indexes, options->cut);
   add_text_options(command, options->texts);
   command.footer(

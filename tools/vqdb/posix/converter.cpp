@@ -50,7 +50,8 @@ class OneWay {
 
 class IconvConverter : public Converter {
  public:
-  explicit IconvConverter(const std::string& name) : decoder_(name, "UTF-8"), encoder_("UTF-8", name) {}
+  explicit IconvConverter(const std::string& name)
+      : decoder_(name, "UTF-8"), encoder_("UTF-8", name) {}
   bool is_open() const { return decoder_.is_open() && encoder_.is_open(); }
   std::size_t to_utf8(std::string_view bytes, std::string& out) override {
     return decoder_.convert(bytes, out);

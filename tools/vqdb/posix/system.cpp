@@ -1,10 +1,10 @@
 #include "system.h"
 
-#include <csignal>
-#include <cstdlib>
-
 #include <sys/ioctl.h>
 #include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
 
 namespace tool {
 namespace {

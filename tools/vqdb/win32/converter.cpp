@@ -35,9 +35,9 @@ bool convert(std::string_view bytes, UINT from, UINT to, std::string& out) {
   std::vector<char> narrow(static_cast<std::size_t>(units) * 4);
   BOOL replaced = FALSE;
   const bool to_page = to != CP_UTF8;
-  const int written = ::WideCharToMultiByte(
-      to, to_page ? WC_NO_BEST_FIT_CHARS : 0, wide.data(), units, narrow.data(),
-      static_cast<int>(narrow.size()), nullptr, to_page ? &replaced : nullptr);
+  const int written = ::WideCharToMultiByte(to, to_page ? WC_NO_BEST_FIT_CHARS : 0, wide.data(),
+                                            units, narrow.data(), static_cast<int>(narrow.size()),
+                                            nullptr, to_page ? &replaced : nullptr);
   if (written == 0 || replaced != FALSE) return false;
   out.append(narrow.data(), static_cast<std::size_t>(written));
   return true;

@@ -1,9 +1,8 @@
 #include "system.h"
 
-#include <windows.h>
-
 #include <fcntl.h>
 #include <io.h>
+#include <windows.h>
 
 #include <atomic>
 #include <cstdlib>
