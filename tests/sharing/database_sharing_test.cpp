@@ -53,8 +53,9 @@ VQ_CHILD(append_orders) {
   return report(block, result);
 }
 
-// Finds records by one of the indexes, edits and saves args[3] of them, all but those that are
-// being appended; the choices are those of the seed args[4].
+// Finds records by one of the indexes, edits and saves args[3] of them, of those that are being
+// appended the day alone; the choices are those of the seed args[4]. Of equal keys the one that
+// came last is found, so that appends are met on their way.
 VQ_CHILD(find_edit_and_save) {
   VqBlock block;
   VqDatabase* const database = open_shared(block, args);
@@ -71,18 +72,21 @@ VQ_CHILD(find_edit_and_save) {
     const std::string file = folder + index.file;
     VqMember member;
     if (lib.GRPmember(database, index.kind, file.c_str(), nullptr, &member) != 0) return 1;
-    const std::string key = index.bytes_of(index.key_of({name(), pick(20), 1 + pick(28)}));
+    const std::string wanted = pick(2) == 0 ? name() : "anna" + std::to_string(pick(10));
+    const std::string key = index.bytes_of(index.key_of({wanted, pick(400), 1 + pick(28)}));
     std::string record(kOrderBytes, ' ');
     std::uint32_t recno = 0;
     result = lib.DBgetrec(&member, key.data(), record.data(), &recno);
     // In mode 4 a record that another process appended is found, but not read.
     const bool missed = result == VQ_E_NOT_FOUND || result == VQ_E_RANGE || is_refusal(result);
     if (missed) result = 0;
-    if (record[1] != 'c') continue;
+    if (record[1] == ' ') continue;
     Order order = order_in(record);
-    order.name = name();
-    if (pick(2) == 0) order.cents = pick(20);
-    if (pick(2) == 0) order.due = 1 + pick(28);
+    if (record[1] == 'c') {
+      order.name = name();
+      order.cents = pick(20);
+    }
+    order.due = 1 + pick(28);
     do {
       result = lib.DBupdrec(database, recno, record_of(order).data());
     } while (is_refusal(result));
