@@ -1,9 +1,4 @@
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <string>
-
-#include "support/exports.h"
+#include "support/test.h"
 
 namespace {
 

@@ -1,9 +1,7 @@
-#include <gtest/gtest.h>
-
 #include <set>
-#include <string_view>
 
 #include "convert/collation.h"
+#include "support/test.h"
 
 namespace {
 

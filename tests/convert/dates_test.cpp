@@ -1,12 +1,7 @@
-#include <gtest/gtest.h>
-
 #include <chrono>
-#include <cstring>
-#include <string>
-#include <string_view>
 #include <tuple>
 
-#include "support/exports.h"
+#include "support/test.h"
 
 namespace {
 
@@ -48,6 +43,8 @@ TEST(Dates, every_date_of_years_1_to_9999_round_trips) {
     ++number;
     ASSERT_EQ(number, lib.dU3itoJ(&block, m, d, y));
     ASSERT_EQ(Date(m, d, y), date_of_day(number));
+    // The ends of months and of years, and some days between.
+    if (d > 2 && d < 28 && number % 7 != 0) continue;
     double key = 0;
     ASSERT_EQ(0, lib.dU3itodk(&block, kDouble, m, d, y, &key));
     ASSERT_EQ(number + 1721425.0, key);
@@ -84,19 +81,15 @@ TEST(Dates, dates_that_do_not_exist_are_refused_with_the_detail_of_each_call) {
     SCOPED_TRACE(std::to_string(m) + "/" + std::to_string(d) + "/" + std::to_string(y));
     VqBlock block = {};
     char untouched[] = "untouched";
-    EXPECT_EQ(-4, lib.dU3itodf(&block, m, d, y, untouched));
-    EXPECT_EQ(4001, block.detail);
-    EXPECT_EQ(-4, lib.dU3itodk(&block, kDouble, m, d, y, untouched));
-    EXPECT_EQ(4021, block.detail);
-    EXPECT_EQ(-4, lib.dU3itoJ(&block, m, d, y));
-    EXPECT_EQ(4071, block.detail);
+    EXPECT_EQ("-4/4001", codes(lib.dU3itodf(&block, m, d, y, untouched), block));
+    EXPECT_EQ("-4/4021", codes(lib.dU3itodk(&block, kDouble, m, d, y, untouched), block));
+    EXPECT_EQ("-4/4071", codes(lib.dU3itoJ(&block, m, d, y), block));
     EXPECT_STREQ("untouched", untouched);
   }
   VqBlock block = {};
   char field[8];
   EXPECT_EQ(-4, lib.dU3itodf(&block, 1, 1, 10000, field));
-  EXPECT_EQ(-4, lib.dUdftodk(&block, kDouble, "19950230", field));
-  EXPECT_EQ(4021, block.detail);
+  EXPECT_EQ("-4/4021", codes(lib.dUdftodk(&block, kDouble, "19950230", field), block));
   EXPECT_EQ(0, lib.dU3itodf(&block, 2, 29, 2000, field));
 }
 
@@ -150,8 +143,7 @@ TEST(Dates, texts_that_are_no_date_are_refused) {
   for (const char* text : {"", "  /  /  ", "03/07", "03/07/", "03/07/95x", "3 7 95", "13/01/95",
                            "02/29/1900", "a/b/c", "03/07/99999999999", "-3/07/95", "1/1/10000"}) {
     block.detail = 0;
-    EXPECT_EQ(-4, lib.dUatoJ(&block, text)) << text;
-    EXPECT_EQ(4071, block.detail) << text;
+    EXPECT_EQ("-4/4071", codes(lib.dUatoJ(&block, text), block)) << text;
   }
   EXPECT_EQ(lib.dU3itoJ(&block, 3, 7, 1905), lib.dUatoJ(&block, " 3 - 7 . 5 "));
   EXPECT_EQ(lib.dU3itoJ(&block, 3, 7, 95), lib.dUatoJ(&block, "03/07/0095"));

@@ -1,13 +1,8 @@
-#include <gtest/gtest.h>
-
 #include <charconv>
 #include <cmath>
-#include <cstring>
 #include <limits>
-#include <random>
-#include <string>
 
-#include "support/exports.h"
+#include "support/test.h"
 
 namespace {
 
@@ -36,26 +31,24 @@ TEST(Numbers, fields_hold_fixed_point_else_exponent_form_else_stars) {
     int32_t decimals;
     const char* field;
   };
-  const Case cases[] = {
-      {1234.5, 10, 2, "   1234.50"},
-      {-0.001, 8, 2, "    0.00"},  // nothing has no sign
-      {0.125, 6, 2, "  0.12"},     // halves that are exact go to the even digit
-      {0.375, 6, 2, "  0.38"},
-      {2.675, 6, 2, "  2.67"},  // below the half as a double
-      {-12.5, 6, 2, "-12.50"},
-      {1e22, 24, 0, " 10000000000000000000000"},
-      {-0.5, 3, 1, "-.5"},  // the 0 before the point gives way first
-      {123456, 5, 0, "*****"},
-      {123456, 6, 0, "123456"},
-      {1234567, 6, 0, " .1E+7"},
-      {-1234567, 7, 0, "-.12E+7"},
-      {9.99999e9, 8, 0, " .10E+11"},  // the exponent grows by rounding
-      {1e300, 9, 2, " .10E+301"},
-      {9.999e-99, 8, 6, "0.000000"},
-      {kInfinity, 4, 0, "****"},
-      {-kInfinity, 10, 2, "**********"},
-      {std::nan(""), 10, 2, "**********"},
-  };
+  const Case cases[] = {{1234.5, 10, 2, "   1234.50"},
+                        {-0.001, 8, 2, "    0.00"},  // nothing has no sign
+                        {0.125, 6, 2, "  0.12"},     // halves that are exact go to the even digit
+                        {0.375, 6, 2, "  0.38"},
+                        {2.675, 6, 2, "  2.67"},  // below the half as a double
+                        {-12.5, 6, 2, "-12.50"},
+                        {1e22, 24, 0, " 10000000000000000000000"},
+                        {-0.5, 3, 1, "-.5"},  // the 0 before the point gives way first
+                        {123456, 5, 0, "*****"},
+                        {123456, 6, 0, "123456"},
+                        {1234567, 6, 0, " .1E+7"},
+                        {-1234567, 7, 0, "-.12E+7"},
+                        {9.99999e9, 8, 0, " .10E+11"},  // the exponent grows by rounding
+                        {1e300, 9, 2, " .10E+301"},
+                        {9.999e-99, 8, 6, "0.000000"},
+                        {kInfinity, 4, 0, "****"},
+                        {-kInfinity, 10, 2, "**********"},
+                        {std::nan(""), 10, 2, "**********"}};
   for (const Case& c : cases) {
     EXPECT_EQ(c.field, field_of(c.value, c.width, c.decimals)) << c.value;
   }
@@ -72,10 +65,8 @@ TEST(Numbers, shapes_that_no_field_has_are_refused) {
        {Shape{0, 0}, {-1, 0}, {255, 0}, {10, -1}, {3, 2}, {10, 9}, {2, 1}, {10, 2147483647}}) {
     VqBlock block = {};
     char field[300] = "untouched";
-    EXPECT_EQ(-4, lib.dUdtonf(&block, 1, width, decimals, field));
-    EXPECT_EQ(4061, block.detail);
-    EXPECT_EQ(-4, lib.dUatonf(&block, "1", width, decimals, field));
-    EXPECT_EQ(4041, block.detail);
+    EXPECT_EQ("-4/4061", codes(lib.dUdtonf(&block, 1, width, decimals, field), block));
+    EXPECT_EQ("-4/4041", codes(lib.dUatonf(&block, "1", width, decimals, field), block));
     EXPECT_STREQ("untouched", field);
   }
   VqBlock block = {};
@@ -87,7 +78,7 @@ TEST(Numbers, shapes_that_no_field_has_are_refused) {
 // m / 1024 is exact both as a double and as a decimal, so integers tell the right text.
 TEST(Numbers, rounding_agrees_with_integer_arithmetic) {
   std::mt19937_64 random(20);
-  for (int i = 0; i < 200000; ++i) {
+  for (int i = 0; i < 60000; ++i) {
     const auto m = static_cast<int64_t>(random() >> (14 + random() % 40)) >> 14;
     const auto decimals = static_cast<int32_t>(random() % 6);
     int64_t scale = 1;
@@ -147,8 +138,7 @@ TEST(Numbers, texts_read_as_far_as_they_are_numbers) {
       {"9007199254740993.0000000001", 9007199254740994},
       {"00000000000000000000000000000000000012", 12},
       {"99999999999999999999999999999999999999", 1e38},
-      {"0.0000000000000000000000000000000001234", 1.234e-34},
-  };
+      {"0.0000000000000000000000000000000001234", 1.234e-34}};
   for (const Case& c : cases) EXPECT_EQ(c.value, number_of(c.text)) << c.text;
   double value = 0;
   EXPECT_EQ(-4, lib.dUnftod("1", 40, &value));
@@ -158,7 +148,7 @@ TEST(Numbers, texts_read_as_far_as_they_are_numbers) {
 
 TEST(Numbers, every_double_reads_back_from_its_digits) {
   std::mt19937_64 random(21);
-  for (int i = 0; i < 200000; ++i) {
+  for (int i = 0; i < 60000; ++i) {
     const uint64_t bits = random();
     double value;
     std::memcpy(&value, &bits, sizeof value);

@@ -1,10 +1,4 @@
-#include <gtest/gtest.h>
-
-#include <cstddef>
-#include <cstring>
-#include <string>
-
-#include "support/exports.h"
+#include "support/test.h"
 
 namespace {
 
@@ -15,20 +9,18 @@ TEST(Settings, choices_are_kept_in_the_block) {
     int32_t given;
     uint32_t kept;
   };
-  const Case cases[] = {
-      {lib.dUsetlang, offsetof(VqBlock, language), 1, 1},
-      {lib.dUsetlang, offsetof(VqBlock, language), 2, 0},
-      {lib.dUsetnet, offsetof(VqBlock, index_kind), 6, 6},
-      {lib.dUsetnet, offsetof(VqBlock, index_kind), 7, 0},
-      {lib.dUsetnet, offsetof(VqBlock, index_kind), -1, 0},
-      {lib.dUsetdate, offsetof(VqBlock, date_format), 6, 6},
-      {lib.dUsetdate, offsetof(VqBlock, date_format), 7, 0},
-      {lib.dUsetdate, offsetof(VqBlock, date_format), -1, 0},
-      {lib.dUsetcent, offsetof(VqBlock, century), 5, 1},
-      {lib.dUsetcent, offsetof(VqBlock, century), 0, 0},
-      {lib.dUsetexact, offsetof(VqBlock, exact), -1, 1},
-      {lib.dUsetexact, offsetof(VqBlock, exact), 0, 0},
-  };
+  const Case cases[] = {{lib.dUsetlang, offsetof(VqBlock, language), 1, 1},
+                        {lib.dUsetlang, offsetof(VqBlock, language), 2, 0},
+                        {lib.dUsetnet, offsetof(VqBlock, index_kind), 6, 6},
+                        {lib.dUsetnet, offsetof(VqBlock, index_kind), 7, 0},
+                        {lib.dUsetnet, offsetof(VqBlock, index_kind), -1, 0},
+                        {lib.dUsetdate, offsetof(VqBlock, date_format), 6, 6},
+                        {lib.dUsetdate, offsetof(VqBlock, date_format), 7, 0},
+                        {lib.dUsetdate, offsetof(VqBlock, date_format), -1, 0},
+                        {lib.dUsetcent, offsetof(VqBlock, century), 5, 1},
+                        {lib.dUsetcent, offsetof(VqBlock, century), 0, 0},
+                        {lib.dUsetexact, offsetof(VqBlock, exact), -1, 1},
+                        {lib.dUsetexact, offsetof(VqBlock, exact), 0, 0}};
   for (const Case& c : cases) {
     VqBlock block = {};
     const uint32_t before = 3;

@@ -1,19 +1,9 @@
 // Indexes on computed keys: they get the length that the expression says, stay in step with the
 // table, and find what they hold.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
-#include <cstring>
-#include <random>
 #include <set>
-#include <string>
-#include <vector>
 
-#include "support/exports.h"
-#include "support/files.h"
+#include "support/test.h"
 
-namespace vqdb::testing {
 namespace {
 
 struct KeyCase {
@@ -29,11 +19,6 @@ constexpr KeyCase kKeys[] = {{"UPPER(NAME)", 20},
                              {"PADR(TRIM(NAME),30)", 30},
                              {"IIF(AMOUNT<0,'debt','credit')+CMONTH(DUE)", 15}};
 constexpr std::size_t kIndexes = std::size(kKeys);
-
-std::string padded(std::string text, std::size_t width) {
-  text.resize(width, ' ');
-  return text;
-}
 
 class Customers {
  public:
@@ -139,4 +124,3 @@ TEST(ComputedKeys, indexes_stay_in_step_and_find_what_they_hold) {
 }
 
 }  // namespace
-}  // namespace vqdb::testing

@@ -1,17 +1,8 @@
-#include <gtest/gtest.h>
-
-#include <array>
-#include <cstring>
-#include <string>
 #include <thread>
-#include <vector>
 
-#include "support/exports.h"
-#include "support/files.h"
+#include "support/test.h"
 
 namespace {
-
-using vqdb::testing::TemporaryFolder;
 
 constexpr std::uint32_t kRecords = 400;
 constexpr std::array<const char*, 4> kFields = {"NAME", "C12", "AMOUNT", "N8.2"};

@@ -1,10 +1,6 @@
-#include <gtest/gtest.h>
-
-#include <string>
-
 #include "support/bound_table.h"
+#include "support/test.h"
 
-namespace vqdb::testing {
 namespace {
 
 std::string hex(const std::string& bytes) {
@@ -25,40 +21,38 @@ TEST(ExpressionDelivery, key_form_follows_the_options) {
     const char* key;
   };
   constexpr std::uint32_t kKey = 0x01;
-  const Case cases[] = {
-      // Doubles, little-endian: 6000.5, -12.25, 2449720 (2 January 1995).
-      {"AMOUNT", kKey, "000000008070b740"},
-      {"AMOUNT + 0", kKey, "000000008070b740"},
-      {"DEBT", kKey, "00000000008028c0"},
-      {"-DEBT", kKey, "0000000000802840"},
-      {"DUE", kKey, "000000009cb04241"},
-      {"DUE + 0", kKey, "000000009cb04241"},
-      // Packed decimals of numbers; dates have none.
-      {"AMOUNT", kKey | 0x10, "381560005000000000000000"},
-      {"AMOUNT", kKey | 0x20, "381560005000000000000000"},
-      {"AMOUNT + 0", kKey | 0x10, "382960005000000000000000"},
-      {"-AMOUNT", kKey | 0x20, "38a960005000000000000000"},
-      {"DEBT", kKey | 0x10, "369112250000000000000000"},
-      {"0", kKey | 0x10, "340100000000000000000000"},
-      {"DUE", kKey | 0x10, "000000009cb04241"},
-      {"DUE + 0", kKey | 0x20, "000000009cb04241"},
-      // Doubles whose bytes sort.
-      {"AMOUNT", kKey | 0x100, "c0b7708000000000"},
-      {"DEBT + 0", kKey | 0x200, "3fd77fffffffffff"},
-      {"DUE", kKey | 0x100, "c142b09c00000000"},
-      // Texts.
-      {"AMOUNT", kKey | 0x400, "2020202020363030302e3530"},
-      {"-DEBT", kKey | 0x400, "2020202031322e3235"},
-      {"DUE", kKey | 0x400, "3139393530313032"},
-      {"DUE + 1", kKey | 0x400, "3139393530313033"},
-      // Blank dates.
-      {"PAID", kKey, "7d000000c3000000"},
-      {"PAID + 0", kKey, "7d000000c3000000"},
-      {"{}", kKey | 0x100, "8000000000000000"},
-      {"PAID", kKey | 0x400, "2020202020202020"},
-      {"ACTIVE", kKey, "54"},
-      {"ACTIVE = .F.", kKey | 0x10, "46"},
-  };
+  const Case cases[] = {// Doubles, little-endian: 6000.5, -12.25, 2449720 (2 January 1995).
+                        {"AMOUNT", kKey, "000000008070b740"},
+                        {"AMOUNT + 0", kKey, "000000008070b740"},
+                        {"DEBT", kKey, "00000000008028c0"},
+                        {"-DEBT", kKey, "0000000000802840"},
+                        {"DUE", kKey, "000000009cb04241"},
+                        {"DUE + 0", kKey, "000000009cb04241"},
+                        // Packed decimals of numbers; dates have none.
+                        {"AMOUNT", kKey | 0x10, "381560005000000000000000"},
+                        {"AMOUNT", kKey | 0x20, "381560005000000000000000"},
+                        {"AMOUNT + 0", kKey | 0x10, "382960005000000000000000"},
+                        {"-AMOUNT", kKey | 0x20, "38a960005000000000000000"},
+                        {"DEBT", kKey | 0x10, "369112250000000000000000"},
+                        {"0", kKey | 0x10, "340100000000000000000000"},
+                        {"DUE", kKey | 0x10, "000000009cb04241"},
+                        {"DUE + 0", kKey | 0x20, "000000009cb04241"},
+                        // Doubles whose bytes sort.
+                        {"AMOUNT", kKey | 0x100, "c0b7708000000000"},
+                        {"DEBT + 0", kKey | 0x200, "3fd77fffffffffff"},
+                        {"DUE", kKey | 0x100, "c142b09c00000000"},
+                        // Texts.
+                        {"AMOUNT", kKey | 0x400, "2020202020363030302e3530"},
+                        {"-DEBT", kKey | 0x400, "2020202031322e3235"},
+                        {"DUE", kKey | 0x400, "3139393530313032"},
+                        {"DUE + 1", kKey | 0x400, "3139393530313033"},
+                        // Blank dates.
+                        {"PAID", kKey, "7d000000c3000000"},
+                        {"PAID + 0", kKey, "7d000000c3000000"},
+                        {"{}", kKey | 0x100, "8000000000000000"},
+                        {"PAID", kKey | 0x400, "2020202020202020"},
+                        {"ACTIVE", kKey, "54"},
+                        {"ACTIVE = .F.", kKey | 0x10, "46"}};
   BoundTable bound;
   for (const Case& c : cases) {
     const Outcome outcome = bound.evaluate(c.text, c.options);
@@ -84,17 +78,15 @@ TEST(ExpressionDelivery, texts_are_cut_to_the_limit_and_ended) {
     std::string bytes;  // as delivered
     char behind;        // the byte behind them; '~' is untouched
   };
-  const Case cases[] = {
-      {"NAME", 0, 3, "Smi", '\0'},
-      {"NAME", 0, 10, "Smith     ", '\0'},
-      {"NAME", 0, 11, "Smith     ", '\0'},
-      {"NAME", 1, 3, "Smi", '~'},  // a key has no room but its own
-      {"NAME", 1, 10, "Smith     ", '~'},
-      {"NAME", 1, 0, "Smith     ", '\0'},
-      {"DUE", 0, 5, "01/02", '\0'},
-      {"ACTIVE", 0, 1, "T", '\0'},
-      {"ACTIVE", 1, 1, "T", '~'},
-  };
+  const Case cases[] = {{"NAME", 0, 3, "Smi", '\0'},
+                        {"NAME", 0, 10, "Smith     ", '\0'},
+                        {"NAME", 0, 11, "Smith     ", '\0'},
+                        {"NAME", 1, 3, "Smi", '~'},  // a key has no room but its own
+                        {"NAME", 1, 10, "Smith     ", '~'},
+                        {"NAME", 1, 0, "Smith     ", '\0'},
+                        {"DUE", 0, 5, "01/02", '\0'},
+                        {"ACTIVE", 0, 1, "T", '\0'},
+                        {"ACTIVE", 1, 1, "T", '~'}};
   BoundTable bound;
   for (const Case& c : cases) {
     VqExpr* expr = nullptr;
@@ -142,4 +134,3 @@ TEST(ExpressionDelivery, fields_that_hold_no_date_have_the_blank_key) {
 }
 
 }  // namespace
-}  // namespace vqdb::testing

@@ -1,15 +1,12 @@
 // Random expressions against a second evaluator, over random records.
-#include <gtest/gtest.h>
 #include <rapidcheck.h>
 
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include "support/bound_table.h"
 #include "support/expression_model.h"
+#include "support/test.h"
 
-namespace vqdb::testing {
 namespace {
 
 using Choices = std::vector<std::uint8_t>;
@@ -20,11 +17,6 @@ constexpr std::int32_t kOpenLength = 254;
 // Long lists of choices make trees worth running.
 rc::Gen<Choices> choices() {
   return rc::gen::resize(200, rc::gen::container<Choices>(rc::gen::arbitrary<std::uint8_t>()));
-}
-
-std::string padded(std::string text, std::size_t width) {
-  text.resize(width, ' ');
-  return text;
 }
 
 ModelRecord any_record(BoundTable& bound) {
@@ -165,4 +157,3 @@ TEST(ExpressionProperties, broken_texts_fail_with_the_code_of_what_is_broken) {
 }
 
 }  // namespace
-}  // namespace vqdb::testing

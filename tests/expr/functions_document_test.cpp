@@ -1,96 +1,45 @@
 // Every example of docs/expressions.md, run from the document itself.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <charconv>
-#include <cstring>
 #include <set>
-#include <string>
-#include <string_view>
-#include <vector>
 
-#include "support/exports.h"
-#include "support/files.h"
+#include "support/bound_table.h"
+#include "support/test.h"
 
 namespace {
 
 constexpr std::string_view kDocument =
-#include "expressions_document.inc"
+#include "expressions.md.inc"
     ;
 
 constexpr std::size_t kFunctions = 76;
 
 // The table that the document describes, at record 2 of 3.
-class Customer {
+class Customer : public BoundTable {
  public:
-  Customer() {
-    const char* const fields[] = {"NAME", "C20", "CITY", "C15", "STATE", "C2", "AMOUNT", "N10.2",
-                                  "DUE",  "D",   "PAID", "L",   "NOTES", "M",  "CLOSED", "D"};
-    block_.kind = 1;
-    const std::string name = folder_.file("CUSTOMER.DBF");
-    EXPECT_EQ(0, lib.dDcreat(&block_, name.c_str(), 8, fields));
-    table_ = lib.dDopen(&block_, name.c_str(), 0, 4);
-    if (table_ == nullptr) return;
-    record_ = std::string(" Ann Lee             San Diego      CA   1234.50") + "19950307T" +
-              std::string(18, ' ');
-    EXPECT_EQ(static_cast<std::int32_t>(record_.size()), lib.dDreclen(table_));
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(0, lib.dDapprec(table_, record_.data()));
-    EXPECT_EQ(0, lib.dDgetrec(table_, 2, record_.data()));
-    block_.kind |= 8;
+  Customer()
+      : BoundTable(
+            8,
+            {"NAME", "C20", "CITY", "C15", "STATE", "C2", "AMOUNT", "N10.2", "DUE", "D", "PAID",
+             "L", "NOTES", "M", "CLOSED", "D"},
+            " Ann Lee             San Diego      CA   1234.5019950307T" + std::string(18, ' ')) {
+    EXPECT_EQ(static_cast<std::int32_t>(record.size()), lib.dDreclen(table));
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(0, lib.dDapprec(table, record.data()));
+    EXPECT_EQ(0, lib.dDgetrec(table, 2, record.data()));
   }
-  ~Customer() { EXPECT_EQ(0, lib.dDclose(table_)); }
 
   // The value as the document writes it.
   std::string value(const std::string& text) {
-    char buffer[1001] = {};
-    char type = '?';
-    std::int32_t length = 0;
-    const std::int32_t result =
-        lib.dEeval(&block_, text.c_str(), table_, record_.data(), buffer, &type, &length);
-    if (result != 0) return "failed: " + std::to_string(block_.detail);
-    const std::string bytes(buffer, static_cast<std::size_t>(length));
-    switch (type) {
+    const Outcome outcome = evaluate(text);
+    switch (outcome.type) {
       case 'C':
-        return '"' + bytes + '"';
+        return '"' + outcome.bytes + '"';
       case 'D':
-        return '{' + bytes + '}';
+        return '{' + outcome.bytes + '}';
       case 'L':
-        return '.' + bytes + '.';
+        return '.' + outcome.bytes + '.';
       default:
-        break;
+        return describe(text).substr(2);
     }
-    double number = 0;
-    std::memcpy(&number, buffer, sizeof number);
-    char digits[64];
-    return {digits, std::to_chars(digits, digits + 64, number).ptr};
   }
-
-  // The result code of a parse that is to fail, or 0; the detail code goes to `detail`.
-  std::int32_t refusal(const std::string& text, std::int32_t& detail) {
-    VqExpr* expression = nullptr;
-    char type = '?';
-    std::int32_t length = 0;
-    block_.detail = 0;
-    const std::int32_t result =
-        lib.dEparse(&block_, text.c_str(), table_, &expression, &type, &length);
-    lib.dEfree(expression);
-    detail = block_.detail;
-    return result;
-  }
-
-  std::int32_t parsed_length(const std::string& text, char& type) {
-    VqExpr* expression = nullptr;
-    std::int32_t length = -1;
-    EXPECT_EQ(0, lib.dEparse(&block_, text.c_str(), table_, &expression, &type, &length)) << text;
-    lib.dEfree(expression);
-    return length;
-  }
-
- private:
-  vqdb::testing::TemporaryFolder folder_;
-  VqBlock block_ = {};
-  VqTable* table_ = nullptr;
-  std::string record_;
 };
 
 std::vector<std::string_view> cells_of(std::string_view row) {
@@ -214,9 +163,8 @@ TEST(FunctionsDocument, arguments_that_it_does_not_list_are_refused) {
       const bool extra = count > most;
       const std::string text = function + (extra ? most > 0 ? "(NAME," : "(NAME" : "(") +
                                signature.arguments(std::min(count, most), wrong) + ")";
-      std::int32_t detail = 0;
-      EXPECT_EQ(code, customer.refusal(text, detail)) << text;
-      EXPECT_EQ(code == 0 ? 0 : number, detail) << text;
+      const Program program(customer, text);
+      EXPECT_EQ(codes(code, code == 0 ? 0 : number), codes(program.result, customer.block)) << text;
     };
     for (std::size_t count = 0; count < signature.required; ++count) expect(-28, count, kNone);
     for (std::size_t count = signature.required; count <= most; ++count) expect(0, count, kNone);
@@ -234,9 +182,9 @@ TEST(FunctionsDocument, lengths_are_what_the_document_says) {
   for (const auto& row : rows) {
     std::string_view cell = row[0];
     const std::string text = take_quoted(cell);
-    char type = '?';
-    EXPECT_EQ(row[1], std::to_string(customer.parsed_length(text, type))) << text;
-    EXPECT_EQ('C', type) << text;
+    const Program program(customer, text);
+    EXPECT_EQ(row[1], std::to_string(program.length)) << text;
+    EXPECT_EQ('C', program.type) << text;
   }
 }
 

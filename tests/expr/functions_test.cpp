@@ -1,47 +1,10 @@
-#include <gtest/gtest.h>
-
 #include <charconv>
 #include <chrono>
-#include <cstdio>
-#include <random>
-#include <string>
-#include <vector>
 
 #include "support/bound_table.h"
+#include "support/test.h"
 
-namespace vqdb::testing {
 namespace {
-
-// An expression that runs against any record of the bound table.
-class Compiled {
- public:
-  Compiled(BoundTable& bound, const std::string& text) : bound_(bound) {
-    char type = 0;
-    std::int32_t length = 0;
-    EXPECT_EQ(0, lib.dEparse(&bound.block, text.c_str(), bound.table, &expr_, &type, &length))
-        << text;
-  }
-  ~Compiled() { lib.dEfree(expr_); }
-  Compiled(const Compiled&) = delete;
-  Compiled& operator=(const Compiled&) = delete;
-
-  std::string run(const std::string& record) {
-    char buffer[1001];
-    std::int32_t length = 0;
-    EXPECT_EQ(0, lib.dErun(&bound_.block, expr_, record.data(), 0, 0, buffer, &length));
-    return {buffer, static_cast<std::size_t>(length)};
-  }
-  double number(const std::string& record) { return number_in(run(record)); }
-
- private:
-  BoundTable& bound_;
-  VqExpr* expr_ = nullptr;
-};
-
-// Where fields of the bound table lie in a record.
-constexpr std::size_t kCity = 11;
-constexpr std::size_t kCityWidth = 25;
-constexpr std::size_t kDue = 66;
 
 std::string digits(int value, std::size_t width, char fill = '0') {
   std::string text = std::to_string(value);
@@ -60,17 +23,17 @@ TEST(DateFunctions, agree_with_the_calendar_from_year_1_to_9999) {
   using namespace std::chrono;
   BoundTable bound;
   lib.dUsetcent(&bound.block, 1);
-  Compiled dow(bound, "DOW(DUE)");
-  Compiled cdow(bound, "CDOW(DUE)");
-  Compiled cmonth(bound, "CMONTH(DUE)");
-  Compiled dmy(bound, "DMY(DUE)");
-  Compiled mdy(bound, "MDY(DUE)");
-  Compiled parts(bound, "(YEAR(DUE) * 10000) + (MONTH(DUE) * 100) + DAY(DUE)");
-  Compiled dtos(bound, "DTOS(CTOD(DTOC(DUE + 1)) - 1)");
-  Compiled span(bound, "DUE - {01/01/1900}");
+  Program dow(bound, "DOW(DUE)");
+  Program cdow(bound, "CDOW(DUE)");
+  Program cmonth(bound, "CMONTH(DUE)");
+  Program dmy(bound, "DMY(DUE)");
+  Program mdy(bound, "MDY(DUE)");
+  Program parts(bound, "(YEAR(DUE) * 10000) + (MONTH(DUE) * 100) + DAY(DUE)");
+  Program dtos(bound, "DTOS(CTOD(DTOC(DUE + 1)) - 1)");
+  Program span(bound, "DUE - {01/01/1900}");
   const sys_days first_1900 = year{1900} / 1 / 1;
   std::string record = bound.record;
-  for (sys_days date = year{1} / 1 / 1; date < sys_days{year{9999} / 12 / 31}; date += days{17}) {
+  for (sys_days date = year{1} / 1 / 1; date < sys_days{year{9999} / 12 / 31}; date += days{37}) {
     const year_month_day ymd = date;
     const int y = int{ymd.year()};
     const auto m = static_cast<unsigned>(ymd.month());
@@ -78,15 +41,15 @@ TEST(DateFunctions, agree_with_the_calendar_from_year_1_to_9999) {
     const unsigned day_of_week = weekday{date}.c_encoding();
     const std::string field = digits(y, 4) + digits(static_cast<int>(m), 2) + digits(d, 2);
     record.replace(kDue, 8, field);
-    ASSERT_EQ(day_of_week + 1.0, dow.number(record)) << field;
-    ASSERT_EQ(kDays[day_of_week], cdow.run(record)) << field;
-    ASSERT_EQ(kMonths[m - 1], cmonth.run(record)) << field;
+    ASSERT_EQ(day_of_week + 1.0, number_in(dow.value(record))) << field;
+    ASSERT_EQ(kDays[day_of_week], cdow.value(record)) << field;
+    ASSERT_EQ(kMonths[m - 1], cmonth.value(record)) << field;
     const std::string month = kMonths[m - 1];
-    ASSERT_EQ(digits(d, 2, ' ') + " " + month + " " + digits(y, 4), dmy.run(record));
-    ASSERT_EQ(month + " " + digits(d, 2, ' ') + ", " + digits(y, 4), mdy.run(record));
-    ASSERT_EQ(std::stoi(field), parts.number(record));
-    ASSERT_EQ(field, dtos.run(record));
-    ASSERT_EQ((date - first_1900).count(), span.number(record));
+    ASSERT_EQ(digits(d, 2, ' ') + " " + month + " " + digits(y, 4), dmy.value(record));
+    ASSERT_EQ(month + " " + digits(d, 2, ' ') + ", " + digits(y, 4), mdy.value(record));
+    ASSERT_EQ(std::stoi(field), number_in(parts.value(record)));
+    ASSERT_EQ(field, dtos.value(record));
+    ASSERT_EQ((date - first_1900).count(), number_in(span.value(record)));
   }
 }
 
@@ -120,17 +83,6 @@ TEST(DateFunctions, texts_follow_the_format_and_the_century) {
     EXPECT_EQ("D " + without, bound.describe("CTOD('" + without + "')"));
     EXPECT_EQ("L T", bound.describe("DUE = {" + with + "}"));
     EXPECT_EQ(std::string("C8 [") + c.empty + "]", bound.describe("DTOC(PAID)"));
-  }
-}
-
-TEST(DateFunctions, fields_that_are_no_date_are_empty) {
-  BoundTable bound;
-  for (const char* field :
-       {"        ", "19950230", "1995    ", "xxxxxxxx", "00000101", "1995-1-1"}) {
-    bound.record.replace(kDue, 8, field);
-    EXPECT_EQ("N 0", bound.describe("YEAR(DUE)")) << field;
-    EXPECT_EQ("C8 [        ]", bound.describe("DTOS(DUE)")) << field;
-    EXPECT_EQ("D   /  /  ", bound.describe("DUE + 30")) << field;
   }
 }
 
@@ -178,18 +130,18 @@ Decimal with_scale(const Decimal& number, int scale) {
 
 TEST(NumberFunctions, agree_with_decimal_arithmetic) {
   BoundTable bound;
-  std::vector<std::unique_ptr<Compiled>> rounds;
+  std::vector<std::unique_ptr<Program>> rounds;
   for (const char* decimals : {"-2", "-1", "0", "1", "2", "3", "4"}) {
     rounds.push_back(
-        std::make_unique<Compiled>(bound, std::string("ROUND(VAL(CITY),") + decimals + ")"));
+        std::make_unique<Program>(bound, std::string("ROUND(VAL(CITY),") + decimals + ")"));
   }
-  Compiled str(bound, "STR(VAL(CITY),24,2)");
-  Compiled whole(bound, "INT(VAL(CITY))");
-  Compiled value(bound, "VAL(CITY)");
-  Compiled mod(bound, "MOD(VAL(CITY),VAL(SUBSTR(CITY,16)))");
+  Program str(bound, "STR(VAL(CITY),24,2)");
+  Program whole(bound, "INT(VAL(CITY))");
+  Program value(bound, "VAL(CITY)");
+  Program mod(bound, "MOD(VAL(CITY),VAL(SUBSTR(CITY,16)))");
   std::mt19937_64 random(40);
   std::string record = bound.record;
-  for (int i = 0; i < 200000; ++i) {
+  for (int i = 0; i < 60000; ++i) {
     const int scale = static_cast<int>(random() % 7);
     Decimal number = {static_cast<std::int64_t>(random() >> 1) %
                           power_of_ten(1 + static_cast<int>(random() % 12)),
@@ -204,53 +156,23 @@ TEST(NumberFunctions, agree_with_decimal_arithmetic) {
     city.resize(kCityWidth, ' ');
     record.replace(kCity, kCityWidth, city);
 
-    ASSERT_EQ(value_of(number), value.number(record)) << city;
+    ASSERT_EQ(value_of(number), number_in(value.value(record))) << city;
     const int decimals = static_cast<int>(random() % 7) - 2;
     ASSERT_EQ(value_of(rounded(number, decimals)),
-              rounds[static_cast<std::size_t>(decimals + 2)]->number(record))
+              number_in(rounds[static_cast<std::size_t>(decimals + 2)]->value(record)))
         << city << decimals;
     const Decimal cents = with_scale(rounded(number, 2), 2);
     std::string expected = text_of(cents);
     expected.insert(0, 24 - expected.size(), ' ');
-    ASSERT_EQ(expected, str.run(record));
-    ASSERT_EQ(static_cast<double>(number.mantissa / power_of_ten(scale)), whole.number(record));
+    ASSERT_EQ(expected, str.value(record));
+    ASSERT_EQ(static_cast<double>(number.mantissa / power_of_ten(scale)),
+              number_in(whole.value(record)));
     const int common = std::max(scale, divisor.scale);
     const std::int64_t b = with_scale(divisor, common).mantissa;
     std::int64_t rest = with_scale(number, common).mantissa % b;
     if (rest != 0 && (rest < 0) != (b < 0)) rest += b;
-    ASSERT_EQ(value_of({rest, common}), mod.number(record)) << city;
+    ASSERT_EQ(value_of({rest, common}), number_in(mod.value(record))) << city;
   }
-}
-
-TEST(NumberFunctions, have_values_at_the_ends_of_their_domains) {
-  BoundTable bound;
-  const std::pair<const char*, const char*> cases[] = {
-      {"ROUND(1/3,4)", "N 0.3333"},
-      {"ROUND(10**300,2)", "N 1e+300"},
-      {"ROUND(1,400)", "N 1"},
-      {"ROUND(1,-400)", "N 0"},
-      {"ROUND(10**20,-19)", "N 1e+20"},
-      {"STR(10**30,40)", "C40 [         1000000000000000019884624838656]"},
-      {"STR(10**300,10)", "C10 [**********]"},
-      {"STR(EXP(1000),5)", "C5 [*****]"},
-      {"STR(1/3,8,9)", "C8 [.3333333]"},
-      {"STR(-1,1)", "C1 [*]"},
-      {"STR(VAL('99.5'),2)", "C2 [**]"},
-      {"STR(VAL('-0.004'),6,2)", "C6 [  0.00]"},
-      {"STR(1,0)", "C254 []"},
-      {"STR(AMOUNT,AMOUNT)", "-27/5080"},
-      {"STR(1,1+1)", "-27/5080"},
-      {"IIF(ACTIVE,1,'a')", "-27/5047"},
-      {"MAX(AMOUNT,DUE)", "-27/5058"},
-      {"LOG(-1)", "N 0"},
-      {"ASIN(2)", "N 0"},
-      {"(-8)**(1/3)", "N 0"},  // no number
-      {"MOD(10**300,7)", "N 0"},
-      {"PAYMENT(100,.01,0)", "-31/5063"},
-      {"ROUND(PV(PAYMENT(5000,.02,36),.02,36),6)", "N 5000"},
-      {"MIN(DUE,PAID)", "D   /  /  "},
-  };
-  for (const auto& [text, expected] : cases) EXPECT_EQ(expected, bound.describe(text)) << text;
 }
 
 TEST(NumberFunctions, random_numbers_repeat_for_a_seed) {
@@ -267,10 +189,10 @@ TEST(NumberFunctions, random_numbers_repeat_for_a_seed) {
   const auto from_seven = draw(one, "RAND(7)");
   EXPECT_NE(from_default, from_seven);
   EXPECT_EQ(from_seven, draw(two, "RAND(7)"));
-  Compiled next(one, "RAND()");
+  Program next(one, "RAND()");
   double sum = 0;
   for (int i = 0; i < 10000; ++i) {
-    const double number = next.number(one.record);
+    const double number = number_in(next.value(one.record));
     ASSERT_GE(number, 0);
     ASSERT_LT(number, 1);
     sum += number;
@@ -280,43 +202,8 @@ TEST(NumberFunctions, random_numbers_repeat_for_a_seed) {
 
 // ---- Texts
 
-TEST(TextFunctions, take_what_counts_ask_for) {
+TEST(TextFunctions, make_no_more_than_254_characters_up) {
   BoundTable bound(8);
-  const std::pair<const char*, const char*> cases[] = {
-      {"LEFT(NAME,0)", "C254 []"},
-      {"RIGHT(NAME,-1)", "C254 []"},
-      {"LEFT(NOTES,10)", "C10 [         7]"},
-      {"LEFT(NAME,RATE)", "C10 [S]"},
-      {"LEFT('0123456789012345678901234',24)", "C24 [012345678901234567890123]"},
-      {"SUBSTR(NAME,-3,5)", "C5 []"},
-      {"SUBSTR(NAME,2,-1)", "C254 []"},
-      {"SUBSTR(NAME,8)", "C3 [   ]"},
-      {"SUBSTR(NAME,11)", "C1 []"},
-      {"SUBSTR(NAME,9,5)", "C2 [  ]"},
-      {"SUBSTR(NOTES,10)", "C1 [7]"},
-      {"REPLICATE('',3)", "C254 []"},
-      {"LEN(REPLICATE(CITY,AMOUNT))", "N 254"},
-      {"STUFF(NAME,6,5,'y')", "C6 [Smithy]"},
-      {"STUFF(NAME,99,99,'y')", "C11 [Smith     y]"},
-      {"STUFF('AB',2,-1,'x')", "C3 [AxB]"},
-      {"CHRTRAN('','a','b')", "C254 []"},
-      {"PADC('ab',5,'')", "C5 [ ab  ]"},
-      {"PADR('ab',-1)", "C254 []"},
-      {"AT('','abc')", "N 0"},
-      {"LEN(CHR(0))", "N 1"},
-      {"ISALPHA(CHR(228))", "L F"},
-      {"UPPER(CHR(228)) = CHR(228)", "L T"},
-      {"TRIM('  ')", "C2 []"},
-      {"ALLTRIM(NAME) + '.'", "C11 [Smith.]"},
-      {"IIF(ACTIVE,NAME,CITY)", "C25 [Smith     ]"},
-      {"IIF(ACTIVE,DUE,PAID)", "D 01/02/95"},
-      {"EMPTY(PAID)", "L T"},
-      {"EMPTY(NOTES)", "L F"},
-      {"EMPTY(ACTIVE)", "L F"},
-  };
-  for (const auto& [text, expected] : cases) {
-    EXPECT_EQ(expected, bound.describe(text)) << text;
-  }
   EXPECT_EQ(254u, bound.evaluate("REPLICATE(CITY,20)").bytes.size());
   EXPECT_EQ(std::string(244, ' ') + "Smith     ", bound.evaluate("PADL(NAME,AMOUNT)").bytes);
   EXPECT_EQ(std::string(1, '\0'), bound.evaluate("CHR(0)").bytes);
@@ -395,32 +282,4 @@ TEST(RecordFunctions, see_the_bound_table_and_the_record) {
   EXPECT_EQ("L F", bound.describe("FILE('')"));
 }
 
-TEST(RecordFunctions, answer_for_no_table_and_refuse_a_closed_one) {
-  BoundTable bound;
-  VqTable* const table = bound.table;
-  std::vector<VqExpr*> programs;
-  for (const char* text : {"RECNO()", "RECCOUNT()", "RECSIZE()", "DELETED()", "FIELD(1)"}) {
-    char buffer[1001];
-    char type = 0;
-    std::int32_t length = 0;
-    EXPECT_EQ(0, lib.dEeval(&bound.block, text, nullptr, nullptr, buffer, &type, &length)) << text;
-    const std::string bytes(buffer, static_cast<std::size_t>(length));
-    EXPECT_EQ(type == 'L' ? "F" : type == 'N' ? std::string(8, '\0') : "", bytes) << text;
-    VqExpr* program = nullptr;
-    EXPECT_EQ(0, lib.dEparse(&bound.block, text, table, &program, &type, &length));
-    programs.push_back(program);
-  }
-  char buffer[1001];
-  std::int32_t length = 0;
-  EXPECT_EQ(-4, lib.dErun(&bound.block, programs[3], nullptr, 0, 0, buffer, &length));
-  EXPECT_EQ(5035, bound.block.detail);
-  EXPECT_EQ(0, lib.dDclose(table));
-  bound.table = nullptr;
-  for (VqExpr* program : programs) {
-    EXPECT_EQ(-10, lib.dErun(&bound.block, program, bound.record.data(), 0, 0, buffer, &length));
-    lib.dEfree(program);
-  }
-}
-
 }  // namespace
-}  // namespace vqdb::testing

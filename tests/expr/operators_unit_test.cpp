@@ -1,11 +1,5 @@
-#include <gtest/gtest.h>
-
-#include <array>
-#include <string>
-#include <thread>
-
 #include "expr/operators.h"
-#include "support/bound_table.h"
+#include "support/test.h"
 
 namespace vqdb::expr {
 namespace {
@@ -35,23 +29,6 @@ TEST(Operators, two_floats_give_a_float_and_any_other_pair_a_number) {
     EXPECT_EQ(left, row.float_left) << number_of(row.token);
     EXPECT_EQ(right, row.float_right) << number_of(row.token);
   }
-}
-
-TEST(Operators, threads_evaluate_at_once) {
-  const auto evaluate_often = [](int thread, bool& right) {
-    testing::BoundTable bound;
-    const std::string number = std::to_string(thread);
-    const std::string text = "CITY + '" + number + "' + NAME = CITY + '" + number + "'";
-    right = true;
-    for (int i = 0; i < 2000; ++i) right = right && bound.describe(text) == "L T";
-  };
-  std::array<bool, 4> right = {};
-  std::array<std::thread, 4> threads;
-  for (std::size_t i = 0; i < threads.size(); ++i) {
-    threads[i] = std::thread(evaluate_often, static_cast<int>(i), std::ref(right[i]));
-  }
-  for (std::thread& thread : threads) thread.join();
-  for (const bool one : right) EXPECT_TRUE(one);
 }
 
 }  // namespace

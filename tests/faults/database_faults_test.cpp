@@ -1,26 +1,21 @@
 // The n-th call of the system fails, for n = 1, 2, ... until the operation succeeds: nothing that
 // was acknowledged is lost, nothing stays open, and the codes say what failed.
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <set>
-#include <string>
-#include <vector>
 
-#include "support/exports.h"
 #include "support/fault_plan.h"
 #include "support/orders.h"
+#include "support/test.h"
 
-namespace vqdb::testing {
 namespace {
+
+using namespace vqdb;
 
 using platform::Call;
 using platform::Verdict;
 
 constexpr std::uint64_t kMaxCalls = 500;
 
-bool is_write(Call call) { return call == Call::write; }
-bool is_allocation(Call call) { return call == Call::allocate; }
+const FaultPlan::Filter kAllocations = only(Call::allocate);
 
 // Tests that every index holds each record but the changed one under its key.
 void expect_nothing_lost(VqDatabase* database, const Orders& orders,
@@ -83,15 +78,17 @@ TEST_P(FailingChange, loses_nothing) {
     const Order order = {"mm", 31, 28};
     const std::uint32_t changed = GetParam().appends ? kRecords + 1 : 3;
     orders.block.detail = 0;
-    std::int32_t result = 0;
-    {
-      const FaultPlan plan(n, Verdict::fail, GetParam().disk_stays_full ? is_write : nullptr,
-                           GetParam().disk_stays_full);
-      result = GetParam().appends ? lib.DBapprec(database, record_of(order).data(), &recno)
-                                  : lib.DBupdrec(database, changed, record_of(order).data());
-      if (result == 0) result = lib.DBflush(database);
-      struck = plan.struck();
-    }
+    const bool full = GetParam().disk_stays_full;
+    const auto change = [&] {
+      const std::int32_t changing = GetParam().appends
+                                        ? lib.DBapprec(database, record_of(order).data(), &recno)
+                                        : lib.DBupdrec(database, changed, record_of(order).data());
+      return changing != 0 ? changing : lib.DBflush(database);
+    };
+    const auto outcome =
+        under_fault(n, Verdict::fail, change, full ? only(Call::write) : nullptr, full);
+    const std::int32_t result = outcome.result;
+    struck = outcome.struck;
     EXPECT_TRUE(result == 0 || orders.block.detail != 0) << result;
     EXPECT_TRUE(struck || result == 0);
     (void)lib.DBclose(database);
@@ -170,13 +167,8 @@ std::set<std::int32_t> refusals(VqBlock& block, const std::vector<std::string>& 
   for (std::uint64_t n = 1; n < kMaxCalls; ++n) {
     VqDatabase* database = nullptr;
     block.detail = 0;
-    std::int32_t result = 0;
-    bool struck = false;
-    {
-      const FaultPlan plan(n, Verdict::fail, is_allocation);
-      result = open(&database);
-      struck = plan.struck();
-    }
+    const auto [result, struck] = under_fault(
+        n, Verdict::fail, [&] { return open(&database); }, kAllocations);
     if (result == 0) {
       EXPECT_EQ(0, lib.DBclose(database));
       if (!struck) return details;
@@ -222,14 +214,14 @@ TEST(FailingUpdate, tells_which_memory_ran_out) {
     orders.block.runtime_flags = flags;
     const char* const handed = record.data() + flags;
     {
-      const FaultPlan plan(1, Verdict::fail, is_allocation);
+      const FaultPlan plan(1, Verdict::fail, kAllocations);
       EXPECT_EQ(VQ_E_NO_MEMORY, lib.DBapprec(database, handed, &recno));
     }
     EXPECT_EQ(6201, orders.block.detail);
     ASSERT_EQ(0, lib.DBapprec(database, handed, &recno));
     EXPECT_EQ(flags + 1U, recno) << "a refused append leaves no record";
     for (const int n : {1, 2}) {
-      const FaultPlan plan(static_cast<std::uint64_t>(n), Verdict::fail, is_allocation);
+      const FaultPlan plan(static_cast<std::uint64_t>(n), Verdict::fail, kAllocations);
       EXPECT_EQ(VQ_E_NO_MEMORY, lib.DBupdrec(database, 1, handed));
       EXPECT_EQ(6210 + n, orders.block.detail);
     }
@@ -259,4 +251,3 @@ TEST(FailingIndexList, leaves_no_half_written_list) {
 }
 
 }  // namespace
-}  // namespace vqdb::testing

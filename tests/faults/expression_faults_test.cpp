@@ -1,34 +1,25 @@
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 #include "support/bound_table.h"
 #include "support/fault_plan.h"
+#include "support/test.h"
 
-namespace vqdb::testing {
 namespace {
 
-bool allocations(platform::Call call) { return call == platform::Call::allocate; }
+using namespace vqdb;
+
+const FaultPlan::Filter allocations = only(platform::Call::allocate);
 
 // The details of the refusals while the first allocation fails, then the second, and so on.
 std::vector<std::int32_t> details_of_parse(BoundTable& bound, const char* text, VqTable* table) {
   std::vector<std::int32_t> details;
   for (std::uint64_t n = 1;; ++n) {
-    VqExpr* expr = nullptr;
-    char type = 0;
-    std::int32_t length = 0;
-    std::int32_t result = 0;
-    {
-      const FaultPlan plan(n, platform::Verdict::fail, allocations);
-      result = lib.dEparse(&bound.block, text, table, &expr, &type, &length);
-    }
-    if (result == 0) {
-      EXPECT_EQ(lib.dEfree(expr), 0);
-      return details;
-    }
-    EXPECT_EQ(result, VQ_E_NO_MEMORY);
-    EXPECT_EQ(expr, nullptr);
+    const auto parsed =
+        under_fault(
+            n, platform::Verdict::fail,
+            [&] { return std::make_shared<Program>(bound, text, table); }, allocations)
+            .result;
+    if (parsed->result == 0) return details;
+    EXPECT_EQ(parsed->result, VQ_E_NO_MEMORY);
+    EXPECT_EQ(parsed->expr, nullptr);
     details.push_back(bound.block.detail);
   }
 }
@@ -73,15 +64,8 @@ TEST(ExpressionFaults, only_long_texts_take_memory_in_a_run) {
                {"STR(AMOUNT,20)", 5080},
                {"PADC(STATE,20)", 5093}};
   for (const auto& c : cases) {
-    VqExpr* expr = nullptr;
-    char type = 0;
-    std::int32_t length = 0;
-    ASSERT_EQ(lib.dEparse(&bound.block, c.text, bound.table, &expr, &type, &length), 0) << c.text;
-    char text[1001];
-    bound.block.detail = 0;
-    const auto run = [&] {
-      return lib.dErun(&bound.block, expr, bound.record.data(), 0, 0, text, &length);
-    };
+    Program program(bound, c.text);
+    const auto run = [&] { return program.run(bound.record.data()).result; };
     {
       const FaultPlan plan(1, platform::Verdict::fail, allocations);
       EXPECT_EQ(run(), c.detail == 0 ? 0 : VQ_E_NO_MEMORY) << c.text;
@@ -92,9 +76,7 @@ TEST(ExpressionFaults, only_long_texts_take_memory_in_a_run) {
     // What the first run took serves the next ones.
     const FaultPlan plan(1, platform::Verdict::fail, allocations);
     EXPECT_EQ(run(), 0) << c.text;
-    lib.dEfree(expr);
   }
 }
 
 }  // namespace
-}  // namespace vqdb::testing

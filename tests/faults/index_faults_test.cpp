@@ -1,14 +1,15 @@
 // The n-th call of the system fails, for n = 1, 2, ... until a whole history of changes succeeds.
 // Whatever failed, the tree in memory stays whole, the file opens as it lies on disk at that
 // moment, and no key that was flushed before is lost.
-#include <algorithm>
 #include <map>
 
 #include "support/fault_plan.h"
 #include "support/ndx_fixture.h"
+#include "support/test.h"
 
-namespace vqdb::testing {
 namespace {
+
+using namespace vqdb;
 
 using platform::Call;
 using platform::Verdict;
@@ -136,12 +137,10 @@ TEST_P(NdxFaults, history_of_changes_loses_nothing) {
     for (std::uint32_t i = 1; i <= kKept + kRemoved; ++i) present_[key(i)] = i;
     VqIndex* index = open("F", setting.mode, setting.buffers);
     ASSERT_NE(nullptr, index);
-    bool struck = false;
-    {
-      const FaultPlan plan(n, setting.verdict, nullptr, setting.and_all_after);
-      change(index);
-      struck = plan.struck();
-    }
+    const bool struck =
+        under_fault(
+            n, setting.verdict, [&] { return change(index), 0; }, {}, setting.and_all_after)
+            .struck;
     ASSERT_NO_FATAL_FAILURE(expect_disk_keeps_flushed_keys());
     ASSERT_NO_FATAL_FAILURE(expect_walk_agrees(index));
     // In an exclusive mode a change that failed was not made.
@@ -195,11 +194,8 @@ TEST_F(NdxFixture, files_are_made_whole_or_not_at_all) {
     for (std::uint64_t n = 1;; ++n) {
       SCOPED_TRACE(n);
       block.detail = 0;
-      int32_t result = 0;
-      {
-        const FaultPlan plan(n, verdict);
-        result = lib.dNcreat(&block, name.c_str(), "NAME", "C10");
-      }
+      const auto [result, struck] =
+          under_fault(n, verdict, [&] { return lib.dNcreat(&block, name.c_str(), "NAME", "C10"); });
       if (result == 0) break;
       EXPECT_TRUE(result == -14 || result == -17 || result == -20) << result;
       EXPECT_TRUE(block.detail >= 3024 && block.detail <= 3026) << int32_t{block.detail};
@@ -209,11 +205,9 @@ TEST_F(NdxFixture, files_are_made_whole_or_not_at_all) {
     write_file(folder.file("TARGET.NDX"), "old");
     for (std::uint64_t n = 1;; ++n) {
       SCOPED_TRACE(n);
-      int32_t result = 0;
-      {
-        const FaultPlan plan(n, verdict);
-        result = lib.dNcopy(&block, folder.file("SOURCE").c_str(), name.c_str());
-      }
+      const auto [result, struck] = under_fault(n, verdict, [&] {
+        return lib.dNcopy(&block, folder.file("SOURCE").c_str(), name.c_str());
+      });
       if (result == 0) break;
       EXPECT_EQ("old", read_file(folder.file("TARGET.NDX")));
       EXPECT_EQ(before.size() + 1, folder.list().size());
@@ -222,19 +216,15 @@ TEST_F(NdxFixture, files_are_made_whole_or_not_at_all) {
     ASSERT_EQ(0, std::remove(folder.file("TARGET.NDX").c_str()));
     for (std::uint64_t n = 1;; ++n) {
       SCOPED_TRACE(n);
-      {
-        const FaultPlan plan(n, verdict);
-        index = open("SOURCE");
-      }
+      index = under_fault(n, verdict, [&] { return open("SOURCE"); }).result;
       if (index != nullptr) break;
       EXPECT_TRUE(block.result == -14 || block.result == -17) << int32_t{block.result};
     }
     std::uint32_t recno = 0;
     EXPECT_EQ(0, lib.dNgetrno(index, number_key(77).data(), &recno));
     {
-      const FaultPlan plan(1, verdict, [](Call call) { return call == Call::close; });
-      EXPECT_EQ(-17, lib.dNclose(index));
-      EXPECT_EQ(3231, block.detail);
+      const FaultPlan plan(1, verdict, only(Call::close));
+      EXPECT_EQ("-17/3231", codes(lib.dNclose(index), block));
     }
     EXPECT_EQ(-10, lib.dNclose(index));
   }
@@ -261,21 +251,17 @@ TEST_F(NdxFixture, a_build_that_fails_leaves_the_old_index) {
   const std::string old = read_file(folder.file("B.NDX"));
   ASSERT_NE(built, old);
   const std::vector<std::string> files = folder.list();
-  const auto but_removing = [](Call call) { return call != Call::remove; };
   for (const Verdict verdict : {Verdict::fail, Verdict::cut_short}) {
     for (const bool again : {false, true}) {
       write_file(folder.file("B.NDX"), old);
       for (std::uint64_t n = 1;; ++n) {
         SCOPED_TRACE(n);
         block.detail = 0;
-        int32_t result = 0;
-        bool struck = false;
-        {
-          const FaultPlan plan(n, verdict, but_removing);
-          result = again ? lib.dNreindex(table, name.c_str())
-                         : lib.dNindex(table, name.c_str(), "NAME", 0);
-          struck = plan.struck();
-        }
+        const auto build = [&] {
+          return again ? lib.dNreindex(table, name.c_str())
+                       : lib.dNindex(table, name.c_str(), "NAME", 0);
+        };
+        const auto [result, struck] = under_fault(n, verdict, build, all_but(Call::remove));
         ASSERT_EQ(files, folder.list());
         if (result == 0) {
           ASSERT_EQ(built, read_file(folder.file("B.NDX")));
@@ -292,4 +278,3 @@ TEST_F(NdxFixture, a_build_that_fails_leaves_the_old_index) {
 }
 
 }  // namespace
-}  // namespace vqdb::testing

@@ -1,28 +1,20 @@
 // Every call to the system fails, in turn, while tables are packed and joined: the old table or the
 // new one is there, whole, and no other file.
-#include <gtest/gtest.h>
-
-#include <filesystem>
 #include <set>
-#include <string>
-#include <vector>
 
 #include "support/fault_plan.h"
+#include "support/test.h"
 #include "table/scratch_table.h"
 
 namespace {
 
 using vqdb::platform::Call;
 using vqdb::platform::Verdict;
-using vqdb::testing::FaultPlan;
-using vqdb::testing::OpenTable;
-using vqdb::testing::read_file;
-using vqdb::testing::ScratchTable;
 
 constexpr std::uint32_t kRecords = 2500;  // more than three transfers
 
 // A failed removal of what is left over is nobody's fault.
-bool counts(Call call) { return call != Call::remove; }
+const FaultPlan::Filter kCounts = all_but(Call::remove);
 
 bool pack_with_failure(std::uint64_t n, Verdict verdict, std::set<std::int32_t>& details) {
   ScratchTable scratch;
@@ -37,13 +29,8 @@ bool pack_with_failure(std::uint64_t n, Verdict verdict, std::set<std::int32_t>&
     }
   }
   const std::string before = read_file(scratch.file);
-  std::int32_t result = 0;
-  bool struck = false;
-  {
-    const FaultPlan plan(n, verdict, counts);
-    result = lib.dDpack(&scratch.block, scratch.name.c_str());
-    struck = plan.struck();
-  }
+  const auto [result, struck] = under_fault(
+      n, verdict, [&] { return lib.dDpack(&scratch.block, scratch.name.c_str()); }, kCounts);
   const std::string after = read_file(scratch.file);
   if (result != 0) {
     EXPECT_TRUE(struck);
@@ -71,8 +58,6 @@ TEST(MaintenanceFaults, pack_leaves_the_old_table_or_the_packed_one) {
   }
 }
 
-Call last_call;
-
 bool join_with_failure(std::uint64_t n, Verdict verdict, bool has_target,
                        std::set<std::int32_t>& details) {
   ScratchTable target;
@@ -86,16 +71,11 @@ bool join_with_failure(std::uint64_t n, Verdict verdict, bool has_target,
   } else {
     std::filesystem::remove(target.file);
   }
-  std::int32_t result = 0;
-  bool struck = false;
-  {
-    const FaultPlan plan(n, verdict, [](Call call) {
-      last_call = call;
-      return counts(call);
-    });
-    result = lib.dDcat(&target.block, target.name.c_str(), source.name.c_str());
-    struck = plan.struck();
-  }
+  Call last_call = Call::open;
+  const auto [result, struck] = under_fault(
+      n, verdict,
+      [&] { return lib.dDcat(&target.block, target.name.c_str(), source.name.c_str()); },
+      [&](Call call) { return kCounts(last_call = call); });
   const std::size_t start = ScratchTable::kHeaderBytes;
   const std::size_t kept = has_target ? 10 * ScratchTable::kRecordBytes : 0;
   const bool closing_failed = has_target && last_call == Call::close && target.block.detail == 353;
@@ -135,21 +115,18 @@ TEST(MaintenanceFaults, an_end_mark_that_cannot_be_restored_is_told) {
   ScratchTable source;
   target.append(1, 10);
   source.append(1, 10);
-  const FaultPlan plan(
-      1, Verdict::fail, [](Call call) { return call == Call::write; }, true);
-  EXPECT_EQ(-17, lib.dDcat(&target.block, target.name.c_str(), source.name.c_str()));
-  EXPECT_EQ(352, +target.block.detail);
+  const FaultPlan plan(1, Verdict::fail, only(Call::write), true);
+  EXPECT_EQ("-17/352", codes(lib.dDcat(&target.block, target.name.c_str(), source.name.c_str()),
+                             target.block));
 }
 
 TEST(MaintenanceFaults, details_of_detaching) {
   for (const auto& [call, detail] : {std::pair{Call::read, 101}, {Call::write, 104}}) {
     ScratchTable scratch;
-    vqdb::testing::write_bytes(scratch.file, 28, "\x01");
-    static Call failing;
-    failing = call;
-    const FaultPlan plan(1, Verdict::fail, [](Call made) { return made == failing; });
-    EXPECT_EQ(-17, lib.dDapart(&scratch.block, scratch.name.c_str()));
-    EXPECT_EQ(detail, +scratch.block.detail);
+    write_bytes(scratch.file, 28, "\x01");
+    const FaultPlan plan(1, Verdict::fail, only(call));
+    EXPECT_EQ(codes(-17, detail),
+              codes(lib.dDapart(&scratch.block, scratch.name.c_str()), scratch.block));
   }
 }
 

@@ -1,14 +1,14 @@
-#include <cstring>
-
 #include "index/driver_table.h"
 #include "index/ndx/ndx_open.h"
 #include "index/open/key_tree.h"
 #include "support/fault_plan.h"
 #include "support/ndx_fixture.h"
+#include "support/test.h"
 #include "table/table.h"
 
-namespace vqdb::testing {
 namespace {
+
+using namespace vqdb;
 
 using index::bracket;
 using index::driver;
@@ -153,4 +153,3 @@ TEST_F(Brackets, what_cannot_be_written_is_forgotten_at_the_end) {
 }
 
 }  // namespace
-}  // namespace vqdb::testing

@@ -1,13 +1,8 @@
 // The orders of keys, in open indexes and in the streams that indexes are built from.
-#include <gtest/gtest.h>
-
-#include <array>
-#include <string>
-#include <vector>
-
 #include "convert/keys.h"
 #include "index/keys/key_order.h"
 #include "index/keys/stream_order.h"
+#include "support/test.h"
 
 namespace vqdb::index {
 namespace {
@@ -115,25 +110,23 @@ TEST(StreamOrder, cells_of_the_table) {
   };
   const std::string a = "AAAAAAAAAAAA";
   const std::string b = "BBBBBBBBBBBB";
-  const Case cases[] = {
-      {IndexFamily::mdx, "AC12", a, b, -1},
-      {IndexFamily::mdx, "DC12", b, a, 1},
-      {IndexFamily::mdx, "AC12U", a, b, 0},
-      {IndexFamily::mdx, "DC12U", b, a, 0},
-      {IndexFamily::mdx, "AX12", a, b, -1},
-      {IndexFamily::mdx, "AN12", packed(1), packed(2), -1},
-      {IndexFamily::mdx, "AN12", packed(-2), packed(-1), 1},
-      {IndexFamily::mdx, "AF12", packed(0), packed(1), -1},
-      {IndexFamily::mdx, "DN12", packed(2), packed(1), 1},
-      {IndexFamily::mdx, "DN12", packed(-1), packed(-2), -1},
-      {IndexFamily::mdx, "AN12U", packed(-2), packed(-1), 0},
-      {IndexFamily::mdx, "AT8", number(1), number(2), -1},
-      {IndexFamily::mdx, "DT8U", number(2), number(1), 0},
-      {IndexFamily::ndx, "AC12", a, b, -1},
-      {IndexFamily::ndx, "AN8", number(-2), number(1), -1},
-      {IndexFamily::ndx, "AF8U", number(-2), number(1), 0},
-      {IndexFamily::ndx, "AT8", number(1), number(2), -1},
-  };
+  const Case cases[] = {{IndexFamily::mdx, "AC12", a, b, -1},
+                        {IndexFamily::mdx, "DC12", b, a, 1},
+                        {IndexFamily::mdx, "AC12U", a, b, 0},
+                        {IndexFamily::mdx, "DC12U", b, a, 0},
+                        {IndexFamily::mdx, "AX12", a, b, -1},
+                        {IndexFamily::mdx, "AN12", packed(1), packed(2), -1},
+                        {IndexFamily::mdx, "AN12", packed(-2), packed(-1), 1},
+                        {IndexFamily::mdx, "AF12", packed(0), packed(1), -1},
+                        {IndexFamily::mdx, "DN12", packed(2), packed(1), 1},
+                        {IndexFamily::mdx, "DN12", packed(-1), packed(-2), -1},
+                        {IndexFamily::mdx, "AN12U", packed(-2), packed(-1), 0},
+                        {IndexFamily::mdx, "AT8", number(1), number(2), -1},
+                        {IndexFamily::mdx, "DT8U", number(2), number(1), 0},
+                        {IndexFamily::ndx, "AC12", a, b, -1},
+                        {IndexFamily::ndx, "AN8", number(-2), number(1), -1},
+                        {IndexFamily::ndx, "AF8U", number(-2), number(1), 0},
+                        {IndexFamily::ndx, "AT8", number(1), number(2), -1}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.spec);
     const auto spec = parse_stream_spec(c.spec);

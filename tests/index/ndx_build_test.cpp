@@ -1,11 +1,9 @@
 // Indexes built from their tables: the same entries as one by one, in full pages, whatever the
 // workspace, and nothing changed when it fails.
-#include <algorithm>
-#include <random>
-
+#include "support/host.h"
 #include "support/ndx_fixture.h"
+#include "support/test.h"
 
-namespace vqdb::testing {
 namespace {
 
 class NdxBuild : public ::testing::Test {
@@ -152,11 +150,11 @@ TEST_F(NdxBuild, keys_that_an_index_cannot_hold_are_refused) {
                         {"NONE", -25, 6034},     {"NAME+", -25, 5001},
                         {"", -32, 6001}};
   for (const Case& c : cases) {
-    EXPECT_EQ(c.result, lib.dNindex(table, file("R").c_str(), c.expression, 0)) << c.expression;
-    EXPECT_EQ(c.detail, block.detail) << c.expression;
+    EXPECT_EQ(codes(c.result, c.detail),
+              codes(lib.dNindex(table, file("R").c_str(), c.expression, 0), block))
+        << c.expression;
   }
-  EXPECT_EQ(-4, lib.dNindex(table, nullptr, "NAME", 0));
-  EXPECT_EQ(3109, block.detail);
+  EXPECT_EQ("-4/3109", codes(lib.dNindex(table, nullptr, "NAME", 0), block));
   EXPECT_EQ(-10, lib.dNindex(nullptr, "R", "NAME", 0));
   EXPECT_EQ("old", read_file(file("R.NDX")));
 }
@@ -175,15 +173,12 @@ TEST_F(NdxBuild, rebuild_keeps_form_and_drops_stale_entries) {
   EXPECT_EQ(header, read_bytes(file("R.NDX"), 8, 504));
 
   EXPECT_EQ(-5, lib.dNreindex(table, file("NONE").c_str()));
-  EXPECT_EQ(-4, lib.dNreindex(table, nullptr));
-  EXPECT_EQ(3189, block.detail);
+  EXPECT_EQ("-4/3189", codes(lib.dNreindex(table, nullptr), block));
   ASSERT_EQ(0, lib.dNcreat(&block, file("OTHER").c_str(), "AMOUNT", "C10"));
-  EXPECT_EQ(-9, lib.dNreindex(table, file("OTHER").c_str()));
-  EXPECT_EQ(3183, block.detail);
+  EXPECT_EQ("-9/3183", codes(lib.dNreindex(table, file("OTHER").c_str()), block));
   ASSERT_EQ(0, lib.dDclose(table));
   table = lib.dDopen(&block, file("T").c_str(), 4, 10);
-  EXPECT_EQ(-11, lib.dNreindex(table, file("R").c_str()));
-  EXPECT_EQ(3182, block.detail);
+  EXPECT_EQ("-11/3182", codes(lib.dNreindex(table, file("R").c_str()), block));
 }
 
 // The host's position and record layout stay as they are.
@@ -199,35 +194,20 @@ TEST_F(NdxBuild, table_is_left_as_it_was_used) {
   EXPECT_EQ(keys("NAME", 12).front().first.substr(0, 1), "N");
 }
 
-struct Host {
-  uint32_t calls = 0;
-  uint32_t cancel_at = 0;
-  uint32_t last_done = 0;
-  uint32_t total = 0;
-};
-
-int32_t VQ_CALL watch(void* context, uint32_t done, uint32_t total) {
-  Host& host = *static_cast<Host*>(context);
-  EXPECT_LE(host.last_done, done);
-  EXPECT_LE(done, total);
-  host.last_done = done;
-  host.total = total;
-  return ++host.calls == host.cancel_at ? 1 : 0;
-}
-
 TEST_F(NdxBuild, host_watches_and_cancels) {
   append(6000);
   write_file(file("C.NDX"), "old");
-  Host host;
-  block.progress = reinterpret_cast<uintptr_t>(&watch);
-  block.progress_context = reinterpret_cast<uintptr_t>(&host);
-  ASSERT_EQ(0, lib.dNindex(table, file("W").c_str(), "TEXT", 0));
-  EXPECT_EQ(12000u, host.total);
-  EXPECT_GE(host.calls, 11u);
-  const uint32_t calls = host.calls;
-  for (uint32_t n = 1; n <= calls; ++n) {
-    host = {};
-    host.cancel_at = n;
+  std::uint32_t reports = 0;
+  {
+    const Host host(block);
+    ASSERT_EQ(0, lib.dNindex(table, file("W").c_str(), "TEXT", 0));
+    EXPECT_EQ(12000u, host.total);
+    EXPECT_TRUE(host.in_order);
+    reports = host.reports;
+  }
+  EXPECT_GE(reports, 11u);
+  for (std::uint32_t n = 1; n <= reports; ++n) {
+    const Host host(block, n);
     EXPECT_EQ(-41, lib.dNindex(table, file("C").c_str(), "TEXT", 0));
     EXPECT_EQ("old", read_file(file("C.NDX")));
     EXPECT_EQ((std::vector<std::string>{"C.NDX", "T.DBF", "W.NDX"}), folder.list());
@@ -235,4 +215,3 @@ TEST_F(NdxBuild, host_watches_and_cancels) {
 }
 
 }  // namespace
-}  // namespace vqdb::testing

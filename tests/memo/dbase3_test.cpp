@@ -1,14 +1,7 @@
-#include <gtest/gtest.h>
-
-#include <string>
-
-#include "support/exports.h"
-#include "support/files.h"
 #include "support/memo_files.h"
+#include "support/test.h"
 
 namespace {
-
-using namespace vqdb::testing;
 
 class Dbase3Memo : public ::testing::Test {
  protected:
@@ -36,8 +29,7 @@ TEST_F(Dbase3Memo, create_writes_one_block_and_marks_the_table) {
     EXPECT_EQ(le32(1) + std::string(508, '\0'), bytes());
     EXPECT_EQ(memo_table(c.marked, 1, {}), read_file(folder_.file("ORDERS.DBF")));
   }
-  EXPECT_EQ(VQ_E_NOT_FOUND, lib.dTcreat3(&block_, folder_.file("NO/ORDERS").c_str()));
-  EXPECT_EQ(2201, block_.detail);
+  EXPECT_EQ("-5/2201", codes(lib.dTcreat3(&block_, folder_.file("NO/ORDERS").c_str()), block_));
 }
 
 TEST_F(Dbase3Memo, every_write_is_a_whole_new_memo_behind_all_others) {
@@ -92,15 +84,13 @@ TEST_F(Dbase3Memo, a_text_ends_at_its_first_end_mark_zero_byte_or_with_the_file)
   const struct {
     std::string stored;
     std::string read;
-  } cases[] = {
-      {"one\x1Atwo\x1A\x1A", "one"},
-      {std::string("one\0two", 7), "one"},
-      {std::string("one\0two\x1A", 8), "one"},
-      {"\x1A\x1A", ""},
-      {text + "\x1A", text},
-      {text, text},
-      {text + std::string(9000, 'u') + '\0', text + std::string(9000, 'u')},
-  };
+  } cases[] = {{"one\x1Atwo\x1A\x1A", "one"},
+               {std::string("one\0two", 7), "one"},
+               {std::string("one\0two\x1A", 8), "one"},
+               {"\x1A\x1A", ""},
+               {text + "\x1A", text},
+               {text, text},
+               {text + std::string(9000, 'u') + '\0', text + std::string(9000, 'u')}};
   for (const auto& c : cases) {
     write_file(folder_.file("ORDERS.DBT"), le32(9) + std::string(508, '\0') + c.stored);
     MemoFile memo = open();
@@ -121,28 +111,24 @@ TEST_F(Dbase3Memo, what_cannot_be_written_or_read_is_refused) {
   std::string reference = kNoMemo;
   std::int32_t moved = 0, length = 0;
   char buffer[8] = {};
-  EXPECT_EQ(VQ_E_RANGE, lib.dTupdmm3(memo.handle(), 0, 0, "", reference.data(), &moved));
-  EXPECT_EQ(2283, block_.detail);
+  EXPECT_EQ("-4/2283",
+            codes(lib.dTupdmm3(memo.handle(), 0, 0, "", reference.data(), &moved), block_));
   block_.detail = 0;
-  EXPECT_EQ(VQ_E_RANGE, lib.dTputmm3(memo.handle(), nullptr, reference.data()));
-  EXPECT_EQ(2283, block_.detail);
+  EXPECT_EQ("-4/2283", codes(lib.dTputmm3(memo.handle(), nullptr, reference.data()), block_));
   EXPECT_EQ(kNoMemo, reference);
-  EXPECT_EQ(VQ_E_RANGE, lib.dTmemsz3(memo.handle(), kNoMemo.c_str(), &length));
-  EXPECT_EQ(10162, block_.detail);
-  EXPECT_EQ(VQ_E_IO, lib.dTmemsz3(memo.handle(), "0000000001", &length));
-  EXPECT_EQ(2243, block_.detail);
-  EXPECT_EQ(VQ_E_IO, lib.dTgetmm3(memo.handle(), "0000000001", 0, 1, buffer, &length, nullptr));
-  EXPECT_EQ(2223, block_.detail);
-  EXPECT_EQ(VQ_E_IO, lib.dTgetmm3(memo.handle(), "9999999999", 0, 1, buffer, &length, nullptr));
-  EXPECT_EQ(10163, block_.detail);
+  EXPECT_EQ("-4/10162", codes(lib.dTmemsz3(memo.handle(), kNoMemo.c_str(), &length), block_));
+  EXPECT_EQ("-17/2243", codes(lib.dTmemsz3(memo.handle(), "0000000001", &length), block_));
+  EXPECT_EQ(
+      "-17/2223",
+      codes(lib.dTgetmm3(memo.handle(), "0000000001", 0, 1, buffer, &length, nullptr), block_));
+  EXPECT_EQ(
+      "-17/10163",
+      codes(lib.dTgetmm3(memo.handle(), "9999999999", 0, 1, buffer, &length, nullptr), block_));
 
   MemoFile reader(block_, name_, MemoFile::Layout::dbase3, 1);
-  EXPECT_EQ(VQ_E_READ_ONLY, reader.write_new("text", reference));
-  EXPECT_EQ(2282, block_.detail);
+  EXPECT_EQ("-16/2282", codes(reader.write_new("text", reference), block_));
   write_file(folder_.file("SHORT.DBT"), "0123456789");
-  EXPECT_EQ(nullptr, lib.dTopen3(&block_, folder_.file("SHORT").c_str(), 0));
-  EXPECT_EQ(VQ_E_FORMAT, block_.result);
-  EXPECT_EQ(2264, block_.detail);
+  EXPECT_EQ("-3/2264", refusal(lib.dTopen3(&block_, folder_.file("SHORT").c_str(), 0), block_));
 }
 
 // The header is stored when the file is closed; a process that dies before leaves an old one, which
@@ -167,8 +153,7 @@ TEST_F(Dbase3Memo, an_old_header_does_not_lead_to_overwritten_memos) {
   write_bytes(folder_.file("ORDERS.DBT"), 0, le32(0x7FFFFFFF));
   const std::string before = bytes();
   MemoFile memo = open();
-  EXPECT_EQ(VQ_E_FORMAT, memo.write_new("third", second));
-  EXPECT_EQ(2284, block_.detail);
+  EXPECT_EQ("-3/2284", codes(memo.write_new("third", second), block_));
   EXPECT_EQ(before, bytes());
 }
 

@@ -1,17 +1,11 @@
-#include <gtest/gtest.h>
-
 #include <map>
-#include <string>
-#include <vector>
 
-#include "support/exports.h"
-#include "support/files.h"
 #include "support/memo_files.h"
 #include "support/process.h"
+#include "support/test.h"
 
 namespace {
 
-using namespace vqdb::testing;
 using Layout = MemoFile::Layout;
 
 constexpr int kMemosEach = 400;

@@ -1,23 +1,15 @@
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
-#include <functional>
-#include <string>
-#include <vector>
-
 #include "platform/file.h"
 #include "platform/memory.h"
 #include "support/fault_plan.h"
-#include "support/files.h"
+#include "support/test.h"
 
 namespace {
 
 using namespace vqdb::platform;
-using vqdb::testing::FaultPlan;
-using vqdb::testing::TemporaryFolder;
 
 std::string pattern(std::size_t size) {
   std::string bytes(size, '\0');
@@ -44,7 +36,7 @@ TEST(File, forty_thousand_bytes_go_in_three_calls) {
     EXPECT_EQ(3u, plan.calls());
   }
   EXPECT_EQ(bytes, back);
-  EXPECT_EQ(std::string(5, '\0') + bytes, vqdb::testing::read_file(folder.file("A")));
+  EXPECT_EQ(std::string(5, '\0') + bytes, read_file(folder.file("A")));
 }
 
 TEST(File, a_transfer_ends_at_the_chunk_that_fails) {
@@ -54,12 +46,10 @@ TEST(File, a_transfer_ends_at_the_chunk_that_fails) {
     Verdict verdict;
     Error error;
     std::size_t written;
-  } cases[] = {
-      {1, Verdict::fail, Error::disk_full, 0},
-      {2, Verdict::fail, Error::disk_full, 16384},
-      {2, Verdict::cut_short, Error::short_transfer, 16384 + 8192},
-      {3, Verdict::cut_short, Error::short_transfer, 32768 + 3616},
-  };
+  } cases[] = {{1, Verdict::fail, Error::disk_full, 0},
+               {2, Verdict::fail, Error::disk_full, 16384},
+               {2, Verdict::cut_short, Error::short_transfer, 16384 + 8192},
+               {3, Verdict::cut_short, Error::short_transfer, 32768 + 3616}};
   for (const auto& c : cases) {
     const TemporaryFolder folder;
     File file;
@@ -68,7 +58,7 @@ TEST(File, a_transfer_ends_at_the_chunk_that_fails) {
       const FaultPlan plan(c.strike, c.verdict, transfers);
       EXPECT_EQ(c.error, file.write_at(0, bytes.data(), bytes.size()).error);
     }
-    EXPECT_EQ(bytes.substr(0, c.written), vqdb::testing::read_file(folder.file("A")));
+    EXPECT_EQ(bytes.substr(0, c.written), read_file(folder.file("A")));
 
     ASSERT_TRUE(file.write_at(0, bytes.data(), bytes.size()).ok());
     std::string back(bytes.size(), '?');
@@ -92,7 +82,7 @@ TEST(File, pieces_lie_one_behind_the_other_and_move_in_one_call) {
     ASSERT_TRUE(file.write_pieces(2, pieces).ok());
     EXPECT_EQ(1u, plan.calls());
   }
-  EXPECT_EQ("cdefghijk", vqdb::testing::read_file(folder.file("A")).substr(4));
+  EXPECT_EQ("cdefghijk", read_file(folder.file("A")).substr(4));
 
   second.assign(7, '?');
   third = "?";
@@ -106,12 +96,12 @@ TEST(File, pieces_lie_one_behind_the_other_and_move_in_one_call) {
   second = "DEFGHIJ";
   const FaultPlan plan(1, Verdict::cut_short, transfers);
   EXPECT_EQ(Error::short_transfer, file.write_pieces(2, pieces).error);
-  EXPECT_EQ("ABCDEfghijk", vqdb::testing::read_file(folder.file("A")).substr(2));
+  EXPECT_EQ("ABCDEfghijk", read_file(folder.file("A")).substr(2));
 }
 
 TEST(File, reading_past_the_end_is_short_but_no_failure) {
   const TemporaryFolder folder;
-  vqdb::testing::write_file(folder.file("A"), "0123456789");
+  write_file(folder.file("A"), "0123456789");
   File file;
   ASSERT_TRUE(file.open(folder.file("A"), Access::read_write).ok());
   std::array<char, 8> buffer = {};
@@ -136,7 +126,7 @@ TEST(File, offsets_are_64_bits_wide) {
 
 TEST(File, the_reason_of_a_failed_open_is_told) {
   const TemporaryFolder folder;
-  vqdb::testing::write_file(folder.file("FILE"), "x");
+  write_file(folder.file("FILE"), "x");
   File file;
   EXPECT_EQ(Error::not_found, file.open(folder.file("NONE"), Access::read_write).error);
   EXPECT_EQ(Error::not_found, file.open(folder.file("NONE/A"), Access::read_write).error);
@@ -146,7 +136,7 @@ TEST(File, the_reason_of_a_failed_open_is_told) {
   EXPECT_EQ(Error::already_exists, file.create(folder.file("FILE"), Creation::exclusive).error);
   EXPECT_NE(0, file.create(folder.file("FILE"), Creation::exclusive).system_number);
   EXPECT_FALSE(file.is_open());
-  EXPECT_EQ("x", vqdb::testing::read_file(folder.file("FILE")));
+  EXPECT_EQ("x", read_file(folder.file("FILE")));
 
   rlimit limit = {};
   ASSERT_EQ(0, ::getrlimit(RLIMIT_NOFILE, &limit));
@@ -157,7 +147,7 @@ TEST(File, the_reason_of_a_failed_open_is_told) {
   EXPECT_EQ(Error::too_many_open, refused.error);
 
   ASSERT_TRUE(file.create(folder.file("FILE"), Creation::truncate).ok());
-  EXPECT_EQ("", vqdb::testing::read_file(folder.file("FILE")));
+  EXPECT_EQ("", read_file(folder.file("FILE")));
 }
 
 TEST(File, a_full_disk_is_told_from_other_failures) {
@@ -169,7 +159,7 @@ TEST(File, a_full_disk_is_told_from_other_failures) {
 TEST(File, a_file_that_may_not_be_written_opens_for_reading_where_that_is_accepted) {
   const TemporaryFolder folder;
   const std::string name = folder.file("A");
-  vqdb::testing::write_file(name, "text");
+  write_file(name, "text");
   ::chmod(folder.path().c_str(), 0755);
   ::chmod(name.c_str(), 0444);
   const uid_t user = ::geteuid();
@@ -198,7 +188,7 @@ TEST(File, a_file_that_may_not_be_written_opens_for_reading_where_that_is_accept
 
 TEST(File, locks_exclude_other_opens_of_the_file_byte_by_byte) {
   const TemporaryFolder folder;
-  vqdb::testing::write_file(folder.file("A"), "");
+  write_file(folder.file("A"), "");
   File one, other;
   ASSERT_TRUE(one.open(folder.file("A"), Access::read_write).ok());
   ASSERT_TRUE(other.open(folder.file("A"), Access::read_write).ok());
@@ -222,12 +212,12 @@ TEST(File, locks_exclude_other_opens_of_the_file_byte_by_byte) {
 TEST(File, replace_keeps_the_permissions_of_the_old_file_and_links_to_it) {
   namespace fs = std::filesystem;
   TemporaryFolder folder;
-  vqdb::testing::write_file(folder.file("OLD"), "old");
-  vqdb::testing::write_file(folder.file("NEW"), "new");
+  write_file(folder.file("OLD"), "old");
+  write_file(folder.file("NEW"), "new");
   fs::permissions(folder.file("OLD"), fs::perms::owner_read | fs::perms::group_read);
   fs::create_symlink(folder.file("OLD"), folder.file("LINK"));
   ASSERT_TRUE(replace(folder.file("NEW"), folder.file("LINK")).ok());
-  EXPECT_EQ("new", vqdb::testing::read_file(folder.file("OLD")));
+  EXPECT_EQ("new", read_file(folder.file("OLD")));
   EXPECT_TRUE(fs::is_symlink(folder.file("LINK")));
   EXPECT_EQ(fs::perms::owner_read | fs::perms::group_read,
             fs::status(folder.file("OLD")).permissions());
@@ -236,17 +226,17 @@ TEST(File, replace_keeps_the_permissions_of_the_old_file_and_links_to_it) {
 TEST(File, replace_takes_the_place_of_a_file_and_rename_refuses_to) {
   const TemporaryFolder folder;
   const auto write = [&](const char* name, const char* text) {
-    vqdb::testing::write_file(folder.file(name), text);
+    write_file(folder.file(name), text);
   };
   write("OLD", "old");
   write("NEW", "new");
   EXPECT_EQ(Error::already_exists, rename(folder.file("NEW"), folder.file("OLD")).error);
   EXPECT_EQ((std::vector<std::string>{"NEW", "OLD"}), folder.list());
-  EXPECT_EQ("old", vqdb::testing::read_file(folder.file("OLD")));
+  EXPECT_EQ("old", read_file(folder.file("OLD")));
 
   EXPECT_TRUE(replace(folder.file("NEW"), folder.file("OLD")).ok());
   EXPECT_EQ((std::vector<std::string>{"OLD"}), folder.list());
-  EXPECT_EQ("new", vqdb::testing::read_file(folder.file("OLD")));
+  EXPECT_EQ("new", read_file(folder.file("OLD")));
 
   EXPECT_TRUE(replace(folder.file("OLD"), folder.file("A")).ok());
   EXPECT_TRUE(rename(folder.file("A"), folder.file("B")).ok());
@@ -259,8 +249,8 @@ TEST(File, replace_takes_the_place_of_a_file_and_rename_refuses_to) {
 // Whatever call is made to fail does nothing but fail.
 TEST(File, every_call_passes_the_seam) {
   const TemporaryFolder folder;
-  vqdb::testing::write_file(folder.file("A"), "text");
-  vqdb::testing::write_file(folder.file("B"), "other");
+  write_file(folder.file("A"), "text");
+  write_file(folder.file("B"), "other");
   File file, closing;
   std::uint64_t size = 0;
   std::array<char, 4> buffer = {};
@@ -278,15 +268,14 @@ TEST(File, every_call_passes_the_seam) {
       [&] { return file.unlock(9, 1); },
       [&] { return remove(folder.file("A")); },
       [&] { return rename(folder.file("A"), folder.file("C")); },
-      [&] { return replace(folder.file("B"), folder.file("A")); },
-  };
+      [&] { return replace(folder.file("B"), folder.file("A")); }};
   for (std::size_t i = 0; i < calls.size(); ++i) {
     const FaultPlan plan(1);
     EXPECT_FALSE(calls[i]().ok()) << "call " << i;
     EXPECT_EQ(1u, plan.calls()) << "call " << i;
   }
   EXPECT_EQ((std::vector<std::string>{"A", "B"}), folder.list());
-  EXPECT_EQ("text", vqdb::testing::read_file(folder.file("A")));
+  EXPECT_EQ("text", read_file(folder.file("A")));
   EXPECT_FALSE(closing.is_open()) << "a failed close has closed all the same";
 }
 

@@ -1,20 +1,14 @@
-#include <gtest/gtest.h>
-
-#include <filesystem>
-
 #include "platform/path.h"
-#include "support/files.h"
+#include "support/test.h"
 
 namespace {
-
-using vqdb::testing::TemporaryFolder;
 
 TEST(Path, names_find_files_as_given_then_in_capitals_then_in_any_case) {
   const TemporaryFolder folder;
   const std::filesystem::path root = folder.path();
   std::filesystem::create_directories(root / "Data" / "sub");
   for (const char* name : {"a.dbf", "A.DBF", "b.DBF", "c.Dbf", "C.dBf", "Data/sub/D.dbf"}) {
-    vqdb::testing::write_file((root / name).string(), name);
+    write_file((root / name).string(), name);
   }
   const struct {
     const char* given;
@@ -40,7 +34,7 @@ TEST(Path, names_without_directory_lie_in_the_current_one) {
   const TemporaryFolder folder;
   const auto before = std::filesystem::current_path();
   std::filesystem::current_path(folder.path());
-  vqdb::testing::write_file("x.Dbf", "");
+  write_file("x.Dbf", "");
   const std::string found = vqdb::platform::resolve("X.DBF");
   const std::string made = vqdb::platform::resolve("y.dbf");
   std::filesystem::current_path(before);

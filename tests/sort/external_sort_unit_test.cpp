@@ -1,15 +1,7 @@
 // The sort engine against a stable sort in memory, with workspaces from ample to tiny.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstring>
-#include <random>
-#include <string>
-#include <vector>
-
 #include "sort/external_sort.h"
 #include "support/fault_plan.h"
-#include "support/files.h"
+#include "support/test.h"
 
 namespace vqdb::sort {
 namespace {
@@ -113,14 +105,9 @@ TEST_F(ExternalSortTest, failures_leave_no_files) {
   for (std::uint64_t n = 1;; ++n) {
     std::vector<std::string> sorted;
     block_.detail = 0;
-    bool struck = false;
-    Result result = Result::ok;
-    {
-      const testing::FaultPlan plan(
-          n, n % 2 == 0 ? platform::Verdict::cut_short : platform::Verdict::fail);
-      result = sort(entries, sorted);
-      struck = plan.struck();
-    }
+    const auto verdict = n % 2 == 0 ? platform::Verdict::cut_short : platform::Verdict::fail;
+    const auto [result, struck] =
+        testing::under_fault(n, verdict, [&] { return sort(entries, sorted); });
     if (!struck) break;
     if (ok(result)) {
       EXPECT_EQ(expected(entries), sorted);

@@ -45,10 +45,9 @@ std::string cased(std::string value, int from, int to) {
   return value;
 }
 
-// Blanks only, on either side.
-std::string trimmed(std::string value, bool left, bool right) {
-  while (left && value.starts_with(' ')) value.erase(0, 1);
-  while (right && value.ends_with(' ')) value.pop_back();
+// Without the blanks at the end.
+std::string trimmed(std::string value) {
+  while (value.ends_with(' ')) value.pop_back();
   return value;
 }
 
@@ -132,7 +131,7 @@ const std::vector<ModelFamily>& families() {
        2,
        {{'C', "CC",
          [](V v) {
-           const std::string kept = trimmed(v[0].text, false, true);
+           const std::string kept = trimmed(v[0].text);
            return text(kept + v[1].text + std::string(v[0].text.size() - kept.size(), ' '));
          }},
         {'N', "NN", [](V v) { return number(v[0].number - v[1].number); }},
@@ -158,15 +157,6 @@ const std::vector<ModelFamily>& families() {
       {".AND.", 14, {{'L', "LL", [](V v) { return truth(v[0].truth && v[1].truth); }}}},
       {".OR.", 15, {{'L', "LL", [](V v) { return truth(v[0].truth || v[1].truth); }}}},
       {".NOT.", 16, {{'L', "L", [](V v) { return truth(!v[0].truth); }}}},
-      {"ABS", 20, {{'N', "N", [](V v) { return number(std::abs(v[0].number)); }}}},
-      {"AT",
-       24,
-       {{'N', "CC",
-         [](V v) {
-           const std::size_t at = v[0].text.empty() ? std::string::npos : v[1].text.find(v[0].text);
-           return number(at == std::string::npos ? 0 : static_cast<double>(at + 1));
-         }}}},
-      {"DAY", 34, {{'N', "D", [](V v) { return number(part_of(v[0].number, 'D')); }}}},
       {"DTOS",
        41,
        {{'C', "D",
@@ -176,34 +166,21 @@ const std::vector<ModelFamily>& families() {
            return text(digits(part_of(day, 'Y'), 4) + digits(part_of(day, 'M'), 2) +
                        digits(part_of(day, 'D'), 2));
          }}}},
-      {"FLOOR", 45, {{'N', "N", [](V v) { return number(std::floor(v[0].number)); }}}},
       {"IIF",
        47,
        {{'C', "LCC", [](V v) { return v[0].truth ? v[1] : v[2]; }},
         {'N', "LNN", [](V v) { return v[0].truth ? v[1] : v[2]; }},
         {'D', "LDD", [](V v) { return v[0].truth ? v[1] : v[2]; }},
         {'L', "LLL", [](V v) { return v[0].truth ? v[1] : v[2]; }}}},
-      {"INT", 48, {{'N', "N", [](V v) { return number(std::trunc(v[0].number)); }}}},
       {"LEFT", 52, {{'C', "CN", [](V v) { return text(v[0].text.substr(0, count_of(v[1]))); }}}},
       {"LEN", 53, {{'N', "C", [](V v) { return number(static_cast<double>(v[0].text.size())); }}}},
-      {"LOWER", 56, {{'C', "C", [](V v) { return text(cased(v[0].text, 'A', 'a')); }}}},
-      {"LTRIM", 57, {{'C', "C", [](V v) { return text(trimmed(v[0].text, true, false)); }}}},
       {"MAX",
        58,
        {{'N', "NN", [](V v) { return number(std::max(v[0].number, v[1].number)); }},
         {'D', "DD", [](V v) { return date(std::max(v[0].number, v[1].number)); }}}},
-      {"MONTH", 62, {{'N', "D", [](V v) { return number(part_of(v[0].number, 'M')); }}}},
       {"REPLICATE",
        70,
        {{'C', "CN", [](V v) { return text(repeated(v[0].text, count_of(v[1]))); }}}},
-      {"RIGHT",
-       71,
-       {{'C', "CN",
-         [](V v) {
-           const std::size_t kept = std::min(count_of(v[1]), v[0].text.size());
-           return text(v[0].text.substr(v[0].text.size() - kept));
-         }}}},
-      {"SPACE", 78, {{'C', "N", [](V v) { return text(repeated(" ", count_of(v[0]))); }}}},
       {"STR",
        80,
        {{'C', "N", [](V v) { return text(integer_text(std::round(v[0].number), 10)); }}}},
@@ -215,10 +192,9 @@ const std::vector<ModelFamily>& families() {
            if (start < 1 || start > v[0].text.size()) return text("");
            return text(v[0].text.substr(start - 1, count_of(v[2])));
          }}}},
-      {"TRIM", 85, {{'C', "C", [](V v) { return text(trimmed(v[0].text, false, true)); }}}},
+      {"TRIM", 85, {{'C', "C", [](V v) { return text(trimmed(v[0].text)); }}}},
       {"UPPER", 86, {{'C', "C", [](V v) { return text(cased(v[0].text, 'a', 'A')); }}}},
       {"VAL", 87, {{'N', "C", [](V v) { return number(value_of(v[0].text)); }}}},
-      {"YEAR", 88, {{'N', "D", [](V v) { return number(part_of(v[0].number, 'Y')); }}}},
   };
   return all;
 }

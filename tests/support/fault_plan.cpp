@@ -1,6 +1,7 @@
 #include "support/fault_plan.h"
 
 #include <atomic>
+#include <utility>
 
 namespace {
 
@@ -12,7 +13,7 @@ std::atomic<std::uint64_t> seen{0};
 std::atomic<bool> hit{false};
 std::uint64_t strike_at = 0;
 Verdict strike_with = Verdict::fail;
-vqdb::testing::FaultPlan::Filter filter = nullptr;
+vqdb::testing::FaultPlan::Filter filter;
 bool strike_all_after = false;
 
 }  // namespace
@@ -37,7 +38,7 @@ FaultPlan::FaultPlan(std::uint64_t n, platform::Verdict verdict, Filter counts,
                      bool and_all_after) {
   strike_at = n;
   strike_with = verdict;
-  filter = counts;
+  filter = std::move(counts);
   strike_all_after = and_all_after;
   seen = 0;
   hit = false;

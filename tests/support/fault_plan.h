@@ -3,6 +3,7 @@
 #define VQDBSYS_TESTS_SUPPORT_FAULT_PLAN_H_
 
 #include <cstdint>
+#include <functional>
 
 #include "platform/fault.h"
 
@@ -12,7 +13,7 @@ namespace vqdb::testing {
 // `and_all_after`, every later call fails too, as on a disk that stays full.
 class FaultPlan {
  public:
-  using Filter = bool (*)(platform::Call);
+  using Filter = std::function<bool(platform::Call)>;
 
   explicit FaultPlan(std::uint64_t n, platform::Verdict verdict = platform::Verdict::fail,
                      Filter counts = nullptr, bool and_all_after = false);
@@ -25,6 +26,29 @@ class FaultPlan {
   // How many calls the filter selected so far.
   std::uint64_t calls() const;
 };
+
+// Selects the calls of one kind, or all the others.
+inline FaultPlan::Filter only(platform::Call kind) {
+  return [kind](platform::Call call) { return call == kind; };
+}
+inline FaultPlan::Filter all_but(platform::Call kind) {
+  return [kind](platform::Call call) { return call != kind; };
+}
+
+// What work gave under a plan, and whether the plan struck.
+template <typename Result>
+struct UnderFault {
+  Result result;
+  bool struck;
+};
+
+template <typename Work>
+auto under_fault(std::uint64_t n, platform::Verdict verdict, Work work,
+                 FaultPlan::Filter counts = nullptr, bool and_all_after = false) {
+  const FaultPlan plan(n, verdict, std::move(counts), and_all_after);
+  auto result = work();
+  return UnderFault<decltype(result)>{result, plan.struck()};
+}
 
 }  // namespace vqdb::testing
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "support/exports.h"
+#include "support/test.h"
 
 namespace vqdb::testing {
 
@@ -17,12 +17,6 @@ std::uint32_t block_of(const std::string& reference) {
   return digits == std::string::npos
              ? 0
              : static_cast<std::uint32_t>(std::stoul(reference.substr(digits)));
-}
-
-std::string le32(std::uint32_t value) {
-  std::string bytes;
-  for (int i = 0; i < 4; ++i, value >>= 8) bytes += static_cast<char>(value & 0xFF);
-  return bytes;
 }
 
 std::uint32_t read_le32(std::string_view bytes, std::size_t offset) {

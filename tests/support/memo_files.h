@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "vqdbsys.h"
+#include "support/test.h"
 
 namespace vqdb::testing {
 
@@ -18,7 +18,6 @@ inline const std::string kNoMemo(10, ' ');
 std::string reference_to(std::uint32_t block);
 std::uint32_t block_of(const std::string& reference);
 
-std::string le32(std::uint32_t value);
 std::uint32_t read_le32(std::string_view bytes, std::size_t offset);
 
 // A block as DBinit prepares it, but for what memo files have no use for.

@@ -2,14 +2,8 @@
 #ifndef VQDBSYS_TESTS_SUPPORT_NDX_FIXTURE_H_
 #define VQDBSYS_TESTS_SUPPORT_NDX_FIXTURE_H_
 
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <string>
-
-#include "support/exports.h"
-#include "support/files.h"
 #include "support/ndx_checker.h"
+#include "support/test.h"
 
 namespace vqdb::testing {
 
@@ -21,8 +15,7 @@ inline std::string number_key(double value) {
 
 // The text, padded with blanks.
 inline std::string text_key(std::string text, std::size_t length) {
-  text.resize(length, ' ');
-  return text;
+  return padded(std::move(text), length);
 }
 
 class NdxFixture : public ::testing::Test {

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <filesystem>
 
-#include "support/exports.h"
+#include "support/test.h"
 
 namespace vqdb::testing {
 namespace {
@@ -16,11 +16,6 @@ constexpr std::size_t kNameWidth = 12;
 constexpr std::size_t kAmountWidth = 9;
 // 31 December 1989 as date keys count: the day number and 1721425.
 constexpr double kBeforeJanuary = 726467 + 1721425;
-
-std::string padded(std::string text, std::size_t width) {
-  text.resize(width, ' ');
-  return text;
-}
 
 std::string upper(std::string text) {
   for (char& c : text) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;

@@ -1,19 +1,9 @@
 // A long random history of a table beside a model of it, in every mode and with few and many
 // buffers.
-#include <gtest/gtest.h>
-
-#include <random>
-#include <string>
-#include <vector>
-
+#include "support/test.h"
 #include "table/scratch_table.h"
 
 namespace {
-
-using vqdb::testing::block_of_kind;
-using vqdb::testing::create_table;
-using vqdb::testing::read_file;
-using vqdb::testing::TemporaryFolder;
 
 class History {
  public:

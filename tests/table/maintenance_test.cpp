@@ -1,25 +1,11 @@
 // Tables as whole files: copied, compared, joined, packed, detached.
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <string>
-#include <vector>
-
+#include "support/host.h"
+#include "support/test.h"
 #include "table/scratch_table.h"
 
 namespace {
 
 using namespace std::string_literals;
-using vqdb::testing::block_of_kind;
-using vqdb::testing::create_table;
-using vqdb::testing::file_exists;
-using vqdb::testing::OpenTable;
-using vqdb::testing::read_bytes;
-using vqdb::testing::read_file;
-using vqdb::testing::ScratchTable;
-using vqdb::testing::TemporaryFolder;
-using vqdb::testing::write_bytes;
-using vqdb::testing::write_file;
 
 constexpr std::size_t kStart = ScratchTable::kHeaderBytes;
 constexpr std::size_t kLength = ScratchTable::kRecordBytes;
@@ -29,20 +15,6 @@ std::string records(std::uint32_t first, std::uint32_t last) {
   for (std::uint32_t i = first; i <= last; ++i) all += ScratchTable::record(i);
   return all;
 }
-
-// A host that counts reports, and cancels at one of them.
-struct Host {
-  std::uint32_t reports = 0, cancel_at = 0, last_done = 0, total = 0;
-  bool in_order = true;
-
-  static std::int32_t VQ_CALL told(void* context, std::uint32_t done, std::uint32_t total) {
-    Host& host = *static_cast<Host*>(context);
-    host.in_order = host.in_order && done >= host.last_done && done <= total;
-    host.last_done = done;
-    host.total = total;
-    return ++host.reports == host.cancel_at ? 1 : 0;
-  }
-};
 
 TEST(Copy, makes_an_empty_table_of_the_same_fields) {
   ScratchTable scratch(4);
@@ -64,17 +36,19 @@ TEST(Copy, tests_names_and_length_again_but_takes_types_as_they_are) {
     std::string bytes;
     std::int32_t result, detail;
   };
-  const Case cases[] = {
-      {32, "A-B\0"s, -11, 157},     {64, "TEXT\0\0"s, -11, 158}, {64 + 11, "Z", 0, 0},
-      {64 + 16, "\x20\x1F"s, 0, 0}, {32, "text", 0, 0},
-  };
+  const Case cases[] = {{32, "A-B\0"s, -11, 157},
+                        {64, "TEXT\0\0"s, -11, 158},
+                        {64 + 11, "Z", 0, 0},
+                        {64 + 16, "\x20\x1F"s, 0, 0},
+                        {32, "text", 0, 0}};
   for (const Case& c : cases) {
     ScratchTable scratch;
     write_bytes(scratch.file, 10, "\xFF");
     write_bytes(scratch.file, c.offset, c.bytes);
     const std::string target = scratch.folder.file("D");
-    EXPECT_EQ(c.result, lib.dDcopy(&scratch.block, scratch.name.c_str(), target.c_str()));
-    EXPECT_EQ(c.detail, +scratch.block.detail);
+    EXPECT_EQ(
+        codes(c.result, c.detail),
+        codes(lib.dDcopy(&scratch.block, scratch.name.c_str(), target.c_str()), scratch.block));
     EXPECT_EQ(c.result == 0, file_exists(target + ".DBF"));
   }
 }
@@ -88,12 +62,11 @@ TEST(Copy, refuses_to_copy_a_table_to_itself) {
   for (const auto& [from, to] :
        {std::pair{name, name}, {name, missing}, {missing, name}, {name, scratch.file.c_str()}}) {
     scratch.block.detail = 0;
-    EXPECT_EQ(-11, lib.dDcopy(&scratch.block, from, to));
-    EXPECT_EQ(141, +scratch.block.detail);
+    EXPECT_EQ("-11/141", codes(lib.dDcopy(&scratch.block, from, to), scratch.block));
   }
   EXPECT_EQ(before, read_file(scratch.file));
-  EXPECT_EQ(-5, lib.dDcopy(&scratch.block, scratch.folder.file("NO").c_str(), name));
-  EXPECT_EQ(10421, +scratch.block.detail);
+  EXPECT_EQ("-5/10421", codes(lib.dDcopy(&scratch.block, scratch.folder.file("NO").c_str(), name),
+                              scratch.block));
 }
 
 TEST(Compare, looks_at_names_types_lengths_and_decimals) {
@@ -104,15 +77,10 @@ TEST(Compare, looks_at_names_types_lengths_and_decimals) {
     std::vector<const char*> fields;
     std::int32_t result;
   };
-  const Case cases[] = {
-      {{"x", "N8.2", "y", "C5"}, 0},
-      {{"X", "N8.2"}, -9},
-      {{"X", "N8.2", "Z", "C5"}, -9},
-      {{"X", "F8.2", "Y", "C5"}, -9},
-      {{"X", "N9.2", "Y", "C5"}, -9},
-      {{"X", "N8.3", "Y", "C5"}, -9},
-      {{"X", "N8.2", "Y", "C5", "Z", "L"}, -9},
-  };
+  const Case cases[] = {{{"x", "N8.2", "y", "C5"}, 0},           {{"X", "N8.2"}, -9},
+                        {{"X", "N8.2", "Z", "C5"}, -9},          {{"X", "F8.2", "Y", "C5"}, -9},
+                        {{"X", "N9.2", "Y", "C5"}, -9},          {{"X", "N8.3", "Y", "C5"}, -9},
+                        {{"X", "N8.2", "Y", "C5", "Z", "L"}, -9}};
   for (const Case& c : cases) {
     ASSERT_EQ(0, create_table(block, folder.file("B"), c.fields));
     block.detail = 0;
@@ -131,8 +99,8 @@ TEST(Concatenate, makes_a_byte_copy_where_there_is_no_target) {
     ScratchTable scratch;
     if (count != 0) scratch.append(1, count);
     const std::string target = scratch.folder.file("D");
-    ASSERT_EQ(0, lib.dDcat(&scratch.block, target.c_str(), scratch.name.c_str()));
-    EXPECT_EQ(0, +scratch.block.detail);
+    ASSERT_EQ("0/0", codes(lib.dDcat(&scratch.block, target.c_str(), scratch.name.c_str()),
+                           scratch.block));
     EXPECT_EQ(read_file(scratch.file) + (count == 0 ? "\x1A" : ""), read_file(target + ".DBF"))
         << "an end mark that is lacking is supplied";
   }
@@ -188,45 +156,36 @@ TEST(Concatenate, refuses_and_leaves_the_target_as_it_was) {
   std::string bytes = sound;
   bytes[64 + 11] = 'F';
   write_file(source.file, bytes);
-  EXPECT_EQ(-9, cat(target.name));
-  EXPECT_EQ(191, +target.block.detail);
+  EXPECT_EQ("-9/191", codes(cat(target.name), target.block));
 
   bytes = sound;
   bytes[10] = 16;
   write_file(source.file, bytes);
-  EXPECT_EQ(-9, cat(target.name));
-  EXPECT_EQ(351, +target.block.detail);
+  EXPECT_EQ("-9/351", codes(cat(target.name), target.block));
 
   write_file(source.file, sound.substr(0, sound.size() - 2));
-  EXPECT_EQ(-3, cat(target.name));
-  EXPECT_EQ(358, +target.block.detail);
+  EXPECT_EQ("-3/358", codes(cat(target.name), target.block));
   EXPECT_EQ(before, read_file(target.file));
-  EXPECT_EQ(-3, cat(target.folder.file("NEW")));
-  EXPECT_EQ(358, +target.block.detail);
+  EXPECT_EQ("-3/358", codes(cat(target.folder.file("NEW")), target.block));
   EXPECT_FALSE(file_exists(target.folder.file("NEW.DBF")));
 
   write_file(source.file, "dBASE");
-  EXPECT_EQ(-17, cat(target.folder.file("NEW")));
-  EXPECT_EQ(344, +target.block.detail);
+  EXPECT_EQ("-17/344", codes(cat(target.folder.file("NEW")), target.block));
   EXPECT_EQ(-17, cat(target.folder.file("NO/NEW"))) << "before the target is looked for";
 
   write_file(source.file, sound);
-  EXPECT_EQ(-5, cat(target.folder.file("NO/NEW")));
-  EXPECT_EQ(345, +target.block.detail);
+  EXPECT_EQ("-5/345", codes(cat(target.folder.file("NO/NEW")), target.block));
   write_file(target.file, before.substr(0, before.size() - 3));
-  EXPECT_EQ(-17, cat(target.name));
-  EXPECT_EQ(350, +target.block.detail);
+  EXPECT_EQ("-17/350", codes(cat(target.name), target.block));
   std::filesystem::remove(source.file);
-  EXPECT_EQ(-5, cat(target.name));
-  EXPECT_EQ(341, +target.block.detail);
+  EXPECT_EQ("-5/341", codes(cat(target.name), target.block));
 
   // A source so long that both together would reach the locked bytes.
   write_file(target.file, before);
   bytes = sound;
   bytes.replace(4, 4, "\xFF\xFF\xFF\x1F");
   write_file(source.file, bytes);
-  EXPECT_EQ(-20, cat(target.name));
-  EXPECT_EQ(350, +target.block.detail);
+  EXPECT_EQ("-20/350", codes(cat(target.name), target.block));
   EXPECT_EQ(before, read_file(target.file));
 }
 
@@ -251,8 +210,7 @@ TEST(Pack, keeps_live_records_and_what_the_header_says) {
     write_bytes(scratch.file, kStart + 7 * kLength, "?");
     expected.erase(5 * kLength, kLength);
     scratch.block.runtime_flags = flags;
-    Host host;
-    lib.dUsetprog(&scratch.block, Host::told, &host);
+    const Host host(scratch.block);
     ASSERT_EQ(0, lib.dDpack(&scratch.block, scratch.name.c_str())) << +scratch.block.detail;
 
     const std::string bytes = read_file(scratch.file);
@@ -286,13 +244,11 @@ TEST(Pack, of_a_short_table_changes_nothing) {
   scratch.append(1, 200);
   const std::string cut = read_file(scratch.file).substr(0, 2000);
   write_file(scratch.file, cut);
-  EXPECT_EQ(-17, lib.dDpack(&scratch.block, scratch.name.c_str()));
-  EXPECT_EQ(10064, +scratch.block.detail);
+  EXPECT_EQ("-17/10064", codes(lib.dDpack(&scratch.block, scratch.name.c_str()), scratch.block));
   EXPECT_EQ(cut, read_file(scratch.file));
   EXPECT_EQ(-5, lib.dDpack(&scratch.block, scratch.folder.file("NO").c_str()));
   lib.dUtmpdir(&scratch.block, scratch.folder.file("NO").c_str());
-  EXPECT_EQ(-5, lib.dDpack(&scratch.block, scratch.name.c_str()));
-  EXPECT_EQ(291, +scratch.block.detail);
+  EXPECT_EQ("-5/291", codes(lib.dDpack(&scratch.block, scratch.name.c_str()), scratch.block));
 }
 
 TEST(Maintenance, cancelled_work_leaves_everything_as_it_was) {
@@ -304,9 +260,7 @@ TEST(Maintenance, cancelled_work_leaves_everything_as_it_was) {
       target.append(1, 3000);
       source.append(1, 3000);
       const std::string before = read_file(target.file);
-      Host host;
-      host.cancel_at = at;
-      lib.dUsetprog(&target.block, Host::told, &host);
+      const Host host(target.block, at);
       const std::int32_t result =
           packs ? lib.dDpack(&target.block, target.name.c_str())
                 : lib.dDcat(&target.block, target.name.c_str(), source.name.c_str());
@@ -381,11 +335,9 @@ TEST(Detach, clears_the_production_flag_only) {
 
   bytes[0] = '\x30';
   write_file(scratch.file, bytes);
-  EXPECT_EQ(-3, lib.dDapart(&scratch.block, scratch.name.c_str()));
-  EXPECT_EQ(102, +scratch.block.detail);
+  EXPECT_EQ("-3/102", codes(lib.dDapart(&scratch.block, scratch.name.c_str()), scratch.block));
   write_file(scratch.file, bytes.substr(0, 31));
-  EXPECT_EQ(-17, lib.dDapart(&scratch.block, scratch.name.c_str()));
-  EXPECT_EQ(101, +scratch.block.detail);
+  EXPECT_EQ("-17/101", codes(lib.dDapart(&scratch.block, scratch.name.c_str()), scratch.block));
 }
 
 TEST(Maintenance, null_names_are_refused) {

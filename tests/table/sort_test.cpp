@@ -1,23 +1,11 @@
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <functional>
-#include <random>
-#include <string>
-#include <vector>
-
+#include "support/host.h"
+#include "support/test.h"
 #include "table/scratch_table.h"
 
-namespace vqdb::testing {
 namespace {
 
 // CITY C8, AMOUNT N8.2, DUE D, OK L, NOTE M: 36 bytes and the flag.
 constexpr std::size_t kCity = 1, kAmount = 9, kDue = 17, kOk = 25;
-
-std::string padded(std::string text, std::size_t width) {
-  text.resize(width, ' ');
-  return text;
-}
 
 std::string random_record(std::mt19937& random) {
   static const char* const cities[] = {"Bern", "bern", "BERN", "Zug", "aarau", "Aarau", ""};
@@ -141,23 +129,16 @@ TEST(TableSort, refuses_what_it_cannot_order_and_leaves_the_target) {
                                        table.target.c_str(), "CITY"));
 }
 
-std::int32_t VQ_CALL cancel_half_way(void* context, std::uint32_t done, std::uint32_t total) {
-  *static_cast<bool*>(context) = true;
-  return done >= total / 2;
-}
-
 TEST(TableSort, leaves_everything_as_it_was_when_the_host_cancels) {
   Unsorted table(4000);
   write_file(table.target + ".DBF", "kept");
   const auto before = table.folder.list();
-  bool called = false;
-  lib.dUsetprog(&table.block, cancel_half_way, &called);
+  const Host host(table.block, 2);
   EXPECT_EQ(VQ_E_CANCELLED,
             lib.dDsort(&table.block, table.source.c_str(), table.target.c_str(), "CITY"));
-  EXPECT_TRUE(called);
+  EXPECT_EQ(2u, host.reports);
   EXPECT_EQ("kept", read_file(table.target + ".DBF"));
   EXPECT_EQ(before, table.folder.list());
 }
 
 }  // namespace
-}  // namespace vqdb::testing

@@ -1,0 +1,58 @@
+// What every test needs: the framework, the library's functions, files, and the standard headers
+// that most tests use.
+#ifndef VQDBSYS_TESTS_SUPPORT_TEST_H_
+#define VQDBSYS_TESTS_SUPPORT_TEST_H_
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <random>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "support/exports.h"
+#include "support/files.h"
+
+namespace vqdb::testing {
+
+// A result with the detail beside it, as `-4/3162`.
+inline std::string codes(std::int32_t result, std::int32_t detail) {
+  return std::to_string(result) + "/" + std::to_string(detail);
+}
+inline std::string codes(std::int32_t result, const VqBlock& block) {
+  return codes(result, std::int32_t{block.detail});
+}
+// Those of a call that was to give a handle and did not.
+inline std::string refusal(const void* handle, const VqBlock& block) {
+  return handle != nullptr ? "not refused" : codes(std::int32_t{block.result}, block);
+}
+
+// The text, filled with blanks or cut.
+inline std::string padded(std::string text, std::size_t width) {
+  text.resize(width, ' ');
+  return text;
+}
+
+// The number in so many bytes, the low ones first.
+inline std::string little_endian(std::uint64_t value, std::size_t bytes) {
+  std::string text;
+  for (; bytes > 0; --bytes, value >>= 8) text += static_cast<char>(value & 0xFF);
+  return text;
+}
+inline std::string le32(std::uint32_t value) { return little_endian(value, 4); }
+
+}  // namespace vqdb::testing
+
+// Tests outside this namespace see the fixtures and builders all the same.
+using namespace vqdb::testing;
+
+#endif  // VQDBSYS_TESTS_SUPPORT_TEST_H_
