@@ -10,6 +10,7 @@
 #include "api/index_kinds.h"
 #include "api/key_moves.h"
 #include "api/record_keys.h"
+#include "memo/memo.h"
 #include "table/locks.h"
 #include "table/records.h"
 
@@ -267,7 +268,9 @@ Result flush_member(const VqMember& copy) {
   Database* const owner = owner_of(copy, kFlushMember.detail(0));
   if (owner == nullptr) return Result::bad_handle;
   if (copy.kind == member_kind::kTable) return table::flush(*owner->table);
-  if ((copy.kind & member_kind::kMemo) != 0) return Result::ok;
+  if ((copy.kind & member_kind::kMemo) != 0) {
+    return owner->memo != nullptr ? memo::flush(*owner->memo) : Result::ok;
+  }
   const bool is_index = kind_of_file(copy.kind) != nullptr || kind_of_tag(copy.kind) != nullptr;
   if (!is_index) return fail(owner->block, Result::not_allowed, kFlushMember.detail(1));
   const Member* const member = member_of(*owner, copy);
@@ -280,6 +283,7 @@ Result flush_member(const VqMember& copy) {
 Result flush(Database& database) {
   FirstFailure failure(database.owner_block());
   failure.note(table::flush(*database.table));
+  if (database.memo != nullptr) failure.note(memo::flush(*database.memo));
   for (const Member& member : database.members) {
     if (member.is_tag()) continue;
     const auto flush_index = member.driver().flush;

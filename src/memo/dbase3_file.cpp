@@ -64,12 +64,7 @@ Result close_dbase3(Memo& memo) {
   if (memo.layout != Layout::dbase3) {
     return fail(block, Result::not_allowed, kClose.detail(2));
   }
-  bool stored = true;
-  if (memo.next_free != memo.stored_next_free) {
-    std::array<Byte, 4> bytes;
-    store_le32(bytes.data(), memo.next_free);
-    stored = memo.file.write_at(kNextFreeOffset, bytes.data(), bytes.size()).ok();
-  }
+  const bool stored = store_next_free(memo);
   const bool closed = release_handle(memo);
   if (!stored) return fail(block, Result::io, kClose.detail(4));
   return closed ? Result::ok : fail(block, Result::io, kClose.detail(3));

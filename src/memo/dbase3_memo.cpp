@@ -92,16 +92,6 @@ Result write_text(Memo& memo, std::uint64_t position, std::span<const Byte> text
   return fail(memo.block, Result::io, kWrite.detail(rest.empty() ? 6 : 5));
 }
 
-Result store_next_free(Memo& memo) {
-  std::array<Byte, 4> bytes;
-  store_le32(bytes.data(), memo.next_free);
-  if (!memo.file.write_at(kNextFreeOffset, bytes.data(), bytes.size()).ok()) {
-    return fail(memo.block, Result::io, kWrite.detail(7));
-  }
-  memo.stored_next_free = memo.next_free;
-  return Result::ok;
-}
-
 Result append(Memo& memo, std::span<const Byte> text, char* reference) {
   // A process that died before it closed the file left a header that is older than its memos.
   const std::uint64_t block = std::max<std::uint64_t>(memo.next_free, memo.blocks_in_file());
@@ -116,8 +106,8 @@ Result append(Memo& memo, std::span<const Byte> text, char* reference) {
   if (const Result written = write_text(memo, position, text); !ok(written)) return written;
   memo.file_size = position + text.size() + kEndMark.size();
   memo.next_free = static_cast<std::uint32_t>(behind);
-  if (memo.shared()) {
-    if (const Result stored = store_next_free(memo); !ok(stored)) return stored;
+  if (memo.shared() && !store_next_free(memo)) {
+    return fail(memo.block, Result::io, kWrite.detail(7));
   }
   write_reference(static_cast<std::uint32_t>(block), reference);
   return Result::ok;

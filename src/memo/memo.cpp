@@ -1,8 +1,19 @@
 #include "memo/memo.h"
 
+#include <array>
 #include <utility>
 
+#include "frame/bytes.h"
+#include "memo/file_layout.h"
+
 namespace vqdb::memo {
+namespace {
+
+// A file that the device does not get is told of as one that cannot be closed.
+constexpr Operation kCloseDbase4{215};
+constexpr Operation kCloseDbase3{227};
+
+}  // namespace
 
 HandlePool<Memo>& memos() {
   static auto& pool = *new HandlePool<Memo>();
@@ -34,6 +45,23 @@ bool release_handle(Memo& memo) {
   const bool closed = memo.file.close().ok();
   memos().close(&memo);
   return closed;
+}
+
+bool store_next_free(Memo& memo) {
+  if (memo.next_free == memo.stored_next_free) return true;
+  std::array<Byte, 4> bytes;
+  store_le32(bytes.data(), memo.next_free);
+  if (!memo.file.write_at(kNextFreeOffset, bytes.data(), bytes.size()).ok()) return false;
+  memo.stored_next_free = memo.next_free;
+  return true;
+}
+
+Result flush(Memo& memo) {
+  const bool durable = (memo.block->runtime_flags & runtime_flag::kDurable) != 0;
+  if (!durable || memo.read_only()) return Result::ok;
+  if (store_next_free(memo) && memo.file.sync().ok()) return Result::ok;
+  const Operation close = memo.layout == Layout::dbase4 ? kCloseDbase4 : kCloseDbase3;
+  return fail(memo.block, Result::io, close.detail(3));
 }
 
 }  // namespace vqdb::memo

@@ -68,6 +68,13 @@ void set_live(Memo& memo, Layout layout);
 // Closes the file and releases the handle; false when the system reports a failure.
 bool release_handle(Memo& memo);
 
+// dBASE III: stores the next free block where the file header has another; false when it cannot.
+bool store_next_free(Memo& memo);
+
+// Under run-time flag 4, waits until the device has the file; else there is nothing to do, since
+// every change is written at once. -17, details 2153 and 2273.
+Result flush(Memo& memo);
+
 }  // namespace vqdb::memo
 
 #endif  // VQDBSYS_MEMO_MEMO_H_

@@ -135,6 +135,34 @@ TEST_F(MemoCalls, in_a_shared_mode_a_file_that_somebody_holds_is_refused_at_once
   }
 }
 
+TEST_F(MemoCalls, a_durable_flush_waits_until_the_device_has_the_memos) {
+  const char* const fields[] = {"NOTES", "M"};
+  for (const std::uint32_t dialect : {VQ_DIALECT_DBASE3, VQ_DIALECT_DBASE4}) {
+    VqDatabase* database = nullptr;
+    VqMember member = {};
+    ASSERT_EQ(0, lib.DBinit(&block_, dialect));
+    ASSERT_EQ(0, lib.DBcreat(&block_, name_.c_str(), 1, fields));
+    ASSERT_EQ(0, lib.DBopen(&block_, name_.c_str(), 0, 1, VQ_SPECS_ARRAY, 0, nullptr, &database,
+                            nullptr));
+    ASSERT_EQ(0, lib.GRPmember(database, VQ_KIND_DBASE4_MEMO, nullptr, nullptr, &member));
+    std::string reference = kNoMemo;
+    auto* const memo = static_cast<VqMemo*>(member.handle);
+    const bool dbase3 = dialect == VQ_DIALECT_DBASE3;
+    ASSERT_EQ(0, dbase3 ? lib.dTputmm3(memo, "text", reference.data())
+                        : lib.dTnewmm(memo, 0, 4, "text", reference.data()));
+    for (const std::uint16_t flags : {std::uint16_t{0}, std::uint16_t{VQ_FLAG_DURABLE}}) {
+      block_.runtime_flags = flags;
+      const FaultPlan plan(1, Verdict::fail, [](Call call) { return call == Call::sync; });
+      EXPECT_EQ(flags == 0 ? 0 : VQ_E_IO, lib.DBmember_flush(&member));
+      EXPECT_EQ(flags == 0 ? 0 : dbase3 ? 2273 : 2153, block_.detail);
+      EXPECT_EQ(0, lib.DBflush(database)) << "the first call fails alone";
+      EXPECT_EQ(flags == 0, plan.calls() == 0);
+    }
+    EXPECT_EQ(2u, read_le32(read_file(folder_.file("T.DBT")), 0));
+    ASSERT_EQ(0, lib.DBclose(database));
+  }
+}
+
 // A failure to let go of the lock counts when nothing else failed, and hides no earlier detail.
 TEST_F(MemoCalls, a_failed_release_of_the_lock_is_told) {
   create(Layout::dbase4);
