@@ -820,11 +820,14 @@ int32_t VQ_CALL dXezindx(VqTable* table, const char* name, const char* tag, cons
  * complete; no free blocks are left then. No handle may be open on it.
  *   1181 -10 bad table handle         1182 -11 shared table: others would go on with the old file
  *   1183 -9  an expression gives another key type                       1184 -14 no memory
- *   1185     the new file cannot take the old one's place; else as for dXopen and dXindex */
+ *   1185     the new file cannot take the old one's place
+ *   1186 -17 the table's mark of its production index, which packing takes away, is not written, and
+ *            the new file is in place; else as for dXopen and dXindex */
 int32_t VQ_CALL dXreindx(VqTable* table, const char* name);
 /* Drops a tag. Its blocks go to the free list, from which the tags of the file take theirs, unless
  * its tree is damaged: then they are lost until dXreindx. A handle of it can only be given back.
- *   1261 -10 bad file handle          1262 -2  no such tag              1263 -16 opened for reading */
+ *   1261 -10 bad file handle          1262 -2  no such tag              1263 -16 opened for reading
+ */
 int32_t VQ_CALL dXdeltag(VqIndex* file, const char* tag);
 /* As dNcopy.
  *   1012 -11 the same file            1013     not created              1014 -17 not read
@@ -1075,7 +1078,9 @@ int32_t VQ_CALL DBmember_flush(const VqMember* member);
 /* Makes an index with the keys of the table's records and adds it to the group and the index list.
  * `kind`: VQ_KIND_NDX, VQ_KIND_NDX3 or VQ_KIND_MDX, for which `tag` names the tag and `filter` is
  * its FOR expression or null; both are ignored for the others. `options`: VQ_BUILD_UNIQUE and, for
- * tags, VQ_BUILD_DESCENDING. A shared table is locked meanwhile.
+ * tags, VQ_BUILD_DESCENDING. A shared table is locked meanwhile. An MDX file that is a member gets
+ * the tag while it is open. After a failure the group is what it was; where the file was built and
+ * could then not be opened, it is there without being a member.
  *   6320 -10 bad handle     6321 -11 the file is a member already      6322 -12 no index kind
  *   6323 -11 a name that the index list cannot hold (see DBopen); not with VQ_OPEN_NO_INDEX_LIST */
 int32_t VQ_CALL DBindex(VqDatabase* database, uint32_t kind, const char* name, const char* tag,

@@ -149,7 +149,7 @@ TEST(TaggedFiles, rebuilding_keeps_the_members_and_packing_the_files) {
     ASSERT_EQ(0, lib.DBapprec(database, record_of(order).data(), &recno));
   }
   for (const char* const tag : {"ONE", "TWO"}) {
-    ASSERT_EQ(0, lib.DBindex(database, 16, orders.file("TAGS").c_str(), tag, "AMOUNT",
+    ASSERT_EQ(0, lib.DBindex(database, 16, orders.file("ORDERS").c_str(), tag, "AMOUNT",
                              ".NOT. DELETED()", 0));
   }
   VqMember one;
@@ -168,6 +168,7 @@ TEST(TaggedFiles, rebuilding_keeps_the_members_and_packing_the_files) {
   ASSERT_EQ(0, lib.DBprevrec(&one, record.data(), &recno, key.data()));
   EXPECT_EQ(15U, recno);
   EXPECT_EQ(29, order_in(record).cents);
+  EXPECT_EQ(1, read_file(orders.file("ORDERS.DBF"))[28]) << "the table goes on naming its index";
   EXPECT_EQ(0, lib.DBclose(database));
 }
 

@@ -329,7 +329,9 @@ Result rebuild_mdx(table::Table& table, const char* name) {
   }
   if (!ok(closed)) return closed;
   const auto placed = growing.put_in_place_of(path);
-  return placed.ok() ? Result::ok : fail(block, open_result(placed.error), kRebuild.detail(5));
+  if (!placed.ok()) return fail(block, open_result(placed.error), kRebuild.detail(5));
+  // Packing the table has taken its mark away.
+  return head.header.production ? table::mark_production(table, kRebuild.detail(6)) : Result::ok;
 }
 
 }  // namespace vqdb::index

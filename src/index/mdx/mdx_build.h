@@ -30,7 +30,8 @@ Result add_tag(MdxFile& file, const TagRequest& request);
 Result build_mdx(table::Table& table, const char* name, const TagRequest& request);
 
 // Builds every tag again into a new file, which takes the old one's place in one step. Details 1182
-// (shared table), 1183 (an expression gives another key type).
+// (shared table), 1183 (an expression gives another key type), 1186 (the table could not be
+// marked, the new file is in place).
 Result rebuild_mdx(table::Table& table, const char* name);
 
 // Takes a tag out of an open file; its blocks go to the free list. Details 1262 (no such tag), 1263
