@@ -69,15 +69,21 @@ Result release_file(Database& database, Place file) {
   return failure.result();
 }
 
+// A tag that is in the file no more leaves the group.
 Result reopen_file(Database& database, Place file) {
   const Place end = end_of_file(database, file);
-  for (Place member = file; member != end; ++member) {
-    if (const Result result = reopen_member(database, *member); !ok(result)) {
+  for (Place member = file; member != end;) {
+    const Place next = std::next(member);
+    const Result result = reopen_member(database, *member);
+    if (member->is_tag() && result == Result::unknown_name) {
+      drop_member(database, member);
+    } else if (!ok(result)) {
       const std::int32_t detail = database.block->detail;
       for (Place open = end; open != file;) (void)close_member(*--open);
       database.members.erase(file, end);
       return fail(database.block, result, detail);
     }
+    member = next;
   }
   return Result::ok;
 }

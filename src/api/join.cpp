@@ -78,14 +78,16 @@ Result activate_tag(Database& database, Member& tag) {
 
 bool is_number(char type) { return type == 'N' || type == 'F' || type == 'D'; }
 
-// A file may leave open which of its numbers are dates, and a text longer than any key is cut.
+// A file may leave open which of its numbers are dates, and a text longer than any key is cut. A
+// tag's own length holds: texts are cut or filled to it.
 Result check_key(Database& database, Member& member, const expr::ResultShape& shape) {
   const index::Driver& driver = member.driver();
   const auto type = static_cast<char>(driver.keytyp(*member.index));
   const std::int32_t length = driver.keylen(*member.index);
   const std::int32_t built = expr::key_length(shape, member.code());
   const bool same_type = type == shape.type || (is_number(type) && is_number(shape.type));
-  const bool same_length = built == length || built == 0 || built > kLongestText;
+  const bool fits_any_text = member.is_tag() && type == 'C';
+  const bool same_length = built == length || built == 0 || built > kLongestText || fits_any_text;
   if (same_type && same_length) return Result::ok;
   return fail(database.block, Result::mismatch, kJoin.detail(7));
 }

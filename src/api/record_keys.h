@@ -33,6 +33,10 @@ Result belongs(VqBlock& block, const Member& member, const void* record, bool& y
 // Evaluates the member's key expression on a whole record, in key form.
 Result build_key(VqBlock& block, const Member& member, const void* record, KeyBuffer& key);
 
+// Whether a change of keys was refused because the tag is no more: somebody has dropped it from its
+// file, and there is nothing left to keep in step.
+inline bool is_dropped(Result result) { return result == Result::bad_handle; }
+
 }  // namespace vqdb::api
 
 #endif  // VQDBSYS_API_RECORD_KEYS_H_

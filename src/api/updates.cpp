@@ -78,7 +78,7 @@ Result insert_keys(Database& database, const Byte* record, std::uint32_t recno, 
     if (member.driver().putkey == nullptr) return Result::no_driver;
     result = member.driver().putkey(*member.index, key.bytes.data(), recno, kBracketed);
     // A unique index may hold the key already; the record stays.
-    if (!ok(result) && result != Result::duplicate_key) return result;
+    if (!ok(result) && result != Result::duplicate_key && !is_dropped(result)) return result;
   }
   return Result::ok;
 }
@@ -170,7 +170,7 @@ Result RecordChange::finish(bool flag_only, Write write) {
 Result RecordChange::move_keys() {
   for (const KeyMove& move : moves_) {
     const Result result = carry_out(database_.owner_block(), move, recno_);
-    if (!ok(result)) return result;
+    if (!ok(result) && !is_dropped(result)) return result;
   }
   return Result::ok;
 }

@@ -208,7 +208,10 @@ TEST_P(MdxHistory, agrees_with_a_model) {
 INSTANTIATE_TEST_SUITE_P(Settings, MdxHistory,
                          ::testing::Values(History{"exclusive_4_buffers", 2, 4, {0}, 60000},
                                            History{"exclusive_1000_buffers", 2, 1000, {0}, 150000},
-                                           History{"exclusive_long_blocks", 7, 50, {0}, 60000}),
+                                           History{"exclusive_long_blocks", 7, 50, {0}, 60000},
+                                           History{"two_in_mode_2", 2, 20, {2, 2}, 15000},
+                                           History{
+                                               "three_in_modes_2_and_4", 3, 300, {4, 2, 4}, 15000}),
                          [](const auto& history) { return std::string(history.param.name); });
 
 }  // namespace

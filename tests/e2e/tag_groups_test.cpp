@@ -1,0 +1,276 @@
+// Databases whose group has an MDX file, beside NDX files: whatever happens to the records, every
+// tag holds those that its filter lets in.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "support/exports.h"
+#include "support/mdx_checker.h"
+#include "support/orders.h"
+
+namespace vqdb::testing {
+namespace {
+
+struct Tag {
+  const char* name;
+  const char* key;
+  const char* filter;
+  std::uint32_t options;
+  bool (*holds)(const Order&);
+  std::string (*key_of)(const Order&);
+};
+
+std::string text_of(const Order& order) { return record_of(order).substr(1, 12); }
+
+std::string day_of(const Order& order) {
+  VqBlock block = {};
+  std::string key(8, '\0');
+  lib.dUdftodk(&block, 1, record_of(order).substr(22, 8).c_str(), key.data());
+  return key;
+}
+
+std::string amount_of(const Order& order) {
+  VqBlock block = {};
+  std::string key(12, '\0');
+  EXPECT_EQ(0, lib.dUnftonk(&block, 0, record_of(order).substr(13, 9).c_str(), 9, key.data()));
+  return key;
+}
+
+const Tag kTags[] = {
+    {"NAMES", "NAME", nullptr, 0, [](const Order&) { return true; }, text_of},
+    {"PAID", "AMOUNT", "PAID", 0, [](const Order& o) { return o.paid; }, amount_of},
+    {"LIVE", "DUE", ".NOT. DELETED()", VQ_BUILD_DESCENDING,
+     [](const Order& o) { return !o.deleted; }, day_of},
+};
+
+class TagGroups : public ::testing::TestWithParam<std::uint32_t> {
+ protected:
+  void SetUp() override {
+    orders_.create();
+    mdx_ = orders_.file("TAGS");
+    VqTable* table = lib.dDopen(&orders_.block, orders_.table().c_str(), 0, 4);
+    for (const Tag& tag : kTags) {
+      ASSERT_EQ(0, lib.dXezindx(table, mdx_.c_str(), tag.name, tag.key, tag.filter, tag.options))
+          << orders_.block.detail;
+    }
+    ASSERT_EQ(0, lib.dDclose(table));
+    specs_.assign(orders_.specs.begin(), orders_.specs.end());
+    specs_.push_back({16, mdx_.c_str(), 10, nullptr});
+  }
+  void TearDown() override {
+    if (database_ != nullptr) {
+      EXPECT_EQ(0, lib.DBclose(database_));
+    }
+  }
+
+  void open(std::uint32_t mode) {
+    VqIndexSpec* failed = nullptr;
+    ASSERT_EQ(
+        0, lib.DBopen(&orders_.block, orders_.table().c_str(), mode, 4, 1,
+                      static_cast<std::int32_t>(specs_.size()), specs_.data(), &database_, &failed))
+        << orders_.block.detail;
+  }
+
+  VqMember member(std::uint32_t kind, const char* tag = nullptr) {
+    VqMember found = {};
+    EXPECT_EQ(0, lib.GRPmember(database_, kind, mdx_.c_str(), tag, &found));
+    return found;
+  }
+
+  void append(const Order& order) {
+    std::uint32_t recno = 0;
+    ASSERT_EQ(0, lib.DBapprec(database_, record_of(order).data(), &recno)) << orders_.block.detail;
+    records_.push_back(order);
+  }
+
+  void expect_tag(const Tag& tag, const MdxReport& report) {
+    SCOPED_TRACE(tag.name);
+    std::vector<IndexEntry> expected;
+    for (std::size_t n = 0; n < records_.size(); ++n) {
+      if (!tag.holds(records_[n])) continue;
+      expected.emplace_back(tag.key_of(records_[n]), static_cast<std::uint32_t>(n + 1));
+    }
+    std::ranges::sort(expected);
+    EXPECT_EQ(expected, report.tag(tag.name).sorted());
+  }
+
+  void check() {
+    expect_in_step(database_, orders_, records_);
+    ASSERT_EQ(0, lib.DBflush(database_));
+    const MdxReport report = read_mdx(orders_.file("TAGS.MDX"));
+    ASSERT_EQ("", report.all_faults());
+    for (const Tag& tag : kTags) expect_tag(tag, report);
+  }
+
+  Order some_order() {
+    Order order;
+    order.name = std::string(1, static_cast<char>('a' + random_() % 9));
+    order.cents = static_cast<std::int32_t>(random_() % 400) - 200;
+    order.due = static_cast<std::int32_t>(1 + random_() % 28);
+    order.paid = random_() % 2 != 0;
+    return order;
+  }
+
+  Orders orders_{2};
+  std::string mdx_;
+  std::vector<VqIndexSpec> specs_;
+  VqDatabase* database_ = nullptr;
+  std::vector<Order> records_;
+  std::mt19937 random_{11};
+};
+
+TEST_P(TagGroups, tags_and_files_follow_every_record) {
+  ASSERT_NO_FATAL_FAILURE(open(GetParam()));
+  for (int step = 0; step < 1500; ++step) {
+    const auto recno =
+        static_cast<std::uint32_t>(records_.empty() ? 0 : 1 + random_() % records_.size());
+    const auto what = records_.empty() ? 0 : random_() % 5;
+    if (what < 2) {
+      ASSERT_NO_FATAL_FAILURE(append(some_order()));
+    } else if (what < 4) {
+      Order& order = records_[recno - 1];
+      const bool deleted = order.deleted;
+      if (random_() % 2 != 0) {
+        order.paid = !order.paid;
+      } else {
+        order = some_order();
+      }
+      order.deleted = deleted;
+      ASSERT_EQ(0, lib.DBupdrec(database_, recno, record_of(order).data()));
+    } else {
+      Order& order = records_[recno - 1];
+      order.deleted = !order.deleted;
+      ASSERT_EQ(0, order.deleted ? lib.DBdelrec(database_, recno) : lib.DBrclrec(database_, recno));
+    }
+    if (step % 300 == 299) {
+      ASSERT_NO_FATAL_FAILURE(check());
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, TagGroups, ::testing::Values(0u, 2u, 4u));
+
+class TagGroup : public TagGroups {};
+
+TEST_P(TagGroup, members_are_found_and_described) {
+  specs_.back().name = mdx_.c_str();
+  ASSERT_NO_FATAL_FAILURE(open(GetParam()));
+  EXPECT_EQ(kOrderIndexes + 1 + std::size(kTags), value(table_member(database_).flags));
+  const VqMember file = member(16);
+  EXPECT_EQ(3, lib.DBtags(&file));
+  std::string list(3 * 19, '\0');
+  ASSERT_EQ(0, lib.DBlist_tags(&file, 1, list.data()));
+  EXPECT_STREQ("LIVE", list.c_str() + 4);
+  EXPECT_EQ(8u, number_at(list, 15, 4));
+  const VqMember paid = member(32, "paid");
+  char text[64];
+  std::int32_t number = 0;
+  ASSERT_EQ(0, lib.DBexpr(&paid, text, sizeof text, &number));
+  EXPECT_STREQ("AMOUNT", text);
+  EXPECT_STREQ("PAID", text + 7);
+  ASSERT_EQ(0, lib.DBkeylen(&paid, &number));
+  EXPECT_EQ(12, number);
+  ASSERT_EQ(0, lib.DBkeytype(&paid, &number));
+  EXPECT_EQ('N', number);
+  VqMember none = {};
+  EXPECT_EQ(-5, lib.GRPmember(database_, 32, mdx_.c_str(), "", &none));
+  // Through a tag to its record; a file of tags has no order.
+  append({"late", 500, 3, true});
+  append({"early", 100, 5, true});
+  std::string record(kOrderBytes, '\0');
+  std::string key(12, '\0');
+  std::uint32_t recno = 0;
+  ASSERT_EQ(0, lib.DBgetrec(&paid, amount_of(records_[0]).data(), record.data(), &recno));
+  EXPECT_EQ(record_of(records_[0]), record);
+  ASSERT_EQ(0, lib.DBprevrec(&paid, record.data(), &recno, key.data()));
+  EXPECT_EQ(record_of(records_[1]), record);
+  EXPECT_EQ(VQ_E_NOT_ALLOWED, lib.DBnextrec(&file, record.data(), &recno, key.data()));
+  EXPECT_EQ(0, lib.DBmember_flush(&paid));
+  // The index list brings the tags back.
+  ASSERT_EQ(0, lib.DBclose(database_));
+  ASSERT_EQ(0, lib.DBuse(&orders_.block, orders_.table().c_str(), GetParam(), &database_));
+  EXPECT_EQ(kOrderIndexes + 1 + std::size(kTags), value(table_member(database_).flags));
+}
+
+TEST_P(TagGroup, a_name_behind_the_semicolon_brings_one_tag) {
+  const std::string one = mdx_ + ";paid";
+  specs_.back().name = one.c_str();
+  ASSERT_NO_FATAL_FAILURE(open(GetParam()));
+  EXPECT_EQ(kOrderIndexes + 2, value(table_member(database_).flags));
+  append({"a", 5, 1, true});
+  ASSERT_EQ(0, lib.DBflush(database_));
+  const MdxReport report = read_mdx(orders_.file("TAGS.MDX"));
+  EXPECT_EQ(1u, report.tag("PAID").entries.size());
+  EXPECT_EQ(0u, report.tag("NAMES").entries.size());
+  if (GetParam() == 0) {
+    // All of them are built again all the same: they are one file.
+    ASSERT_EQ(0, lib.DBreindex(database_)) << orders_.block.detail;
+    for (const Tag& tag : kTags) expect_tag(tag, read_mdx(orders_.file("TAGS.MDX")));
+  }
+}
+
+// Tags come and go in a file that is open as a member, here or in another process.
+TEST_P(TagGroup, tags_join_and_leave_a_file_in_use) {
+  ASSERT_NO_FATAL_FAILURE(open(GetParam()));
+  for (int i = 0; i < 40; ++i) append(some_order());
+  const char* const name = mdx_.c_str();
+  ASSERT_EQ(0, lib.DBindex(database_, 16, name, "LATER", "AMOUNT", "PAID", VQ_BUILD_DESCENDING))
+      << orders_.block.detail;
+  EXPECT_EQ(VQ_E_NOT_ALLOWED, lib.DBindex(database_, 16, name, "later", "AMOUNT", nullptr, 0));
+  EXPECT_EQ(VQ_E_NOT_ALLOWED, lib.DBindex(database_, 16, name, "X", "AMOUNT", "NAME", 0));
+  EXPECT_EQ(6511, orders_.block.detail);
+  for (int i = 0; i < 40; ++i) append(some_order());
+  const Tag later = {"LATER", "", "", 0, kTags[1].holds, amount_of};
+  check();
+  expect_tag(later, read_mdx(orders_.file("TAGS.MDX")));
+
+  const VqMember paid = member(32, "PAID");
+  if (GetParam() == 0) {
+    ASSERT_EQ(0, lib.dXdeltag(static_cast<VqIndex*>(member(16).handle), "PAID"));
+  } else {
+    VqTable* table = lib.dDopen(&orders_.block, orders_.table().c_str(), GetParam(), 1);
+    VqIndex* file = lib.dXopen(table, name, GetParam(), 4);
+    ASSERT_EQ(0, lib.dXdeltag(file, "PAID"));
+    ASSERT_EQ(0, lib.dXclose(file));
+    ASSERT_EQ(0, lib.dDclose(table));
+  }
+  for (int i = 0; i < 40; ++i) append(some_order());
+  records_[3].paid = !records_[3].paid;
+  ASSERT_EQ(0, lib.DBupdrec(database_, 4, record_of(records_[3]).data()));
+  std::string record(kOrderBytes, '\0');
+  std::string key(12, '\0');
+  std::uint32_t recno = 0;
+  EXPECT_EQ(VQ_E_BAD_HANDLE, lib.DBnextrec(&paid, record.data(), &recno, key.data()));
+  ASSERT_EQ(0, lib.DBflush(database_));
+  const MdxReport report = read_mdx(orders_.file("TAGS.MDX"));
+  EXPECT_EQ("", report.all_faults());
+  EXPECT_EQ(3u, report.tags.size());
+  for (const Tag& tag : {kTags[0], kTags[2], later}) expect_tag(tag, report);
+  if (GetParam() != 0) return;
+  ASSERT_EQ(0, lib.DBreindex(database_)) << orders_.block.detail;
+  EXPECT_EQ(kOrderIndexes + 1 + std::size(kTags), value(table_member(database_).flags));
+  append(some_order());
+}
+
+TEST_P(TagGroup, the_table_knows_its_production_index) {
+  specs_.pop_back();
+  ASSERT_NO_FATAL_FAILURE(open(GetParam()));
+  EXPECT_EQ(0, lib.dDmode(&orders_.block, orders_.table().c_str()) & 2);
+  ASSERT_EQ(0, lib.DBindex(database_, 16, orders_.table().c_str(), "N", "NAME", nullptr, 1));
+  EXPECT_EQ(2, lib.dDmode(&orders_.block, orders_.table().c_str()) & 2);
+  // A key that the unique tag has is no failure of an append, and one of an update.
+  append({"same", 1});
+  append({"same", 2});
+  append({"other", 3});
+  EXPECT_EQ(VQ_E_INDEX_PAGE, lib.DBupdrec(database_, 3, record_of({"same", 3}).data()));
+  ASSERT_EQ(0, lib.DBflush(database_));
+  EXPECT_EQ(1u, read_mdx(orders_.file("ORDERS.MDX")).tag("N").entries.size());
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, TagGroup, ::testing::Values(0u, 4u));
+
+}  // namespace
+}  // namespace vqdb::testing
