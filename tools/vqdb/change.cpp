@@ -12,15 +12,9 @@
 namespace tool {
 namespace {
 
-constexpr std::uint32_t kShared = 4;
+constexpr std::uint32_t kShared = VQ_OPEN_SHARED_CACHED;
 constexpr int kBuffers = 64;
-constexpr std::uint32_t kNdx = 64;
-constexpr std::uint32_t kNdx3 = 128;
 constexpr std::uint32_t kPagesOfAnIndex = 1000;
-// Of DBopen: keep the index list as it is, and go on without a missing memo file.
-constexpr std::uint32_t kChainOfSpecs = 2;
-constexpr std::uint32_t kKeepIndexList = 32;
-constexpr std::uint32_t kWithoutMemo = 64 + 128;
 constexpr std::uint32_t kLastSchemeWithLocks = 3;
 constexpr std::uint32_t kSortWorkspace = 4096;  // of 16384 bytes
 constexpr auto kPatience = std::chrono::seconds(3);
@@ -91,11 +85,12 @@ void Change::lock_table() {
 // Others who read along wait while the indexes are rewritten.
 void Change::lock_indexes() {
   for (const IndexFile& file : group_) {
-    if (file.kind != kNdx && file.kind != kNdx3) continue;
-    VqIndex* const index = dNopen(lock_, file.path.c_str(), kShared, 4);
+    const bool is_mdx = file.kind == VQ_KIND_MDX;
+    VqIndex* const index = (is_mdx ? dXopen : dNopen)(lock_, file.path.c_str(), kShared, 4);
     if (index == nullptr) stop_unopened(*lock_block_, file.path);
-    index_locks_.push_back(index);
-    require(*lock_block_, patiently([&] { return dNlkfil(index); }), file.path);
+    index_locks_.push_back({index, is_mdx ? dXclose : dNclose});
+    require(*lock_block_, patiently([&] { return (is_mdx ? dXlkfil : dNlkfil)(index); }),
+            file.path);
   }
 }
 
@@ -109,13 +104,13 @@ void Change::open() {
   const std::string name = path_ + ";" + memo_path_;
   VqIndexSpec* failed = nullptr;
   const int32_t result =
-      DBopen(block_.get(), name.c_str(), kKeepIndexList | kWithoutMemo, kBuffers, kChainOfSpecs,
-             static_cast<int32_t>(specs.size()), specs.data(), &database_, &failed);
+      DBopen(block_.get(), name.c_str(), VQ_OPEN_NO_INDEX_LIST | VQ_OPEN_WITHOUT_MEMO, kBuffers,
+             VQ_SPECS_CHAIN, static_cast<int32_t>(specs.size()), specs.data(), &database_, &failed);
   require(*block_, result, failed != nullptr ? failed->name : path_);
   VqMember member;
-  require(*block_, GRPmember(database_, 1, nullptr, nullptr, &member), path_);
+  require(*block_, GRPmember(database_, VQ_KIND_TABLE, nullptr, nullptr, &member), path_);
   table_ = static_cast<VqTable*>(member.handle);
-  if (GRPmember(database_, 2, nullptr, nullptr, &member) == VQ_OK) {
+  if (GRPmember(database_, VQ_KIND_DBASE4_MEMO, nullptr, nullptr, &member) == VQ_OK) {
     memo_ = static_cast<VqMemo*>(member.handle);
   }
 }
@@ -140,7 +135,7 @@ void Change::close() {
 }
 
 void Change::release() {
-  for (VqIndex* const index : index_locks_) dNclose(index);
+  for (const IndexLock& lock : index_locks_) lock.close(lock.index);
   index_locks_.clear();
   if (lock_ != nullptr) dDclose(std::exchange(lock_, nullptr));
 }

@@ -35,6 +35,8 @@ class Change {
 
   // To be called before the first of several steps.
   void back_up();
+  // Lets go of the locks for a build of indexes, which takes its own.
+  void leave_locks_to_library() { release(); }
   // Writes everything out and closes it.
   void commit();
 
@@ -53,7 +55,11 @@ class Change {
   // The handles that hold the locks, and those that work.
   std::unique_ptr<VqBlock> lock_block_;
   VqTable* lock_ = nullptr;
-  std::vector<VqIndex*> index_locks_;
+  struct IndexLock {
+    VqIndex* index;
+    int32_t(VQ_CALL* close)(VqIndex*);
+  };
+  std::vector<IndexLock> index_locks_;
   std::unique_ptr<VqBlock> block_;
   VqDatabase* database_ = nullptr;
   VqTable* table_ = nullptr;

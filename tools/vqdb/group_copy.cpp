@@ -13,10 +13,6 @@
 namespace tool {
 namespace {
 
-constexpr std::uint32_t kMdx = 16;
-constexpr std::uint32_t kUnique = 1;
-constexpr std::uint32_t kDescending = 2;
-
 // The production index is called as its table; any other keeps its name where that is free in the
 // new table's folder, else gets the table's in front.
 std::string path_for(const IndexFile& file, const std::string& from, const std::string& to) {
@@ -67,15 +63,16 @@ std::size_t build_indexes(const Table& from, const std::vector<IndexFile>& group
   std::size_t indexes = 0;
   {
     Change change(to, {});
+    change.leave_locks_to_library();
     for (const IndexFile& file : group) {
       const std::string path = path_for(file, from.path(), to);
       made.add(path);
       for (const IndexFacts& facts : index_facts(from, file)) {
-        const int32_t result =
-            DBindex(change.database(), file.kind, path.c_str(),
-                    file.kind == kMdx ? facts.tag.c_str() : nullptr, facts.key.c_str(),
-                    facts.filter.empty() ? nullptr : facts.filter.c_str(),
-                    (facts.unique ? kUnique : 0) | (facts.descending ? kDescending : 0));
+        const int32_t result = DBindex(
+            change.database(), file.kind, path.c_str(),
+            file.kind == VQ_KIND_MDX ? facts.tag.c_str() : nullptr, facts.key.c_str(),
+            facts.filter.empty() ? nullptr : facts.filter.c_str(),
+            (facts.unique ? VQ_BUILD_UNIQUE : 0) | (facts.descending ? VQ_BUILD_DESCENDING : 0));
         require(change.block(), result, path);
         ++indexes;
       }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <fstream>
 
 #include "file_names.h"
@@ -11,9 +12,10 @@
 namespace tool {
 namespace {
 
-constexpr std::uint32_t kMdx = 16;
-constexpr std::uint32_t kNdx = 64;
-constexpr std::uint32_t kReadOnlyShared = 1 | 4;
+constexpr std::uint32_t kReadOnlyShared = VQ_OPEN_READ_ONLY | VQ_OPEN_SHARED_CACHED;
+constexpr int32_t kDescendingFlag = 8;
+constexpr std::size_t kTagEntryBytes = 19;
+constexpr std::size_t kTagNameOffset = 4;
 constexpr int32_t kUniqueFlag = 4096;
 
 struct Kind {
@@ -21,12 +23,12 @@ struct Kind {
   std::uint32_t code;
   std::string_view extension;
 };
-constexpr std::array<Kind, 6> kKinds = {{{"MDX", kMdx, "mdx"},
-                                         {"NDX", kNdx, "ndx"},
-                                         {"NDX3", 128, "ndx"},
-                                         {"FOXIDX", 256, "idx"},
-                                         {"FOXCDX", 512, "cdx"},
-                                         {"CLIPNTX", 1024, "ntx"}}};
+constexpr std::array<Kind, 6> kKinds = {{{"MDX", VQ_KIND_MDX, "mdx"},
+                                         {"NDX", VQ_KIND_NDX, "ndx"},
+                                         {"NDX3", VQ_KIND_NDX3, "ndx"},
+                                         {"FOXIDX", VQ_KIND_FOXIDX, "idx"},
+                                         {"FOXCDX", VQ_KIND_FOXCDX, "cdx"},
+                                         {"CLIPNTX", VQ_KIND_CLIPNTX, "ntx"}}};
 
 // A name in an index list may be meant from the working folder or from the table's.
 IndexFile locate(const std::string& table_path, const Kind& kind, const std::string& name) {
@@ -83,6 +85,53 @@ IndexFacts facts_of_ndx(const Table& table, const std::string& path) {
   return facts;
 }
 
+IndexFacts facts_of_tag(const Table& table, VqIndex* file, const std::string& name) {
+  VqIndex* const tag = dXactidx(file, name.c_str());
+  if (tag == nullptr) stop_unopened(table.block(), name);
+  std::array<char, 512> text = {};
+  int32_t flags = 0;
+  const int32_t result = dXexpr(tag, text.data(), text.size(), &flags);
+  IndexFacts facts{
+      .tag = name, .key = text.data(), .filter = text.data() + std::strlen(text.data()) + 1};
+  facts.unique = (flags & kUniqueFlag) != 0;
+  facts.descending = (flags & kDescendingFlag) != 0;
+  facts.key_type = static_cast<char>(dXkeytyp(tag));
+  facts.key_length = static_cast<std::uint32_t>(dXkeylen(tag));
+  dXdeaidx(tag);
+  require(table.block(), result, name);
+  return facts;
+}
+
+// Closes an MDX file on every way out.
+class MdxFile {
+ public:
+  MdxFile(const Table& table, const std::string& path, std::uint32_t mode)
+      : file_(dXopen(table.handle(), path.c_str(), mode, 4)) {
+    if (file_ == nullptr) stop_unopened(table.block(), path);
+  }
+  ~MdxFile() { dXclose(file_); }
+  MdxFile(const MdxFile&) = delete;
+  MdxFile& operator=(const MdxFile&) = delete;
+  VqIndex* get() const { return file_; }
+
+ private:
+  VqIndex* file_;
+};
+
+std::vector<IndexFacts> facts_of_mdx(const Table& table, const std::string& path) {
+  const MdxFile file(table, path, kReadOnlyShared);
+  const int32_t count = dXtags(file.get());
+  require(table.block(), count, path);
+  std::vector<char> list(static_cast<std::size_t>(count) * kTagEntryBytes + 1);
+  require(table.block(), dXlistag(file.get(), list.data()), path);
+  std::vector<IndexFacts> facts;
+  for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
+    const char* const name = list.data() + i * kTagEntryBytes + kTagNameOffset;
+    facts.push_back(facts_of_tag(table, file.get(), name));
+  }
+  return facts;
+}
+
 }  // namespace
 
 std::uint32_t index_kind_of(std::string_view path) {
@@ -90,7 +139,7 @@ std::uint32_t index_kind_of(std::string_view path) {
   const std::string_view extension = dot == std::string_view::npos ? "" : path.substr(dot + 1);
   const auto* const kind = std::ranges::find_if(
       kKinds, [&](const Kind& k) { return equal_ignoring_case(k.extension, extension); });
-  return kind != kKinds.end() ? kind->code : kNdx;
+  return kind != kKinds.end() ? kind->code : VQ_KIND_NDX;
 }
 
 std::string_view keyword_of(std::uint32_t kind) {
@@ -105,7 +154,7 @@ std::vector<IndexFile> index_group_of(const std::string& table_path, const Heade
   const std::string production = replace_extension(table_path, "mdx");
   const auto mdx = find_file(production);
   if (mdx || header.production != 0) {
-    add(group, {kMdx, mdx.value_or(production), mdx.has_value()});
+    add(group, {VQ_KIND_MDX, mdx.value_or(production), mdx.has_value()});
   }
   for (const std::string& name : besides) {
     const std::uint32_t code = index_kind_of(name);
@@ -117,19 +166,20 @@ std::vector<IndexFile> index_group_of(const std::string& table_path, const Heade
 }
 
 std::vector<IndexFacts> index_facts(const Table& table, const IndexFile& file) {
-  if (file.kind == kNdx || file.kind == 128) return {facts_of_ndx(table, file.path)};
+  if (file.kind == VQ_KIND_NDX || file.kind == VQ_KIND_NDX3)
+    return {facts_of_ndx(table, file.path)};
+  if (file.kind == VQ_KIND_MDX) return facts_of_mdx(table, file.path);
   stop_failed("{}: indexes of kind {} are not read", file.path, keyword_of(file.kind));
 }
 
 void copy_index_file(VqBlock& block, const IndexFile& file, const std::string& to) {
-  if (file.kind != kNdx && file.kind != 128) {
-    stop_failed("{}: indexes of kind {} are not copied", file.path, keyword_of(file.kind));
-  }
-  require(block, dNcopy(&block, file.path.c_str(), to.c_str()), file.path);
+  const auto copy = file.kind == VQ_KIND_MDX ? dXcopy : dNcopy;
+  require(block, copy(&block, file.path.c_str(), to.c_str()), file.path);
 }
 
-void drop_tag(const Table&, const std::string& path, const std::string& tag) {
-  stop_failed("{};{}: tags are not dropped", path, tag);
+void drop_tag(const Table& table, const std::string& path, const std::string& tag) {
+  const MdxFile file(table, path, VQ_OPEN_SHARED_CACHED);
+  require(table.block(), dXdeltag(file.get(), tag.c_str()), path + ";" + tag);
 }
 
 }  // namespace tool

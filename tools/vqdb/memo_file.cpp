@@ -6,7 +6,7 @@
 namespace tool {
 namespace {
 
-constexpr std::uint32_t kReadOnlyShared = 1 | 4;
+constexpr std::uint32_t kReadOnlyShared = VQ_OPEN_READ_ONLY | VQ_OPEN_SHARED_CACHED;
 constexpr std::uint8_t kFoxproMemo = 0xF5;
 constexpr std::uint8_t kDbase4Bit = 0x08;
 

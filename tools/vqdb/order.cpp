@@ -1,20 +1,24 @@
 #include "order.h"
 
-#include <charconv>
+#include <algorithm>
 #include <cstring>
+#include <optional>
 
 #include "dates.h"
+#include "field_writer.h"
 #include "file_names.h"
+#include "index_group.h"
 #include "stop.h"
 
 namespace tool {
 namespace {
 
-constexpr std::uint32_t kReadOnlyShared = 1 | 4;
+constexpr std::uint32_t kReadOnlyShared = VQ_OPEN_READ_ONLY | VQ_OPEN_SHARED_CACHED;
 constexpr int kPageBuffers = 256;
 // Entries read under one lock of the index file.
 constexpr std::size_t kEntriesAtOnce = 256;
 constexpr std::uint32_t kDoubleKey = 2;
+constexpr std::uint32_t kPackedKey = 16;
 
 }  // namespace
 
@@ -29,16 +33,39 @@ struct Order::Calls {
   int32_t(VQ_CALL* lock)(VqIndex*);
   int32_t(VQ_CALL* unlock)(VqIndex*);
   int32_t(VQ_CALL* close)(VqIndex*);
-  std::uint32_t number_kind;  // of dUdtonk
+  std::uint32_t number_kind;  // of dUnftonk
 };
 
 namespace {
 
-std::string index_path(const Table& table, const std::string& name) {
+std::optional<std::string> index_path(const Table& table, const std::string& name) {
   for (const std::string& candidate : {name, folder_of(table.path()) + name}) {
-    if (const auto path = find_file(with_extension(candidate, "ndx"))) return *path;
+    if (const auto path = find_file(candidate)) return path;
   }
-  stop_failed("{}: there is no such index file", with_extension(name, "ndx"));
+  return std::nullopt;
+}
+
+// The tag that a bare name may mean: one of the production index.
+bool has_tag(const Table& table, const std::string& mdx, const std::string& tag) {
+  const auto facts = index_facts(table, {VQ_KIND_MDX, mdx, true});
+  return std::ranges::any_of(facts,
+                             [&](const IndexFacts& f) { return equal_ignoring_case(f.tag, tag); });
+}
+
+// File and tag of "byname", "orders.mdx;byname", or the tag "byname" of the table's own MDX file.
+NamePair locate(const Table& table, const std::string& name) {
+  const NamePair parts = split_at_semicolon(name);
+  const char* const extension = parts.second.empty() ? "ndx" : "mdx";
+  const std::string file = with_extension(parts.first, extension);
+  if (const auto path = index_path(table, file)) {
+    if (index_kind_of(*path) == VQ_KIND_MDX && parts.second.empty()) {
+      stop_usage("{}: which tag? {};TAG", name, name);
+    }
+    return {*path, parts.second};
+  }
+  const auto mdx = find_file(replace_extension(table.path(), "mdx"));
+  if (mdx && parts.second.empty() && has_tag(table, *mdx, name)) return {*mdx, name};
+  stop_failed("{}: there is no such index file", file);
 }
 
 }  // namespace
@@ -47,12 +74,18 @@ Order::Order(const Table& table, const std::string& name, bool reverse)
     : table_(table), name_(name), reverse_(reverse) {
   static constexpr Calls kNdx = {dNgetrno, dNnxtkey, dNprvkey, dNforwrd, dNkeylen,
                                  dNkeytyp, dNlkfil,  dNulkfil, dNclose,  kDoubleKey};
-  const NamePair parts = split_at_semicolon(name);
-  const std::string path = index_path(table, parts.first);
-  calls_ = &kNdx;
-  file_ = dNopen(table.handle(), path.c_str(), kReadOnlyShared, kPageBuffers);
-  if (file_ == nullptr) stop_unopened(table.block(), path);
-  tag_ = file_;
+  static constexpr Calls kMdx = {dXgetrno, dXnxtkey, dXprvkey, dXforwrd, dXkeylen,
+                                 dXkeytyp, dXlkfil,  dXulkfil, dXclose,  kPackedKey};
+  const NamePair place = locate(table, name);
+  calls_ = place.second.empty() ? &kNdx : &kMdx;
+  const auto open = place.second.empty() ? dNopen : dXopen;
+  file_ = open(table.handle(), place.first.c_str(), kReadOnlyShared, kPageBuffers);
+  if (file_ == nullptr) stop_unopened(table.block(), place.first);
+  tag_ = place.second.empty() ? file_ : dXactidx(file_, place.second.c_str());
+  if (tag_ == nullptr) {
+    calls_->close(file_);
+    stop_unopened(table.block(), name);
+  }
   key_type_ = static_cast<char>(calls_->key_type(tag_));
   key_length_ = static_cast<std::size_t>(calls_->key_length(tag_));
   key_.resize(key_length_ + 1);
@@ -60,7 +93,8 @@ Order::Order(const Table& table, const std::string& name, bool reverse)
 }
 
 Order::~Order() {
-  if (file_ != nullptr) calls_->close(file_);
+  if (tag_ != file_) dXdeaidx(tag_);
+  calls_->close(file_);
 }
 
 void Order::stop(int32_t result) const {
@@ -84,12 +118,12 @@ std::string Order::key_of(const std::string& text, bool padded) const {
     dU3itodk(&table_.block(), kDoubleKey, date->month, date->day, date->year, key.data());
     return key;
   }
-  double number = 0;
-  const auto parsed = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (parsed.ec != std::errc() || parsed.ptr != text.data() + text.size()) {
-    stop_usage("the key \"{}\" is no number", text);
-  }
-  dUdtonk(calls_->number_kind, number, key.data());
+  Decimal number;
+  if (!parse_decimal(text, number)) stop_usage("the key \"{}\" is no number", text);
+  require(table_.block(),
+          dUnftonk(&table_.block(), calls_->number_kind, text.c_str(),
+                   static_cast<int32_t>(text.size()), key.data()),
+          text);
   return key;
 }
 
@@ -151,7 +185,7 @@ void Order::find(const std::string& text, bool prefix) {
 }
 
 void Order::fill() {
-  const bool locked = calls_->lock(tag_) == VQ_OK;
+  const bool locked = calls_->lock(file_) == VQ_OK;
   std::uint32_t recno = 0;
   while (ahead_.size() < kEntriesAtOnce) {
     if (!step(reverse_, recno) ||
@@ -161,7 +195,7 @@ void Order::fill() {
     }
     ahead_.push_back(recno);
   }
-  if (locked) calls_->unlock(tag_);
+  if (locked) calls_->unlock(file_);
 }
 
 bool Order::next(std::uint32_t& recno) {

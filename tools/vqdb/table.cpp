@@ -14,7 +14,7 @@ namespace {
 // Reading looks at the table once from start to end: a block at a time, many blocks in memory only
 // where an index leads to and fro.
 constexpr int kBuffers = 64;
-constexpr std::uint32_t kReadOnlyShared = 1 | 4;
+constexpr std::uint32_t kReadOnlyShared = VQ_OPEN_READ_ONLY | VQ_OPEN_SHARED_CACHED;
 
 constexpr std::uint8_t kFoxproMemo = 0xF5;
 constexpr std::uint8_t kDbase4Memo = 0x8B;

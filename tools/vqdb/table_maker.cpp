@@ -11,7 +11,15 @@
 namespace tool {
 namespace {
 
+constexpr std::streamoff kProductionOffset = 28;
 constexpr std::streamoff kLanguageOffset = 29;
+
+void write_header_byte(const std::string& table_path, std::streamoff offset, std::uint8_t byte) {
+  std::fstream file(table_path, std::ios::binary | std::ios::in | std::ios::out);
+  file.seekp(offset);
+  file.put(static_cast<char>(byte));
+  if (!file.flush()) stop_failed("{}: cannot be written", table_path);
+}
 
 }  // namespace
 
@@ -64,11 +72,13 @@ void mark_code_page(const std::string& table_path, const std::string& code_page)
   if (!file.flush()) stop_failed("{}: cannot be written", path);
 }
 
+void restore_marks(const std::string& table_path, const Header& header) {
+  if (header.production != 0) write_header_byte(table_path, kProductionOffset, header.production);
+  if (header.language != 0) write_language_byte(table_path, header.language);
+}
+
 void write_language_byte(const std::string& table_path, std::uint8_t language) {
-  std::fstream file(table_path, std::ios::binary | std::ios::in | std::ios::out);
-  file.seekp(kLanguageOffset);
-  file.put(static_cast<char>(language));
-  if (!file.flush()) stop_failed("{}: cannot be written", table_path);
+  write_header_byte(table_path, kLanguageOffset, language);
 }
 
 }  // namespace tool

@@ -20,6 +20,7 @@ void add_index(CommandLine& commands);
 void add_info(CommandLine& commands);
 void add_list(CommandLine& commands);
 void add_memo(CommandLine& commands);
+void add_pack(CommandLine& commands);
 void add_recall(CommandLine& commands);
 void add_seek(CommandLine& commands);
 void add_sort(CommandLine& commands);

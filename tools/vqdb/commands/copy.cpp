@@ -59,7 +59,7 @@ Exit sort(const Options& options) {
             options.keys);
   }
   const std::string path = target.path();
-  if (table.header().language != 0) write_language_byte(path, table.header().language);
+  restore_marks(path, table.header());
   copy_code_page(table.path(), path);
   copy_memo_file(table, path);
   progress.look(1, 1);

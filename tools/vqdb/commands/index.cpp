@@ -15,12 +15,6 @@
 namespace tool {
 namespace {
 
-constexpr std::uint32_t kMdx = 16;
-constexpr std::uint32_t kNdx = 64;
-constexpr std::uint32_t kNdx3 = 128;
-constexpr std::uint32_t kUnique = 1;
-constexpr std::uint32_t kDescending = 2;
-
 struct Options {
   std::string table;
   std::string index;
@@ -42,9 +36,9 @@ struct IndexName {
 
 IndexName parse_index_name(const std::string& table_path, const std::string& text) {
   const NamePair parts = split_at_semicolon(text);
-  IndexName name{kNdx, parts.first, parts.second};
-  if (!name.tag.empty()) name.kind = kMdx;
-  name.path = with_extension(name.path, name.kind == kMdx ? "mdx" : "ndx");
+  IndexName name{VQ_KIND_NDX, parts.first, parts.second};
+  if (!name.tag.empty()) name.kind = VQ_KIND_MDX;
+  name.path = with_extension(name.path, name.kind == VQ_KIND_MDX ? "mdx" : "ndx");
   name.kind = index_kind_of(name.path);
   if (folder_of(name.path).empty()) name.path = folder_of(table_path) + name.path;
   if (const auto there = find_file(name.path)) name.path = *there;
@@ -54,28 +48,29 @@ IndexName parse_index_name(const std::string& table_path, const std::string& tex
 Exit create(const Options& options) {
   const Table table(options.table, options.texts);
   IndexName name = parse_index_name(table.path(), options.index);
-  if (name.kind == kMdx && name.tag.empty()) {
+  if (name.kind == VQ_KIND_MDX && name.tag.empty()) {
     stop_usage("{}: which tag? {};TAG", options.index, options.index);
   }
-  if (name.kind != kMdx && (!options.filter.empty() || options.descending)) {
+  if (name.kind != VQ_KIND_MDX && (!options.filter.empty() || options.descending)) {
     stop_usage("{}: only a tag of an MDX file can have --for or --descending", options.index);
   }
-  if (name.kind == kNdx && options.dbase3) name.kind = kNdx3;
+  if (name.kind == VQ_KIND_NDX && options.dbase3) name.kind = VQ_KIND_NDX3;
   const bool was_there = find_file(name.path).has_value();
-  if (name.kind != kMdx && was_there) {
+  if (name.kind != VQ_KIND_MDX && was_there) {
     stop_usage("{} is there already (index drop removes it)", name.path);
   }
   Change change(options.table, options.indexes);
+  change.leave_locks_to_library();
   Progress progress("indexing");
   {
     const Progress::Watch watch(change.block(), progress);
     const std::string key = table.encode(options.key);
     const std::string filter = table.encode(options.filter);
-    const int32_t result =
-        DBindex(change.database(), name.kind, name.path.c_str(),
-                name.tag.empty() ? nullptr : name.tag.c_str(), key.c_str(),
-                filter.empty() ? nullptr : filter.c_str(),
-                (options.unique ? kUnique : 0) | (options.descending ? kDescending : 0));
+    const int32_t result = DBindex(
+        change.database(), name.kind, name.path.c_str(),
+        name.tag.empty() ? nullptr : name.tag.c_str(), key.c_str(),
+        filter.empty() ? nullptr : filter.c_str(),
+        (options.unique ? VQ_BUILD_UNIQUE : 0) | (options.descending ? VQ_BUILD_DESCENDING : 0));
     require(change.block(), result, options.key);
   }
   change.commit();
@@ -125,7 +120,7 @@ Exit drop(const Options& options) {
     if (std::remove(name.path.c_str()) != 0) stop_failed("{}: cannot be removed", name.path);
     std::erase_if(group,
                   [&](const IndexFile& file) { return equal_ignoring_case(file.path, name.path); });
-    if (name.kind == kMdx) {
+    if (name.kind == VQ_KIND_MDX) {
       require(table.block(), dDapart(&table.block(), table.path().c_str()), table.path());
     }
     write_index_list(table.path(), group);
@@ -136,6 +131,7 @@ Exit drop(const Options& options) {
 
 Exit rebuild(const Options& options) {
   Change change(options.table, options.indexes);
+  change.leave_locks_to_library();
   Progress progress("indexing");
   {
     const Progress::Watch watch(change.block(), progress);
