@@ -821,8 +821,8 @@ int32_t VQ_CALL dXezindx(VqTable* table, const char* name, const char* tag, cons
  *   1181 -10 bad table handle         1182 -11 shared table: others would go on with the old file
  *   1183 -9  an expression gives another key type                       1184 -14 no memory
  *   1185     the new file cannot take the old one's place
- *   1186 -17 the table's mark of its production index, which packing takes away, is not written, and
- *            the new file is in place; else as for dXopen and dXindex */
+ *   1186 -17 the new file is in place, but not the mark of the production index in the table, which
+ *            a pack takes away; else as for dXopen and dXindex */
 int32_t VQ_CALL dXreindx(VqTable* table, const char* name);
 /* Drops a tag. Its blocks go to the free list, from which the tags of the file take theirs, unless
  * its tree is damaged: then they are lost until dXreindx. A handle of it can only be given back.
