@@ -971,7 +971,7 @@ int32_t VQ_CALL DBinit(VqBlock* block, uint32_t kind);
  * `mode`: VQ_OPEN_*. The index list, from which DBuse opens the group again, is a file of the
  * table's name with extension DD. `out` becomes the database, to be given back to DBclose.
  * `failed` (may be null) becomes the specification that could not be opened, else null. On failure
- * nothing stays open.
+ * nothing stays open. A production MDX file that is not named goes stale: dDmode & 2 tells of it.
  *   6111 -11 neither form of specifications     6112 -9  memo file missing
  *   6118 -11 a DBpack of this table has not come to its end: call it again
  *   6124 -25 tag without a key expression       6125 -25 filter that is not logical
