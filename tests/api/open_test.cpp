@@ -1,13 +1,6 @@
-#include <gtest/gtest.h>
-
-#include <array>
-#include <string>
-#include <vector>
-
-#include "support/exports.h"
 #include "support/orders.h"
+#include "support/test.h"
 
-namespace vqdb::testing {
 namespace {
 
 std::vector<std::string> fields_with_memo() { return {"ID", "N5", "NOTE", "M"}; }
@@ -30,9 +23,9 @@ TEST(OpenDatabase, needs_to_know_the_form_of_the_specifications) {
   orders.create();
   VqDatabase* database = nullptr;
   VqIndexSpec* failed = orders.specs.data();
-  EXPECT_EQ(VQ_E_NOT_ALLOWED, lib.DBopen(&orders.block, orders.table().c_str(), 0, 1, 4, 1,
-                                         orders.specs.data(), &database, &failed));
-  EXPECT_EQ(6111, orders.block.detail);
+  EXPECT_EQ("-11/6111", codes(lib.DBopen(&orders.block, orders.table().c_str(), 0, 1, 4, 1,
+                                         orders.specs.data(), &database, &failed),
+                              orders.block));
   EXPECT_EQ(nullptr, database);
   EXPECT_EQ(nullptr, failed);
 }
@@ -55,16 +48,14 @@ TEST(OpenDatabase, names_the_specification_that_failed_and_leaves_nothing_open) 
   const std::string narrow = orders.file("NARROW");
   ASSERT_EQ(0, lib.dNcreat(&orders.block, narrow.c_str(), "NAME", "C11"));
   const std::string again = orders.file("./names.ndx");
-  const Case cases[] = {
-      {{64, missing.c_str(), 10, nullptr}, VQ_E_NOT_FOUND, 10421},
-      {{64, wrong.c_str(), 10, nullptr}, VQ_E_OPERAND, 6034},
-      {{1024, wrong.c_str(), 10, nullptr}, VQ_E_NO_DRIVER, 0},
-      {{64, nullptr, 10, nullptr}, VQ_E_RANGE, 0},
-      {{64, amount.c_str(), 10, nullptr}, VQ_E_MISMATCH, 6127},
-      {{64, name.c_str(), 10, nullptr}, VQ_E_MISMATCH, 6127},
-      {{64, narrow.c_str(), 10, nullptr}, VQ_E_MISMATCH, 6127},
-      {{64, again.c_str(), 10, nullptr}, VQ_E_NOT_ALLOWED, 6128},
-  };
+  const Case cases[] = {{{64, missing.c_str(), 10, nullptr}, VQ_E_NOT_FOUND, 10421},
+                        {{64, wrong.c_str(), 10, nullptr}, VQ_E_OPERAND, 6034},
+                        {{1024, wrong.c_str(), 10, nullptr}, VQ_E_NO_DRIVER, 0},
+                        {{64, nullptr, 10, nullptr}, VQ_E_RANGE, 0},
+                        {{64, amount.c_str(), 10, nullptr}, VQ_E_MISMATCH, 6127},
+                        {{64, name.c_str(), 10, nullptr}, VQ_E_MISMATCH, 6127},
+                        {{64, narrow.c_str(), 10, nullptr}, VQ_E_MISMATCH, 6127},
+                        {{64, again.c_str(), 10, nullptr}, VQ_E_NOT_ALLOWED, 6128}};
   for (const Case& test : cases) {
     std::array specs = {orders.specs[0], test.spec, orders.specs[1]};
     for (const std::uint32_t options : {1U, 2U}) {
@@ -73,9 +64,10 @@ TEST(OpenDatabase, names_the_specification_that_failed_and_leaves_nothing_open) 
       VqDatabase* database = nullptr;
       VqIndexSpec* failed = nullptr;
       orders.block.detail = 0;
-      EXPECT_EQ(test.result, lib.DBopen(&orders.block, orders.table().c_str(), 0, 1, options, 3,
-                                        specs.data(), &database, &failed));
-      EXPECT_EQ(test.detail, orders.block.detail);
+      EXPECT_EQ(codes(test.result, test.detail),
+                codes(lib.DBopen(&orders.block, orders.table().c_str(), 0, 1, options, 3,
+                                 specs.data(), &database, &failed),
+                      orders.block));
       EXPECT_EQ(&specs[1], failed);
       EXPECT_EQ(nullptr, database);
       EXPECT_FALSE(is_open(orders.file("ORDERS.DBF")));
@@ -121,15 +113,13 @@ TEST(OpenDatabase, makes_a_missing_memo_file_unless_told_otherwise) {
     std::filesystem::remove(memo);
 
     VqDatabase* database = nullptr;
-    EXPECT_EQ(VQ_E_MISMATCH, open(block, name, 64, database));
-    EXPECT_EQ(6112, block.detail);
+    EXPECT_EQ("-9/6112", codes(open(block, name, 64, database), block));
     EXPECT_EQ(nullptr, database);
     EXPECT_FALSE(is_open(name));
 
     ASSERT_EQ(0, open(block, name, 64 | 128, database));
     VqMember member;
-    EXPECT_EQ(VQ_E_NOT_FOUND, lib.GRPmember(database, 2, nullptr, nullptr, &member));
-    EXPECT_EQ(6131, block.detail);
+    EXPECT_EQ("-5/6131", codes(lib.GRPmember(database, 2, nullptr, nullptr, &member), block));
     EXPECT_EQ(0, lib.DBclose(database));
     EXPECT_FALSE(file_exists(memo));
 
@@ -206,4 +196,3 @@ TEST(CopyDatabase, copies_the_structure_and_makes_a_memo_file) {
 }
 
 }  // namespace
-}  // namespace vqdb::testing

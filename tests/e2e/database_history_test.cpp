@@ -1,18 +1,11 @@
 // Random histories of a database against a model: whatever is appended, changed and deleted, in
 // every open mode and in shared ones by three handles in turn, the table and all of its indexes say
 // the same.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <random>
-#include <string>
 #include <tuple>
-#include <vector>
 
-#include "support/exports.h"
 #include "support/orders.h"
+#include "support/test.h"
 
-namespace vqdb::testing {
 namespace {
 
 constexpr int kSteps = 1200;
@@ -175,4 +168,3 @@ INSTANTIATE_TEST_SUITE_P(modes, History,
                                            std::tuple{4U, 0}, std::tuple{4U, 1}));
 
 }  // namespace
-}  // namespace vqdb::testing

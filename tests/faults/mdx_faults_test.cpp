@@ -2,15 +2,15 @@
 // until a whole history of changes to an MDX file succeeds: entries, splits that take from the free
 // list, pages and whole tags that go back to it, tags added and rebuilt. No block is ever in two
 // places, no key that was flushed is lost, and what goes on in memory stays whole.
-#include <algorithm>
-#include <functional>
 #include <map>
 
 #include "support/fault_plan.h"
 #include "support/mdx_fixture.h"
+#include "support/test.h"
 
-namespace vqdb::testing {
 namespace {
+
+using namespace vqdb;
 
 using platform::Call;
 using platform::Verdict;
@@ -202,8 +202,7 @@ TEST_F(MdxFixture, mdx_files_are_made_whole_or_not_at_all) {
       [&] { return lib.dXreindx(table, name("OLD").c_str()); },
       [&] { return lib.dXcreat(table, name("OLD").c_str()); },
       [&] { return lib.dXcopy(&block, name("SOURCE").c_str(), name("OLD").c_str()); },
-      [&] { return lib.dXezindx(table, name("FRESH").c_str(), "KEYS", "TEXT", nullptr, 0); },
-  };
+      [&] { return lib.dXezindx(table, name("FRESH").c_str(), "KEYS", "TEXT", nullptr, 0); }};
   const auto but_removing = [](Call call) { return call != Call::remove; };
   for (const auto& work : works) {
     for (const Verdict verdict : {Verdict::fail, Verdict::cut_short}) {
@@ -234,4 +233,3 @@ TEST_F(MdxFixture, mdx_files_are_made_whole_or_not_at_all) {
 }
 
 }  // namespace
-}  // namespace vqdb::testing

@@ -2,8 +2,8 @@
 #include <cstdlib>
 
 #include "support/mdx_fixture.h"
+#include "support/test.h"
 
-namespace vqdb::testing {
 namespace {
 
 class Mdx : public MdxFixture {
@@ -44,8 +44,7 @@ TEST_F(Mdx, new_file_holds_a_header_and_an_empty_tag_table) {
   ASSERT_NE(nullptr, file);
   EXPECT_EQ(0, lib.dXtags(file));
   EXPECT_EQ(0, lib.dXclose(file));
-  EXPECT_EQ(-10, lib.dXclose(file));
-  EXPECT_EQ(1241, block.detail);
+  EXPECT_EQ("-10/1241", codes(lib.dXclose(file), block));
 }
 
 TEST_F(Mdx, tag_is_written_as_other_programs_expect_it) {
@@ -118,25 +117,20 @@ TEST_F(Mdx, tags_are_listed_found_and_described) {
   EXPECT_EQ(6, length);
   EXPECT_EQ(26, flags);
   EXPECT_EQ(0, lib.dXexpr(tag, text, 34, nullptr));
-  EXPECT_EQ(-4, lib.dXexpr(tag, text, 33, nullptr));
-  EXPECT_EQ(1053, block.detail);
-  EXPECT_EQ(nullptr, lib.dXactidx(file, "BETA"));
-  EXPECT_EQ(-2, block.result);
-  EXPECT_EQ(1002, block.detail);
+  EXPECT_EQ("-4/1053", codes(lib.dXexpr(tag, text, 33, nullptr), block));
+  EXPECT_EQ("-2/1002", refusal(lib.dXactidx(file, "BETA"), block));
 
   // Activated twice, given back twice; then the handle is gone, and its file stays.
   EXPECT_EQ(0, lib.dXdeaidx(tag));
   EXPECT_EQ(12, lib.dXkeylen(tag));
   EXPECT_EQ(0, lib.dXdeaidx(tag));
-  EXPECT_EQ(-10, lib.dXdeaidx(tag));
-  EXPECT_EQ(1031, block.detail);
+  EXPECT_EQ("-10/1031", codes(lib.dXdeaidx(tag), block));
   // A file is no tag, and a tag no file.
   EXPECT_EQ(-10, lib.dXkeylen(file));
   tag = lib.dXactidx(file, "ZULU");
   EXPECT_EQ(-10, lib.dXtags(tag));
   EXPECT_EQ(0, lib.dXclose(file));
-  EXPECT_EQ(-10, lib.dXnxtkey(tag, text, nullptr));
-  EXPECT_EQ(1201, block.detail);
+  EXPECT_EQ("-10/1201", codes(lib.dXnxtkey(tag, text, nullptr), block));
 }
 
 TEST_F(Mdx, tags_that_cannot_be_made_are_refused) {
@@ -150,39 +144,37 @@ TEST_F(Mdx, tags_that_cannot_be_made_are_refused) {
   const std::string longest(221, ' ');
   const std::string key = "NAME" + longest;
   const std::string filter = "NAME='A'" + longest;
-  const Case cases[] = {
-      {"", "NAME", "C20", nullptr, -11, 1103},
-      {"1ST", "NAME", "C20", nullptr, -11, 1103},
-      {"LONGERNAME1", "NAME", "C20", nullptr, -11, 1103},
-      {"A B", "NAME", "C20", nullptr, -11, 1103},
-      {"there", "NAME", "C20", nullptr, -11, 1104},
-      {"X", key.c_str(), "C20", nullptr, -4, 1106},
-      {"X", "NAME", "C20", filter.c_str(), -4, 1106},
-      {"X", "NAME", "C0", nullptr, -4, 1107},
-      {"X", "NAME", "C101", nullptr, -4, 1107},
-      {"X", "NAME", "L", nullptr, -11, 1108},
-      {"X", "NAME", "", nullptr, -11, 1108},
-      {"X", "NAME", "N", nullptr, -9, 1108},
-      {"X", "AMOUNT", "D", nullptr, -9, 1108},
-      {"X", "NOBODY", "C20", nullptr, -25, 6034},
-      {"X", "NAME", "C20", "NAME", -11, 6511},
-      {"X", "NAME", "C20", "NAME =", -25, 5010},
-      {nullptr, "NAME", "C20", nullptr, -4, 1109},
-      {"X", nullptr, "C20", nullptr, -4, 1109},
-      {"X", "NAME", nullptr, nullptr, -4, 1109},
-  };
+  const Case cases[] = {{"", "NAME", "C20", nullptr, -11, 1103},
+                        {"1ST", "NAME", "C20", nullptr, -11, 1103},
+                        {"LONGERNAME1", "NAME", "C20", nullptr, -11, 1103},
+                        {"A B", "NAME", "C20", nullptr, -11, 1103},
+                        {"there", "NAME", "C20", nullptr, -11, 1104},
+                        {"X", key.c_str(), "C20", nullptr, -4, 1106},
+                        {"X", "NAME", "C20", filter.c_str(), -4, 1106},
+                        {"X", "NAME", "C0", nullptr, -4, 1107},
+                        {"X", "NAME", "C101", nullptr, -4, 1107},
+                        {"X", "NAME", "L", nullptr, -11, 1108},
+                        {"X", "NAME", "", nullptr, -11, 1108},
+                        {"X", "NAME", "N", nullptr, -9, 1108},
+                        {"X", "AMOUNT", "D", nullptr, -9, 1108},
+                        {"X", "NOBODY", "C20", nullptr, -25, 6034},
+                        {"X", "NAME", "C20", "NAME", -11, 6511},
+                        {"X", "NAME", "C20", "NAME =", -25, 5010},
+                        {nullptr, "NAME", "C20", nullptr, -4, 1109},
+                        {"X", nullptr, "C20", nullptr, -4, 1109},
+                        {"X", "NAME", nullptr, nullptr, -4, 1109}};
   create();
   VqIndex* file = open();
   ASSERT_EQ(0, lib.dXindex(file, "THERE", "NAME", "C20", nullptr));
   ASSERT_EQ(0, lib.dXflush(file));
   const std::string before = read_file(name("M.MDX"));
   for (const Case& c : cases) {
-    EXPECT_EQ(c.result, lib.dXindex(file, c.tag, c.key, c.format, c.filter)) << c.detail;
-    EXPECT_EQ(c.detail, block.detail);
+    EXPECT_EQ(codes(c.result, c.detail),
+              codes(lib.dXindex(file, c.tag, c.key, c.format, c.filter), block))
+        << c.detail;
   }
   EXPECT_EQ(before, read_file(name("M.MDX")));
-  EXPECT_EQ(-2, lib.dXdeltag(file, "NONE"));
-  EXPECT_EQ(1262, block.detail);
+  EXPECT_EQ("-2/1262", codes(lib.dXdeltag(file, "NONE"), block));
   EXPECT_EQ(0, lib.dXclose(file));
 }
 
@@ -194,8 +186,7 @@ TEST_F(Mdx, table_of_47_tags_is_filled_emptied_and_filled_again) {
   for (int n = 0; n < 47; ++n) {
     ASSERT_EQ(0, lib.dXindex(file, tag_name(n).c_str(), "NAME", "C20", nullptr));
   }
-  EXPECT_EQ(-4, lib.dXindex(file, "ONEMORE", "NAME", "C20", nullptr));
-  EXPECT_EQ(1105, block.detail);
+  EXPECT_EQ("-4/1105", codes(lib.dXindex(file, "ONEMORE", "NAME", "C20", nullptr), block));
   EXPECT_EQ("", read().all_faults());
   const std::size_t size = read_file(name("M.MDX")).size();
   EXPECT_EQ(2048u + 47 * 2 * 1024, size);
@@ -234,12 +225,9 @@ TEST_F(Mdx, a_file_opened_for_reading_is_not_changed) {
   ASSERT_EQ(0, lib.dXclose(file));
   file = open("M", 1);
   tag = lib.dXactidx(file, "NAME");
-  EXPECT_EQ(-16, lib.dXputkey(tag, mdx_key('C', 20, 8).data(), 8));
-  EXPECT_EQ(1163, block.detail);
-  EXPECT_EQ(-16, lib.dXdeltag(file, "NAME"));
-  EXPECT_EQ(1263, block.detail);
-  EXPECT_EQ(-16, lib.dXindex(file, "MORE", "NAME", "C20", nullptr));
-  EXPECT_EQ(1100, block.detail);
+  EXPECT_EQ("-16/1163", codes(lib.dXputkey(tag, mdx_key('C', 20, 8).data(), 8), block));
+  EXPECT_EQ("-16/1263", codes(lib.dXdeltag(file, "NAME"), block));
+  EXPECT_EQ("-16/1100", codes(lib.dXindex(file, "MORE", "NAME", "C20", nullptr), block));
   std::uint32_t recno = 0;
   EXPECT_EQ(0, lib.dXgetrno(tag, mdx_key('C', 20, 7).data(), &recno));
   EXPECT_EQ(0, lib.dXclose(file));
@@ -253,9 +241,7 @@ TEST_F(Mdx, copy_is_a_second_file) {
   ASSERT_EQ(0, lib.dXcopy(&block, name("M").c_str(), name("COPY").c_str()));
   EXPECT_EQ(read_file(name("M.MDX")), read_file(name("COPY.MDX")));
   EXPECT_EQ(-5, lib.dXcopy(&block, name("NONE").c_str(), name("COPY").c_str()));
-  EXPECT_EQ(-11, lib.dXcopy(&block, name("M").c_str(), name("M").c_str()));
-  EXPECT_EQ(1012, block.detail);
+  EXPECT_EQ("-11/1012", codes(lib.dXcopy(&block, name("M").c_str(), name("M").c_str()), block));
 }
 
 }  // namespace
-}  // namespace vqdb::testing

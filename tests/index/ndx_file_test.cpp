@@ -1,7 +1,7 @@
 // NDX files as bytes: what create writes, what open accepts, and every refusal with its codes.
 #include "support/ndx_fixture.h"
+#include "support/test.h"
 
-namespace vqdb::testing {
 namespace {
 
 using NdxFileTest = NdxFixture;
@@ -11,12 +11,10 @@ TEST_F(NdxFileTest, create_writes_header_and_empty_root) {
     const char* format;
     unsigned flags, type, key_length, max_keys, numeric, unique;
   };
-  const Case cases[] = {
-      {"C30", 0, 'C', 30, 13, 0, 0},       {"c100u", 0x40, 'C', 100, 4, 0, 0x40},
-      {"NU", 0x40, 'N', 8, 31, 1, 0x40},   {"D", 0, 'D', 8, 31, 1, 0},
-      {"F20U", 0, 'F', 8, 31, 1, 0}, {"3N", 0, 0, 8, 31, 1, 0},
-      {"3C1U", 0, 0, 1, 56, 0, 1},         {"3DU", 0, 0, 8, 31, 1, 1},
-  };
+  const Case cases[] = {{"C30", 0, 'C', 30, 13, 0, 0},     {"c100u", 0x40, 'C', 100, 4, 0, 0x40},
+                        {"NU", 0x40, 'N', 8, 31, 1, 0x40}, {"D", 0, 'D', 8, 31, 1, 0},
+                        {"F20U", 0, 'F', 8, 31, 1, 0},     {"3N", 0, 0, 8, 31, 1, 0},
+                        {"3C1U", 0, 0, 1, 56, 0, 1},       {"3DU", 0, 0, 8, 31, 1, 1}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.format);
     const std::string expression(240, 'X');
@@ -44,8 +42,7 @@ TEST_F(NdxFileTest, create_writes_header_and_empty_root) {
     std::string text(241, '?');
     int32_t flags = -1;
     int32_t length = 0;
-    EXPECT_EQ(-4, lib.dNexpr(index, text.data(), 240, &flags));
-    EXPECT_EQ(3053, block.detail);
+    EXPECT_EQ("-4/3053", codes(lib.dNexpr(index, text.data(), 240, &flags), block));
     EXPECT_EQ(0, lib.dNexpr(index, text.data(), 241, &flags));
     EXPECT_EQ(expression, text.c_str());
     EXPECT_EQ(c.unique != 0 ? 4096 : 0, flags);
@@ -70,15 +67,16 @@ TEST_F(NdxFileTest, create_refuses_what_the_format_cannot_hold) {
                         {4, "", -11, 3023},     {4, "3", -11, 3023},
                         {4, "3M10", -11, 3023}, {4, "C99999999999999", -4, 3022}};
   for (const Case& c : cases) {
-    EXPECT_EQ(c.result, lib.dNcreat(&block, folder.file("bad").c_str(),
-                                    std::string(c.expression_length, 'X').c_str(), c.format))
+    EXPECT_EQ(codes(c.result, c.detail),
+              codes(lib.dNcreat(&block, folder.file("bad").c_str(),
+                                std::string(c.expression_length, 'X').c_str(), c.format),
+                    block))
         << c.format;
-    EXPECT_EQ(c.detail, block.detail) << c.format;
   }
-  EXPECT_EQ(-5, lib.dNcreat(&block, folder.file("none/bad").c_str(), "X", "C10"));
-  EXPECT_EQ(3025, block.detail);
-  EXPECT_EQ(-4, lib.dNcreat(&block, folder.file("bad").c_str(), nullptr, "C10"));
-  EXPECT_EQ(3029, block.detail);
+  EXPECT_EQ("-5/3025",
+            codes(lib.dNcreat(&block, folder.file("none/bad").c_str(), "X", "C10"), block));
+  EXPECT_EQ("-4/3029",
+            codes(lib.dNcreat(&block, folder.file("bad").c_str(), nullptr, "C10"), block));
   EXPECT_EQ(std::vector<std::string>{"TABLE.DBF"}, folder.list());
 }
 
@@ -103,39 +101,30 @@ TEST_F(NdxFileTest, open_refuses_damaged_headers) {
     std::size_t at;
     std::string bytes;
   };
-  const Case cases[] = {
-      {"root 0", 0, std::string(4, '\0')},
-      {"root outside the file", 0, std::string("\2\0\0\0", 4)},
-      {"pages that the file lacks", 4, std::string("\3\0\0\0", 4)},
-      {"wild page count", 4, std::string("\xFF\xFF\xFF\xFF", 4)},
-      {"key length 0", 12, std::string(2, '\0')},
-      {"key length above 100", 12, std::string("\x65\0\1\0", 4)},
-      {"key longer than its entry", 12, std::string("\x0B\0", 2)},
-      {"numeric key of 10 bytes", 9, "N"},
-      {"no keys per page", 14, std::string(2, '\0')},
-      {"too few keys per page to split", 14, std::string("\2\0", 2)},
-      {"more keys than fit a page", 14, std::string("\x1D\0", 2)},
-      {"entries of 0 bytes", 18, std::string(2, '\0')},
-      {"entries larger than a page", 18, std::string("\xFF\xFF", 2)},
-  };
+  const Case cases[] = {{"root 0", 0, std::string(4, '\0')},
+                        {"root outside the file", 0, std::string("\2\0\0\0", 4)},
+                        {"pages that the file lacks", 4, std::string("\3\0\0\0", 4)},
+                        {"wild page count", 4, std::string("\xFF\xFF\xFF\xFF", 4)},
+                        {"key length 0", 12, std::string(2, '\0')},
+                        {"key length above 100", 12, std::string("\x65\0\1\0", 4)},
+                        {"key longer than its entry", 12, std::string("\x0B\0", 2)},
+                        {"numeric key of 10 bytes", 9, "N"},
+                        {"no keys per page", 14, std::string(2, '\0')},
+                        {"too few keys per page to split", 14, std::string("\2\0", 2)},
+                        {"more keys than fit a page", 14, std::string("\x1D\0", 2)},
+                        {"entries of 0 bytes", 18, std::string(2, '\0')},
+                        {"entries larger than a page", 18, std::string("\xFF\xFF", 2)}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);
     ASSERT_EQ(0, lib.dNcreat(&block, folder.file("d").c_str(), "NAME", "C10"));
     write_bytes(folder.file("D.NDX"), c.at, c.bytes);
     block.result = 0;
-    EXPECT_EQ(nullptr, open("D"));
-    EXPECT_EQ(-3, block.result);
-    EXPECT_EQ(10186, block.detail);
-    EXPECT_EQ(-3, lib.dNbuffs(&block, folder.file("D").c_str(), 10));
-    EXPECT_EQ(3251, block.detail);
+    EXPECT_EQ("-3/10186", refusal(open("D"), block));
+    EXPECT_EQ("-3/3251", codes(lib.dNbuffs(&block, folder.file("D").c_str(), 10), block));
   }
   write_file(folder.file("D.NDX"), std::string(255, '\1'));
-  EXPECT_EQ(nullptr, open("D"));
-  EXPECT_EQ(-17, block.result);
-  EXPECT_EQ(10183, block.detail);
-  EXPECT_EQ(nullptr, open("NONE"));
-  EXPECT_EQ(-5, block.result);
-  EXPECT_EQ(10421, block.detail);
+  EXPECT_EQ("-17/10183", refusal(open("D"), block));
+  EXPECT_EQ("-5/10421", refusal(open("NONE"), block));
 }
 
 TEST_F(NdxFileTest, memory_is_counted_by_buffers) {
@@ -187,21 +176,14 @@ TEST_F(NdxFileTest, arguments_that_cannot_be_are_refused) {
   VqIndex* index = make("A", "C10");
   char key[10] = {};
   uint32_t recno = 0;
-  EXPECT_EQ(-4, lib.dNputkey(index, nullptr, 1));
-  EXPECT_EQ(3162, block.detail);
+  EXPECT_EQ("-4/3162", codes(lib.dNputkey(index, nullptr, 1), block));
   EXPECT_EQ(-4, lib.dNputkey(index, key, 0));
-  EXPECT_EQ(-4, lib.dNrmkey(index, nullptr, 1));
-  EXPECT_EQ(3212, block.detail);
-  EXPECT_EQ(-4, lib.dNupdkey(index, key, nullptr, 1));
-  EXPECT_EQ(3312, block.detail);
-  EXPECT_EQ(-4, lib.dNgetrno(index, nullptr, &recno));
-  EXPECT_EQ(3092, block.detail);
-  EXPECT_EQ(-4, lib.dNgetrno(index, key, nullptr));
-  EXPECT_EQ(3099, block.detail);
-  EXPECT_EQ(-4, lib.dNnxtkey(index, nullptr, &recno));
-  EXPECT_EQ(3209, block.detail);
-  EXPECT_EQ(-4, lib.dNexpr(index, nullptr, 10, nullptr));
-  EXPECT_EQ(3052, block.detail);
+  EXPECT_EQ("-4/3212", codes(lib.dNrmkey(index, nullptr, 1), block));
+  EXPECT_EQ("-4/3312", codes(lib.dNupdkey(index, key, nullptr, 1), block));
+  EXPECT_EQ("-4/3092", codes(lib.dNgetrno(index, nullptr, &recno), block));
+  EXPECT_EQ("-4/3099", codes(lib.dNgetrno(index, key, nullptr), block));
+  EXPECT_EQ("-4/3209", codes(lib.dNnxtkey(index, nullptr, &recno), block));
+  EXPECT_EQ("-4/3052", codes(lib.dNexpr(index, nullptr, 10, nullptr), block));
   EXPECT_EQ(nullptr, lib.dNopen(table, nullptr, 0, 4));
   EXPECT_EQ(-4, block.result);
   EXPECT_EQ(0, lib.dNclose(index));
@@ -216,12 +198,9 @@ TEST_F(NdxFileTest, read_only_index_is_searched_but_not_changed) {
   for (const std::uint32_t mode : {1u, 3u, 5u}) {
     index = open("R", mode);
     ASSERT_NE(nullptr, index);
-    EXPECT_EQ(-16, lib.dNputkey(index, key.data(), 4));
-    EXPECT_EQ(3163, block.detail);
-    EXPECT_EQ(-16, lib.dNrmkey(index, key.data(), 3));
-    EXPECT_EQ(3213, block.detail);
-    EXPECT_EQ(-16, lib.dNupdkey(index, key.data(), key.data(), 3));
-    EXPECT_EQ(3313, block.detail);
+    EXPECT_EQ("-16/3163", codes(lib.dNputkey(index, key.data(), 4), block));
+    EXPECT_EQ("-16/3213", codes(lib.dNrmkey(index, key.data(), 3), block));
+    EXPECT_EQ("-16/3313", codes(lib.dNupdkey(index, key.data(), key.data(), 3), block));
     uint32_t recno = 0;
     EXPECT_EQ(0, lib.dNgetrno(index, key.data(), &recno));
     EXPECT_EQ(3u, recno);
@@ -241,12 +220,11 @@ TEST_F(NdxFileTest, copy_is_the_same_file) {
   write_file(folder.file("B.NDX"), "old");
   EXPECT_EQ(0, lib.dNcopy(&block, source.c_str(), folder.file("b").c_str()));
   EXPECT_EQ(read_file(folder.file("A.NDX")), read_file(folder.file("B.NDX")));
-  EXPECT_EQ(-11, lib.dNcopy(&block, source.c_str(), folder.file("A.NDX").c_str()));
-  EXPECT_EQ(3012, block.detail);
+  EXPECT_EQ("-11/3012",
+            codes(lib.dNcopy(&block, source.c_str(), folder.file("A.NDX").c_str()), block));
   EXPECT_EQ(-5, lib.dNcopy(&block, folder.file("none").c_str(), folder.file("b").c_str()));
   EXPECT_EQ((std::vector<std::string>{"A.NDX", "B.NDX", "TABLE.DBF"}), folder.list());
   EXPECT_EQ(3000u, read("B").entries.size());
 }
 
 }  // namespace
-}  // namespace vqdb::testing

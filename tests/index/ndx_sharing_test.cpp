@@ -1,14 +1,11 @@
 // Several processes and handles on one index file: nobody loses a key, locks exclude, and what one
 // writes the others find.
-#include <algorithm>
-#include <memory>
-#include <random>
 #include <set>
 
 #include "support/ndx_fixture.h"
 #include "support/process.h"
+#include "support/test.h"
 
-namespace vqdb::testing {
 namespace {
 
 // args: folder file of the table, of the index, mode, first record number, lock scheme. Inserts a
@@ -178,18 +175,14 @@ TEST_F(NdxLocks, one_handle_at_a_time_holds_the_file) {
     VqIndex* mine = make("L", "C10", 4);
     VqIndex* theirs = open("L", 4);
     ASSERT_NE(nullptr, theirs);
-    EXPECT_EQ(-35, lib.dNlkfsta(mine));
-    EXPECT_EQ(3143, block.detail);
-    EXPECT_EQ(-35, lib.dNulkfil(mine));
-    EXPECT_EQ(3223, block.detail);
+    EXPECT_EQ("-35/3143", codes(lib.dNlkfsta(mine), block));
+    EXPECT_EQ("-35/3223", codes(lib.dNulkfil(mine), block));
     EXPECT_EQ(0, lib.dNlkfil(mine));
     EXPECT_EQ(0, lib.dNlkfil(mine));
     EXPECT_EQ(0, lib.dNlkfsta(mine));
-    EXPECT_EQ(-37, lib.dNlkfsta(theirs));
-    EXPECT_EQ(3144, block.detail);
+    EXPECT_EQ("-37/3144", codes(lib.dNlkfsta(theirs), block));
     block.system_error = 0;
-    EXPECT_EQ(-38, lib.dNlkfil(theirs));
-    EXPECT_EQ(3133, block.detail);
+    EXPECT_EQ("-38/3133", codes(lib.dNlkfil(theirs), block));
     EXPECT_NE(0, int32_t{block.system_error});
     // The holder works on, and has written when it lets go.
     ASSERT_EQ(0, lib.dNputkey(mine, text_key("A", 10).data(), 5));
@@ -209,15 +202,11 @@ TEST_F(NdxLocks, schemes_without_locks_refuse_them_and_work_on) {
   lib.dUsetnet(&block, 4);
   table = lib.dDopen(&block, folder.file("TABLE").c_str(), 4, 1);
   VqIndex* index = make("L", "C10", 4);
-  EXPECT_EQ(-13, lib.dNlkfil(index));
-  EXPECT_EQ(3132, block.detail);
-  EXPECT_EQ(-13, lib.dNulkfil(index));
-  EXPECT_EQ(3222, block.detail);
-  EXPECT_EQ(-13, lib.dNlkfsta(index));
-  EXPECT_EQ(3142, block.detail);
+  EXPECT_EQ("-13/3132", codes(lib.dNlkfil(index), block));
+  EXPECT_EQ("-13/3222", codes(lib.dNulkfil(index), block));
+  EXPECT_EQ("-13/3142", codes(lib.dNlkfsta(index), block));
   EXPECT_EQ(0, lib.dNputkey(index, text_key("A", 10).data(), 5));
   EXPECT_EQ(0, lib.dNclose(index));
 }
 
 }  // namespace
-}  // namespace vqdb::testing

@@ -1,19 +1,9 @@
 // Long random histories of a memo file, step by step against a model of what it must hold.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <memory>
-#include <random>
-#include <string>
-#include <vector>
-
-#include "support/exports.h"
-#include "support/files.h"
 #include "support/memo_files.h"
+#include "support/test.h"
 
 namespace {
 
-using namespace vqdb::testing;
 using Layout = MemoFile::Layout;
 
 constexpr std::size_t kMostMemos = 200;
@@ -145,10 +135,9 @@ TEST(MemoHistory, every_memo_stays_and_no_block_is_lost_or_used_twice) {
     std::uint32_t mode;
     std::uint32_t block_setting;
     int steps;
-  } cases[] = {
-      {Layout::dbase4, 0, 1, 6000},  {Layout::dbase4, 0, 4, 4000}, {Layout::dbase4, 2, 1, 4000},
-      {Layout::dbase4, 4, 32, 1500}, {Layout::dbase3, 0, 1, 2000}, {Layout::dbase3, 2, 1, 2000},
-  };
+  } cases[] = {{Layout::dbase4, 0, 1, 6000}, {Layout::dbase4, 0, 4, 4000},
+               {Layout::dbase4, 2, 1, 4000}, {Layout::dbase4, 4, 32, 1500},
+               {Layout::dbase3, 0, 1, 2000}, {Layout::dbase3, 2, 1, 2000}};
   unsigned seed = 42;
   for (const auto& c : cases) {
     SCOPED_TRACE(&c - cases);

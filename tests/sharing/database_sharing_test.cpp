@@ -1,16 +1,8 @@
 // Several processes on one database at once.
-#include <gtest/gtest.h>
-
-#include <array>
-#include <random>
-#include <string>
-#include <vector>
-
-#include "support/exports.h"
 #include "support/orders.h"
 #include "support/process.h"
+#include "support/test.h"
 
-namespace vqdb::testing {
 namespace {
 
 // A refused lock is no failure: the request never waits, so its caller tries again.
@@ -228,4 +220,3 @@ INSTANTIATE_TEST_SUITE_P(modes, ConcurrentChanges,
                                            Sharing{32776, 4}, Sharing{16, 6}));
 
 }  // namespace
-}  // namespace vqdb::testing
