@@ -87,7 +87,7 @@ std::vector<std::string> field_names_for(const std::vector<std::string>& columns
       if ((static_cast<unsigned char>(c) & 0xC0) != 0x80) name += allowed ? c : '_';
     }
     if (name.empty()) name = fmt::format("FIELD{}", names.size() + 1);
-    if (name[0] >= '0' && name[0] <= '9') name.insert(0, "F");
+    if (name[0] >= '0' && name[0] <= '9') name.insert(name.begin(), 'F');
     name.resize(std::min(name.size(), kLongestName));
     std::string unique = name;
     for (int number = 2; !taken.insert(unique).second; ++number) {

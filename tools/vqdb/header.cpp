@@ -38,6 +38,11 @@ constexpr std::array<Version, 14> kVersions = {{{0x02, "FoxBase"},
 
 using Bytes = std::span<const unsigned char>;
 
+// Older and newer layouts than the one described here, with the fields elsewhere.
+bool has_other_layout(std::uint8_t version) {
+  return version == 0x02 || version == 0x04 || version == 0x8C;
+}
+
 std::uint32_t number16(Bytes bytes, std::size_t at) { return bytes[at] | bytes[at + 1] << 8U; }
 std::uint32_t number32(Bytes bytes, std::size_t at) {
   return number16(bytes, at) | number16(bytes, at + 2) << 16U;
@@ -97,7 +102,7 @@ Header read_header(const std::string& path) {
   header.encryption = bytes[15];
   header.production = bytes[28];
   header.language = bytes[29];
-  if (header.length > kPiece) {
+  if (header.length > kPiece && !has_other_layout(header.version)) {
     std::vector<unsigned char> rest(header.length - kPiece);
     file.read(reinterpret_cast<char*>(rest.data()), static_cast<std::streamsize>(rest.size()));
     rest.resize(static_cast<std::size_t>(file.gcount()));
@@ -117,6 +122,7 @@ std::string_view name_of_version(std::uint8_t version) {
 
 std::vector<std::string> oddities_of(const Header& header) {
   std::vector<std::string> odd;
+  if (has_other_layout(header.version)) return odd;
   const auto say = [&]<typename... Arguments>(fmt::format_string<Arguments...> words,
                                               Arguments&&... arguments) {
     odd.push_back(fmt::format(words, std::forward<Arguments>(arguments)...));

@@ -130,8 +130,9 @@ Value RecordReader::text_of(const Cell& cell, std::string_view bytes) {
   if (!assumption_told_ && encoding.source() == kAssumedSource) {
     assumption_told_ = true;
     print_note(
-        fmt::format("{} names no code page; its texts are read as {} (--encoding takes another)",
-                    table_.path(), encoding.name()));
+        fmt::format("{} names no code page; its texts are read as {}{} (--encoding takes another)",
+                    table_.path(), encoding.name(),
+                    valid_utf8(bytes) == bytes.size() ? ", though they look like UTF-8" : ""));
   }
   std::string& text = scratch_[cell.number];
   text.clear();
