@@ -593,7 +593,10 @@ int32_t VQ_CALL fPADC(const char* text, int32_t width, const char* fill, char* o
  * room is needed, dNflush or dNclose. In a shared mode every search, step and change locks the
  * index file (waiting some seconds for its turn at most), reads it afresh, writes its changes and
  * lets go; the lock's refusal and the system's failures are passed on with details 10431..10433,
- * 10191 and 10192 (VQ_E_IO).
+ * 10191 and 10192 (VQ_E_IO). That lock lies at the file's byte of the table's lock scheme, and at
+ * scheme 0's where the scheme has none (4 to 6, as in dialects 8, 16 and 32776): such tables are
+ * appended to and changed without locks, but their indexes stay whole; every host that shares an
+ * index has to use the same byte.
  *
  * Every operation on keys can end in these:
  *   10171 10172 10175 10211 10221 10245 -8  pages and counts that cannot be: a damaged file
@@ -609,14 +612,19 @@ int32_t VQ_CALL fPADC(const char* text, int32_t width, const char* fill, char* o
  * key length 1..100 behind it, then U when the keys are unique; a leading 3 asks for the dBASE III
  * form. On failure there is no such file.
  *   3021 -4  expression over 240 characters     3022 -4  key length       3023 -11 type
- *   3024 -14 no memory                          3025     not created      3026 -17 not written */
+ *   3024 -14 no memory                          3025     not created      3026 -17 not written
+ *   3027 -38 somebody else has locked the file that is there; that others have it open cannot be
+ *            seen otherwise, and they would lose what they change */
 int32_t VQ_CALL dNcreat(VqBlock* block, const char* name, const char* expression,
                         const char* format);
 /* Opens an index for a table, whose lock scheme and block it uses, with at least 4 page buffers of
  * 512 bytes. Null on failure, with the result code in the block.
  *   10421 -5  not found          10422     not opened           3151 -10 bad table handle
  *   10183 -17 header not read    10184, 10185 -14 no memory
- *   10186 -3  no index that its header can be true of */
+ *   10186 -3  no index that its header can be true of
+ *   10187 -9  its texts stand in the order of the other language (dUsetlang); only an index whose
+ *             root page shows it can be refused, so open indexes under the language that they were
+ *             made under */
 VqIndex* VQ_CALL dNopen(VqTable* table, const char* name, uint32_t mode, int32_t buffers);
 /* Flushes and closes. The handle is gone whatever the result. 3231: not closed. */
 int32_t VQ_CALL dNclose(VqIndex* index);
@@ -687,9 +695,12 @@ int32_t VQ_CALL dNlkfsta(VqIndex* index);
  * key type and length; texts of more than 100 characters, logical and memo values are refused as by
  * dNcreat. Options: VQ_BUILD_UNIQUE, which keeps the first record of each key, and VQ_BUILD_NDX3.
  * Equal keys run in the order of their records. The file takes its place in one step when it is
- * complete; whatever fails, an index that was there stays, and no temporary file is left.
- * VQ_E_CANCELLED: see dUsetprog.
+ * complete; whatever fails, an index that was there stays, and no temporary file is left. The
+ * table's file lock is held meanwhile, unless the caller holds it; locks of others refuse it (483,
+ * 484). VQ_E_CANCELLED: see dUsetprog.
  *   3101 -10 bad table handle               3103     the file cannot take its place
+ *   3104 -11 the table is shared and there is such a file, which others may have open
+ *   3105 -38 somebody else has locked the file that is there
  *   3021..3023, 3025, 3026 as for dNcreat   10262, 10272, 10282, 10292 -14 no memory
  *   10261, 10263, 10264 temporary files     10283 -17 not written     10284, 10285 too large
  * and what dEparse, dErun and dDgetrec report. */
@@ -698,7 +709,9 @@ int32_t VQ_CALL dNindex(VqTable* table, const char* name, const char* expression
  * handle may be open on it.
  *   3181 -10 bad table handle
  *   3182 -11 the table is shared, and others would go on with the old file
- *   3183 -9  the expression gives another key type; else as for dNopen and dNindex */
+ *   3183 -9  the expression gives another key type; else as for dNopen and dNindex
+ *   3185 -38 somebody else has locked the file
+ *   3186 -3  the header's two marks of a unique index contradict each other */
 int32_t VQ_CALL dNreindex(VqTable* table, const char* name);
 
 /* Copies an index file; the copy takes the place of `to` in one step when it is complete.

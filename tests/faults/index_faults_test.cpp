@@ -263,13 +263,14 @@ TEST_F(NdxFixture, a_build_that_fails_leaves_the_old_index) {
         };
         const auto [result, struck] = under_fault(n, verdict, build, all_but(Call::remove));
         ASSERT_EQ(files, folder.list());
-        if (result == 0) {
+        // Made, though the table's lock could not be given back.
+        if (result == 0 || result == VQ_E_LOCK_ROUTINE) {
           ASSERT_EQ(built, read_file(folder.file("B.NDX")));
           if (!struck) break;
           write_file(folder.file("B.NDX"), old);
           continue;
         }
-        ASSERT_TRUE(result == -14 || result == -17 || result == -20) << result;
+        ASSERT_TRUE(result == -14 || result == -17 || result == -20 || result == -40) << result;
         ASSERT_NE(0, int32_t{block.detail});
         ASSERT_EQ(old, read_file(folder.file("B.NDX")));
       }

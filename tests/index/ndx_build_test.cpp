@@ -181,6 +181,83 @@ TEST_F(NdxBuild, rebuild_keeps_form_and_drops_stale_entries) {
   EXPECT_EQ("-11/3182", codes(lib.dNreindex(table, file("R").c_str()), block));
 }
 
+// Another handle has appended and changed records since this one read them.
+TEST_F(NdxBuild, shared_table_is_read_as_the_file_has_it) {
+  append(50);
+  ASSERT_EQ(0, lib.dDclose(table));
+  for (const std::uint32_t mode : {2u, 4u}) {
+    SCOPED_TRACE(mode);
+    table = lib.dDopen(&block, file("T").c_str(), mode, 20);
+    std::string record(kRecordBytes, ' ');
+    ASSERT_EQ(0, lib.dDgetrec(table, 9, record.data()));
+    VqTable* other = lib.dDopen(&block, file("T").c_str(), mode, 20);
+    record.replace(1, 5, mode == 2 ? "FIRST" : "AGAIN");
+    ASSERT_EQ(0, lib.dDupdrec(other, 9, record.data()));
+    ASSERT_EQ(0, lib.dDapprec(other, record.data()));
+    // A lock of the other handle's refuses the build.
+    ASSERT_EQ(0, lib.dDlkfil(other));
+    const std::string name = file("S" + std::to_string(mode));
+    EXPECT_EQ(-38, lib.dNindex(table, name.c_str(), "NAME", 0));
+    EXPECT_EQ(483, block.detail);
+    ASSERT_EQ(0, lib.dDulkfil(other));
+    ASSERT_EQ(0, lib.dDlkfil(table));
+    EXPECT_EQ(0, lib.dNindex(table, name.c_str(), "NAME", 0));
+    EXPECT_EQ(0, lib.dDlkfsta(table)) << "the host's own lock stays";
+    ASSERT_EQ(0, lib.dDulkfil(table));
+    std::vector<NdxEntry> expected = keys("NAME", 12);
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(expected, read("S" + std::to_string(mode)).entries);
+    EXPECT_EQ(-11, lib.dNindex(table, name.c_str(), "NAME", 0)) << "others may have it open";
+    EXPECT_EQ(3104, block.detail);
+    ASSERT_EQ(0, lib.dDclose(other));
+    if (mode == 2) {
+      ASSERT_EQ(0, lib.dDclose(table));
+    }
+  }
+}
+
+TEST_F(NdxBuild, index_that_others_use_or_that_contradicts_itself_is_not_replaced) {
+  append(50);
+  ASSERT_EQ(0, lib.dNindex(table, file("R").c_str(), "NAME", 1));
+  VqIndex* holder = lib.dNopen(table, file("R").c_str(), 4, 4);
+  ASSERT_EQ(0, lib.dNlkfil(holder));
+  const std::string before = read_file(file("R.NDX"));
+  EXPECT_EQ(-38, lib.dNindex(table, file("R").c_str(), "AMOUNT", 0));
+  EXPECT_EQ(3105, block.detail);
+  EXPECT_EQ(-38, lib.dNreindex(table, file("R").c_str()));
+  EXPECT_EQ(3185, block.detail);
+  EXPECT_EQ(-38, lib.dNcreat(&block, file("R").c_str(), "NAME", "C10"));
+  EXPECT_EQ(3027, block.detail);
+  ASSERT_EQ(0, lib.dNclose(holder));
+  for (const std::size_t flag : {8u, 23u}) {
+    write_file(file("R.NDX"), before);
+    write_bytes(file("R.NDX"), flag, std::string(1, '\0'));
+    EXPECT_EQ(-3, lib.dNreindex(table, file("R").c_str()));
+    EXPECT_EQ(3186, block.detail);
+  }
+  write_file(file("R.NDX"), before);
+  EXPECT_EQ(0, lib.dNreindex(table, file("R").c_str()));
+}
+
+TEST_F(NdxBuild, index_of_the_other_language_is_refused) {
+  for (const char* name : {"a", "B", "c", "D", "e", "F"}) {
+    std::string record(kRecordBytes, ' ');
+    record.replace(1, 1, name);
+    ASSERT_EQ(0, lib.dDapprec(table, record.data()));
+  }
+  for (const int32_t language : {0, 1}) {
+    lib.dUsetlang(&block, language);
+    ASSERT_EQ(0, lib.dNindex(table, file("L").c_str(), "NAME", 0));
+    lib.dUsetlang(&block, 1 - language);
+    EXPECT_EQ(nullptr, lib.dNopen(table, file("L").c_str(), 0, 4));
+    EXPECT_EQ(-9, block.result);
+    EXPECT_EQ(10187, block.detail);
+    lib.dUsetlang(&block, language);
+    VqIndex* index = lib.dNopen(table, file("L").c_str(), 0, 4);
+    EXPECT_EQ(0, lib.dNclose(index));
+  }
+}
+
 // The host's position and record layout stay as they are.
 TEST_F(NdxBuild, table_is_left_as_it_was_used) {
   append(50);

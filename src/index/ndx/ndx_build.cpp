@@ -8,7 +8,9 @@
 #include "index/build/tree_build.h"
 #include "index/ndx/ndx_header.h"
 #include "index/ndx/ndx_open.h"
+#include "index/build/build_hold.h"
 #include "index/tree/page_pour.h"
+#include "table/locks.h"
 
 namespace vqdb::index {
 namespace {
@@ -50,7 +52,7 @@ Result write_index(table::Table& table, expr::Expression& expression, NdxHeader 
 }
 
 Result build_file(table::Table& table, expr::Expression& expression, const NdxHeader& header,
-                  const std::string& path) {
+                  const std::string& path, ReplacedFile& replaced) {
   VqBlock& block = table::block_of(table);
   TemporaryFile growing;
   platform::File file;
@@ -61,8 +63,20 @@ Result build_file(table::Table& table, expr::Expression& expression, const NdxHe
     return result;
   }
   if (!file.close().ok()) return fail(block, Result::io, kCreate.detail(6));
+  replaced.let_go();
   const auto placed = growing.put_in_place_of(path);
   return placed.ok() ? Result::ok : fail(block, open_result(placed.error), kBuild.detail(3));
+}
+
+// Under the table's lock, and with the file that is there kept from changing.
+Result build_held(table::Table& table, expr::Expression& expression, const NdxHeader& header,
+                  const std::string& path, std::int32_t locked_detail) {
+  TableHold hold(table);
+  if (const Result result = hold.take(); !ok(result)) return result;
+  ReplacedFile replaced(table::block_of(table), table::lock_scheme(table));
+  Result result = replaced.take(path, locked_detail);
+  if (ok(result)) result = build_file(table, expression, header, path, replaced);
+  return hold.release_after(result);
 }
 
 bool is_numeric(char type) { return type == 'N' || type == 'F' || type == 'D'; }
@@ -72,6 +86,12 @@ bool is_numeric(char type) { return type == 'N' || type == 'F' || type == 'D'; }
 Result build_ndx(table::Table& table, std::string_view name, const char* expression_text,
                  std::uint32_t options) {
   VqBlock& block = table::block_of(table);
+  const std::string path = path_of(name, "NDX");
+  // Others would go on with the old file.
+  const bool shared = (table::open_mode_of(table) & open_mode::kShared) != 0;
+  if (shared && platform::exists(path)) {
+    return fail(block, Result::not_allowed, kBuild.detail(4));
+  }
   const std::string text = expression_text;
   if (text.size() > kMaxNdxExpression) {
     return fail(block, Result::out_of_range, kCreate.detail(1));
@@ -89,7 +109,7 @@ Result build_ndx(table::Table& table, std::string_view name, const char* express
   if (const Result result = parse_ndx_format(block, wanted, format); !ok(result)) return result;
   const NdxHeader header =
       new_ndx_header(format.is_ndx3, format.key_type, format.key_length, format.unique, text);
-  return build_file(table, *expression, header, path_of(name, "NDX"));
+  return build_held(table, *expression, header, path, kBuild.detail(5));
 }
 
 Result rebuild_ndx(table::Table& table, std::string_view name) {
@@ -101,6 +121,11 @@ Result rebuild_ndx(table::Table& table, std::string_view name) {
   NdxPageBytes page;
   NdxHeader old;
   if (const Result result = read_ndx_header(block, path, page, old); !ok(result)) return result;
+  // Taking the wrong one of two flags would leave records out.
+  const bool has_unique_bit = (old.flags & ndx_flag::kUnique) != 0;
+  if (!old.is_ndx3() && has_unique_bit != (old.unique != 0)) {
+    return fail(block, Result::bad_format, kRebuild.detail(6));
+  }
   const std::string text(old.expression);
   ExpressionOwner expression;
   expr::ResultShape shape;
@@ -112,7 +137,7 @@ Result rebuild_ndx(table::Table& table, std::string_view name) {
   if (!matches) return fail(block, Result::mismatch, kRebuild.detail(3));
   const NdxHeader header =
       new_ndx_header(old.is_ndx3(), old.key_type, old.key_length, old.unique != 0, text);
-  return build_file(table, *expression, header, path);
+  return build_held(table, *expression, header, path, kRebuild.detail(5));
 }
 
 }  // namespace vqdb::index

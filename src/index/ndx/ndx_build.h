@@ -18,13 +18,16 @@ inline constexpr std::uint32_t kNdx3 = VQ_BUILD_NDX3;
 }  // namespace build_option
 
 // Makes an index on the expression, which gives key type and length. A unique index keeps the
-// first record of each key. Details as for create_ndx.
+// first record of each key. Details as for create_ndx; 3104: the table is shared and there is a
+// file of this name, which others may have open (-11); 3105: somebody else has locked that file
+// (-38).
 Result build_ndx(table::Table& table, std::string_view name, const char* expression,
                  std::uint32_t options);
 
 // Builds an existing index again, of the same form, key type and length. Refused for a table that
 // is shared (-11, detail 3182): other processes would go on with the old file. An expression that
-// does not give the header's key type is -9, detail 3183.
+// does not give the header's key type is -9, detail 3183. 3185: somebody else has locked the file
+// (-38); 3186: the header's two unique flags contradict each other (-3).
 Result rebuild_ndx(table::Table& table, std::string_view name);
 
 }  // namespace vqdb::index

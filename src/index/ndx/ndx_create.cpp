@@ -3,6 +3,7 @@
 #include "frame/file_name.h"
 #include "frame/system_file.h"
 #include "index/ndx/ndx_open.h"
+#include "index/build/build_hold.h"
 
 namespace vqdb::index {
 namespace {
@@ -58,6 +59,10 @@ Result create_ndx(VqBlock& block, std::string_view name, std::string_view expres
       header);
   std::copy(header.begin(), header.end(), pages.get());
 
+  // No table says which bytes its handles lock: the block's scheme is that of tables opened now.
+  ReplacedFile replaced(block, block.index_kind);
+  if (const Result result = replaced.take(path, kCreate.detail(7)); !ok(result)) return result;
+  replaced.let_go();
   platform::File file;
   if (const auto made = file.create(path, platform::Creation::truncate); !made.ok()) {
     return fail(block, open_result(made.error), kCreate.detail(5));

@@ -76,6 +76,7 @@ Result open_file_and_handle(table::Table& context, const char* name, std::uint32
     result = fail(block, Result::no_memory, kOpen.detail(5));
   }
   if (ok(result)) result = set_up(*file, header, pages);
+  if (ok(result)) result = check_language(file->keys, false, kOpen.detail(7));
   if (!ok(result)) {
     ndx_files().close(file);
     return result;

@@ -118,6 +118,24 @@ Result find_first(KeyTree& keys, const Byte* key, std::uint32_t* recno) {
 
 }  // namespace
 
+Result check_language(KeyTree& keys, bool descending, std::int32_t detail) {
+  VqBlock& block = keys.file.block;
+  const KeyOrder* const mine = &keys.tree.order();
+  const KeyOrder* const texts[] = {&key_order(KeyKind::text, descending),
+                                   &key_order(KeyKind::collated_text, descending)};
+  if (mine != texts[0] && mine != texts[1]) return Result::ok;
+  const std::int32_t before = block.detail;
+  bool fits = true;
+  bool fits_other = false;
+  Result result = keys.tree.root_ascends(*mine, fits);
+  if (ok(result) && !fits) {
+    result = keys.tree.root_ascends(*texts[mine == texts[0] ? 1 : 0], fits_other);
+  }
+  if (ok(result) && !fits && fits_other) return fail(block, Result::mismatch, detail);
+  block.detail = before;
+  return Result::ok;
+}
+
 Result find_record(KeyTree& keys, const void* key, std::uint32_t* recno) {
   if (!has_place(keys, key)) {
     return fail(keys.file.block, Result::out_of_range, keys.operations.find.detail(2));

@@ -98,6 +98,10 @@ class KeyTree {
   Tree tree;
 };
 
+// Text keys that stand in the order of the other language, by what their root page shows, are
+// refused: -9 with this detail code. A root that cannot be read tells nothing.
+Result check_language(KeyTree& keys, bool descending, std::int32_t detail);
+
 // Digits of the operation's details: 2 (no key, a number that is none, or record number 0), 3
 // (read-only), 4 (put: a unique index holds the key, which is Result::duplicate_key; remove,
 // update: no such entry, -5; for update 5 is the duplicate). A change runs inside a bracket of its

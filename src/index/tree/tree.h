@@ -84,6 +84,9 @@ class Tree {
   // The path leads to its first entry.
   Result halfway(const Path& low, const Path& high, Path& middle, bool& found);
 
+  // Whether the keys of the root ascend in an order.
+  Result root_ascends(const KeyOrder& order, bool& ascends);
+
   // Inserts at the place that find() gave.
   Result insert(const Path& path, const Byte* key, std::uint32_t recno);
   // Removes the entry that the path leads to.

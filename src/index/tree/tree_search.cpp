@@ -195,6 +195,19 @@ Result Tree::copy_leaf(const Path& path, Byte* image) {
   return Result::ok;
 }
 
+Result Tree::root_ascends(const KeyOrder& order, bool& ascends) {
+  PageCache::Frame frame = 0;
+  if (const Result result = fetch(root_, frame); !ok(result)) return result;
+  const Page node = page(frame);
+  std::uint32_t at = 1;
+  while (at < node.count() &&
+         order.compare(node.key(at - 1), node.key(at), layout_.key_length) <= 0) {
+    ++at;
+  }
+  ascends = at >= node.count();
+  return Result::ok;
+}
+
 Result Tree::leads_to(const Path& path, const Byte* key, std::uint32_t recno, bool& does) {
   does = false;
   PageNumber expected = root_;

@@ -1,0 +1,46 @@
+#include "index/build/build_hold.h"
+
+#include "table/locks.h"
+#include "table/records.h"
+#include "table/table_handle.h"
+
+namespace vqdb::index {
+
+Result TableHold::take() {
+  if (table::has_lock_operations(table_) && !ok(table::file_lock_status(table_))) {
+    if (const Result result = table::lock_file(table_); !ok(result)) return result;
+    taken_ = true;
+  }
+  if ((table::open_mode_of(table_) & open_mode::kShared) == 0) return Result::ok;
+  Result result = table::clear_buffers(table_);
+  if (ok(result)) result = table::refresh_count(table_);
+  return ok(result) ? result : release_after(result);
+}
+
+Result TableHold::release_after(Result work) {
+  if (!taken_) return work;
+  taken_ = false;
+  VqBlock& block = table::block_of(table_);
+  const std::int32_t detail = block.detail;
+  const Result released = table::unlock_file(table_);
+  if (ok(work)) return released;
+  block.detail = detail;
+  return work;
+}
+
+Result ReplacedFile::take(const std::string& path, std::int32_t locked_detail) {
+  // What does not open is judged when the new file takes the place.
+  if (!file_.open(path, platform::Access::read_write_or_read).ok()) return Result::ok;
+  const Result result = table::lock_whole_file(block_, file_, scheme_);
+  return result == Result::file_locked ? fail(block_, result, locked_detail) : result;
+}
+
+void ReplacedFile::let_go() {
+  if (!file_.is_open()) return;
+  const std::int32_t detail = block_.detail;
+  static_cast<void>(table::unlock_whole_file(block_, file_, scheme_));
+  static_cast<void>(file_.close());
+  block_.detail = detail;
+}
+
+}  // namespace vqdb::index
