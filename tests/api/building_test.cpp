@@ -1,3 +1,5 @@
+#include <filesystem>
+
 #include "support/orders.h"
 #include "support/test.h"
 
@@ -51,6 +53,9 @@ TEST_F(Building, new_indexes_join_the_group_and_its_list) {
 TEST_F(Building, a_shared_table_is_locked_meanwhile_only_and_read_afresh) {
   for (const std::uint32_t mode : {2U, 4U}) {
     ASSERT_EQ(0, lib.DBclose(database_));
+    for (const auto& index : kOrderIndex) {
+      std::filesystem::remove(orders_.file(std::string(index.file) + ".NDX"));
+    }
     ASSERT_EQ(0, lib.DBopen(&orders_.block, orders_.table().c_str(), mode | 32, 4, 1, 0, nullptr,
                             &database_, nullptr));
     auto* const table = static_cast<VqTable*>(table_member(database_).handle);
