@@ -295,7 +295,7 @@ int32_t VQ_CALL dDgetrec(VqTable* table, uint32_t recno, void* record);
 
 /* Appends a record; its number goes to block->record_number, which is -1 after a failure.
  *   323 -16 read-only            324 -38 somebody else appends or has the file
- *   325 -40 lock refused         327 -20 the table would reach the locked bytes at 0xEFFFFFFE
+ *   325 -40 lock refused         327 -20 the table would reach its locked bytes
  *   331 -17 record not written   332 -17 nor the fields behind its flag (long records)
  *   333 -17 end mark not written 335 -17 record count not written
  *   341 -17 a full changed block not written             423, 424 see dDreccnt
@@ -306,7 +306,8 @@ int32_t VQ_CALL dDapprec(VqTable* table, const void* record);
  * somebody else has locked is refused.
  *   463 -16 read-only            464 -4  number below 1     465 -4  beyond the last record
  *   466 -14 no memory            467 -17 not written
- *   10453 -37 locked by somebody else                       10454 -36 the system cannot tell */
+ *   10064 -17 the file lacks it  10453 -37 locked by somebody else
+ *   10454 -36 the system cannot tell */
 int32_t VQ_CALL dDupdrec(VqTable* table, uint32_t recno, const void* record);
 /* Set and clear the deletion flag of a record; results as for dDupdrec. */
 int32_t VQ_CALL dDdelrec(VqTable* table, uint32_t recno);
@@ -381,8 +382,16 @@ int32_t VQ_CALL dDapart(VqBlock* block, const char* name);
 
 /*
  * Locks on bytes beyond the data, against every other handle in any process; a request never waits.
- * Where the bytes lie depends on the lock scheme (dUsetnet) at the time of opening; schemes 4 to 6
- * have no locks: -13. A refusal leaves the system's number in block->system_error. Locking what the
+ * Where the bytes lie depends on the lock scheme (dUsetnet) at the time of opening:
+ *   scheme 0: file 0xEFFFFFFE, append 0xEFFFFFFF, record n 0xEFFFFFFE - n
+ *   scheme 1: file 1000000000, append 1134217727, record n 1000000000 + n
+ *   scheme 2: file and append 0xEFFFFFFF,         record n 0xEFFFFFFF - n
+ *   scheme 3: file 0x7FFFFFFE, append 0x7FFFFFFD, record n 0x40000000 + n
+ * Locking the file takes its byte and the append byte; index and memo files are locked at the file's
+ * byte (scheme 0: two bytes). Tables grow up to 1000000000 bytes in scheme 1, 0x40000001 in scheme 3
+ * and 0xEFFFFFFE in the others. Schemes 4 to 6, which the kinds 8, 32776 and 16 begin with, have no
+ * locks: -13, and nothing keeps two programs from writing the same record; their index and memo
+ * files are kept whole by the bytes of scheme 0. A refusal leaves the system's number in block->system_error. Locking what the
  * handle holds already changes nothing. Closing the table releases all its locks.
  */
 

@@ -1,11 +1,11 @@
 #include <cstring>
 #include <iterator>
 
+#include "table/lock_scheme.h"
 #include "vqdbsys.h"
 
 namespace {
 
-constexpr std::int32_t kLastLockScheme = 6;
 constexpr std::int32_t kLastDateFormat = 6;
 constexpr std::size_t kMaxDirectory = 85;
 
@@ -26,7 +26,9 @@ VqBlock* VQ_CALL dUsetlang(VqBlock* block, int32_t language) {
 }
 
 VqBlock* VQ_CALL dUsetnet(VqBlock* block, int32_t scheme) {
-  if (block != nullptr) block->index_kind = choice(scheme, kLastLockScheme);
+  if (block != nullptr)
+    block->index_kind =
+        choice(scheme, static_cast<std::int32_t>(vqdb::table::kLockSchemes.size()) - 1);
   return block;
 }
 

@@ -1,4 +1,6 @@
 // The dDlk family: locks on tables and records.
+#include <algorithm>
+
 #include "exports/guard.h"
 #include "table/locks.h"
 #include "vqdbsys.h"
@@ -58,28 +60,19 @@ int32_t VQ_CALL dDlkgetr(VqTable* table, uint32_t recno, void* record) {
 int32_t VQ_CALL dDlklist(VqTable* table, uint32_t* records, int32_t max) {
   return on_table(table, kRecord, [=](Table& t) -> std::int32_t {
     if (records == nullptr && max > 0) return code(null_argument(t));
-    std::int32_t count = 0;
-    for (const std::uint32_t lock : table::held_locks(t)) {
-      if (lock == 0) continue;  // the file
-      if (count < max) records[count] = lock;
-      ++count;
-    }
-    return count;
+    const auto room = static_cast<std::uint32_t>(std::max(max, 0));
+    return static_cast<std::int32_t>(table::list_record_locks(t, records, room));
   });
 }
 
 int32_t VQ_CALL dDlktop(VqTable* table, uint32_t* recno) {
   return on_table(table, kRecord, [=](Table& t) {
-    if (recno == nullptr) return null_argument(t);
-    const auto held = table::held_locks(t);
-    if (held.empty()) return fail(table::block_of(t), Result::not_locked, kUnlock.detail(3));
-    *recno = held.back();
-    return Result::ok;
+    return recno == nullptr ? null_argument(t) : table::top_lock(t, *recno);
   });
 }
 
 int32_t VQ_CALL dDlkcnt(VqTable* table) {
-  return on_table(table, kRecord, [](Table& t) { return table::held_locks(t).size(); });
+  return on_table(table, kRecord, [](Table& t) { return table::lock_count(t); });
 }
 
 int32_t VQ_CALL dDpoplk(VqTable* table) {

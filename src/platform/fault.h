@@ -16,7 +16,7 @@ enum class Call : std::uint8_t {
   write,
   size,  // and identity
   sync,
-  lock,
+  lock,  // and test_lock
   unlock,
   remove,
   rename,

@@ -171,6 +171,10 @@ Outcome File::unlock(std::uint64_t offset, std::uint64_t length) {
   return pass(Call::unlock, [&] { return system::unlock_range(handle_, offset, length); });
 }
 
+Outcome File::test_lock(std::uint64_t offset, std::uint64_t length) {
+  return pass(Call::lock, [&] { return system::test_range(handle_, offset, length); });
+}
+
 Outcome remove(const std::string& path) {
   return pass(Call::remove, [&] { return system::remove_file(path); });
 }

@@ -85,6 +85,9 @@ class File {
   // A range held by somebody else is lock_refused.
   Outcome lock(std::uint64_t offset, std::uint64_t length);
   Outcome unlock(std::uint64_t offset, std::uint64_t length);
+  // Whether anybody else holds a byte of the range (lock_refused), without keeping others out
+  // meanwhile. REQUIRES that this file has not locked exactly this range.
+  Outcome test_lock(std::uint64_t offset, std::uint64_t length);
 
  private:
   static constexpr std::intptr_t kNoHandle = -1;

@@ -36,6 +36,7 @@ Outcome file_identity(Handle file, FileIdentity& identity);
 Outcome sync_file(Handle file);
 Outcome lock_range(Handle file, std::uint64_t offset, std::uint64_t length);
 Outcome unlock_range(Handle file, std::uint64_t offset, std::uint64_t length);
+Outcome test_range(Handle file, std::uint64_t offset, std::uint64_t length);
 
 Outcome remove_file(const std::string& path);
 Outcome rename_file(const std::string& from, const std::string& to);

@@ -1,10 +1,9 @@
-// What a table handle has locked: the append position, and a stack of records and the file.
+// What a table handle has locked: the append position, and a stack of records and the file, of
+// which any lock can be found and released at once however many there are.
 #ifndef VQDBSYS_TABLE_LOCK_STATE_H_
 #define VQDBSYS_TABLE_LOCK_STATE_H_
 
-#include <algorithm>
 #include <cstdint>
-#include <span>
 
 #include "platform/memory.h"
 
@@ -17,41 +16,44 @@ class LockState {
 
   bool append = false;
 
+  bool holds(std::uint32_t lock) const { return *link_to(lock) != kNone; }
   bool holds_file() const { return holds(kFile); }
-  bool holds(std::uint32_t lock) const {
-    const auto all = locks();
-    return std::find(all.begin(), all.end(), lock) != all.end();
+  std::uint32_t count() const { return count_; }
+  // The lock taken last. REQUIRES count() > 0.
+  std::uint32_t newest() const { return locks_[newest_].lock; }
+  // Calls visit(lock) for each, the oldest first.
+  template <typename Visit>
+  void visit(Visit visit) const {
+    for (std::uint32_t i = oldest_; i != kNone; i = locks_[i].newer) visit(locks_[i].lock);
   }
-  // In the order in which they were taken.
-  std::span<const std::uint32_t> locks() const { return {stack(), count_}; }
 
   // Makes room for one more lock; false without memory.
-  bool reserve() {
-    if (count_ < capacity_) return true;
-    const std::size_t capacity = capacity_ == 0 ? 16 : capacity_ * 2;
-    platform::Bytes grown = platform::allocate_bytes(capacity * sizeof(std::uint32_t));
-    if (grown == nullptr) return false;
-    std::copy_n(stack(), count_, reinterpret_cast<std::uint32_t*>(grown.get()));
-    memory_ = std::move(grown);
-    capacity_ = capacity;
-    return true;
-  }
-  // REQUIRES reserve().
-  void push(std::uint32_t lock) { stack()[count_++] = lock; }
-  void remove(std::uint32_t lock) {
-    std::uint32_t* const end = stack() + count_;
-    std::uint32_t* const place = std::find(stack(), end, lock);
-    if (place == end) return;
-    std::copy(place + 1, end, place);
-    --count_;
-  }
+  bool reserve();
+  // REQUIRES reserve() and that the lock is not held.
+  void push(std::uint32_t lock);
+  // REQUIRES that the lock is held.
+  void remove(std::uint32_t lock);
 
  private:
-  std::uint32_t* stack() const { return reinterpret_cast<std::uint32_t*>(memory_.get()); }
+  static constexpr std::uint32_t kNone = UINT32_MAX;
 
-  platform::Bytes memory_;
-  std::size_t count_ = 0;
-  std::size_t capacity_ = 0;
+  struct Lock {
+    std::uint32_t lock;
+    std::uint32_t chained;  // next of the same hash, or next free one
+    std::uint32_t older;
+    std::uint32_t newer;
+  };
+
+  // The link that names the lock's place, or where it would be put.
+  const std::uint32_t* link_to(std::uint32_t lock) const;
+
+  platform::Array<Lock> locks_;
+  platform::Array<std::uint32_t> buckets_;  // as many as locks
+  std::uint32_t capacity_ = 0;              // a power of two
+  std::uint32_t count_ = 0;
+  std::uint32_t free_ = kNone;
+  std::uint32_t oldest_ = kNone;
+  std::uint32_t newest_ = kNone;
 };
 
 }  // namespace vqdb::table

@@ -1,7 +1,6 @@
 #include "table/locks.h"
 
 #include <algorithm>
-#include <vector>
 
 #include "table/lock_scheme.h"
 #include "table/table_handle.h"
@@ -17,7 +16,17 @@ constexpr Operation kLockRecord{50};
 constexpr Operation kWholeFile{1043};
 constexpr Operation kStatus{1045};
 
-const LockScheme* scheme_of(const Table& table) { return find_lock_scheme(table.scheme); }
+// Null for a table whose scheme has no locks.
+const LockScheme* scheme_of(const Table& table) {
+  const LockScheme& scheme = lock_scheme_of(table.scheme);
+  return scheme.has_locks ? &scheme : nullptr;
+}
+
+// An index or memo file that several processes change is never without a lock.
+const LockScheme& bracket_of(std::uint32_t number) {
+  const LockScheme& scheme = lock_scheme_of(number);
+  return scheme.has_locks ? scheme : kLockSchemes.front();
+}
 
 // What a request that fails with one of two detail codes ends in.
 struct Refusal {
@@ -35,13 +44,6 @@ Result answer(VqBlock& block, const platform::Outcome& outcome, const Refusal& r
              : fail(block, refusal.system_result, refusal.system_detail);
 }
 
-// Locks the range for a moment, to see whether somebody else holds a byte of it. REQUIRES that this
-// handle holds none, since letting go of a byte releases it for good.
-platform::Outcome probe(platform::File& file, std::uint64_t offset, std::uint64_t length) {
-  const platform::Outcome outcome = file.lock(offset, length);
-  return outcome.ok() ? file.unlock(offset, length) : outcome;
-}
-
 // One byte may stand for the file and for the append position.
 bool holds_file_byte(const Table& table, const LockScheme& scheme) {
   return table.locks.holds_file() ||
@@ -55,25 +57,16 @@ std::uint32_t max_lockable(const Table& table, const LockScheme& scheme) {
   return static_cast<std::uint32_t>(std::min<std::uint64_t>(room, scheme.max_record));
 }
 
-// Whether anybody else holds a record: the range between the records of this handle.
-platform::Outcome probe_records(Table& table, const LockScheme& scheme) {
-  std::vector<std::uint32_t> held;
-  for (const std::uint32_t lock : table.locks.locks()) {
-    if (lock != LockState::kFile) held.push_back(lock);
-  }
-  std::sort(held.begin(), held.end());
-  held.push_back(std::max(max_lockable(table, scheme), held.empty() ? 0 : held.back()) + 1);
-  std::uint32_t first = 1;
-  for (const std::uint32_t next : held) {
-    if (next > first) {
-      const std::uint64_t start =
-          scheme.records_before ? scheme.offset_of(next - 1) : scheme.offset_of(first);
-      const platform::Outcome outcome = probe(table.records.file, start, next - first);
-      if (!outcome.ok()) return outcome;
-    }
-    first = next + 1;
-  }
-  return {};
+// Whether anybody else holds a record.
+platform::Outcome test_records(Table& table, const LockScheme& scheme) {
+  const std::uint32_t last = max_lockable(table, scheme);
+  return table.records.file.test_lock(scheme.first_offset(last), last);
+}
+
+// Whether anybody else has the file, as far as its byte says.
+platform::Outcome test_file_byte(Table& table, const LockScheme& scheme) {
+  if (holds_file_byte(table, scheme)) return {};
+  return table.records.file.test_lock(scheme.file_offset, 1);
 }
 
 // Takes the bytes of the file lock: the file's own and, so that nobody appends, the append byte.
@@ -126,11 +119,27 @@ Result unlock(Table& table, std::uint32_t lock) {
 std::uint32_t lock_scheme(const Table& table) { return table.scheme; }
 bool has_lock_operations(const Table& table) { return scheme_of(table) != nullptr; }
 bool holds_append_lock(const Table& table) { return table.locks.append; }
-std::span<const std::uint32_t> held_locks(const Table& table) { return table.locks.locks(); }
+std::uint32_t lock_count(const Table& table) { return table.locks.count(); }
 bool holds_record_lock(const Table& table, std::uint32_t recno) {
   return recno != LockState::kFile && table.locks.holds(recno);
 }
-bool holds_any_lock(const Table& table) { return !table.locks.locks().empty(); }
+bool holds_any_lock(const Table& table) { return table.locks.count() != 0; }
+
+std::uint32_t list_record_locks(const Table& table, std::uint32_t* records, std::uint32_t max) {
+  std::uint32_t count = 0;
+  table.locks.visit([&](std::uint32_t lock) {
+    if (lock == LockState::kFile) return;
+    if (count < max) records[count] = lock;
+    ++count;
+  });
+  return count;
+}
+
+Result top_lock(const Table& table, std::uint32_t& lock) {
+  if (table.locks.count() == 0) return fail(table.block, Result::not_locked, kUnlock.detail(3));
+  lock = table.locks.newest();
+  return Result::ok;
+}
 
 Result lock_file(Table& table) {
   const LockScheme* const scheme = scheme_of(table);
@@ -142,7 +151,7 @@ Result lock_file(Table& table) {
       answer(block, take_file_bytes(table, *scheme),
              {Result::file_locked, kLockFile.detail(3), Result::lock_refused, kLockFile.detail(5)});
   if (!ok(result)) return result;
-  result = answer(block, probe_records(table, *scheme),
+  result = answer(block, test_records(table, *scheme),
                   {Result::locked, kLockFile.detail(4), Result::lock_refused, kLockFile.detail(5)});
   if (!ok(result)) {
     (void)release_file_bytes(table, *scheme);
@@ -150,6 +159,12 @@ Result lock_file(Table& table) {
   }
   table.locks.push(LockState::kFile);
   return Result::ok;
+}
+
+Result claim_table(Table& table) {
+  if (scheme_of(table) == nullptr) return Result::ok;
+  const Result result = lock_file(table);
+  return result == Result::locked ? Result::file_locked : result;
 }
 
 Result lock_record(Table& table, std::uint32_t recno) {
@@ -167,14 +182,12 @@ Result lock_record(Table& table, std::uint32_t recno) {
       answer(block, file.lock(offset, 1),
              {Result::locked, kLockRecord.detail(4), Result::lock_refused, kLockRecord.detail(7)});
   if (!ok(result)) return result;
-  if (!holds_file_byte(table, *scheme)) {
-    result = answer(
-        block, probe(file, scheme->file_offset, 1),
-        {Result::file_locked, kLockRecord.detail(5), Result::lock_refused, kLockRecord.detail(7)});
-    if (!ok(result)) {
-      (void)file.unlock(offset, 1);
-      return result;
-    }
+  result = answer(
+      block, test_file_byte(table, *scheme),
+      {Result::file_locked, kLockRecord.detail(5), Result::lock_refused, kLockRecord.detail(7)});
+  if (!ok(result)) {
+    (void)file.unlock(offset, 1);
+    return result;
   }
   table.locks.push(recno);
   return Result::ok;
@@ -188,9 +201,8 @@ Result unlock_record(Table& table, std::uint32_t recno) {
 }
 
 Result pop_lock(Table& table) {
-  const auto held = table.locks.locks();
-  return held.empty() ? fail(table.block, Result::not_locked, kUnlock.detail(3))
-                      : unlock(table, held.back());
+  return table.locks.count() == 0 ? fail(table.block, Result::not_locked, kUnlock.detail(3))
+                                  : unlock(table, table.locks.newest());
 }
 
 Result lock_append(Table& table) {
@@ -198,10 +210,18 @@ Result lock_append(Table& table) {
   if (scheme == nullptr) return fail(table.block, Result::no_driver, kAppend.detail(6));
   if (table.locks.append) return Result::ok;
   if (!table.locks.holds_file()) {
-    const Result result =
-        answer(*table.block, table.records.file.lock(scheme->append_offset, 1),
-               {Result::file_locked, kAppend.detail(4), Result::lock_refused, kAppend.detail(5)});
+    const Refusal refusal = {Result::file_locked, kAppend.detail(4), Result::lock_refused,
+                             kAppend.detail(5)};
+    platform::File& file = table.records.file;
+    Result result = answer(*table.block, file.lock(scheme->append_offset, 1), refusal);
     if (!ok(result)) return result;
+    if (scheme->append_offset != scheme->file_offset) {
+      result = answer(*table.block, test_file_byte(table, *scheme), refusal);
+    }
+    if (!ok(result)) {
+      (void)file.unlock(scheme->append_offset, 1);
+      return result;
+    }
   }
   table.locks.append = true;
   return Result::ok;
@@ -231,10 +251,8 @@ Result record_lock_status(Table& table, std::uint32_t recno) {
     return fail(table.block, Result::out_of_range, kStatus.detail(1));
   }
   if (table.locks.holds(recno) || table.locks.holds_file()) return Result::ok;
-  platform::Outcome outcome = probe(table.records.file, scheme->offset_of(recno), 1);
-  if (outcome.ok() && !holds_file_byte(table, *scheme)) {
-    outcome = probe(table.records.file, scheme->file_offset, 1);
-  }
+  platform::Outcome outcome = table.records.file.test_lock(scheme->offset_of(recno), 1);
+  if (outcome.ok()) outcome = test_file_byte(table, *scheme);
   const Result result =
       answer(*table.block, outcome,
              {Result::locked, kStatus.detail(3), Result::lock_unknown, kStatus.detail(4)});
@@ -245,30 +263,32 @@ Result file_lock_status(Table& table) {
   const LockScheme* const scheme = scheme_of(table);
   if (scheme == nullptr) return fail(table.block, Result::no_driver, kStatus.detail(2));
   if (table.locks.holds_file()) return Result::ok;
-  if (!holds_file_byte(table, *scheme)) {
-    const Result result =
-        answer(*table.block, probe(table.records.file, scheme->file_offset, 1),
-               {Result::locked, kStatus.detail(3), Result::lock_unknown, kStatus.detail(4)});
-    if (!ok(result)) return result;
-  }
-  return Result::not_locked;
+  const Result result =
+      answer(*table.block, test_file_byte(table, *scheme),
+             {Result::locked, kStatus.detail(3), Result::lock_unknown, kStatus.detail(4)});
+  return ok(result) ? Result::not_locked : result;
 }
 
 Result lock_whole_file(VqBlock& block, platform::File& file, std::uint32_t scheme) {
-  const LockScheme* const place = find_lock_scheme(scheme);
-  if (place == nullptr) return Result::ok;
+  const LockScheme& place = bracket_of(scheme);
   return answer(
-      block, file.lock(place->file_offset, place->file_length),
+      block, file.lock(place.file_offset, place.file_length),
       {Result::file_locked, kWholeFile.detail(1), Result::lock_refused, kWholeFile.detail(2)});
 }
 
 Result unlock_whole_file(VqBlock& block, platform::File& file, std::uint32_t scheme) {
-  const LockScheme* const place = find_lock_scheme(scheme);
-  if (place == nullptr) return Result::ok;
-  const platform::Outcome outcome = file.unlock(place->file_offset, place->file_length);
+  const LockScheme& place = bracket_of(scheme);
+  const platform::Outcome outcome = file.unlock(place.file_offset, place.file_length);
   if (outcome.ok()) return Result::ok;
   block.system_error = outcome.system_number;
   return fail(block, Result::lock_routine, kWholeFile.detail(3));
+}
+
+Result test_whole_file(VqBlock& block, platform::File& file, std::uint32_t scheme) {
+  const LockScheme& place = bracket_of(scheme);
+  return answer(
+      block, file.test_lock(place.file_offset, place.file_length),
+      {Result::file_locked, kWholeFile.detail(1), Result::lock_refused, kWholeFile.detail(2)});
 }
 
 }  // namespace vqdb::table

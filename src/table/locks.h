@@ -1,12 +1,11 @@
-// Byte-range locks far beyond the data, by the table's lock scheme: the file, the append position
-// and single records. A request never waits. Every refusal leaves the system's number in the
+// Byte-range locks beyond the data, by the table's lock scheme: the file, the append position and
+// single records. A request never waits. Every refusal leaves the system's number in the
 // block. Who has the file excludes every record lock and append of others. The file's and the
 // records' locks of a handle form a stack.
 #ifndef VQDBSYS_TABLE_LOCKS_H_
 #define VQDBSYS_TABLE_LOCKS_H_
 
 #include <cstdint>
-#include <span>
 
 #include "platform/file.h"
 #include "table/table.h"
@@ -22,6 +21,9 @@ bool has_lock_operations(const Table& table);
 // (somebody else has the file or appends), 484 (somebody else has a record), 485 (system), 486 (no
 // memory).
 Result lock_file(Table& table);
+// The same for work on the table as a whole: without lock operations nothing is taken, and
+// whatever somebody else has locked is file_locked.
+Result claim_table(Table& table);
 // Details 502 (number out of range), 503 (no lock operations), 504 (somebody else has the record),
 // 505 (somebody else has the file), 506 (no memory), 507 (system).
 Result lock_record(Table& table, std::uint32_t recno);
@@ -40,8 +42,12 @@ Result lock_append(Table& table);
 Result unlock_append(Table& table);
 bool holds_append_lock(const Table& table);
 
-// Record numbers, and 0 for the file, in the order in which they were locked.
-std::span<const std::uint32_t> held_locks(const Table& table);
+// Locks on records and on the file.
+std::uint32_t lock_count(const Table& table);
+// Stores up to max of the locked record numbers, the oldest lock first; returns how many there are.
+std::uint32_t list_record_locks(const Table& table, std::uint32_t* records, std::uint32_t max);
+// The lock taken last: a record number, or 0 for the file. Detail 493 (none).
+Result top_lock(const Table& table, std::uint32_t& lock);
 bool holds_record_lock(const Table& table, std::uint32_t recno);
 // Any lock of the caller's (file or record).
 bool holds_any_lock(const Table& table);
@@ -52,11 +58,14 @@ bool holds_any_lock(const Table& table);
 Result record_lock_status(Table& table, std::uint32_t recno);
 Result file_lock_status(Table& table);
 
-// The file lock of any file (an index or memo file) by a scheme; schemes 4 to 6 have no locks and
-// grant at once. The caller remembers what it holds. Details 10431 (somebody else has the file),
-// 10432 (system), 10433 (unlocking failed).
+// The file lock of any file (an index or memo file) by a scheme; where the scheme has no locks it
+// lies at scheme 0's bytes, since such a file must not be changed by two at once. The caller
+// remembers what it holds. Details 10431 (somebody else has the file), 10432 (system), 10433
+// (unlocking failed).
 Result lock_whole_file(VqBlock& block, platform::File& file, std::uint32_t scheme);
 Result unlock_whole_file(VqBlock& block, platform::File& file, std::uint32_t scheme);
+// Whether somebody else has it: file_locked, detail 10431. REQUIRES that this file does not.
+Result test_whole_file(VqBlock& block, platform::File& file, std::uint32_t scheme);
 
 }  // namespace vqdb::table
 

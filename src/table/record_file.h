@@ -9,7 +9,7 @@
 
 namespace vqdb::table {
 
-// Locked bytes lie from here on, so records must end before.
+// No table is longer: from here on lie locked bytes. Some lock schemes end tables earlier.
 inline constexpr std::uint64_t kMaxTableBytes = 0xEFFFFFFE;
 
 inline constexpr char kEndMark = 0x1A;

@@ -31,6 +31,7 @@ Result record_status(Table& table, std::uint32_t recno, char& flag);
 // 333 (record, fields or end mark not written), 335 (count not written), 353 (the record is in, but
 // the append lock could not be released), 423 and 424 (count not read).
 Result append_record(Table& table, const void* record);
+// To a table in the making, which no lock scheme bounds yet.
 Result append_whole_record(Table& table, const Byte* record);
 
 // Details 463 (read-only), 464 (number below 1), 465 (beyond the last record), 466 (no memory), 467

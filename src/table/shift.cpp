@@ -119,8 +119,8 @@ Result remove_record(Table& table, std::uint32_t recno) {
   if (removed == nullptr || !mover.prepare()) {
     return fail(table.block, Result::no_memory, kRmrec.detail(5));
   }
+  if (const Result result = mover.get(recno, removed.get()); !ok(result)) return result;
   if (recno < count) {
-    if (const Result result = mover.get(recno, removed.get()); !ok(result)) return result;
     std::uint32_t done = 0;
     if (const Result result = mover.shift_down(recno + 1, count, done); !ok(result)) {
       const std::int32_t detail = table.block->detail;

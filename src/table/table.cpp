@@ -75,6 +75,15 @@ Result refresh_count(Table& table) {
   return Result::ok;
 }
 
+Result check_stored(Table& table, std::uint32_t recno) {
+  std::uint64_t bytes = 0;
+  if (!table.records.file.size(bytes).ok()) {
+    return fail(table.block, Result::io, kReccnt.detail(4));
+  }
+  return bytes >= table.records.offset_of(recno + 1) ? Result::ok
+                                                     : fail(table.block, Result::io, kShortFile);
+}
+
 Result write_count(Table& table, std::uint32_t count, std::int32_t detail) {
   const convert::Date today = convert::today();
   std::array<Byte, kDateAndCountBytes> bytes;

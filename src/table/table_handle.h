@@ -56,6 +56,13 @@ class Table : public HandleHead {
 
 constexpr bool is_number(std::uint32_t recno) { return recno >= 1 && recno <= INT32_MAX; }
 
+// A record that the header counts and the file lacks.
+inline constexpr std::int32_t kShortFile = 10064;
+
+// Refuses a record that the file does not hold whole: writing there would make records of the gap.
+// Details 10064 and, with the size unknown, 424.
+Result check_stored(Table& table, std::uint32_t recno);
+
 // Takes the count from the file: from the header, or from the file's size under the dialect bit
 // for that. Details 423 and 424.
 Result refresh_count(Table& table);

@@ -74,7 +74,9 @@ Result change_record(Table& table, std::uint32_t recno, Change change, const voi
     if (change == Change::overwrite && !image.make(record, skip, length)) {
       return fail(table.block, Result::no_memory, kUpdrec.detail(6));
     }
-    if (const Result result = write_change(table, recno, change, image); !ok(result)) {
+    Result result = check_stored(table, recno);
+    if (ok(result)) result = write_change(table, recno, change, image);
+    if (!ok(result)) {
       table.cache.drop(recno);
       return result;
     }

@@ -274,7 +274,7 @@ TEST(TableFaults, details_name_the_step) {
        507},
       {"memory for a lock", 2, 0, 0, Call::allocate, 1,
        [](VqTable* t) { return lib.dDlkrec(t, 1); }, -14, 506},
-      {"unlock", 2, 0, 0, Call::unlock, 2,
+      {"unlock", 2, 0, 0, Call::unlock, 1,
        [](VqTable* t) { return lib.dDlkrec(t, 1) + lib.dDpoplk(t); }, -39, 494},
       {"memory to insert", 0, 1, 0, Call::allocate, 1,
        [](VqTable* t) { return lib.dDinsrec(t, 1, out.data()); }, -14, 275},

@@ -72,12 +72,12 @@ TEST(Calls, shared_operations_take_their_steps_and_no_more) {
     std::int32_t buffers;
     std::uint64_t append, update, locked_update, read;
   };
-  // Append: lock, count, record with end mark, header, unlock. Update: two probes of lock and
-  // unlock, and the record.
-  for (const Case& c : {Case{2, 0, 0, 5, 5, 1, 1},
-                        {2, 0, 3, 5, 5, 1, 1},
-                        {4, 3, 3, 5, 5, 1, 0},
-                        {2, 4, 0, 3, 1, 1, 1}}) {
+  // Append: lock, a look at the file's lock, count, size, record with end mark, header, unlock.
+  // Update: a look at the record's and the file's locks, size, record.
+  for (const Case& c : {Case{2, 0, 0, 7, 4, 2, 1},
+                        {2, 2, 3, 6, 4, 2, 1},
+                        {4, 3, 3, 7, 4, 2, 0},
+                        {2, 4, 0, 4, 2, 2, 1}}) {
     ScratchTable scratch;
     scratch.append(1, 100);
     scratch.block.index_kind = c.scheme;

@@ -223,6 +223,23 @@ TEST(SharedModes, records_that_were_never_read_are_not_kept) {
   }
 }
 
+TEST(Locks, of_many_records_are_found_at_once) {
+  Pair pair(0);
+  std::uint32_t top = 0;
+  // Every other record, so that the system cannot join their bytes.
+  for (std::uint32_t i = 1; i <= 2000; ++i) ASSERT_EQ(kDone, pair.by_a(lib.dDlkrec, 2 * i));
+  for (std::uint32_t i = 1; i <= 2000; i += 2) ASSERT_EQ(kDone, pair.by_a(lib.dDulkrec, 2 * i));
+  EXPECT_EQ(1000, lib.dDlkcnt(*pair.a));
+  for (std::uint32_t i = 2000; i > 1990; i -= 2) {
+    EXPECT_EQ(kDone, pair.by_a(lib.dDlktop, &top));
+    EXPECT_EQ(2 * i, top);
+    EXPECT_EQ(kDone, pair.by_a(lib.dDpoplk));
+  }
+  EXPECT_EQ(kDone, pair.by_a(lib.dDlkfil)) << "its own records do not count";
+  EXPECT_EQ(kDone, pair.by_a(lib.dDlkrec, 2));
+  EXPECT_EQ(997, lib.dDlkcnt(*pair.a));
+}
+
 TEST(LocksWithoutOperations, refuse_requests_and_let_changes_through) {
   Pair pair(4);
   std::string out(15, '?');

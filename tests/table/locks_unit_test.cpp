@@ -43,6 +43,13 @@ TEST(LockBytes, lie_where_the_scheme_says) {
     EXPECT_TRUE(is_locked(c.file) && is_locked(c.append));
     ASSERT_EQ(0, lib.dDpoplk(table));
     EXPECT_FALSE(is_locked(c.file) || is_locked(c.append));
+    // A host that takes no more than the file's byte.
+    ASSERT_TRUE(other.lock(c.file, 1).ok());
+    EXPECT_EQ(-38, lib.dDapprec(table, ScratchTable::record(1).data()));
+    EXPECT_EQ(324, +scratch.block.detail);
+    EXPECT_FALSE(c.append != c.file && is_locked(c.append)) << "what was taken is given back";
+    ASSERT_TRUE(other.unlock(c.file, 1).ok());
+    EXPECT_EQ(0, lib.dDapprec(table, ScratchTable::record(1).data()));
   }
 }
 

@@ -15,11 +15,7 @@ constexpr std::uint32_t kEagerTries = 50;
 constexpr std::uint32_t kPatientTries = 3000;
 constexpr std::uint32_t kPauseMilliseconds = 1;
 
-// The brackets of a table whose scheme has no locks take this one's byte: without any, two
-// processes would destroy the file.
-constexpr std::uint32_t kBracketScheme = 0;
-
-bool has_locks(std::uint32_t scheme) { return table::find_lock_scheme(scheme) != nullptr; }
+bool has_locks(std::uint32_t scheme) { return table::lock_scheme_of(scheme).has_locks; }
 
 bool is_busy(Result result) { return result == Result::file_locked || result == Result::locked; }
 
@@ -30,7 +26,6 @@ bool IndexFile::attach(platform::File&& file, std::uint32_t open_mode, std::uint
   system_file = std::move(file);
   mode = open_mode;
   scheme = lock_scheme;
-  bracket_scheme_ = has_locks(scheme) ? scheme : kBracketScheme;
   const auto wanted = static_cast<std::uint32_t>(std::max(buffers, kMinBuffers));
   return cache.allocate(std::max(wanted, kMostPins));
 }
@@ -76,17 +71,17 @@ Result IndexFile::take_hold() {
 
 Result IndexFile::take_lock() {
   if (lock_lingers_) return Result::ok;
-  Result result = table::lock_whole_file(block, system_file, bracket_scheme_);
+  Result result = table::lock_whole_file(block, system_file, scheme);
   for (std::uint32_t tries = 0; is_busy(result) && tries < kEagerTries + kPatientTries; ++tries) {
     platform::pause(tries < kEagerTries ? 0 : kPauseMilliseconds);
-    result = table::lock_whole_file(block, system_file, bracket_scheme_);
+    result = table::lock_whole_file(block, system_file, scheme);
   }
   return result;
 }
 
 Result IndexFile::let_go() {
   if (lock_is_callers_) return Result::ok;
-  const Result result = table::unlock_whole_file(block, system_file, bracket_scheme_);
+  const Result result = table::unlock_whole_file(block, system_file, scheme);
   lock_lingers_ = !ok(result);
   return result;
 }

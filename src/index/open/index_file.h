@@ -70,7 +70,6 @@ class IndexFile : public PageStore {
   Result refresh();
   Result write_back();
 
-  std::uint32_t bracket_scheme_ = 0;
   std::uint32_t brackets_ = 0;    // that are open
   bool lock_is_callers_ = false;  // taken by lock()
   bool lock_lingers_ = false;     // could not be given back after an operation

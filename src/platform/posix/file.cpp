@@ -86,13 +86,18 @@ Outcome transfer_pieces(std::span<const Piece> pieces, std::size_t& moved, Trans
                   moved);
 }
 
-// Byte-range locks that belong to the open file, not to the process.
-Outcome set_lock(system::Handle file, short kind, std::uint64_t offset, std::uint64_t length) {
+struct flock range_of(short kind, std::uint64_t offset, std::uint64_t length) {
   struct flock range = {};
   range.l_type = kind;
   range.l_whence = SEEK_SET;
   range.l_start = static_cast<off_t>(offset);
   range.l_len = static_cast<off_t>(length);
+  return range;
+}
+
+// Byte-range locks that belong to the open file, not to the process.
+Outcome set_lock(system::Handle file, short kind, std::uint64_t offset, std::uint64_t length) {
+  struct flock range = range_of(kind, offset, length);
   if (::fcntl(descriptor(file), F_OFD_SETLK, &range) == 0) return {};
   if (errno == EBADF && kind == F_WRLCK) {  // open for reading only: keep writers out at least
     range.l_type = F_RDLCK;
@@ -170,6 +175,12 @@ Outcome lock_range(Handle file, std::uint64_t offset, std::uint64_t length) {
 
 Outcome unlock_range(Handle file, std::uint64_t offset, std::uint64_t length) {
   return set_lock(file, F_UNLCK, offset, length);
+}
+
+Outcome test_range(Handle file, std::uint64_t offset, std::uint64_t length) {
+  struct flock range = range_of(F_WRLCK, offset, length);
+  if (::fcntl(descriptor(file), F_OFD_GETLK, &range) != 0) return outcome_of(errno);
+  return range.l_type == F_UNLCK ? Outcome{} : Outcome{Error::lock_refused, EAGAIN};
 }
 
 Outcome remove_file(const std::string& path) { return outcome_if(::unlink(path.c_str()) == 0); }

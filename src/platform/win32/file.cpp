@@ -173,6 +173,16 @@ Outcome unlock_range(Handle file, std::uint64_t offset, std::uint64_t length) {
                                    low_word(length), high_word(length)));
 }
 
+// A shared lock for a moment: tests do not get in each other's way.
+Outcome test_range(Handle file, std::uint64_t offset, std::uint64_t length) {
+  OVERLAPPED place = {};
+  place.Offset = low_word(offset);
+  place.OffsetHigh = high_word(offset);
+  const Outcome locked = lock_outcome(::LockFileEx(handle_of(file), LOCKFILE_FAIL_IMMEDIATELY, 0,
+                                                   low_word(length), high_word(length), &place));
+  return locked.ok() ? unlock_range(file, offset, length) : locked;
+}
+
 Outcome remove_file(const std::string& path) { return outcome_if(::DeleteFileA(path.c_str())); }
 
 Outcome rename_file(const std::string& from, const std::string& to) {
