@@ -220,6 +220,15 @@ typedef struct VqIndexSpec {
   struct VqIndexSpec* next;
 } VqIndexSpec;
 
+/* A field of a table, as dDfield gives it. */
+typedef struct VqField {
+  char name[11]; /* in capitals, ended by a zero byte */
+  char type;     /* C, N, F, D, L, M, B, G or P, or what another program wrote */
+  uint32_t length;
+  uint32_t decimals;
+  uint32_t offset; /* in a record with its deletion flag: 1 for the first field */
+} VqField;
+
 /* Given to dEparse as the table: names are not bound and types are not checked. */
 #define VQ_NO_TABLE ((VqTable*)(intptr_t)-4)
 
@@ -233,8 +242,16 @@ typedef struct VqIndexSpec {
  *
  * Open modes: 0 exclusive; 1 read-only; 2 shared, reads go to the file and the record count is
  * taken from it; 4 shared, reads come from the buffers. The bits add up. In exclusive modes changes
- * wait in the buffers for dDflush or dDclose; in shared modes they are written at once. An
- * exclusive or read-only table, or a shared one without bit 2, has at least one buffer.
+ * wait in the buffers for dDflush or dDclose; in shared modes they are written at once. Modes 2 and
+ * 3 may have no buffers, any other has at least one.
+ *   "Exclusive" is the host's word that nobody else has the table; it keeps nobody out, and what
+ * two handles write beside each other then is lost. Modes with bit 4 see what others have changed
+ * since only where a block was not in the buffers yet, and others' new records (without bit 2) only
+ * after an append of their own: dDlkgetr gives a record as it is now, dDclearbuf makes every later
+ * read do so, mode 6 brings the count. Run-time flag 2 makes mode 2 read as mode 6 does.
+ *   What is written has reached the system and outlives the program; a loss of power may take it
+ * back until the device has it. With run-time flag 4 of the block, dDflush and dDclose, like the
+ * flush and close of memo files and indexes, wait for the device (244, -17).
  *
  * Details of the buffers, from any operation on records:
  *   10061 -17 a changed block that makes room could not be written
@@ -246,7 +263,8 @@ typedef struct VqIndexSpec {
  * 2 * count texts: name, type, name, type, ... Types: C1..C254; N1..N20 and F1..F20 with decimals
  * behind a point ("N10.2", at most length - 2); D (8 bytes); L (1); M (10); B and G (10, kinds with
  * bit 4); P (10, kinds with bit 8). Names: up to 10 letters, digits and `_`, no digit first; they
- * are put into capitals. A failure removes the file.
+ * are put into capitals. What is refused leaves an older file alone; a failure to write (155, 163,
+ * 164) removes it.
  *   151 -4  count (1..255, with kind bit 4 1..1024)      152 -14 no memory
  *   153     file not created: -5, -17 to -20             155 -17 descriptors not written
  *   156 -4  name longer than 10 characters               157 -11 character in a name
@@ -276,6 +294,8 @@ int32_t VQ_CALL dDmode(VqBlock* block, const char* name);
 int32_t VQ_CALL dDfields(VqTable* table);
 /* The name of a field, at most 10 characters and a zero byte. 222 (-4) number. */
 int32_t VQ_CALL dDfldnm(VqTable* table, int32_t number, char* name);
+/* All that is known of a field. An addition to the family. Bad handle: 221. 222 (-4) number. */
+int32_t VQ_CALL dDfield(VqTable* table, int32_t number, VqField* field);
 /* The number of the field of this name, in any case. Bad handle: 221. 222 (-4) unknown name. */
 int32_t VQ_CALL dDfldno(VqTable* table, const char* name);
 /* The record length with the deletion flag. Makes no signature test; 0 for a closed handle. */
@@ -305,9 +325,8 @@ int32_t VQ_CALL dDapprec(VqTable* table, const void* record);
 /* Overwrites a record. With run-time flag 1 this makes it live. In shared modes a record that
  * somebody else has locked is refused.
  *   463 -16 read-only            464 -4  number below 1     465 -4  beyond the last record
- *   466 -14 no memory            467 -17 not written
- *   10064 -17 the file lacks it  10453 -37 locked by somebody else
- *   10454 -36 the system cannot tell */
+ *   467 -17 not written          10064 -17 the file lacks it
+ *   10453 -37 locked by somebody else                       10454 -36 the system cannot tell */
 int32_t VQ_CALL dDupdrec(VqTable* table, uint32_t recno, const void* record);
 /* Set and clear the deletion flag of a record; results as for dDupdrec. */
 int32_t VQ_CALL dDdelrec(VqTable* table, uint32_t recno);
@@ -324,12 +343,15 @@ int32_t VQ_CALL dDrmrec(VqTable* table, uint32_t recno);
 int32_t VQ_CALL dDrecsta(VqTable* table, uint32_t recno);
 
 /* Writes changed blocks (242, -17) and, when the record count changed, count and date (243, -17).
- */
+ * When blocks fail, as on a full disk, the count becomes that of the records which are whole in the
+ * file, and the others wait on for the next flush; after dDclose they are lost. */
 int32_t VQ_CALL dDflush(VqTable* table);
 /* Flushes and empties the buffers. Bad handle: 461. */
 int32_t VQ_CALL dDclearbuf(VqTable* table);
 
-/* Tables as whole files: none of them may be open. */
+/* Tables as whole files: none of them may be open. What of a table that is packed or appended to
+ * somebody else has locked is refused (-38, 483 or 484). Two names of one file, over links or by
+ * other paths, count as the same. */
 
 /* Creates table `to` with the fields of table `from` and no records. Field names pass the tests of
  * dDcreat again (151..164); types are taken as they are. 141 (-11) a name is null or both are the
@@ -339,8 +361,8 @@ int32_t VQ_CALL dDcopy(VqBlock* block, const char* from, const char* to);
  * dDopen. */
 int32_t VQ_CALL dDcmpstr(VqBlock* block, const char* first, const char* second);
 /* Appends the records of `source` to `target`, whose date stays; or makes `target` a copy of
- * `source` when there is none. A failure leaves `target` as it was. Progress in pieces of 16384
- * bytes.
+ * `source` when there is none. A failure leaves the records of `target`, their count and the date
+ * as they were; behind the end mark the file may stay longer. Progress in pieces of 16384 bytes.
  *   341     source not opened     342 -14 no memory             343     target not opened
  *   344 -17 not a header          345     target not created    346, 347 not opened again
  *   348, 349 -17 no header        350 -20 the target would reach the locked bytes, -17 it lacks
@@ -350,14 +372,16 @@ int32_t VQ_CALL dDcmpstr(VqBlock* block, const char* first, const char* second);
  *   358 -3  source shorter than its header says, -17 not read; else as for dDcmpstr */
 int32_t VQ_CALL dDcat(VqBlock* block, const char* target, const char* source);
 /* Replaces a table, in one step, by a copy without the records whose flag byte is not a blank. The
- * production index flag is cleared, since record numbers change. Needs room for the copy in the
- * temporary directory. Progress in records.
+ * production index flag is cleared, since record numbers change; the memo file stays as it is. The
+ * copy, which has the table's rights, is made in the temporary directory and goes from there beside
+ * the table when it lies on another device. Progress in records.
  *
  * WARNING. Every index of the table, and its index list, goes on naming the records by their
  * numbers of before, and DBuse and DBopen would open it as sound. Use DBpack for a table that has
  * indexes, or build them again before anyone opens them.
  *   291 no temporary file    292 -14 no memory   293 the copy could not take the table's place
- *   294 -17 header not copied; else as for dDcopy, dDgetrec and dDapprec */
+ *   294 -17 header not copied; else as for dDopen, dDcreat, dDlkfil, dDgetrec and
+ *   dDapprec */
 int32_t VQ_CALL dDpack(VqBlock* block, const char* name);
 
 /* Writes the records of table `source`, deletion flags and all, to a new table `target` in the
@@ -387,12 +411,13 @@ int32_t VQ_CALL dDapart(VqBlock* block, const char* name);
  *   scheme 1: file 1000000000, append 1134217727, record n 1000000000 + n
  *   scheme 2: file and append 0xEFFFFFFF,         record n 0xEFFFFFFF - n
  *   scheme 3: file 0x7FFFFFFE, append 0x7FFFFFFD, record n 0x40000000 + n
- * Locking the file takes its byte and the append byte; index and memo files are locked at the file's
- * byte (scheme 0: two bytes). Tables grow up to 1000000000 bytes in scheme 1, 0x40000001 in scheme 3
- * and 0xEFFFFFFE in the others. Schemes 4 to 6, which the kinds 8, 32776 and 16 begin with, have no
- * locks: -13, and nothing keeps two programs from writing the same record; their index and memo
- * files are kept whole by the bytes of scheme 0. A refusal leaves the system's number in block->system_error. Locking what the
- * handle holds already changes nothing. Closing the table releases all its locks.
+ * Locking the file takes its byte and the append byte; index and memo files are locked at the
+ * file's byte (scheme 0: two bytes). Tables grow up to 1000000000 bytes in scheme 1, 0x40000001 in
+ * scheme 3 and 0xEFFFFFFE in the others. Schemes 4 to 6, which the kinds 8, 32776 and 16 begin
+ * with, have no locks: -13, and nothing keeps two programs from writing the same record; their
+ * index and memo files are kept whole by the bytes of scheme 0. A refusal leaves the system's
+ * number in block->system_error. Locking what the handle holds already changes nothing. Closing the
+ * table releases all its locks.
  */
 
 /* The whole file: nobody else can lock it, lock a record or append.

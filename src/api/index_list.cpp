@@ -160,11 +160,8 @@ bool mark_index_list(const char* table_name, bool marked) {
   if (text.starts_with(kMark)) text.erase(0, kMark.size());
   if (marked) text.insert(0, kMark);
   TemporaryFile growing;
-  platform::File file;
-  return growing.make_beside(path, "TMP").ok() &&
-         file.open(growing.path(), platform::Access::read_write).ok() &&
-         file.write_at(0, text.data(), text.size()).ok() && file.sync().ok() && file.close().ok() &&
-         growing.put_in_place_of(path).ok();
+  return growing.make_beside(path).ok() &&
+         growing.file().write_at(0, text.data(), text.size()).ok() && growing.put_in_place().ok();
 }
 
 Result parse_tokens(VqBlock& block, std::string_view line, std::size_t least,

@@ -51,6 +51,17 @@ void put(std::int32_t* out, std::int32_t value) {
   if (out != nullptr) *out = value;
 }
 
+// The field of this number; null when there is none.
+const table::Field* find(const Table& table, std::int32_t number) {
+  const auto fields = table::fields(table);
+  const auto index = static_cast<std::size_t>(number) - 1;
+  return number > 0 && index < fields.size() ? &fields[index] : nullptr;
+}
+
+Result unknown_field(Table& table) {
+  return fail(table::block_of(table), Result::out_of_range, kFldno.detail(2));
+}
+
 }  // namespace
 
 extern "C" {
@@ -95,11 +106,20 @@ int32_t VQ_CALL dDfields(VqTable* table) {
 int32_t VQ_CALL dDfldnm(VqTable* table, int32_t number, char* name) {
   return on_table(table, kFldno, [=](Table& t) {
     if (name == nullptr) return null_argument(&table::block_of(t), kFldno);
-    const auto fields = table::fields(t);
-    if (number < 1 || static_cast<std::size_t>(number) > fields.size()) {
-      return fail(table::block_of(t), Result::out_of_range, kFldno.detail(2));
-    }
-    std::strcpy(name, fields[static_cast<std::size_t>(number - 1)].name.data());
+    const table::Field* const field = find(t, number);
+    if (field == nullptr) return unknown_field(t);
+    std::strcpy(name, field->name.data());
+    return Result::ok;
+  });
+}
+
+int32_t VQ_CALL dDfield(VqTable* table, int32_t number, VqField* field) {
+  return on_table(table, kFldno, [=](Table& t) {
+    if (field == nullptr) return null_argument(&table::block_of(t), kFldno);
+    const table::Field* const found = find(t, number);
+    if (found == nullptr) return unknown_field(t);
+    *field = {{}, found->type, found->length, found->decimals, found->offset};
+    std::copy(found->name.begin(), found->name.end(), field->name);
     return Result::ok;
   });
 }
@@ -108,9 +128,7 @@ int32_t VQ_CALL dDfldno(VqTable* table, const char* name) {
   return on_table(table, kFldno, [=](Table& t) -> std::int32_t {
     if (name == nullptr) return code(null_argument(&table::block_of(t), kFldno));
     const table::Field* const field = table::find_field(t, name);
-    if (field == nullptr) {
-      return code(fail(table::block_of(t), Result::out_of_range, kFldno.detail(2)));
-    }
+    if (field == nullptr) return code(unknown_field(t));
     return static_cast<std::int32_t>(field - table::fields(t).data()) + 1;
   });
 }

@@ -1,16 +1,9 @@
 #include "frame/file_name.h"
 
-#include <atomic>
-#include <cstdint>
-
-#include "platform/file.h"
 #include "platform/path.h"
 
 namespace vqdb {
 namespace {
-
-// The last number used in a temporary name, by anyone in this process.
-std::atomic<std::uint32_t> last_temporary{0};
 
 // Where the extension's point stands, searched backwards up to the start of the file name.
 std::size_t find_point(std::string_view name) {
@@ -56,22 +49,6 @@ std::string_view base_name(std::string_view path) {
 
 std::string_view directory_of(std::string_view path) {
   return path.substr(0, path.find_last_of("\\/:") + 1);
-}
-
-std::optional<std::string> temporary_path(const VqBlock& block, std::string_view extension) {
-  return temporary_path_in(block.temporary_directory, extension);
-}
-
-std::optional<std::string> temporary_path_in(std::string_view directory,
-                                             std::string_view extension) {
-  const std::uint32_t start = last_temporary.load();
-  for (;;) {
-    const std::uint32_t number = ++last_temporary;
-    if (number == start) return std::nullopt;
-    const std::string name = std::string(directory) + std::to_string(number);
-    const std::string path = path_of(name, extension);
-    if (!platform::exists(platform::resolve(name)) && !platform::exists(path)) return path;
-  }
 }
 
 }  // namespace vqdb

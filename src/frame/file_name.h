@@ -1,13 +1,9 @@
-// File names as callers write them: the default-extension rule, the part behind a semicolon, and
-// names for temporary files.
+// File names as callers write them: the default-extension rule and the part behind a semicolon.
 #ifndef VQDBSYS_FRAME_FILE_NAME_H_
 #define VQDBSYS_FRAME_FILE_NAME_H_
 
-#include <optional>
 #include <string>
 #include <string_view>
-
-#include "vqdbsys.h"
 
 namespace vqdb {
 
@@ -26,14 +22,6 @@ std::string_view behind_semicolon(std::string_view name);
 
 // The file name without directory and extension.
 std::string_view base_name(std::string_view path);
-
-// The path of a file in the block's temporary directory that does not exist, neither under this
-// name nor with the extension that it carries already; nothing when every number is taken.
-std::optional<std::string> temporary_path(const VqBlock& block, std::string_view extension);
-
-// The same in a directory, whose text ends in a separator or is empty.
-std::optional<std::string> temporary_path_in(std::string_view directory,
-                                             std::string_view extension);
 
 // The directory of a path, with the separator that ends it; empty for a bare file name.
 std::string_view directory_of(std::string_view path);

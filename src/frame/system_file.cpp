@@ -24,6 +24,10 @@ Result open_result(platform::Error error) {
   }
 }
 
+platform::Outcome force_out(const VqBlock& block, platform::File& file) {
+  return (block.runtime_flags & runtime_flag::kDurable) != 0 ? file.sync() : platform::Outcome{};
+}
+
 Result open_file(VqBlock& block, const std::string& path, std::uint32_t mode,
                  platform::File& file) {
   const bool read_only = (mode & open_mode::kReadOnly) != 0;

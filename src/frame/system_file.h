@@ -19,6 +19,9 @@ inline Result transfer_result(const platform::Outcome& outcome) {
   return outcome.ok() ? Result::ok : Result::io;
 }
 
+// With run-time flag 4, hands everything written to the file to the device.
+platform::Outcome force_out(const VqBlock& block, platform::File& file);
+
 // Opens an existing file: read-write, or with mode bit 1 read-only where read-write is denied.
 // Details 10421 (not found) and 10422.
 Result open_file(VqBlock& block, const std::string& path, std::uint32_t mode, platform::File& file);

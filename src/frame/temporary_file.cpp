@@ -1,39 +1,94 @@
 #include "frame/temporary_file.h"
 
+#include <array>
+#include <atomic>
+#include <cstdint>
+
 #include "frame/file_name.h"
-#include "frame/put_in_place.h"
-#include "platform/file.h"
+#include "platform/path.h"
 
 namespace vqdb {
+namespace {
+
+using platform::Error;
+using platform::Outcome;
+
+constexpr std::string_view kExtension = ".VQT";
+
+// The last number used in a temporary name, by anyone in this process.
+std::atomic<std::uint32_t> last_number{0};
+
+// Offers one name after another to make(path), which answers already_exists for a taken one, until
+// every number has been tried.
+template <typename Make>
+Outcome under_new_name(std::string_view directory, Make make) {
+  const std::uint32_t start = last_number.load();
+  for (;;) {
+    const std::uint32_t number = ++last_number;
+    if (number == start) return {Error::already_exists, 0};
+    const std::string path =
+        platform::resolve(std::string(directory).append(std::to_string(number)).append(kExtension));
+    Outcome outcome = make(path);
+    if (outcome.error == Error::already_exists && platform::remove_abandoned(path)) {
+      outcome = make(path);
+    }
+    if (outcome.error != Error::already_exists) return outcome;
+  }
+}
+
+Outcome copy_bytes(platform::File& from, platform::File& to) {
+  std::array<char, platform::kChunkBytes> bytes;
+  for (std::uint64_t offset = 0;;) {
+    std::size_t size = 0;
+    Outcome outcome = from.read_at(offset, bytes.data(), bytes.size(), size);
+    if (outcome.ok()) outcome = to.write_at(offset, bytes.data(), size);
+    if (!outcome.ok() || size < bytes.size()) return outcome;
+    offset += size;
+  }
+}
+
+}  // namespace
 
 TemporaryFile::~TemporaryFile() {
   if (!path_.empty()) (void)platform::remove(path_);
 }
 
-platform::Outcome TemporaryFile::make(const VqBlock& block, std::string_view extension) {
-  return make_in(block.temporary_directory, extension);
+Outcome TemporaryFile::make(const VqBlock& block, const std::string& target) {
+  target_ = platform::real_path(target);
+  return make_in(block.temporary_directory);
 }
 
-platform::Outcome TemporaryFile::make_beside(const std::string& path, std::string_view extension) {
-  return make_in(directory_of(path), extension);
+Outcome TemporaryFile::make_beside(const std::string& target) {
+  target_ = platform::real_path(target);
+  return make_in(directory_of(target_));
 }
 
-platform::Outcome TemporaryFile::make_in(std::string_view directory, std::string_view extension) {
-  for (;;) {
-    const auto path = temporary_path_in(directory, extension);
-    if (!path) return {platform::Error::already_exists, 0};
-    platform::File file;
-    const platform::Outcome outcome = file.create(*path, platform::Creation::exclusive);
-    if (outcome.error == platform::Error::already_exists) continue;
-    if (outcome.ok()) path_ = *path;
+Outcome TemporaryFile::make_in(std::string_view directory) {
+  return under_new_name(directory, [this](const std::string& path) {
+    const Outcome outcome = file_.create_replacement(path, target_);
+    if (outcome.ok()) path_ = path;
     return outcome;
-  }
+  });
 }
 
-platform::Outcome TemporaryFile::put_in_place_of(const std::string& path) {
-  const platform::Outcome outcome = put_in_place(path_, path);
+Outcome TemporaryFile::put_in_place() {
+  Outcome outcome = file_.sync();
+  if (outcome.ok()) outcome = platform::replace(path_, target_);
+  if (outcome.error == Error::other_device) return copy_into_place();
   if (outcome.ok()) path_.clear();
   return outcome;
+}
+
+Outcome TemporaryFile::copy_into_place() {
+  TemporaryFile copy;
+  Outcome outcome = copy.make_beside(target_);
+  if (outcome.ok()) outcome = copy_bytes(file_, copy.file_);
+  return outcome.ok() ? copy.put_in_place() : outcome;
+}
+
+Outcome make_scratch_file(const VqBlock& block, platform::File& file) {
+  return under_new_name(block.temporary_directory,
+                        [&](const std::string& path) { return file.create_scratch(path); });
 }
 
 }  // namespace vqdb

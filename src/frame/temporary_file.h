@@ -1,16 +1,19 @@
-// A file that exists while somebody works on it.
+// Files that exist while somebody works on them. Their names are numbers with the extension VQT, so
+// that they are told from a host's files.
 #ifndef VQDBSYS_FRAME_TEMPORARY_FILE_H_
 #define VQDBSYS_FRAME_TEMPORARY_FILE_H_
 
 #include <string>
 #include <string_view>
 
-#include "platform/error.h"
+#include "platform/file.h"
 #include "vqdbsys.h"
 
 namespace vqdb {
 
-// Removed when its owner goes out of scope, unless it was put elsewhere before.
+// A file that takes the place of another once it is complete. It has that file's users and rights
+// from its first byte on. Removed when its owner goes out of scope before; when its process dies,
+// by the next one that works there and comes to its name.
 class TemporaryFile {
  public:
   TemporaryFile() = default;
@@ -18,20 +21,34 @@ class TemporaryFile {
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
 
-  // Makes an empty file in the block's temporary directory under a name that no other file had, in
-  // this process or another.
-  platform::Outcome make(const VqBlock& block, std::string_view extension);
-  // The same in the directory of another file, so that it can take that file's place at once.
-  platform::Outcome make_beside(const std::string& path, std::string_view extension);
+  // Makes an empty file in the block's temporary directory, for the place of `target`, which need
+  // not exist. A target that may not be written is access_denied.
+  platform::Outcome make(const VqBlock& block, const std::string& target);
+  // The same beside the target, so that it can take its place without being copied.
+  platform::Outcome make_beside(const std::string& target);
+
   const std::string& path() const { return path_; }
-  // Puts it, closed, in the place of another file; see put_in_place.
-  platform::Outcome put_in_place_of(const std::string& path);
+  // Open for reading and writing.
+  platform::File& file() { return file_; }
+
+  // Hands what the file holds to the device and puts it in the place of the target, or of the file
+  // that the target leads to over links, in one step that a crash cannot split. When they lie on
+  // different devices a copy beside the target takes that step. On failure the target is untouched.
+  // REQUIRES that nobody else has the file open.
+  platform::Outcome put_in_place();
 
  private:
-  platform::Outcome make_in(std::string_view directory, std::string_view extension);
+  platform::Outcome make_in(std::string_view directory);
+  platform::Outcome copy_into_place();
 
+  platform::File file_;
   std::string path_;
+  std::string target_;  // not a link
 };
+
+// Makes an empty file in the block's temporary directory that only this handle reaches and that is
+// gone when it is closed, however that comes about.
+platform::Outcome make_scratch_file(const VqBlock& block, platform::File& file);
 
 }  // namespace vqdb
 

@@ -9,7 +9,8 @@
 #include "frame/bytes.h"
 #include "frame/file_name.h"
 #include "frame/progress.h"
-#include "frame/put_in_place.h"
+#include "frame/system_file.h"
+#include "frame/temporary_file.h"
 #include "memo/dbase3_memo.h"
 #include "memo/dbase4_file.h"
 #include "memo/dbase4_memo.h"
@@ -36,7 +37,7 @@ constexpr std::int32_t kLeastWorkBytes = 512;
 struct Files {
   VqBlock& block;
   const Driver& driver;
-  std::string temporary;
+  TemporaryFile temporary;
   Memo* old = nullptr;
   Memo* fresh = nullptr;
   table::Table* table = nullptr;
@@ -44,7 +45,6 @@ struct Files {
   ~Files() {
     const std::int32_t detail = block.detail;
     static_cast<void>(close_all());
-    if (!temporary.empty()) static_cast<void>(platform::remove(temporary).ok());
     block.detail = detail;
   }
 
@@ -84,17 +84,19 @@ Result open_files(Files& files, const char* name, const std::string& table, Layo
   files.table = table::open(block, table.c_str(), 0, 1);
   if (files.table == nullptr) return last_result(block);
 
-  const auto temporary = temporary_path(block, kMemoExtension);
-  if (!temporary) return fail(block, Result::io, kNewFileStays);
+  const std::string path = memo_path(name);
+  const platform::Outcome made = files.temporary.make(block, path);
+  if (!made.ok()) return fail(block, open_result(made.error), kNewFileStays);
+  const std::string& temporary = files.temporary.path();
   const Result created = layout == Layout::dbase4
-                             ? create_dbase4_file(block, *temporary, base_name(memo_path(name)))
-                             : create_dbase3_file(block, *temporary);
+                             ? create_dbase4_file(block, temporary, base_name(path))
+                             : create_dbase3_file(block, temporary);
   if (!ok(created)) return created;
-  files.temporary = *temporary;
   if (const Result marked = mark_table(block, platform::resolve(table), layout); !ok(marked)) {
     return marked;
   }
-  files.fresh = files.driver.open(block, files.temporary.c_str(), 0);
+  files.fresh = layout == Layout::dbase4 ? open_dbase4_file(block, temporary, 0)
+                                         : open_dbase3_file(block, temporary, 0);
   return files.fresh != nullptr ? Result::ok : last_result(block);
 }
 
@@ -169,17 +171,11 @@ Result compact(VqBlock& block, const char* name) {
   Files files{block, driver(layout == Layout::dbase4 ? kDbase4Column : kDbase3Column), {}};
   result = open_files(files, name, table, layout);
   if (ok(result)) result = copy_memos(files, work);
-  if (ok(result) && !files.fresh->file.sync().ok()) {
-    result = fail(block, Result::io, kNewFileStays);
-  }
   if (ok(result)) result = files.close_all();
   if (!ok(result)) return result;
 
-  const platform::Outcome placed = put_in_place(files.temporary, memo_path(name));
-  if (placed.ok()) {
-    files.temporary.clear();
-    return Result::ok;
-  }
+  const platform::Outcome placed = files.temporary.put_in_place();
+  if (placed.ok()) return Result::ok;
   const bool in_use = placed.error == platform::Error::access_denied;
   return fail(block, Result::io, in_use ? kOldFileStays : kNewFileStays);
 }

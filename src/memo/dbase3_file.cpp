@@ -15,9 +15,9 @@ constexpr Operation kCreate{220};
 constexpr Operation kOpen{226};
 constexpr Operation kClose{227};
 
-Result open_checked(VqBlock& block, const char* name, std::uint32_t mode, Memo*& memo) {
+Result open_checked(VqBlock& block, const std::string& path, std::uint32_t mode, Memo*& memo) {
   platform::File file;
-  if (const Result opened = open_file(block, memo_path(name), mode, file); !ok(opened)) {
+  if (const Result opened = open_file(block, path, mode, file); !ok(opened)) {
     return opened;
   }
   std::array<Byte, kHeaderBytes> header;
@@ -53,8 +53,12 @@ Result create_dbase3_file(VqBlock& block, const std::string& path) {
 }
 
 Memo* open_dbase3(VqBlock& block, const char* name, std::uint32_t mode) {
+  return open_dbase3_file(block, memo_path(name), mode);
+}
+
+Memo* open_dbase3_file(VqBlock& block, const std::string& path, std::uint32_t mode) {
   Memo* memo = nullptr;
-  const Result result = open_checked(block, name, mode, memo);
+  const Result result = open_checked(block, path, mode, memo);
   if (!ok(result)) block.result = code(result);
   return memo;
 }

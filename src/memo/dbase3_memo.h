@@ -18,6 +18,7 @@ Result create_dbase3_file(VqBlock& block, const std::string& path);
 
 // Null on failure, with the result code in the block's result field.
 Memo* open_dbase3(VqBlock& block, const char* name, std::uint32_t mode);
+Memo* open_dbase3_file(VqBlock& block, const std::string& path, std::uint32_t mode);
 // Stores the next free block, if it changed. The handle is gone whatever the result.
 Result close_dbase3(Memo& memo);
 

@@ -50,9 +50,9 @@ std::array<Byte, kHeaderBytes> new_header(const VqBlock& block, std::string_view
   return bytes;
 }
 
-Result open_checked(VqBlock& block, const char* name, std::uint32_t mode, Memo*& memo) {
+Result open_checked(VqBlock& block, const std::string& path, std::uint32_t mode, Memo*& memo) {
   platform::File file;
-  if (const Result opened = open_file(block, memo_path(name), mode, file); !ok(opened)) {
+  if (const Result opened = open_file(block, path, mode, file); !ok(opened)) {
     return opened;
   }
   std::uint64_t size = 0;
@@ -93,8 +93,12 @@ Result create_dbase4_file(VqBlock& block, const std::string& path, std::string_v
 }
 
 Memo* open_dbase4(VqBlock& block, const char* name, std::uint32_t mode) {
+  return open_dbase4_file(block, memo_path(name), mode);
+}
+
+Memo* open_dbase4_file(VqBlock& block, const std::string& path, std::uint32_t mode) {
   Memo* memo = nullptr;
-  const Result result = open_checked(block, name, mode, memo);
+  const Result result = open_checked(block, path, mode, memo);
   if (!ok(result)) block.result = code(result);
   return memo;
 }

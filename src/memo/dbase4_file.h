@@ -17,6 +17,7 @@ Result create_dbase4_file(VqBlock& block, const std::string& path, std::string_v
 
 // Null on failure, with the result code in the block's result field.
 Memo* open_dbase4(VqBlock& block, const char* name, std::uint32_t mode);
+Memo* open_dbase4_file(VqBlock& block, const std::string& path, std::uint32_t mode);
 // The handle is gone whatever the result.
 Result close_dbase4(Memo& memo);
 

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "frame/bytes.h"
+#include "frame/system_file.h"
 #include "memo/file_layout.h"
 
 namespace vqdb::memo {
@@ -42,9 +43,10 @@ void set_live(Memo& memo, Layout layout) {
 }
 
 bool release_handle(Memo& memo) {
+  const bool forced = memo.read_only() || force_out(*memo.block, memo.file).ok();
   const bool closed = memo.file.close().ok();
   memos().close(&memo);
-  return closed;
+  return forced && closed;
 }
 
 bool store_next_free(Memo& memo) {

@@ -10,16 +10,15 @@ namespace vqdb::platform {
 
 enum class Call : std::uint8_t {
   open,
-  create,
+  create,  // all kinds
   close,
   read,
-  write,
-  size,  // and identity
+  write,  // and truncate
+  size,   // and identity
   sync,
   lock,  // and test_lock
   unlock,
   remove,
-  rename,
   replace,
   allocate,
 };

@@ -10,6 +10,9 @@
 namespace vqdb::platform {
 namespace {
 
+// Far behind the data and the locked bytes of every file.
+constexpr std::uint64_t kWorkByte = std::uint64_t{1} << 62;
+
 // What the seam's failures look like: a full disk where something is written, a bad device
 // elsewhere.
 Outcome injected(Call call) {
@@ -87,6 +90,38 @@ Outcome File::create(const std::string& path, Creation creation) {
   return pass(Call::create, [&] { return system::create_file(path, creation, handle_); });
 }
 
+// The maker of a replacement holds its lock for as long as it lives. Somebody else may come between
+// making and locking, take the file for abandoned and remove it: already_exists, lock_refused.
+Outcome File::hold_work(const std::string& path) {
+  const Outcome locked = system::lock_range(handle_, kWorkByte, 1);
+  if (!locked.ok()) return locked;
+  FileIdentity here;
+  FileIdentity there;
+  const bool same = system::file_identity(handle_, here).ok() &&
+                    system::path_identity(path, there).ok() && here == there;
+  return same ? Outcome{} : Outcome{Error::already_exists, 0};
+}
+
+Outcome File::create_replacement(const std::string& path, const std::string& replaced) {
+  const Outcome made =
+      pass(Call::create, [&] { return system::create_replacement(path, replaced, handle_); });
+  if (!made.ok()) return made;
+  const Error held = hold_work(path).error;
+  // Where the system has no locks, nobody takes the file for abandoned.
+  if (held != Error::lock_refused && held != Error::already_exists) return {};
+  static_cast<void>(system::close_file(std::exchange(handle_, kNoHandle)));
+  return {Error::already_exists, 0};
+}
+
+Outcome File::create_scratch(const std::string& path) {
+  return pass(Call::create, [&] { return system::create_scratch(path, handle_); });
+}
+
+Outcome File::open_abandoned(const std::string& path) {
+  const Outcome opened = system::open_removable(path, handle_);
+  return opened.ok() ? hold_work(path) : opened;
+}
+
 Outcome File::close() {
   if (!is_open()) return {};
   const bool fails = struck(Call::close);
@@ -118,20 +153,24 @@ Outcome File::read_exactly(std::uint64_t offset, void* data, std::size_t size) {
   return transferred == size ? Outcome{} : Outcome{Error::short_transfer, 0};
 }
 
-Outcome File::write_at(std::uint64_t offset, const void* data, std::size_t size) {
+Outcome File::write_at(std::uint64_t offset, const void* data, std::size_t size,
+                       std::size_t* transferred) {
   const auto* bytes = static_cast<const char*>(data);
-  for (std::size_t done = 0; done < size;) {
+  std::size_t done = 0;
+  Outcome outcome;
+  while (done < size && outcome.ok()) {
     const std::size_t chunk = std::min(size - done, kChunkBytes);
     const Verdict seam = verdict(Call::write);
-    if (seam == Verdict::fail) return injected(Call::write);
     const std::size_t sent = seam == Verdict::cut_short ? chunk / 2 : chunk;
     std::size_t moved = 0;
-    Outcome outcome = system::write_file(handle_, offset + done, bytes + done, sent, moved);
+    outcome = seam == Verdict::fail
+                  ? injected(Call::write)
+                  : system::write_file(handle_, offset + done, bytes + done, sent, moved);
     outcome = complete_write(outcome, moved, chunk);
-    if (!outcome.ok()) return outcome;
-    done += chunk;
+    done += moved;
   }
-  return {};
+  if (transferred != nullptr) *transferred = done;
+  return outcome;
 }
 
 Outcome File::read_pieces(std::uint64_t offset, std::span<const Piece> pieces,
@@ -141,13 +180,16 @@ Outcome File::read_pieces(std::uint64_t offset, std::span<const Piece> pieces,
   });
 }
 
-Outcome File::write_pieces(std::uint64_t offset, std::span<const Piece> pieces) {
+Outcome File::write_pieces(std::uint64_t offset, std::span<const Piece> pieces,
+                           std::size_t* transferred) {
   const Verdict seam = verdict(Call::write);
-  if (seam == Verdict::fail) return injected(Call::write);
   std::array<Piece, kMaxPieces> half;
   const auto sent = seam == Verdict::cut_short ? first_half(pieces, half) : pieces;
   std::size_t moved = 0;
-  const Outcome outcome = system::write_pieces(handle_, offset, sent, moved);
+  const Outcome outcome = seam == Verdict::fail
+                              ? injected(Call::write)
+                              : system::write_pieces(handle_, offset, sent, moved);
+  if (transferred != nullptr) *transferred = moved;
   return complete_write(outcome, moved, total_size(pieces));
 }
 
@@ -157,6 +199,10 @@ Outcome File::size(std::uint64_t& bytes) {
 
 Outcome File::identity(FileIdentity& identity) {
   return pass(Call::size, [&] { return system::file_identity(handle_, identity); });
+}
+
+Outcome File::truncate(std::uint64_t bytes) {
+  return pass(Call::write, [&] { return system::truncate_file(handle_, bytes); });
 }
 
 Outcome File::sync() {
@@ -175,12 +221,19 @@ Outcome File::test_lock(std::uint64_t offset, std::uint64_t length) {
   return pass(Call::lock, [&] { return system::test_range(handle_, offset, length); });
 }
 
+bool same_file(const std::string& a, const std::string& b) {
+  FileIdentity of_a;
+  FileIdentity of_b;
+  return system::path_identity(a, of_a).ok() && system::path_identity(b, of_b).ok() && of_a == of_b;
+}
+
 Outcome remove(const std::string& path) {
   return pass(Call::remove, [&] { return system::remove_file(path); });
 }
 
-Outcome rename(const std::string& from, const std::string& to) {
-  return pass(Call::rename, [&] { return system::rename_file(from, to); });
+bool remove_abandoned(const std::string& path) {
+  File file;
+  return file.open_abandoned(path).ok() && remove(path).ok();
 }
 
 Outcome replace(const std::string& from, const std::string& to) {

@@ -44,6 +44,8 @@ struct FileIdentity {
   auto operator<=>(const FileIdentity&) const = default;
 };
 
+bool remove_abandoned(const std::string& path);
+
 // An open file. Closes itself when it goes out of scope; close() reports what the system says.
 class File {
  public:
@@ -56,6 +58,12 @@ class File {
 
   Outcome open(const std::string& path, Access access);
   Outcome create(const std::string& path, Creation creation);
+  // Makes a new file for the place of `replaced`, with the users and rights of the file there from
+  // its first byte on, or those of any new file. A taken path is already_exists, a `replaced` that
+  // may not be written access_denied. The path can be given to replace() while the file is open.
+  Outcome create_replacement(const std::string& path, const std::string& replaced);
+  // Makes a new file for this user alone, which is gone when it is closed.
+  Outcome create_scratch(const std::string& path);
   Outcome close();
 
   bool is_open() const { return handle_ != kNoHandle; }
@@ -67,17 +75,21 @@ class File {
   Outcome read_at(std::uint64_t offset, void* data, std::size_t size, std::size_t& transferred);
   // Reads exactly size bytes; the end of the file before that is short_transfer.
   Outcome read_exactly(std::uint64_t offset, void* data, std::size_t size);
-  // Writes exactly size bytes.
-  Outcome write_at(std::uint64_t offset, const void* data, std::size_t size);
+  // Writes exactly size bytes; transferred, which may be null, is less after a failure only.
+  Outcome write_at(std::uint64_t offset, const void* data, std::size_t size,
+                   std::size_t* transferred = nullptr);
 
   // The same for at most kMaxPieces pieces that lie one behind the other in the file, in one
   // system call where the system can; together they may exceed kChunkBytes by the last piece.
   Outcome read_pieces(std::uint64_t offset, std::span<const Piece> pieces,
                       std::size_t& transferred);
-  Outcome write_pieces(std::uint64_t offset, std::span<const Piece> pieces);
+  Outcome write_pieces(std::uint64_t offset, std::span<const Piece> pieces,
+                       std::size_t* transferred = nullptr);
 
   Outcome size(std::uint64_t& bytes);
   Outcome identity(FileIdentity& identity);
+  // Cuts the file off behind so many bytes.
+  Outcome truncate(std::uint64_t bytes);
   // Hands everything written to the device.
   Outcome sync();
 
@@ -90,16 +102,27 @@ class File {
   Outcome test_lock(std::uint64_t offset, std::uint64_t length);
 
  private:
+  friend bool remove_abandoned(const std::string& path);
+
+  // Opens a replacement that nobody works on any more.
+  Outcome open_abandoned(const std::string& path);
+  Outcome hold_work(const std::string& path);
+
   static constexpr std::intptr_t kNoHandle = -1;
   std::intptr_t handle_ = kNoHandle;
 };
 
 bool exists(const std::string& path);
+// Whether both paths lead to one file, over links or not.
+bool same_file(const std::string& a, const std::string& b);
+// The path of the file that this one leads to over links; itself where there is no file.
+std::string real_path(const std::string& path);
 Outcome remove(const std::string& path);
-// An existing target is refused with already_exists, one on another device with other_device.
-Outcome rename(const std::string& from, const std::string& to);
-// Puts `from` in the place of `to` in one step that a crash cannot split, when both lie on one
-// device; `to` need not exist. Where the system tells users apart, those of the old file remain.
+// Removes a file that create_replacement made in a process that has died since. False for any that
+// is still worked on.
+bool remove_abandoned(const std::string& path);
+// Puts `from` in the place of `to`, which need not exist, in one step that a crash cannot split,
+// and keeps a crash from undoing it where the system can. Different devices are other_device.
 Outcome replace(const std::string& from, const std::string& to);
 
 }  // namespace vqdb::platform

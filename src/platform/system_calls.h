@@ -18,6 +18,11 @@ using Handle = std::intptr_t;
 // A directory is refused with access_denied.
 Outcome open_file(const std::string& path, bool writable, Handle& file);
 Outcome create_file(const std::string& path, Creation creation, Handle& file);
+// See File. The replacement's file can be renamed and removed while it is open.
+Outcome create_replacement(const std::string& path, const std::string& replaced, Handle& file);
+Outcome create_scratch(const std::string& path, Handle& file);
+// Opens a file so that it can be removed meanwhile.
+Outcome open_removable(const std::string& path, Handle& file);
 Outcome close_file(Handle file);
 
 // Move bytes, or pieces to or from consecutive places of the file; moved is less than was asked for
@@ -33,13 +38,14 @@ Outcome write_pieces(Handle file, std::uint64_t offset, std::span<const Piece> p
 
 Outcome file_size(Handle file, std::uint64_t& bytes);
 Outcome file_identity(Handle file, FileIdentity& identity);
+Outcome path_identity(const std::string& path, FileIdentity& identity);
+Outcome truncate_file(Handle file, std::uint64_t bytes);
 Outcome sync_file(Handle file);
 Outcome lock_range(Handle file, std::uint64_t offset, std::uint64_t length);
 Outcome unlock_range(Handle file, std::uint64_t offset, std::uint64_t length);
 Outcome test_range(Handle file, std::uint64_t offset, std::uint64_t length);
 
 Outcome remove_file(const std::string& path);
-Outcome rename_file(const std::string& from, const std::string& to);
 Outcome replace_file(const std::string& from, const std::string& to);
 
 }  // namespace vqdb::platform::system

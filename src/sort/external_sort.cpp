@@ -100,7 +100,6 @@ Result ExternalSort::merge_pass(std::size_t width) {
     left -= group;
   }
   runs_ = std::move(merged);
-  ++passes_;
   return Result::ok;
 }
 

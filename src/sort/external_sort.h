@@ -47,9 +47,6 @@ class ExternalSort {
   // Null behind the last entry; valid until the next call.
   Result next(const Byte*& entry);
 
-  // How often runs were merged into longer ones, the last merge not counted.
-  std::size_t merge_passes() const { return passes_; }
-
  private:
   // What is sorted in place of the entry.
   struct Tag {
@@ -75,7 +72,6 @@ class ExternalSort {
   std::size_t capacity_ = 0;
   std::size_t count_ = 0;  // in memory
   std::size_t delivered_ = 0;
-  std::size_t passes_ = 0;
   std::vector<Run> runs_;
   std::unique_ptr<RunWriter> writer_;
   std::unique_ptr<Merge> last_merge_;

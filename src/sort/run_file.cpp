@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "frame/file_name.h"
 #include "frame/system_file.h"
+#include "frame/temporary_file.h"
 
 namespace vqdb::sort {
 namespace {
@@ -15,27 +15,13 @@ constexpr std::size_t kBufferBytes = std::size_t{256} << 10;
 
 }  // namespace
 
-TemporaryFile::~TemporaryFile() {
-  if (!file_.is_open()) return;
-  static_cast<void>(file_.close());
-  static_cast<void>(platform::remove(path_));
-}
-
-Result TemporaryFile::create(VqBlock& block) {
-  const auto path = temporary_path(block, "TMP");
-  if (!path) return fail(block, Result::io, kRuns.detail(1));
-  const auto made = file_.create(*path, platform::Creation::exclusive);
-  if (!made.ok()) return fail(block, open_result(made.error), kRuns.detail(1));
-  path_ = *path;
-  return Result::ok;
-}
-
 Result RunWriter::start() {
   buffer_bytes_ = std::max(kBufferBytes, entry_bytes_);
   buffer_ = platform::allocate_bytes(buffer_bytes_);
   if (buffer_ == nullptr) return fail(block_, Result::no_memory, kRuns.detail(2));
-  file_ = std::make_shared<TemporaryFile>();
-  return file_->create(block_);
+  file_ = std::make_shared<platform::File>();
+  const platform::Outcome made = make_scratch_file(block_, *file_);
+  return made.ok() ? Result::ok : fail(block_, open_result(made.error), kRuns.detail(1));
 }
 
 Result RunWriter::add(const Byte* entry) {
@@ -57,7 +43,7 @@ Result RunWriter::end_run(Run& run) {
 }
 
 Result RunWriter::write_buffer() {
-  const auto outcome = file_->file().write_at(written_, buffer_.get(), used_);
+  const auto outcome = file_->write_at(written_, buffer_.get(), used_);
   if (!outcome.ok()) return fail(block_, transfer_result(outcome), kRuns.detail(3));
   written_ += used_;
   used_ = 0;
@@ -76,7 +62,7 @@ Result RunReader::next(VqBlock& block, const Byte*& entry) {
     filled_ = static_cast<std::size_t>(std::min<std::uint64_t>(left, buffer_.size()));
     at_ = 0;
     if (filled_ == 0) return Result::ok;
-    const auto outcome = run_.file->file().read_exactly(run_.offset, buffer_.data(), filled_);
+    const auto outcome = run_.file->read_exactly(run_.offset, buffer_.data(), filled_);
     if (!outcome.ok()) return fail(block, transfer_result(outcome), kRuns.detail(4));
     run_.offset += filled_;
     run_.entries -= filled_ / entry_bytes_;

@@ -1,11 +1,10 @@
-// Sorted runs of entries in temporary files. A file is removed with its last run.
+// Sorted runs of entries in temporary files. A file is gone with its last run.
 #ifndef VQDBSYS_SORT_RUN_FILE_H_
 #define VQDBSYS_SORT_RUN_FILE_H_
 
 #include <cstdint>
 #include <memory>
 #include <span>
-#include <string>
 
 #include "frame/bytes.h"
 #include "frame/result.h"
@@ -14,24 +13,8 @@
 
 namespace vqdb::sort {
 
-// A file in the block's temporary directory that is removed with its owner.
-class TemporaryFile {
- public:
-  TemporaryFile() = default;
-  ~TemporaryFile();
-  TemporaryFile(const TemporaryFile&) = delete;
-  TemporaryFile& operator=(const TemporaryFile&) = delete;
-
-  Result create(VqBlock& block);
-  platform::File& file() { return file_; }
-
- private:
-  platform::File file_;
-  std::string path_;
-};
-
 struct Run {
-  std::shared_ptr<TemporaryFile> file;
+  std::shared_ptr<platform::File> file;
   std::uint64_t offset = 0;
   std::uint64_t entries = 0;
 };
@@ -52,7 +35,7 @@ class RunWriter {
 
   VqBlock& block_;
   const std::size_t entry_bytes_;
-  std::shared_ptr<TemporaryFile> file_;
+  std::shared_ptr<platform::File> file_;
   platform::Bytes buffer_;
   std::size_t buffer_bytes_ = 0;
   std::size_t used_ = 0;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <utility>
 
 #include "table/block_transfer.h"
 
@@ -34,10 +33,13 @@ bool BlockCache::allocate(std::uint32_t buffers, bool reads_ahead) {
 
 void BlockCache::clear() {
   if (!has_buffers()) return;
-  std::fill_n(buffers_, std::size_t{buffer_count_} + 1, Buffer{0, none(), 0, false, false});
+  for (std::uint32_t i = 0; i <= buffer_count_; ++i) {
+    const std::uint32_t older = i == 0 ? none() : i - 1;
+    const std::uint32_t newer = i == none() ? 0 : i + 1;
+    buffers_[i] = {0, none(), older, newer, 0, 0, false};
+  }
   std::fill_n(buckets_, std::size_t{hash_mask_} + 1, none());
   leave_current();
-  hand_ = 0;
   next_block_ = 1;
   ahead_block_ = 0;
   changed_count_ = 0;
@@ -54,10 +56,26 @@ std::uint32_t BlockCache::expected_records(std::uint32_t block) const {
   return file_.count < first ? 0 : std::min(file_.records_per_block, file_.count - first + 1);
 }
 
+// Takes the buffer from its place in the ring and puts it behind another.
+void BlockCache::move_behind(std::uint32_t buffer, std::uint32_t older) {
+  const Buffer moved = buffers_[buffer];
+  buffers_[moved.older].newer = moved.newer;
+  buffers_[moved.newer].older = moved.older;
+  put_behind(buffer, older);
+}
+
+void BlockCache::put_behind(std::uint32_t buffer, std::uint32_t older) {
+  Buffer& put = buffers_[buffer];
+  put.older = older;
+  put.newer = buffers_[older].newer;
+  buffers_[put.newer].older = buffer;
+  buffers_[older].newer = buffer;
+}
+
 void BlockCache::make_current(std::uint32_t buffer) {
   current_ = buffer;
   current_first_ = file_.first_of(buffers_[buffer].block);
-  buffers_[buffer].used = true;
+  if (newest() != buffer) move_behind(buffer, newest());
 }
 
 // No record is at hand: the buffer behind the last holds none, and no record has the number 0.
@@ -71,6 +89,7 @@ void BlockCache::install(std::uint32_t buffer, std::uint32_t block, std::uint32_
   std::uint32_t& bucket = buckets_[block & hash_mask_];
   installed.block = block;
   installed.held = static_cast<std::uint16_t>(held);
+  installed.stored = installed.held;
   installed.chained = bucket;
   bucket = buffer;
 }
@@ -85,9 +104,10 @@ void BlockCache::forget(std::uint32_t buffer) {
   if (forgotten.block == ahead_block_) ahead_block_ = 0;
   forgotten.block = 0;
   forgotten.held = 0;
-  forgotten.used = false;
+  forgotten.stored = 0;
   forgotten.changed = false;
   if (current_ == buffer) leave_current();
+  if (oldest() != buffer) move_behind(buffer, none());
 }
 
 void BlockCache::mark_changed() {
@@ -135,6 +155,10 @@ Result BlockCache::find_append_block(Byte*& record) {
       return result;
     }
   }
+  if (buffers_[buffer].held < position && !buffers_[buffer].changed) {
+    // An earlier read may have come up short.
+    if (const Result result = read_block(block, buffer); !ok(result)) return result;
+  }
   // Short of records that the header counts, the place behind them is not the record's.
   if (buffers_[buffer].held != position) return fail(block_, Result::io, kCache.detail(4));
   make_current(buffer);
@@ -142,12 +166,9 @@ Result BlockCache::find_append_block(Byte*& record) {
   return Result::ok;
 }
 
-// An empty buffer: the next one not used since the hand last passed, its block written if changed.
+// An empty buffer: the one used longest ago, its block written if changed.
 Result BlockCache::make_room(std::int32_t detail, std::uint32_t& buffer) {
-  do {
-    buffer = hand_;
-    hand_ = hand_ + 1 == buffer_count_ ? 0 : hand_ + 1;
-  } while (std::exchange(buffers_[buffer].used, false));
+  buffer = oldest();
   if (const Result result = write_out(buffer, detail); !ok(result)) return result;
   forget(buffer);
   return Result::ok;
@@ -158,21 +179,21 @@ Result BlockCache::make_room(std::int32_t detail, std::uint32_t& buffer) {
 Result BlockCache::read_in(std::uint32_t block, std::uint32_t& buffer) {
   if (const Result result = make_room(kCache.detail(1), buffer); !ok(result)) return result;
   const bool in_order = reads_ahead_ && (block == 1 || block == next_block_);
-  const std::size_t length = in_order ? read_ahead_length(block, buffer) : 1;
+  const std::size_t length = in_order ? read_ahead_length(block) : 1;
   return length == 1 ? read_block(block, buffer) : read_run(block, buffer, length);
 }
 
-// How many blocks from this one on go into the buffers from this one on: up to the first buffer
-// that is changed or in use, and the first block that is cached already.
-std::size_t BlockCache::read_ahead_length(std::uint32_t block, std::uint32_t buffer) const {
-  const std::size_t most = std::min<std::size_t>(
-      {BlockTransfer::blocks_of(file_.block_size), std::max(buffer_count_ / 2, 1u),
-       std::size_t{buffer_count_ - buffer}, std::size_t{file_.last_block() - block} + 1});
+// How many blocks from this one on are read into the oldest buffers: up to the first buffer that
+// is changed, and the first block that is cached already.
+std::size_t BlockCache::read_ahead_length(std::uint32_t block) const {
+  const std::size_t most = std::min<std::size_t>({BlockTransfer::blocks_of(file_.block_size),
+                                                  std::max(buffer_count_ / 2, 1u),
+                                                  std::size_t{file_.last_block() - block} + 1});
   std::size_t length = 1;
-  for (; length < most; ++length) {
-    const Buffer& next = buffers_[buffer + length];
-    const auto next_block = static_cast<std::uint32_t>(block + length);
-    if (next.changed || next.used || lookup(next_block) != none()) break;
+  std::uint32_t buffer = buffers_[oldest()].newer;
+  for (; length < most && !buffers_[buffer].changed; ++length) {
+    if (lookup(static_cast<std::uint32_t>(block + length)) != none()) break;
+    buffer = buffers_[buffer].newer;
   }
   return length;
 }
@@ -196,24 +217,31 @@ Result BlockCache::read_block(std::uint32_t block, std::uint32_t buffer) {
   return Result::ok;
 }
 
-// Blocks behind the first are kept only when they hold all that the record count promises.
+// Reads blocks into the oldest buffers, of which `buffer` is the first. Blocks behind the first
+// are kept only when they hold all that the record count promises.
 Result BlockCache::read_run(std::uint32_t block, std::uint32_t buffer, std::size_t length) {
-  for (std::size_t i = 0; i < length; ++i) forget(static_cast<std::uint32_t>(buffer + i));
-  const std::size_t block_size = file_.block_size;
+  std::array<std::uint32_t, BlockTransfer::kMaxBlocks> run;
+  BlockTransfer transfer;
+  for (std::size_t i = 0; i < length; ++i) {
+    run[i] = buffer;
+    buffer = buffers_[buffer].newer;
+  }
+  for (std::size_t i = 0; i < length; ++i) {
+    forget(run[i]);
+    transfer.add(data_of(run[i]), file_.block_size);
+  }
   std::size_t bytes = 0;
-  const platform::Outcome outcome = file_.file.read_at(file_.offset_of(file_.first_of(block)),
-                                                       data_of(buffer), length * block_size, bytes);
+  const platform::Outcome outcome =
+      transfer.read(file_.file, file_.offset_of(file_.first_of(block)), bytes);
   if (!outcome.ok()) return fail(block_, transfer_result(outcome), kCache.detail(3));
-  const auto blocks = static_cast<std::uint32_t>(length);
-  next_block_ = block + blocks;
-  hand_ = buffer + blocks == buffer_count_ ? 0 : buffer + blocks;
-  for (std::uint32_t i = 0; i < blocks; ++i) {
-    const std::size_t start = i * block_size;
-    const std::size_t here = bytes > start ? std::min(bytes - start, block_size) : 0;
-    const std::uint32_t held = records_in(block + i, here);
-    if (held > 0 && (i == 0 || held == expected_records(block + i))) {
-      install(buffer + i, block + i, held);
-    }
+  next_block_ = block + static_cast<std::uint32_t>(length);
+  for (std::size_t i = length; i-- > 0;) {
+    const auto read = static_cast<std::uint32_t>(block + i);
+    const std::size_t start = i * file_.block_size;
+    const std::size_t here =
+        bytes > start ? std::min<std::size_t>(bytes - start, file_.block_size) : 0;
+    const std::uint32_t held = records_in(read, here);
+    if (held > 0 && (i == 0 || held == expected_records(read))) install(run[i], read, held);
   }
   return Result::ok;
 }
@@ -239,6 +267,7 @@ Byte* BlockCache::note_append(std::uint32_t recno) {
     return nullptr;
   }
   ++buffers_[buffer].held;
+  ++buffers_[buffer].stored;
   return data_of(buffer) + std::size_t{position} * file_.record_length;
 }
 
@@ -255,6 +284,7 @@ void BlockCache::shrink() {
   const std::uint32_t position = recno - file_.first_of(block);
   if (buffers_[buffer].held <= position) return;
   buffers_[buffer].held = static_cast<std::uint16_t>(position);
+  buffers_[buffer].stored = std::min(buffers_[buffer].stored, buffers_[buffer].held);
   if (block == ahead_block_) ahead_block_ = 0;
   if (position == 0) forget(buffer);
 }

@@ -1,8 +1,8 @@
-// The block buffers of an open table, least recently used first to go (by second chance: a hand
-// goes round and takes the first buffer not used since it last passed). Blocks are found by hash,
-// read ahead while a table is read in order, and written together with their changed neighbours,
-// so that a sequence of blocks takes one transfer of the system. A failed transfer loses nothing:
-// a changed block stays changed until it has been written whole.
+// The block buffers of an open table. The buffer used longest ago goes first; one that was read
+// ahead and never used goes before any that was. Blocks are found by hash, read ahead while a table
+// is read in order, and written together with their changed neighbours, so that a sequence of
+// blocks takes one transfer of the system. A failed transfer loses nothing: a changed block stays
+// changed until it has been written whole.
 #ifndef VQDBSYS_TABLE_BLOCK_CACHE_H_
 #define VQDBSYS_TABLE_BLOCK_CACHE_H_
 
@@ -77,6 +77,11 @@ class BlockCache {
   // Forgets records of the last block that no longer count, after the count has fallen by one.
   void shrink();
 
+  // How many records from the first on are whole in the file, in one state or another.
+  std::uint32_t whole_records() const;
+  // Writes the end mark behind record `last`, whatever the buffers hold of the records behind it.
+  void end_file_behind(std::uint32_t last);
+
   // Writes every changed block; details of a failure under `detail`.
   Result write_changed(std::int32_t detail);
   // Empties every buffer. REQUIRES that none is changed.
@@ -84,12 +89,15 @@ class BlockCache {
 
  private:
   // Buffers are named by index; the index behind the last buffer stands for "none". As that one
-  // holds no record, it also serves as the current buffer when there is none.
+  // holds no record, it also serves as the current buffer when there is none; and it closes the
+  // ring of buffers by their use, so that the oldest is newer than it and the newest is older.
   struct Buffer {
     std::uint32_t block;    // 0 when empty
     std::uint32_t chained;  // next buffer of the same hash
-    std::uint16_t held;     // records
-    bool used;              // since the hand last passed
+    std::uint32_t older;
+    std::uint32_t newer;
+    std::uint16_t held;    // records
+    std::uint16_t stored;  // records at the front that the file holds, in some state
     bool changed;
   };
 
@@ -100,6 +108,10 @@ class BlockCache {
   std::uint32_t lookup(std::uint32_t block) const;
   std::uint32_t expected_records(std::uint32_t block) const;
 
+  std::uint32_t oldest() const { return buffers_[none()].newer; }
+  std::uint32_t newest() const { return buffers_[none()].older; }
+  void put_behind(std::uint32_t buffer, std::uint32_t older);
+  void move_behind(std::uint32_t buffer, std::uint32_t older);
   void make_current(std::uint32_t buffer);
   void leave_current();
   void install(std::uint32_t buffer, std::uint32_t block, std::uint32_t held);
@@ -109,7 +121,7 @@ class BlockCache {
   Result find_append_block(Byte*& record);
   Result make_room(std::int32_t detail, std::uint32_t& buffer);
   Result read_in(std::uint32_t block, std::uint32_t& buffer);
-  std::size_t read_ahead_length(std::uint32_t block, std::uint32_t buffer) const;
+  std::size_t read_ahead_length(std::uint32_t block) const;
   Result read_block(std::uint32_t block, std::uint32_t buffer);
   Result read_run(std::uint32_t block, std::uint32_t buffer, std::size_t length);
   std::uint32_t records_in(std::uint32_t block, std::size_t bytes) const;
@@ -118,6 +130,7 @@ class BlockCache {
   Result write_out(std::uint32_t buffer, std::int32_t detail);
   Result write_run(std::uint32_t buffer, std::int32_t detail);
   std::uint32_t written_ahead(std::uint32_t buffer) const;
+  void note_written(std::span<const std::uint32_t> run, std::uint32_t skip, std::size_t bytes);
   bool needs_end_mark(std::uint32_t buffer) const;
 
   VqBlock& block_;
@@ -129,7 +142,6 @@ class BlockCache {
   std::uint32_t buffer_count_ = 0;
   std::uint32_t hash_mask_ = 0;
   bool reads_ahead_ = false;
-  std::uint32_t hand_ = 0;
   std::uint32_t current_ = 0;
   std::uint32_t current_first_ = 0;  // first record of the current block
   std::uint32_t next_block_ = 1;     // the block that continues what was read last

@@ -1,5 +1,5 @@
-// One write of consecutive blocks from the buffers that hold them, wherever these lie. Blocks that
-// lie in a row in memory count as one piece.
+// One transfer of consecutive blocks from or to the buffers that hold them, wherever these lie.
+// Blocks that lie in a row in memory count as one piece.
 #ifndef VQDBSYS_TABLE_BLOCK_TRANSFER_H_
 #define VQDBSYS_TABLE_BLOCK_TRANSFER_H_
 
@@ -35,16 +35,25 @@ class BlockTransfer {
     pieces_[count_++] = {data, size};
   }
 
-  // A single block may be larger than one call of the system moves.
-  platform::Outcome write(platform::File& file, std::uint64_t offset) {
-    if (pieces_[0].size > platform::kChunkBytes) {
-      for (std::size_t i = 0; i < count_; offset += pieces_[i++].size) {
-        const platform::Outcome outcome = file.write_at(offset, pieces_[i].data, pieces_[i].size);
-        if (!outcome.ok()) return outcome;
-      }
-      return {};
+  // A single block may be larger than one call of the system moves. `moved` counts the bytes, of a
+  // failed write as well.
+  platform::Outcome write(platform::File& file, std::uint64_t offset, std::size_t& moved) {
+    moved = 0;
+    if (pieces_[0].size <= platform::kChunkBytes) {
+      return file.write_pieces(offset, {pieces_.data(), count_}, &moved);
     }
-    return file.write_pieces(offset, {pieces_.data(), count_});
+    for (std::size_t i = 0; i < count_; ++i) {
+      std::size_t bytes = 0;
+      const platform::Outcome outcome =
+          file.write_at(offset + moved, pieces_[i].data, pieces_[i].size, &bytes);
+      moved += bytes;
+      if (!outcome.ok()) return outcome;
+    }
+    return {};
+  }
+  platform::Outcome read(platform::File& file, std::uint64_t offset, std::size_t& moved) {
+    if (count_ == 1) return file.read_at(offset, pieces_[0].data, pieces_[0].size, moved);
+    return file.read_pieces(offset, {pieces_.data(), count_}, moved);
   }
 
  private:

@@ -47,53 +47,87 @@ Result BlockCache::write_run(std::uint32_t buffer, std::int32_t detail) {
   std::array<std::uint32_t, BlockTransfer::kMaxBlocks> run;
   std::size_t length = 0;
   BlockTransfer transfer;
-  std::uint32_t skip = written_ahead(buffer);
+  const std::uint32_t front = written_ahead(buffer);
+  std::uint32_t skip = front;
   const std::uint64_t offset = file_.offset_of(file_.first_of(buffers_[buffer].block)) + skip;
   std::size_t room = platform::kChunkBytes - offset % platform::kChunkBytes;
-  std::uint32_t cut_block = 0;
-  std::uint32_t cut_bytes = 0;
   while (length + 1 < run.size() && buffers_[buffer].changed) {
     const Buffer& block = buffers_[buffer];
     const std::size_t bytes = std::size_t{block.held} * file_.record_length - skip;
     const std::uint32_t next = lookup(block.block + 1);
     if (bytes > room && block.held == file_.records_per_block && buffers_[next].changed) {
-      cut_block = block.block;
-      cut_bytes = static_cast<std::uint32_t>(room) + skip;
+      run[length++] = buffer;
       transfer.add(data_of(buffer) + skip, room);
       break;
     }
     if (bytes > room && length > 0) break;
     run[length++] = buffer;
-    transfer.add(data_of(buffer) + skip, bytes);
+    if (bytes != 0) transfer.add(data_of(buffer) + skip, bytes);
     if (needs_end_mark(buffer)) transfer.add(&kEndMarkByte, 1);
     if (bytes >= room || block.held != file_.records_per_block) break;
     room -= bytes;
     skip = 0;
     buffer = next;
   }
-  const platform::Outcome outcome = transfer.write(file_.file, offset);
-  if (!outcome.ok()) return fail(block_, transfer_result(outcome), detail);
-  for (std::size_t i = 0; i < length; ++i) {
-    buffers_[run[i]].changed = false;
-    --changed_count_;
-  }
-  ahead_block_ = cut_block;
-  ahead_bytes_ = cut_bytes;
-  return Result::ok;
+  std::size_t moved = 0;
+  const platform::Outcome outcome = transfer.write(file_.file, offset, moved);
+  note_written({run.data(), length}, front, moved);
+  return outcome.ok() ? Result::ok : fail(block_, transfer_result(outcome), detail);
 }
 
+// So many bytes of the run went into the file, from behind the first `skip` of its first block on.
+void BlockCache::note_written(std::span<const std::uint32_t> run, std::uint32_t skip,
+                              std::size_t bytes) {
+  ahead_block_ = 0;
+  for (const std::uint32_t place : run) {
+    Buffer& buffer = buffers_[place];
+    const std::size_t size = std::size_t{buffer.held} * file_.record_length - skip;
+    if (bytes < size + (needs_end_mark(place) ? 1 : 0)) {
+      const std::size_t front = skip + bytes;
+      ahead_block_ = buffer.block;
+      ahead_bytes_ = static_cast<std::uint32_t>(front);
+      const auto records = static_cast<std::uint16_t>(front / file_.record_length);
+      buffer.stored = std::max(buffer.stored, records);
+      return;
+    }
+    buffer.stored = buffer.held;
+    buffer.changed = false;
+    --changed_count_;
+    bytes -= size;
+    skip = 0;
+  }
+}
+
+std::uint32_t BlockCache::whole_records() const {
+  std::uint32_t whole = file_.count;
+  for (std::uint32_t i = 0; i < buffer_count_; ++i) {
+    const Buffer& buffer = buffers_[i];
+    if (buffer.stored < buffer.held) {
+      whole = std::min(whole, file_.first_of(buffer.block) - 1 + buffer.stored);
+    }
+  }
+  return whole;
+}
+
+void BlockCache::end_file_behind(std::uint32_t last) {
+  if (has_buffers()) ahead_block_ = 0;  // the mark may lie in what was written of it
+  static_cast<void>(file_.file.write_at(file_.offset_of(last + 1), &kEndMarkByte, 1));
+}
+
+// Goes on after a failure: a full disk still takes changes to what it holds.
 Result BlockCache::write_changed(std::int32_t detail) {
   if (changed_count_ == 0) return Result::ok;
+  Result failure = Result::ok;
+  const auto write = [&](std::uint32_t buffer) {
+    const Result result = write_out(buffer, detail);
+    if (ok(failure)) failure = result;
+  };
   if (changed_high_ - changed_low_ < buffer_count_) {
-    for (std::uint32_t block = changed_low_; block <= changed_high_; ++block) {
-      if (const Result result = write_out(lookup(block), detail); !ok(result)) return result;
-    }
-    return Result::ok;
+    for (std::uint32_t block = changed_low_; block <= changed_high_; ++block) write(lookup(block));
+  } else {
+    for (std::uint32_t buffer = 0; buffer < buffer_count_; ++buffer) write(buffer);
   }
-  for (std::uint32_t buffer = 0; buffer < buffer_count_; ++buffer) {
-    if (const Result result = write_out(buffer, detail); !ok(result)) return result;
-  }
-  return Result::ok;
+  return failure;
 }
 
 }  // namespace vqdb::table

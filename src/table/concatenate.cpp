@@ -9,7 +9,10 @@
 #include "platform/memory.h"
 #include "table/copy.h"
 #include "table/header.h"
+#include "table/lock_scheme.h"
+#include "table/locks.h"
 #include "table/record_file.h"
+#include "table/scoped_table.h"
 
 namespace vqdb::table {
 namespace {
@@ -41,6 +44,7 @@ class Concatenation {
   Result look(platform::File& file, std::int32_t digit, Extent& extent);
   Result copy(std::uint64_t from, std::uint64_t to, std::uint64_t bytes);
   Result supply_end_mark(std::uint64_t end);
+  bool end_behind(std::uint64_t records);
   Result write_count(std::uint32_t old_count, std::uint32_t count);
   Result copy_whole_file();
   Result append_records();
@@ -111,8 +115,19 @@ Result Concatenation::copy_whole_file() {
   return result;
 }
 
+// What was written does not count: the records end here. The file keeps its length, unless that is
+// what tells the count.
+bool Concatenation::end_behind(std::uint64_t records) {
+  if (!target_.write_at(records, &kEndMark, 1).ok()) return false;
+  return (block_.kind & dialect::kCountBySize) == 0 || target_.truncate(records + 1).ok();
+}
+
 Result Concatenation::append_records() {
-  Result result = open(target_, target_path_, 0, 6);
+  // Nobody appends to the target, or changes it, meanwhile.
+  ScopedTable target;
+  Result result = target.open(block_, target_path_, 0, 1);
+  if (ok(result)) result = claim_table(*target);
+  if (ok(result)) result = open(target_, target_path_, 0, 6);
   if (ok(result)) result = open(source_, source_path_, open_mode::kReadOnly, 7);
   Extent to;
   Extent from;
@@ -123,7 +138,7 @@ Result Concatenation::append_records() {
   if (to.record_length != from.record_length) {
     return fail(block_, Result::mismatch, kCat.detail(11));
   }
-  if (to.end() + bytes + 1 > kMaxTableBytes) {
+  if (to.end() + bytes + 1 > lock_scheme_of(block_.index_kind).data_end) {
     return fail(block_, Result::disk_full, kCat.detail(10));
   }
   std::uint64_t size = 0;
@@ -135,12 +150,11 @@ Result Concatenation::append_records() {
   }
   result = copy(from.start, to.end(), bytes + 1);
   // Appended to itself, a table has lost the source's end mark to the first record.
-  if (ok(result) && source_path_ == target_path_) result = supply_end_mark(to.end() + bytes);
+  if (ok(result) && platform::same_file(source_path_, target_path_))
+    result = supply_end_mark(to.end() + bytes);
   if (ok(result)) result = write_count(to.count, to.count + from.count);
   if (!ok(result)) {
-    // What was written does not count; the records still end here.
-    const bool restored = target_.write_at(to.end(), &kEndMark, 1).ok();
-    return restored ? result : fail(block_, result, kCat.detail(12));
+    return end_behind(to.end()) ? result : fail(block_, result, kCat.detail(12));
   }
   return target_.close().ok() ? Result::ok : fail(block_, Result::io, kCat.detail(13));
 }

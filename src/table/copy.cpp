@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "frame/file_name.h"
+#include "platform/file.h"
 #include "table/create.h"
 #include "table/scoped_table.h"
 
@@ -21,23 +22,24 @@ bool same_field(const Field& a, const Field& b) {
 
 Result copy_structure(VqBlock& block, const char* from, const char* to, bool& has_memo) {
   has_memo = false;
-  if (from == nullptr || to == nullptr || std::string_view(from) == to) {
+  if (from == nullptr || to == nullptr) return fail(block, Result::not_allowed, kCopy.detail(1));
+  const std::string source_path = path_of(from, "DBF");
+  const std::string target_path = path_of(to, "DBF");
+  // Creating the copy would empty the source.
+  if (std::string_view(from) == to || platform::same_file(source_path, target_path)) {
     return fail(block, Result::not_allowed, kCopy.detail(1));
   }
-  // Two names of one file: creating the copy would empty the source.
-  const std::string target = path_of(to, "DBF");
-  if (path_of(from, "DBF") == target) return fail(block, Result::not_allowed, kCopy.detail(1));
   ScopedTable source;
   const Result result =
-      source.open(block, from, open_mode::kReadOnly | open_mode::kSharedReread, 1);
-  return ok(result) ? create(block, target, fields(*source), has_memo) : result;
+      source.open(block, source_path, open_mode::kReadOnly | open_mode::kSharedReread, 1);
+  return ok(result) ? create(block, target_path, fields(*source), has_memo) : result;
 }
 
 Result compare_structures(VqBlock& block, const char* first, const char* second) {
   ScopedTable a;
   ScopedTable b;
-  Result result = a.open(block, first, open_mode::kSharedCached, 1);
-  if (ok(result)) result = b.open(block, second, open_mode::kSharedCached, 1);
+  Result result = a.open(block, path_of(first, "DBF"), open_mode::kSharedCached, 1);
+  if (ok(result)) result = b.open(block, path_of(second, "DBF"), open_mode::kSharedCached, 1);
   if (!ok(result)) return result;
   const auto fields_a = fields(*a);
   const auto fields_b = fields(*b);

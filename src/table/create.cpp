@@ -13,8 +13,7 @@ namespace {
 
 constexpr Operation kCreate{15};  // its details run on to 164
 
-constexpr std::size_t kWorkBytes = 8232;
-constexpr std::size_t kWriteOutBytes = 8200;  // the work area is written when it holds as much
+constexpr std::uint32_t kPieceBytes = 8224;  // descriptors are written in such pieces
 
 struct Limits {
   std::size_t fields;
@@ -39,23 +38,13 @@ bool is_field_name(std::string_view name) {
 
 bool is_memo_type(char type) { return type == 'M' || type == 'B' || type == 'G' || type == 'P'; }
 
-NewTable::~NewTable() {
-  if (!file_.is_open() || complete_) return;
-  (void)file_.close();
-  (void)platform::remove(path_);
-}
-
-Result NewTable::start(const std::string& path, std::size_t field_count) {
+Result NewTable::start(std::size_t field_count) {
   if (field_count < 1 || field_count > limits_of(block_.kind).fields) {
     return fail(block_, Result::out_of_range, kCreate.detail(1));
   }
-  work_ = platform::allocate_bytes(kWorkBytes);
-  if (work_ == nullptr) return fail(block_, Result::no_memory, kCreate.detail(2));
+  descriptors_ = platform::allocate_bytes(field_count * kDescriptorBytes + 1);
+  if (descriptors_ == nullptr) return fail(block_, Result::no_memory, kCreate.detail(2));
   names_.reserve(field_count);
-  path_ = path;
-  const platform::Outcome outcome = file_.create(path_, platform::Creation::truncate);
-  if (!outcome.ok()) return fail(block_, open_result(outcome.error), kCreate.detail(3));
-  header_length_ = kHeaderBytes;
   return Result::ok;
 }
 
@@ -78,16 +67,9 @@ Result NewTable::add(const Field& field) {
   }
   names_.push_back(field.name);
   has_memo_ = has_memo_ || is_memo_type(field.type);
-  encode_field(field, std::span<Byte, kDescriptorBytes>(&work_[pending_bytes_], kDescriptorBytes));
-  pending_bytes_ += kDescriptorBytes;
-  return pending_bytes_ >= kWriteOutBytes ? write_descriptors(kCreate.detail(5)) : Result::ok;
-}
-
-Result NewTable::write_descriptors(std::int32_t detail) {
-  const platform::Outcome outcome = file_.write_at(header_length_, work_.get(), pending_bytes_);
-  if (!outcome.ok()) return fail(block_, transfer_result(outcome), detail);
-  header_length_ += static_cast<std::uint32_t>(pending_bytes_);
-  pending_bytes_ = 0;
+  Byte* const place = &descriptors_[descriptor_bytes_];
+  encode_field(field, std::span<Byte, kDescriptorBytes>(place, kDescriptorBytes));
+  descriptor_bytes_ += kDescriptorBytes;
   return Result::ok;
 }
 
@@ -97,30 +79,43 @@ Byte NewTable::version() const {
   return (block_.kind & dialect::kFoxpro) != 0 ? version::kFoxproMemo : version::kDbase3Memo;
 }
 
-Result NewTable::finish() {
-  work_[pending_bytes_++] = kHeaderEnd;
-  if (const Result result = write_descriptors(kCreate.detail(13)); !ok(result)) return result;
+Result NewTable::write(const std::string& path) {
+  platform::File file;
+  const platform::Outcome made = file.create(path, platform::Creation::truncate);
+  if (!made.ok()) return fail(block_, open_result(made.error), kCreate.detail(3));
+  Result result = write_into(file);
+  if (!file.close().ok() && ok(result)) result = fail(block_, Result::io, kCreate.detail(14));
+  if (!ok(result)) (void)platform::remove(path);
+  return result;
+}
+
+Result NewTable::write_into(platform::File& file) {
+  descriptors_[descriptor_bytes_] = kHeaderEnd;
+  const std::uint32_t bytes = descriptor_bytes_ + 1;
+  for (std::uint32_t done = 0; done < bytes;) {
+    const std::uint32_t piece = std::min(bytes - done, kPieceBytes);
+    const platform::Outcome outcome =
+        file.write_at(kHeaderBytes + done, &descriptors_[done], piece);
+    done += piece;
+    if (!outcome.ok()) {
+      return fail(block_, transfer_result(outcome), kCreate.detail(done < bytes ? 5 : 13));
+    }
+  }
   Header header;
   header.version = version();
   header.updated = convert::today();
-  header.header_length = header_length_;
+  header.header_length = kHeaderBytes + bytes;
   header.record_length = field_bytes_ + 1;
-  std::array<Byte, kHeaderBytes> bytes;
-  encode_header(header, bytes);
-  const platform::Outcome outcome = file_.write_at(0, bytes.data(), bytes.size());
-  if (!outcome.ok()) return fail(block_, transfer_result(outcome), kCreate.detail(14));
-  if (!file_.close().ok()) {
-    (void)platform::remove(path_);
-    return fail(block_, Result::io, kCreate.detail(14));
-  }
-  complete_ = true;
-  return Result::ok;
+  std::array<Byte, kHeaderBytes> start;
+  encode_header(header, start);
+  const platform::Outcome outcome = file.write_at(0, start.data(), start.size());
+  return outcome.ok() ? Result::ok : fail(block_, transfer_result(outcome), kCreate.detail(14));
 }
 
 Result create(VqBlock& block, const char* name, std::int32_t count, const char* const* fields) {
   NewTable table(block);
   const std::size_t field_count = count < 0 ? 0 : static_cast<std::size_t>(count);
-  Result result = table.start(path_of(name, "DBF"), field_count);
+  Result result = table.start(field_count);
   for (std::size_t i = 0; i < field_count && ok(result); ++i) {
     const char* const field_name = fields[2 * i];
     const char* const type = fields[2 * i + 1];
@@ -130,13 +125,13 @@ Result create(VqBlock& block, const char* name, std::int32_t count, const char* 
     if (ok(result)) result = parse_field_type(block, type == nullptr ? "" : type, field);
     if (ok(result)) result = table.add(field);
   }
-  return ok(result) ? table.finish() : result;
+  return ok(result) ? table.write(path_of(name, "DBF")) : result;
 }
 
 Result create(VqBlock& block, const std::string& path, std::span<const Field> fields,
               bool& has_memo) {
   NewTable table(block);
-  Result result = table.start(path, fields.size());
+  Result result = table.start(fields.size());
   for (const Field& field : fields) {
     if (!ok(result)) break;
     Field copy = field;
@@ -144,7 +139,7 @@ Result create(VqBlock& block, const std::string& path, std::span<const Field> fi
     if (ok(result)) result = table.add(copy);
   }
   has_memo = table.has_memo();
-  return ok(result) ? table.finish() : result;
+  return ok(result) ? table.write(path) : result;
 }
 
 }  // namespace vqdb::table

@@ -1,5 +1,6 @@
-// Making a table file: the tests that every new field passes, and the writing of header and
-// descriptors. A file that is not finished is removed.
+// Making a table file: the tests that every new field passes, and then the writing of header and
+// descriptors. What is refused leaves the file that was there; a file that is not finished is
+// removed.
 #ifndef VQDBSYS_TABLE_CREATE_H_
 #define VQDBSYS_TABLE_CREATE_H_
 
@@ -32,31 +33,24 @@ bool is_memo_type(char type);
 class NewTable {
  public:
   explicit NewTable(VqBlock& block) : block_(block) {}
-  ~NewTable();
-  NewTable(const NewTable&) = delete;
-  NewTable& operator=(const NewTable&) = delete;
 
-  Result start(const std::string& path, std::size_t field_count);
+  Result start(std::size_t field_count);
   // Tests a field's name and puts it, in upper case, into the field.
   Result name_field(std::string_view name, Field& field);
   // Adds a field that has passed its tests, behind the fields added before.
   Result add(const Field& field);
-  Result finish();
+  Result write(const std::string& path);
 
   bool has_memo() const { return has_memo_; }
 
  private:
-  Result write_descriptors(std::int32_t detail);
+  Result write_into(platform::File& file);
   Byte version() const;
 
   VqBlock& block_;
-  std::string path_;
-  platform::File file_;
-  bool complete_ = false;
-  platform::Bytes work_;
-  std::size_t pending_bytes_ = 0;    // in the work area, not yet written
-  std::uint32_t header_length_ = 0;  // written so far, end byte included
-  std::uint32_t field_bytes_ = 0;    // sum of the field lengths
+  platform::Bytes descriptors_;
+  std::uint32_t descriptor_bytes_ = 0;
+  std::uint32_t field_bytes_ = 0;  // sum of the field lengths
   bool has_memo_ = false;
   std::vector<std::array<char, kMaxFieldName + 1>> names_;
 };

@@ -42,6 +42,10 @@ Result read_header(VqBlock& block, platform::File& file, Header& header) {
   const platform::Outcome outcome = file.read_exactly(0, bytes.data(), bytes.size());
   if (!outcome.ok()) return fail(block, transfer_result(outcome), kReadHeader.detail(1));
   header = decode_header(bytes);
+  return check_header(block, header);
+}
+
+Result check_header(VqBlock& block, const Header& header) {
   if (header.header_length < kMinHeaderLength || header.record_length == 0) {
     return fail(block, Result::bad_format, kReadHeader.detail(2));
   }

@@ -16,6 +16,8 @@ inline constexpr std::uint64_t kMaxMemoryNeed = INT32_MAX;
 
 // Reads the 32 header bytes. Details 311 (short) and 312 (header or record length).
 Result read_header(VqBlock& block, platform::File& file, Header& header);
+// The latter of its tests.
+Result check_header(VqBlock& block, const Header& header);
 
 // Bytes that a table takes when it is opened with this many buffers.
 std::uint64_t memory_need(std::uint32_t field_count, std::uint32_t record_length,

@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <array>
+#include <cstring>
 #include <memory>
 
 #include "frame/file_name.h"
@@ -11,6 +13,7 @@ namespace vqdb::table {
 namespace {
 
 constexpr Operation kClose{30};
+constexpr Operation kReadHeader{31};
 constexpr Operation kOpen{1004};
 
 // Closes the slot of a table whose opening fails half way.
@@ -25,20 +28,31 @@ BufferPolicy policy_of(std::uint32_t mode) {
   return direct ? BufferPolicy::direct_reads : BufferPolicy::write_back;
 }
 
-// Reads the header again with the descriptors behind it, and takes over what they say.
-Result read_structure(VqBlock& block, std::uint32_t field_room, platform::File file, Table& table) {
+// Header and descriptors of a usual table fit in what is read first.
+constexpr std::size_t kFirstBytes = 2048;
+
+// Reads header and descriptors and takes over what they say.
+Result read_structure(VqBlock& block, platform::File file, Table& table) {
+  std::array<Byte, kFirstBytes> first;
+  std::size_t known = 0;
+  if (!file.read_at(0, first.data(), first.size(), known).ok() || known < kHeaderBytes) {
+    return fail(block, Result::io, kReadHeader.detail(1));
+  }
+  const Header header = decode_header(std::span(first).first<kHeaderBytes>());
+  if (const Result result = check_header(block, header); !ok(result)) return result;
+  const std::uint32_t field_room = header.field_room();
   const std::size_t bytes_wanted = kHeaderBytes + field_room * kDescriptorBytes;
   const platform::Bytes bytes = platform::allocate_bytes(bytes_wanted + kDescriptorBytes);
   table.field_memory = platform::allocate_bytes(field_room * sizeof(Field));
   if (bytes == nullptr || table.field_memory == nullptr) {
     return fail(block, Result::no_memory, kOpen.detail(3));
   }
-  const platform::Outcome outcome = file.read_exactly(0, bytes.get(), bytes_wanted);
-  if (!outcome.ok()) return fail(block, transfer_result(outcome), kOpen.detail(4));
-  const Header header =
-      decode_header(std::span<const Byte, kHeaderBytes>(bytes.get(), kHeaderBytes));
+  known = std::min(known, bytes_wanted);
+  std::memcpy(bytes.get(), first.data(), known);
+  if (!file.read_exactly(known, bytes.get() + known, bytes_wanted - known).ok()) {
+    return fail(block, Result::io, kOpen.detail(4));
+  }
   if (header.encrypted) return fail(block, Result::encrypted, kOpen.detail(5));
-  if (header.record_length == 0) return fail(block, Result::bad_format, kOpen.detail(2));
   if (!is_accepted_version(header.version, block.kind)) {
     return fail(block, Result::bad_format, kOpen.detail(6));
   }
@@ -46,6 +60,7 @@ Result read_structure(VqBlock& block, std::uint32_t field_room, platform::File f
       decode_fields({bytes.get() + kHeaderBytes, bytes_wanted - kHeaderBytes}, header.record_length,
                     reinterpret_cast<Field*>(table.field_memory.get()));
   if (table.field_count == 0) return fail(block, Result::bad_format, kOpen.detail(8));
+  table.field_room = field_room;
   table.production = header.production;
   table.updated = header.updated;
   RecordFile& records = table.records;
@@ -55,6 +70,7 @@ Result read_structure(VqBlock& block, std::uint32_t field_room, platform::File f
   records.block_size = block_size_for(header.record_length);
   records.records_per_block = records.block_size / header.record_length;
   records.count = header.count;
+  table.stored_count = header.count;
   return Result::ok;
 }
 
@@ -73,18 +89,16 @@ Result open_file_into(VqBlock& block, const std::string& path, std::uint32_t mod
                       std::int32_t buffers, Table& table) {
   platform::File file;
   if (const Result result = open_file(block, path, mode, file); !ok(result)) return result;
-  Header header;
-  if (const Result result = read_header(block, file, header); !ok(result)) return result;
   table.mode = mode;
   table.policy = policy_of(mode);
   table.scheme = block.index_kind;
-  Result result = read_structure(block, header.field_room(), std::move(file), table);
+  Result result = read_structure(block, std::move(file), table);
   if (ok(result)) result = look_at_size(block, table);
   if (!ok(result)) return result;
 
   const std::int32_t least = table.policy == BufferPolicy::direct_reads ? 0 : 1;
   const auto count = static_cast<std::uint32_t>(std::max(buffers, least));
-  const std::uint64_t need = memory_need(header.field_room(), header.record_length, count);
+  const std::uint64_t need = memory_need(table.field_room, table.records.record_length, count);
   if (need > kMaxMemoryNeed || !table.cache.allocate(count, !table.is_shared())) {
     return fail(block, Result::no_memory, kOpen.detail(7));
   }
@@ -95,7 +109,11 @@ Result open_file_into(VqBlock& block, const std::string& path, std::uint32_t mod
 }  // namespace
 
 Table* open(VqBlock& block, const char* name, std::uint32_t mode, std::int32_t buffers) {
-  const std::string path = path_of(name, "DBF");
+  return open_path(block, path_of(name, "DBF"), mode, buffers);
+}
+
+Table* open_path(VqBlock& block, const std::string& path, std::uint32_t mode,
+                 std::int32_t buffers) {
   std::unique_ptr<Table, CloseSlot> table(tables().open(&block, &block));
   const Result result = table == nullptr ? fail(block, Result::no_memory, kOpen.detail(3))
                                          : open_file_into(block, path, mode, buffers, *table);

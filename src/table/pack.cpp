@@ -7,8 +7,9 @@
 #include "frame/progress.h"
 #include "frame/system_file.h"
 #include "frame/temporary_file.h"
-#include "table/copy.h"
+#include "table/create.h"
 #include "table/header.h"
+#include "table/locks.h"
 #include "table/records.h"
 #include "table/scoped_table.h"
 
@@ -22,11 +23,9 @@ constexpr std::int32_t kBuffers = 64;  // both tables are read and written in or
 // Gives the packed copy what its header does not get from the fields: the version byte, since the
 // memo file keeps its layout, the record length and the marks of other programs. The production
 // flag stays clear, since record numbers change.
-Result take_over_header(VqBlock& block, const std::string& from, const std::string& to) {
+Result take_over_header(VqBlock& block, const std::string& from, platform::File& copy) {
   platform::File source;
-  platform::File copy;
-  Result result = open_file(block, from, open_mode::kReadOnly, source);
-  if (ok(result)) result = open_file(block, to, 0, copy);
+  const Result result = open_file(block, from, open_mode::kReadOnly, source);
   if (!ok(result)) return result;
   std::array<Byte, kHeaderBytes> header;
   std::array<Byte, kRecordLengthOffset> made;
@@ -60,22 +59,23 @@ Result copy_live_records(VqBlock& block, Table& from, Table& to) {
 Result pack(VqBlock& block, const char* name) {
   const std::string path = path_of(name, "DBF");
   TemporaryFile packed;
-  const platform::Outcome made = packed.make(block, "DBF");
-  if (!made.ok()) return fail(block, open_result(made.error), kPack.detail(1));
-  bool has_memo = false;
-  Result result = copy_structure(block, path.c_str(), packed.path().c_str(), has_memo);
-  if (ok(result)) result = take_over_header(block, path, packed.path());
-  if (!ok(result)) return result;
   {
     ScopedTable source;
     ScopedTable target;
-    result = source.open(block, path.c_str(), 0, kBuffers);
-    if (ok(result)) result = target.open(block, packed.path().c_str(), 0, kBuffers);
+    Result result = source.open(block, path, 0, kBuffers);
+    if (ok(result)) result = claim_table(*source);
+    if (!ok(result)) return result;
+    const platform::Outcome made = packed.make(block, path);
+    if (!made.ok()) return fail(block, open_result(made.error), kPack.detail(1));
+    bool has_memo = false;
+    result = create(block, packed.path(), fields(*source), has_memo);
+    if (ok(result)) result = take_over_header(block, path, packed.file());
+    if (ok(result)) result = target.open(block, packed.path(), 0, kBuffers);
     if (ok(result)) result = copy_live_records(block, *source, *target);
     if (ok(result)) result = target.close();
     if (!ok(result)) return result;
   }
-  const platform::Outcome placed = packed.put_in_place_of(path);
+  const platform::Outcome placed = packed.put_in_place();
   return placed.ok() ? Result::ok : fail(block, open_result(placed.error), kPack.detail(3));
 }
 

@@ -34,8 +34,8 @@ Result append_record(Table& table, const void* record);
 // To a table in the making, which no lock scheme bounds yet.
 Result append_whole_record(Table& table, const Byte* record);
 
-// Details 463 (read-only), 464 (number below 1), 465 (beyond the last record), 466 (no memory), 467
-// (not written), and those of record_lock_status.
+// Details 463 (read-only), 464 (number below 1), 465 (beyond the last record), 467 (not
+// written), 10064 (the file lacks it), and those of record_lock_status.
 Result update_record(Table& table, std::uint32_t recno, const void* record);
 Result delete_record(Table& table, std::uint32_t recno);
 Result recall_record(Table& table, std::uint32_t recno);

@@ -2,6 +2,7 @@
 #ifndef VQDBSYS_TABLE_SCOPED_TABLE_H_
 #define VQDBSYS_TABLE_SCOPED_TABLE_H_
 
+#include <string>
 #include <utility>
 
 #include "table/table.h"
@@ -22,8 +23,8 @@ class ScopedTable {
   ScopedTable(const ScopedTable&) = delete;
   ScopedTable& operator=(const ScopedTable&) = delete;
 
-  Result open(VqBlock& block, const char* name, std::uint32_t mode, std::int32_t buffers) {
-    table_ = table::open(block, name, mode, buffers);
+  Result open(VqBlock& block, const std::string& path, std::uint32_t mode, std::int32_t buffers) {
+    table_ = table::open_path(block, path, mode, buffers);
     return table_ != nullptr ? Result::ok : static_cast<Result>(block.result);
   }
   Result close() { return table::close(*std::exchange(table_, nullptr)); }

@@ -5,7 +5,7 @@
 #include "frame/system_file.h"
 #include "frame/temporary_file.h"
 #include "sort/external_sort.h"
-#include "table/copy.h"
+#include "table/create.h"
 #include "table/records.h"
 #include "table/scoped_table.h"
 #include "table/sort_key.h"
@@ -50,11 +50,11 @@ Result sort_into(VqBlock& block, const std::string& source, const std::string& t
   ScopedTable from;
   ScopedTable to;
   SortKey key;
-  Result result = from.open(block, source.c_str(), 0, kBuffers);
+  Result result = from.open(block, source, open_mode::kReadOnly, kBuffers);
   if (ok(result)) result = key.parse(block, *from, keys);
   bool has_memo = false;
-  if (ok(result)) result = copy_structure(block, source.c_str(), target.c_str(), has_memo);
-  if (ok(result)) result = to.open(block, target.c_str(), 0, kBuffers);
+  if (ok(result)) result = create(block, target, fields(*from), has_memo);
+  if (ok(result)) result = to.open(block, target, 0, kBuffers);
   if (ok(result)) result = sort_records(block, *from, *to, key);
   return ok(result) ? to.close() : result;
 }
@@ -67,13 +67,15 @@ Result sort(VqBlock& block, const char* source, const char* target, const char* 
   }
   const std::string from = path_of(source, "DBF");
   const std::string to = path_of(target, "DBF");
-  if (from == to) return fail(block, Result::not_allowed, kSort.detail(1));
+  if (from == to || platform::same_file(from, to)) {
+    return fail(block, Result::not_allowed, kSort.detail(1));
+  }
   TemporaryFile sorted;
-  const platform::Outcome made = sorted.make(block, "DBF");
+  const platform::Outcome made = sorted.make(block, to);
   if (!made.ok()) return fail(block, open_result(made.error), kSort.detail(3));
   const Result result = sort_into(block, from, sorted.path(), keys);
   if (!ok(result)) return result;
-  const platform::Outcome placed = sorted.put_in_place_of(to);
+  const platform::Outcome placed = sorted.put_in_place();
   return placed.ok() ? Result::ok : fail(block, open_result(placed.error), kSort.detail(3));
 }
 

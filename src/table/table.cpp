@@ -92,6 +92,7 @@ Result write_count(Table& table, std::uint32_t count, std::int32_t detail) {
     return fail(table.block, Result::io, detail);
   }
   table.updated = today;
+  table.stored_count = count;
   return Result::ok;
 }
 

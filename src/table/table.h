@@ -28,6 +28,7 @@ Table* find_live(const void* address);
 // 10045 encrypted, 10046 version, 10047 no memory for the buffers, 10048 descriptors that do not
 // fit the record.
 Table* open(VqBlock& block, const char* name, std::uint32_t mode, std::int32_t buffers);
+Table* open_path(VqBlock& block, const std::string& path, std::uint32_t mode, std::int32_t buffers);
 // Flushes, closes and releases; the handle is gone whatever the result.
 Result close(Table& table);
 

@@ -28,16 +28,18 @@ class Table : public HandleHead {
 
   std::uint32_t mode = 0;
   BufferPolicy policy = BufferPolicy::write_back;
-  std::uint32_t scheme = 0;     // of locks, 0 to 6
-  std::uint32_t current = 0;    // record last read or written
-  bool header_dirty = false;    // the count changed and is not in the file yet
-  bool end_mark_stale = false;  // records were removed from the end
+  std::uint32_t scheme = 0;        // of locks, 0 to 6
+  std::uint32_t current = 0;       // record last read or written
+  bool header_dirty = false;       // the count changed and is not in the file yet
+  bool end_mark_stale = false;     // records were removed from the end
+  std::uint32_t stored_count = 0;  // in the header, as this handle read or wrote it last
   bool production = false;
   std::string path;
   bool short_file = false;  // at open, the file lacked records that its header counts
   convert::Date updated;
   platform::Bytes field_memory;
   std::uint32_t field_count = 0;
+  std::uint32_t field_room = 0;  // descriptors that the header has room for
   RecordFile records;
   BlockCache cache;
   LockState locks;

@@ -1,30 +1,43 @@
-// Overwriting, deleting and recalling records, and writing out what waits in the buffers.
+// Overwriting, deleting and recalling records.
+#include <array>
 #include <cstring>
 
 #include "table/locks.h"
-#include "table/record_image.h"
 #include "table/records.h"
 #include "table/table_handle.h"
 
 namespace vqdb::table {
 namespace {
 
-constexpr Operation kFlush{24};
 constexpr Operation kUpdrec{46};
 
 enum class Change : std::uint8_t { overwrite, set_deleted, set_live };
 
+// Writes a record that lacks its first `skip` bytes, the flag or none, in one call of the system
+// when it fits.
+platform::Outcome write_record(RecordFile& records, std::uint64_t offset, const void* record,
+                               std::uint32_t skip) {
+  const std::size_t length = records.record_length - skip;
+  if (skip == 0) return records.file.write_at(offset, record, length);
+  char flag = kLive;
+  if (length < platform::kChunkBytes) {
+    const std::array<platform::Piece, 2> pieces = {
+        {{&flag, 1}, {const_cast<void*>(record), length}}};
+    return records.file.write_pieces(offset, pieces);
+  }
+  const platform::Outcome outcome = records.file.write_at(offset, &flag, 1);
+  return outcome.ok() ? records.file.write_at(offset + 1, record, length) : outcome;
+}
+
 // Overwrites, deletes or recalls in the file itself.
-Result write_change(Table& table, std::uint32_t recno, Change change, const RecordImage& image) {
-  static constexpr char kDeletedFlag = kDeleted;
-  static constexpr char kLiveFlag = kLive;
+Result write_change(Table& table, std::uint32_t recno, Change change, const void* record,
+                    std::uint32_t skip) {
   RecordFile& records = table.records;
   const std::uint64_t offset = records.offset_of(recno);
-  const platform::Outcome outcome =
-      change == Change::overwrite
-          ? records.file.write_at(offset, image.bytes(), records.record_length)
-          : records.file.write_at(offset,
-                                  change == Change::set_deleted ? &kDeletedFlag : &kLiveFlag, 1);
+  const char flag = change == Change::set_deleted ? kDeleted : kLive;
+  const platform::Outcome outcome = change == Change::overwrite
+                                        ? write_record(records, offset, record, skip)
+                                        : records.file.write_at(offset, &flag, 1);
   return outcome.ok() ? Result::ok : fail(table.block, Result::io, kUpdrec.detail(7));
 }
 
@@ -70,12 +83,8 @@ Result change_record(Table& table, std::uint32_t recno, Change change, const voi
     apply(change, place, record, skip, length);
     table.cache.mark_changed();
   } else {
-    RecordImage image;
-    if (change == Change::overwrite && !image.make(record, skip, length)) {
-      return fail(table.block, Result::no_memory, kUpdrec.detail(6));
-    }
     Result result = check_stored(table, recno);
-    if (ok(result)) result = write_change(table, recno, change, image);
+    if (ok(result)) result = write_change(table, recno, change, record, skip);
     if (!ok(result)) {
       table.cache.drop(recno);
       return result;
@@ -99,37 +108,6 @@ Result delete_record(Table& table, std::uint32_t recno) {
 
 Result recall_record(Table& table, std::uint32_t recno) {
   return change_record(table, recno, Change::set_live, nullptr);
-}
-
-Result flush(Table& table) {
-  if (const Result result = table.cache.write_changed(kFlush.detail(2)); !ok(result)) {
-    return result;
-  }
-  RecordFile& records = table.records;
-  if (table.end_mark_stale) {
-    const std::uint64_t end = records.offset_of(records.count + 1);
-    if (!records.file.write_at(end, &kEndMark, 1).ok()) {
-      return fail(table.block, Result::io, kFlush.detail(2));
-    }
-    table.end_mark_stale = false;
-  }
-  if (table.header_dirty) {
-    const Result result = write_count(table, records.count, kFlush.detail(3));
-    if (!ok(result)) return result;
-    table.header_dirty = false;
-  }
-  return Result::ok;
-}
-
-Result clear_buffers(Table& table) {
-  const Result result = flush(table);
-  if (ok(result)) table.cache.clear();
-  return result;
-}
-
-Result catch_up(Table& table) {
-  const Result result = clear_buffers(table);
-  return ok(result) && table.is_shared() ? refresh_count(table) : result;
 }
 
 }  // namespace vqdb::table

@@ -71,14 +71,19 @@ bool join_with_failure(std::uint64_t n, Verdict verdict, bool has_target,
   } else {
     std::filesystem::remove(target.file);
   }
-  Call last_call = Call::open;
+  Call struck_call = Call::open;
+  std::uint64_t calls_seen = 0;
   const auto [result, struck] = under_fault(
       n, verdict,
       [&] { return lib.dDcat(&target.block, target.name.c_str(), source.name.c_str()); },
-      [&](Call call) { return kCounts(last_call = call); });
+      [&](Call call) {
+        if (kCounts(call) && ++calls_seen == n) struck_call = call;
+        return kCounts(call);
+      });
   const std::size_t start = ScratchTable::kHeaderBytes;
   const std::size_t kept = has_target ? 10 * ScratchTable::kRecordBytes : 0;
-  const bool closing_failed = has_target && last_call == Call::close && target.block.detail == 353;
+  const bool closing_failed =
+      has_target && struck_call == Call::close && target.block.detail == 353;
   if (result == 0 || closing_failed) {
     EXPECT_EQ(before.substr(has_target ? start : 0, kept) + added,
               read_file(target.file).substr(start));

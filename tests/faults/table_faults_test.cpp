@@ -1,8 +1,10 @@
 // Every call to the system fails once, in turn, in every operation that changes a table: the code
 // says what failed, and nothing that was acknowledged is lost.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <algorithm>
+#include <csignal>
 #include <filesystem>
 #include <functional>
 #include <set>
@@ -171,6 +173,92 @@ TEST(TableFaults, no_failing_call_loses_an_acknowledged_record) {
         }
         EXPECT_GT(n, 1u) << operation.name << " makes no call";
       }
+    }
+  }
+}
+
+// Files end at so many bytes, as on a disk that is full: what lies before can still be written.
+class FullDisk {
+ public:
+  explicit FullDisk(rlim_t bytes) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    EXPECT_EQ(0, ::getrlimit(RLIMIT_FSIZE, &before_));
+    const rlimit limit = {bytes, before_.rlim_max};
+    EXPECT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &limit));
+  }
+  ~FullDisk() { ::setrlimit(RLIMIT_FSIZE, &before_); }
+  FullDisk(const FullDisk&) = delete;
+  FullDisk& operator=(const FullDisk&) = delete;
+
+ private:
+  rlimit before_ = {};
+};
+
+TEST(TableFaults, a_full_disk_keeps_every_record_that_is_whole) {
+  constexpr std::uint32_t kFit = 700;
+  for (const bool flushes : {false, true}) {
+    for (const std::int32_t buffers : {3, 40}) {
+      ScratchTable scratch;
+      scratch.append(1, 10);
+      Records expected;
+      OpenTable table(scratch.block, scratch.name, 0, buffers);
+      {
+        const FullDisk disk(ScratchTable::kHeaderBytes + kFit * ScratchTable::kRecordBytes + 5);
+        for (std::uint32_t i = 1; i <= 1000; ++i) {
+          if (i > 10 && lib.dDapprec(table, ScratchTable::record(i).data()) != 0) break;
+          expected.push_back(ScratchTable::record(i));
+        }
+        EXPECT_LE(kFit, expected.size());
+        EXPECT_EQ(0, lib.dDupdrec(table, 2, kNew.data()));
+        expected[1] = kNew;
+        EXPECT_EQ(-17, flushes ? lib.dDflush(table) : table.close());
+        EXPECT_EQ(242, +scratch.block.detail);
+      }
+      const Records first(expected.begin(), expected.begin() + kFit);
+      EXPECT_EQ(first, flushes ? records_after_crash(scratch) : records_in(scratch.file));
+      EXPECT_EQ("\x1A", vqdb::testing::read_bytes(
+                            scratch.file,
+                            ScratchTable::kHeaderBytes + kFit * ScratchTable::kRecordBytes, 1));
+      if (!flushes) continue;
+      EXPECT_EQ(0, table.close()) << "with room again";
+      EXPECT_EQ(expected, records_in(scratch.file));
+    }
+  }
+}
+
+TEST(TableFaults, a_read_that_came_up_short_is_tried_again_by_the_next_append) {
+  ScratchTable scratch;
+  scratch.append(1, 100);
+  OpenTable table(scratch.block, scratch.name, 0, 2);
+  std::string out(ScratchTable::kRecordBytes, '?');
+  {
+    const FaultPlan plan(1, Verdict::cut_short);
+    EXPECT_EQ(-17, lib.dDgetrec(table, 100, out.data()));
+  }
+  EXPECT_EQ(0, lib.dDapprec(table, kNew.data()));
+  EXPECT_EQ(0, table.close());
+  EXPECT_EQ(101u, records_in(scratch.file).size());
+}
+
+TEST(TableFaults, flag_4_forces_what_flush_and_close_write_to_the_device) {
+  for (const std::uint32_t mode : {0u, 2u, 4u}) {
+    for (const bool forced : {false, true}) {
+      ScratchTable scratch;
+      scratch.block.runtime_flags = forced ? VQ_FLAG_DURABLE : 0;
+      OpenTable table(scratch.block, scratch.name, mode, 1);
+      const auto syncs = [&](auto work) {
+        const FaultPlan plan(0, Verdict::fail, [](Call call) { return call == Call::sync; });
+        EXPECT_EQ(0, work());
+        return plan.calls();
+      };
+      EXPECT_EQ(0u, syncs([&] { return lib.dDapprec(table, kNew.data()); }));
+      EXPECT_EQ(forced ? 1u : 0u, syncs([&] { return lib.dDflush(table); }));
+      {
+        const FaultPlan plan(1, Verdict::fail, [](Call call) { return call == Call::sync; });
+        EXPECT_EQ(forced ? -17 : 0, lib.dDflush(table));
+        EXPECT_EQ(forced ? 244 : 0, +scratch.block.detail);
+      }
+      EXPECT_EQ(forced ? 1u : 0u, syncs([&] { return table.close(); }));
     }
   }
 }

@@ -209,41 +209,51 @@ TEST(File, locks_exclude_other_opens_of_the_file_byte_by_byte) {
   EXPECT_TRUE(one.lock(kFar, 2).ok()) << "closing gives up what was held";
 }
 
-TEST(File, replace_keeps_the_permissions_of_the_old_file_and_links_to_it) {
-  namespace fs = std::filesystem;
-  TemporaryFolder folder;
+TEST(File, replace_takes_the_place_of_a_file) {
+  const TemporaryFolder folder;
   write_file(folder.file("OLD"), "old");
   write_file(folder.file("NEW"), "new");
-  fs::permissions(folder.file("OLD"), fs::perms::owner_read | fs::perms::group_read);
-  fs::create_symlink(folder.file("OLD"), folder.file("LINK"));
-  ASSERT_TRUE(replace(folder.file("NEW"), folder.file("LINK")).ok());
-  EXPECT_EQ("new", read_file(folder.file("OLD")));
-  EXPECT_TRUE(fs::is_symlink(folder.file("LINK")));
-  EXPECT_EQ(fs::perms::owner_read | fs::perms::group_read,
-            fs::status(folder.file("OLD")).permissions());
-}
-
-TEST(File, replace_takes_the_place_of_a_file_and_rename_refuses_to) {
-  const TemporaryFolder folder;
-  const auto write = [&](const char* name, const char* text) {
-    write_file(folder.file(name), text);
-  };
-  write("OLD", "old");
-  write("NEW", "new");
-  EXPECT_EQ(Error::already_exists, rename(folder.file("NEW"), folder.file("OLD")).error);
-  EXPECT_EQ((std::vector<std::string>{"NEW", "OLD"}), folder.list());
-  EXPECT_EQ("old", read_file(folder.file("OLD")));
-
   EXPECT_TRUE(replace(folder.file("NEW"), folder.file("OLD")).ok());
   EXPECT_EQ((std::vector<std::string>{"OLD"}), folder.list());
   EXPECT_EQ("new", read_file(folder.file("OLD")));
-
   EXPECT_TRUE(replace(folder.file("OLD"), folder.file("A")).ok());
-  EXPECT_TRUE(rename(folder.file("A"), folder.file("B")).ok());
-  EXPECT_EQ(Error::not_found, rename(folder.file("A"), folder.file("C")).error);
-  EXPECT_EQ((std::vector<std::string>{"B"}), folder.list());
-  EXPECT_TRUE(remove(folder.file("B")).ok());
-  EXPECT_EQ(Error::not_found, remove(folder.file("B")).error);
+  EXPECT_EQ(Error::not_found, replace(folder.file("OLD"), folder.file("A")).error);
+  EXPECT_EQ((std::vector<std::string>{"A"}), folder.list());
+  EXPECT_TRUE(remove(folder.file("A")).ok());
+  EXPECT_EQ(Error::not_found, remove(folder.file("A")).error);
+}
+
+TEST(File, is_the_same_over_every_path_that_leads_to_it) {
+  namespace fs = std::filesystem;
+  const TemporaryFolder folder;
+  const std::string file = folder.file("A");
+  write_file(file, "text");
+  write_file(folder.file("B"), "text");
+  fs::create_hard_link(file, folder.file("HARD"));
+  fs::create_symlink("HARD", folder.file("SOFT"));
+  for (const std::string& other :
+       {file, folder.path().string() + "/../" + folder.path().filename().string() + "/./A",
+        folder.file("HARD"), folder.file("SOFT")}) {
+    EXPECT_TRUE(same_file(file, other)) << other;
+  }
+  for (const char* other : {"B", "NONE", ""}) EXPECT_FALSE(same_file(file, folder.file(other)));
+  EXPECT_FALSE(same_file(folder.file("NONE"), folder.file("NONE")));
+  EXPECT_EQ(fs::canonical(folder.file("HARD")).string(), real_path(folder.file("SOFT")));
+  EXPECT_EQ(folder.file("NONE"), real_path(folder.file("NONE")));
+}
+
+TEST(File, tests_of_locks_keep_nobody_out) {
+  const TemporaryFolder folder;
+  write_file(folder.file("A"), "");
+  File one, other;
+  ASSERT_TRUE(one.open(folder.file("A"), Access::read_write).ok());
+  ASSERT_TRUE(other.open(folder.file("A"), Access::read_only).ok());
+  EXPECT_TRUE(other.test_lock(50, 100).ok());
+  ASSERT_TRUE(one.lock(100, 1).ok()) << "the test holds nothing";
+  EXPECT_EQ(Error::lock_refused, other.test_lock(50, 100).error);
+  EXPECT_TRUE(other.test_lock(101, 100).ok());
+  EXPECT_TRUE(one.test_lock(50, 100).ok()) << "its own locks do not count";
+  EXPECT_EQ(Error::lock_refused, other.lock(100, 1).error) << "and stay";
 }
 
 // Whatever call is made to fail does nothing but fail.
@@ -267,8 +277,12 @@ TEST(File, every_call_passes_the_seam) {
       [&] { return file.lock(9, 1); },
       [&] { return file.unlock(9, 1); },
       [&] { return remove(folder.file("A")); },
-      [&] { return rename(folder.file("A"), folder.file("C")); },
-      [&] { return replace(folder.file("B"), folder.file("A")); }};
+      [&] { return file.test_lock(9, 1); },
+      [&] { return file.truncate(1); },
+      [&] { return File().create_replacement(folder.file("C"), folder.file("A")); },
+      [&] { return File().create_scratch(folder.file("C")); },
+      [&] { return replace(folder.file("B"), folder.file("A")); },
+  };
   for (std::size_t i = 0; i < calls.size(); ++i) {
     const FaultPlan plan(1);
     EXPECT_FALSE(calls[i]().ok()) << "call " << i;

@@ -49,7 +49,6 @@ class ExternalSortTest : public ::testing::Test {
       engine.accept();
     }
     if (const Result result = engine.finish(); !ok(result)) return result;
-    passes_ = engine.merge_passes();
     for (;;) {
       const Byte* entry = nullptr;
       if (const Result result = engine.next(entry); !ok(result) || entry == nullptr) return result;
@@ -67,7 +66,6 @@ class ExternalSortTest : public ::testing::Test {
 
   testing::TemporaryFolder folder_;
   VqBlock block_ = {};
-  std::size_t passes_ = 0;
 };
 
 TEST_F(ExternalSortTest, any_workspace_gives_the_stable_order) {
@@ -92,9 +90,17 @@ TEST_F(ExternalSortTest, any_workspace_gives_the_stable_order) {
     set(c.pages, c.width);
     const auto entries = random_entries(c.count, c.entry_bytes);
     std::vector<std::string> sorted;
-    ASSERT_EQ(Result::ok, sort(entries, sorted));
+    // The runs are in one file, and those of every merge but the last in one more.
+    std::uint64_t files = 0;
+    {
+      const testing::FaultPlan plan(0, platform::Verdict::fail, [](platform::Call call) {
+        return call == platform::Call::create;
+      });
+      ASSERT_EQ(Result::ok, sort(entries, sorted));
+      files = plan.calls();
+    }
     EXPECT_EQ(expected(entries), sorted);
-    EXPECT_EQ(c.passes, passes_);
+    EXPECT_EQ(c.passes, files - std::min<std::uint64_t>(files, 1));
     EXPECT_TRUE(folder_.list().empty());
   }
 }
@@ -114,11 +120,7 @@ TEST_F(ExternalSortTest, failures_leave_no_files) {
     } else {
       EXPECT_NE(0, int32_t{block_.detail});
     }
-    for (const std::string& left : folder_.list()) {
-      // Only a file that the system refused to remove is still there.
-      ASSERT_TRUE(ok(result)) << left;
-      std::filesystem::remove(folder_.path() / left);
-    }
+    EXPECT_TRUE(folder_.list().empty());
   }
 }
 

@@ -1,7 +1,10 @@
 // How many calls of the system records cost.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
+#include <list>
+#include <random>
 #include <string>
 
 #include "support/fault_plan.h"
@@ -42,6 +45,31 @@ TEST(Calls, reading_in_order_takes_one_a_block_or_less_and_none_when_cached) {
     OpenTable table(scratch.block, scratch.name, 0, c.buffers);
     EXPECT_EQ(c.first, calls_of([&] { read_all(table); })) << c.buffers;
     EXPECT_EQ(c.again, calls_of([&] { read_all(table); })) << c.buffers;
+  }
+}
+
+TEST(Calls, the_block_used_longest_ago_makes_room) {
+  for (const std::size_t buffers : {1u, 2u, 3u}) {
+    ScratchTable scratch;
+    scratch.append(1, kRecords);
+    OpenTable table(scratch.block, scratch.name, 0, static_cast<std::int32_t>(buffers));
+    std::list<std::uint32_t> cached;  // the block used last in front
+    std::uint64_t misses = 0;
+    std::mt19937 random(3);
+    const auto read = [&] {
+      for (int i = 0; i < 1000; ++i) {
+        const auto block = static_cast<std::uint32_t>(1 + 2 * (random() % (random() % 6 + 1)));
+        std::string out(ScratchTable::kRecordBytes, '?');
+        const std::uint32_t recno = (block - 1) * ScratchTable::kRecordsPerBlock + 1;
+        ASSERT_EQ(0, lib.dDgetrec(table, recno, out.data()));
+        if (std::find(cached.begin(), cached.end(), block) == cached.end()) ++misses;
+        cached.remove(block);
+        cached.push_front(block);
+        if (cached.size() > buffers) cached.pop_back();
+      }
+    };
+    const std::uint64_t calls = calls_of(read);
+    EXPECT_EQ(misses, calls) << buffers;
   }
 }
 

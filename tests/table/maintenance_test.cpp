@@ -59,10 +59,17 @@ TEST(Copy, refuses_to_copy_a_table_to_itself) {
   const std::string before = read_file(scratch.file);
   const char* const name = scratch.name.c_str();
   const char* const missing = nullptr;
-  for (const auto& [from, to] :
-       {std::pair{name, name}, {name, missing}, {missing, name}, {name, scratch.file.c_str()}}) {
+  const std::string dotted = scratch.folder.file("./T"), link = scratch.folder.file("LINK");
+  std::filesystem::create_hard_link(scratch.file, link + ".DBF");
+  for (const auto& [from, to] : {std::pair{name, name},
+                                 {name, missing},
+                                 {missing, name},
+                                 {name, scratch.file.c_str()},
+                                 {name, dotted.c_str()},
+                                 {link.c_str(), name}}) {
     scratch.block.detail = 0;
     EXPECT_EQ("-11/141", codes(lib.dDcopy(&scratch.block, from, to), scratch.block));
+    EXPECT_EQ("-11/441", codes(lib.dDsort(&scratch.block, from, to, "TEXT"), scratch.block));
   }
   EXPECT_EQ(before, read_file(scratch.file));
   EXPECT_EQ("-5/10421", codes(lib.dDcopy(&scratch.block, scratch.folder.file("NO").c_str(), name),
@@ -134,11 +141,15 @@ TEST(Concatenate, appends_and_leaves_the_date) {
 }
 
 TEST(Concatenate, doubles_a_table_given_twice) {
-  ScratchTable scratch;
-  scratch.append(1, 2500);
-  ASSERT_EQ(0, lib.dDcat(&scratch.block, scratch.name.c_str(), scratch.file.c_str()));
-  const std::string expected = records(1, 2500) + records(1, 2500) + "\x1A";
-  EXPECT_EQ(expected, read_bytes(scratch.file, kStart, expected.size()));
+  for (const char* other : {"T.DBF", "./T", "LINK"}) {
+    ScratchTable scratch;
+    scratch.append(1, 2500);
+    std::filesystem::create_hard_link(scratch.file, scratch.folder.file("LINK.DBF"));
+    ASSERT_EQ(0,
+              lib.dDcat(&scratch.block, scratch.name.c_str(), scratch.folder.file(other).c_str()));
+    const std::string expected = records(1, 2500) + records(1, 2500) + "\x1A";
+    EXPECT_EQ(expected, read_bytes(scratch.file, kStart, expected.size())) << other;
+  }
 }
 
 TEST(Concatenate, refuses_and_leaves_the_target_as_it_was) {
@@ -254,7 +265,7 @@ TEST(Pack, of_a_short_table_changes_nothing) {
 TEST(Maintenance, cancelled_work_leaves_everything_as_it_was) {
   for (const bool packs : {true, false}) {
     for (std::uint32_t at = 1;; ++at) {
-      ScratchTable target;
+      ScratchTable target(at % 2 == 0 ? 16 : 1);
       ScratchTable source;
       lib.dUtmpdir(&target.block, target.folder.path().string().c_str());
       target.append(1, 3000);
@@ -273,6 +284,11 @@ TEST(Maintenance, cancelled_work_leaves_everything_as_it_was) {
       EXPECT_EQ(10071, +target.block.detail);
       EXPECT_EQ(before, read_file(target.file).substr(0, before.size()));
       EXPECT_EQ(1u, target.folder.list().size());
+      VqBlock by_size = block_of_kind(16);
+      OpenTable table(by_size, target.name, 2, 0);
+      std::uint32_t count = 0;
+      EXPECT_EQ(0, lib.dDreccnt(table, &count));
+      EXPECT_TRUE(packs || at % 2 != 0 || count == 3000) << "dialect 16 goes by the file's size";
     }
   }
 }
@@ -319,6 +335,46 @@ TEST(Maintenance, long_work_leaves_the_layout_of_the_hosts_records_alone) {
     EXPECT_EQ(0, lib.dDgetrec(sorted, 1500, record.data()));
     EXPECT_EQ(ScratchTable::record(1500), record);
   }
+}
+
+TEST(Maintenance, what_somebody_else_has_locked_is_refused) {
+  struct Case {
+    std::int32_t (*lock)(VqTable*);
+    std::int32_t detail;
+  };
+  const Case cases[] = {{lib.dDlkfil, 483},
+                        {lib.dDlkapp, 483},
+                        {[](VqTable* table) { return lib.dDlkrec(table, 3); }, 484}};
+  for (const Case& c : cases) {
+    ScratchTable scratch, source;
+    scratch.append(1, 5);
+    source.append(1, 5);
+    VqBlock block = scratch.block;
+    OpenTable other(block, scratch.name, 2, 0);
+    ASSERT_EQ(0, c.lock(other));
+    const std::string before = read_file(scratch.file);
+    EXPECT_EQ(-38, lib.dDpack(&scratch.block, scratch.name.c_str()));
+    EXPECT_EQ(c.detail, +scratch.block.detail);
+    EXPECT_EQ(-38, lib.dDcat(&scratch.block, scratch.name.c_str(), source.name.c_str()));
+    EXPECT_EQ(before, read_file(scratch.file));
+    EXPECT_EQ(0, lib.dDcat(&scratch.block, source.name.c_str(), scratch.name.c_str()))
+        << "the source is only read";
+    scratch.block.index_kind = 4;
+    EXPECT_EQ(0, lib.dDpack(&scratch.block, scratch.name.c_str())) << "a scheme without locks";
+  }
+}
+
+TEST(Maintenance, temporary_directories_may_have_semicolons) {
+  ScratchTable scratch;
+  scratch.append(1, 50);
+  const auto directory = scratch.folder.path() / "A;B";
+  std::filesystem::create_directory(directory);
+  ASSERT_EQ(0, lib.dUtmpdir(&scratch.block, directory.string().c_str()));
+  EXPECT_EQ(0, lib.dDpack(&scratch.block, scratch.name.c_str())) << +scratch.block.detail;
+  EXPECT_EQ(0, lib.dDsort(&scratch.block, scratch.name.c_str(), scratch.folder.file("S").c_str(),
+                          "NUMBER/D"));
+  EXPECT_TRUE(std::filesystem::is_empty(directory));
+  EXPECT_EQ(3u, scratch.folder.list().size());
 }
 
 TEST(Detach, clears_the_production_flag_only) {

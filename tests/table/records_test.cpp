@@ -187,6 +187,7 @@ TEST(Records, closed_foreign_and_null_handles_are_refused) {
     return std::vector<std::pair<std::int32_t, std::int32_t>>{
         {181, lib.dDfields(t)},
         {221, lib.dDfldnm(t, 1, record.data())},
+        {221, lib.dDfield(t, 1, nullptr)},
         {221, lib.dDfldno(t, "TEXT")},
         {421, lib.dDreccnt(t, &number)},
         {161, lib.dDdate(t, nullptr, nullptr, nullptr)},

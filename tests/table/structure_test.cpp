@@ -103,6 +103,10 @@ TEST(Create, refuses_bad_fields_and_leaves_no_file) {
                     block))
         << c.detail;
     EXPECT_EQ(c.result == 0 ? 1u : 0u, folder.list().size()) << c.detail;
+    write_file(folder.file("T.DBF"), "what was there");
+    lib.dDcreat(&block, folder.file("T").c_str(), static_cast<std::int32_t>(c.fields.size() / 2),
+                c.fields.empty() ? &none : c.fields.data());
+    EXPECT_EQ(c.result == 0, read_file(folder.file("T.DBF")) != "what was there") << c.detail;
   }
   VqBlock block = block_of_kind(1);
   EXPECT_EQ("-5/153", codes(create_table(block, "/no/such/folder/T", {"A", "C1"}), block));
@@ -148,7 +152,16 @@ TEST(Open, describes_the_table) {
   EXPECT_EQ(std::to_array(today), std::to_array(updated));
   EXPECT_EQ(0, lib.dDdate(table, nullptr, nullptr, nullptr));
 
-  for (const std::int32_t number : {0, 3, -1}) EXPECT_EQ(-4, lib.dDfldnm(table, number, name));
+  VqField field;
+  EXPECT_EQ(0, lib.dDfield(table, 2, &field));
+  EXPECT_STREQ("NUMBER", field.name);
+  EXPECT_EQ('N', field.type);
+  EXPECT_EQ((std::array{5u, 0u, 10u}), (std::array{field.length, field.decimals, field.offset}));
+
+  for (const std::int32_t number : {0, 3, -1, INT32_MIN, INT32_MAX}) {
+    EXPECT_EQ(-4, lib.dDfldnm(table, number, name));
+    EXPECT_EQ(-4, lib.dDfield(table, number, &field));
+  }
   EXPECT_EQ(222, +scratch.block.detail);
   for (const char* unknown : {"", "TEX", "TEXTS", "MUCHLONGERTHANANAME"}) {
     scratch.block.detail = 0;

@@ -313,7 +313,7 @@ Result rebuild_mdx(table::Table& table, const char* name) {
 
   TemporaryFile growing;
   platform::File file;
-  auto made = growing.make_beside(path, "TMP");
+  auto made = growing.make_beside(path);
   if (made.ok()) made = file.open(growing.path(), platform::Access::read_write);
   if (!made.ok()) return fail(block, open_result(made.error), kCreate.detail(5));
   MdxStore store(block, emptied(head));
@@ -328,7 +328,7 @@ Result rebuild_mdx(table::Table& table, const char* name) {
     return result;
   }
   if (!ok(closed)) return closed;
-  const auto placed = growing.put_in_place_of(path);
+  const auto placed = growing.put_in_place();
   if (!placed.ok()) return fail(block, open_result(placed.error), kRebuild.detail(5));
   // Packing the table has taken its mark away.
   return head.header.production ? table::mark_production(table, kRebuild.detail(6)) : Result::ok;

@@ -93,13 +93,10 @@ Result create_mdx(table::Table& table, std::string_view name) {
   std::ranges::copy(new_mdx_header(base_name(table_path), header, convert::today()), bytes.begin());
 
   TemporaryFile growing;
-  platform::File file;
-  auto made = growing.make_beside(path, "TMP");
-  if (made.ok()) made = file.open(growing.path(), platform::Access::read_write);
+  const auto made = growing.make_beside(path);
   if (!made.ok()) return fail(block, open_result(made.error), kCreate.detail(5));
-  auto outcome = file.write_at(0, bytes.data(), bytes.size());
-  if (outcome.ok()) outcome = file.close();
-  if (outcome.ok()) outcome = growing.put_in_place_of(path);
+  auto outcome = growing.file().write_at(0, bytes.data(), bytes.size());
+  if (outcome.ok()) outcome = growing.put_in_place();
   return outcome.ok() ? Result::ok : fail(block, Result::io, kCreate.detail(6));
 }
 

@@ -55,16 +55,13 @@ Result build_file(table::Table& table, expr::Expression& expression, const NdxHe
                   const std::string& path, ReplacedFile& replaced) {
   VqBlock& block = table::block_of(table);
   TemporaryFile growing;
-  platform::File file;
-  auto made = growing.make_beside(path, "TMP");
-  if (made.ok()) made = file.open(growing.path(), platform::Access::read_write);
+  const auto made = growing.make_beside(path);
   if (!made.ok()) return fail(block, open_result(made.error), kCreate.detail(5));
-  if (const Result result = write_index(table, expression, header, file); !ok(result)) {
+  if (const Result result = write_index(table, expression, header, growing.file()); !ok(result)) {
     return result;
   }
-  if (!file.close().ok()) return fail(block, Result::io, kCreate.detail(6));
   replaced.let_go();
-  const auto placed = growing.put_in_place_of(path);
+  const auto placed = growing.put_in_place();
   return placed.ok() ? Result::ok : fail(block, open_result(placed.error), kBuild.detail(3));
 }
 

@@ -31,21 +31,20 @@ Result copy_index_file(VqBlock& block, std::string_view from, std::string_view t
                        std::string_view extension, Operation operation) {
   const std::string source_path = path_of(from, extension);
   const std::string target_path = path_of(to, extension);
-  if (source_path == target_path) return fail(block, Result::not_allowed, operation.detail(2));
+  if (source_path == target_path || platform::same_file(source_path, target_path)) {
+    return fail(block, Result::not_allowed, operation.detail(2));
+  }
   platform::File source;
   if (const Result result = open_file(block, source_path, open_mode::kReadOnly, source);
       !ok(result)) {
     return result;
   }
   TemporaryFile growing;
-  platform::File target;
-  auto made = growing.make_beside(target_path, "TMP");
-  if (made.ok()) made = target.open(growing.path(), platform::Access::read_write);
+  const auto made = growing.make_beside(target_path);
   if (!made.ok()) return fail(block, open_result(made.error), operation.detail(3));
-  if (const Result result = copy_bytes(block, source, target, operation); !ok(result))
+  if (const Result result = copy_bytes(block, source, growing.file(), operation); !ok(result))
     return result;
-  if (!target.close().ok()) return fail(block, Result::io, operation.detail(5));
-  const auto placed = growing.put_in_place_of(target_path);
+  const auto placed = growing.put_in_place();
   return placed.ok() ? Result::ok : fail(block, Result::io, operation.detail(6));
 }
 

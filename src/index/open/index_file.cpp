@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "frame/system_file.h"
 #include "index/tree/pins.h"
 #include "platform/clock.h"
 #include "table/lock_scheme.h"
@@ -14,6 +15,8 @@ namespace {
 constexpr std::uint32_t kEagerTries = 50;
 constexpr std::uint32_t kPatientTries = 3000;
 constexpr std::uint32_t kPauseMilliseconds = 1;
+
+constexpr std::int32_t kForceFailed = 10194;
 
 bool has_locks(std::uint32_t scheme) { return table::lock_scheme_of(scheme).has_locks; }
 
@@ -28,6 +31,14 @@ bool IndexFile::attach(platform::File&& file, std::uint32_t open_mode, std::uint
   scheme = lock_scheme;
   const auto wanted = static_cast<std::uint32_t>(std::max(buffers, kMinBuffers));
   return cache.allocate(std::max(wanted, kMostPins));
+}
+
+Result IndexFile::flush() {
+  if (!stale_) {
+    if (const Result result = cache.write_changed(); !ok(result)) return result;
+  }
+  const bool forced = is_read_only() || force_out(block, system_file).ok();
+  return forced ? Result::ok : fail(block, Result::io, kForceFailed);
 }
 
 Result IndexFile::close(std::int32_t close_detail) {

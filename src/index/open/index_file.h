@@ -36,8 +36,8 @@ class IndexFile : public PageStore {
   // Whether what is in memory may be worked on now.
   bool is_entered() const { return !is_shared() || brackets_ > 0; }
 
-  // Writes changed pages and headers.
-  Result flush() { return stale_ ? Result::ok : cache.write_changed(); }
+  // Writes changed pages and headers, to the device when the block asks for that (detail 10194).
+  Result flush();
   // Flushes and closes. The first failure counts; that of the closing has the detail code.
   Result close(std::int32_t close_detail);
 

@@ -58,8 +58,9 @@ auto uninterrupted(SystemCall system_call) {
   }
 }
 
-Outcome open_descriptor(const std::string& path, int flags, system::Handle& file) {
-  const int opened = uninterrupted([&] { return ::open(path.c_str(), flags | O_CLOEXEC, 0666); });
+Outcome open_descriptor(const std::string& path, int flags, system::Handle& file,
+                        mode_t rights = 0666) {
+  const int opened = uninterrupted([&] { return ::open(path.c_str(), flags | O_CLOEXEC, rights); });
   if (opened < 0) return outcome_of(errno);
   struct stat about = {};
   if (::fstat(opened, &about) == 0 && S_ISDIR(about.st_mode)) {
@@ -108,9 +109,19 @@ Outcome set_lock(system::Handle file, short kind, std::uint64_t offset, std::uin
   return outcome_of(number);
 }
 
+FileIdentity identity_of(const struct stat& about) {
+  return {static_cast<std::uint64_t>(about.st_dev), static_cast<std::uint64_t>(about.st_ino)};
+}
+
 }  // namespace
 
 bool exists(const std::string& path) { return ::access(path.c_str(), F_OK) == 0; }
+
+std::string real_path(const std::string& path) {
+  const auto release = [](char* text) { std::free(text); };
+  const std::unique_ptr<char, decltype(release)> real(::realpath(path.c_str(), nullptr), release);
+  return real == nullptr ? path : real.get();
+}
 
 namespace system {
 
@@ -121,6 +132,36 @@ Outcome open_file(const std::string& path, bool writable, Handle& file) {
 Outcome create_file(const std::string& path, Creation creation, Handle& file) {
   const int how = creation == Creation::truncate ? O_TRUNC : O_EXCL;
   return open_descriptor(path, O_RDWR | O_CREAT | how, file);
+}
+
+Outcome create_replacement(const std::string& path, const std::string& replaced, Handle& file) {
+  constexpr int kNew = O_RDWR | O_CREAT | O_EXCL;
+  struct stat about = {};
+  if (::stat(replaced.c_str(), &about) != 0) return open_descriptor(path, kNew, file);
+  if (::faccessat(AT_FDCWD, replaced.c_str(), W_OK, AT_EACCESS) != 0) return outcome_of(errno);
+  Outcome outcome = open_descriptor(path, kNew, file, 0600);
+  if (!outcome.ok()) return outcome;
+  const int made = descriptor(file);
+  mode_t rights = about.st_mode & 0777;
+  const bool kept_group = ::fchown(made, about.st_uid, about.st_gid) == 0 ||
+                          ::fchown(made, static_cast<uid_t>(-1), about.st_gid) == 0;
+  // Another group gets what everybody has.
+  if (!kept_group) rights = (rights & 0707) | (rights & 0007) << 3;
+  outcome = outcome_if(::fchmod(made, rights) == 0);
+  if (outcome.ok()) return outcome;
+  ::close(made);
+  ::unlink(path.c_str());
+  return outcome;
+}
+
+Outcome create_scratch(const std::string& path, Handle& file) {
+  const Outcome outcome = open_descriptor(path, O_RDWR | O_CREAT | O_EXCL, file, 0600);
+  if (outcome.ok()) ::unlink(path.c_str());
+  return outcome;
+}
+
+Outcome open_removable(const std::string& path, Handle& file) {
+  return open_descriptor(path, O_RDWR, file);
 }
 
 Outcome close_file(Handle file) { return outcome_if(::close(descriptor(file)) == 0); }
@@ -163,8 +204,19 @@ Outcome file_size(Handle file, std::uint64_t& bytes) {
 Outcome file_identity(Handle file, FileIdentity& identity) {
   struct stat about = {};
   if (::fstat(descriptor(file), &about) != 0) return outcome_of(errno);
-  identity = {static_cast<std::uint64_t>(about.st_dev), static_cast<std::uint64_t>(about.st_ino)};
+  identity = identity_of(about);
   return {};
+}
+
+Outcome path_identity(const std::string& path, FileIdentity& identity) {
+  struct stat about = {};
+  if (::stat(path.c_str(), &about) != 0) return outcome_of(errno);
+  identity = identity_of(about);
+  return {};
+}
+
+Outcome truncate_file(Handle file, std::uint64_t bytes) {
+  return outcome_if(::ftruncate(descriptor(file), static_cast<off_t>(bytes)) == 0);
 }
 
 Outcome sync_file(Handle file) { return outcome_if(::fdatasync(descriptor(file)) == 0); }
@@ -185,25 +237,19 @@ Outcome test_range(Handle file, std::uint64_t offset, std::uint64_t length) {
 
 Outcome remove_file(const std::string& path) { return outcome_if(::unlink(path.c_str()) == 0); }
 
-Outcome rename_file(const std::string& from, const std::string& to) {
-  if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return {};
-  if (errno != EINVAL && errno != ENOSYS) return outcome_of(errno);
-  // A file system without that flag.
-  if (exists(to)) return outcome_of(EEXIST);
-  return outcome_if(::rename(from.c_str(), to.c_str()) == 0);
+// A directory that cannot be handed to the device costs the certainty, not the file.
+void sync_directory_of(const std::string& path) {
+  const std::string directory = path.substr(0, path.rfind('/') + 1);
+  const int opened = ::open(directory.empty() ? "." : directory.c_str(), O_RDONLY | O_CLOEXEC);
+  if (opened < 0) return;
+  static_cast<void>(::fsync(opened));
+  ::close(opened);
 }
 
-// Who could use the old file can use the new one, and a link goes on naming it.
 Outcome replace_file(const std::string& from, const std::string& to) {
-  struct stat about = {};
-  if (::stat(to.c_str(), &about) != 0) return outcome_if(::rename(from.c_str(), to.c_str()) == 0);
-  const auto release = [](char* text) { std::free(text); };
-  const std::unique_ptr<char, decltype(release)> target(::realpath(to.c_str(), nullptr), release);
-  if (target == nullptr) return outcome_of(errno);
-  // Where the owner cannot be kept, as for another user's file, the rest still is.
-  if (::chown(from.c_str(), about.st_uid, about.st_gid) != 0) errno = 0;
-  if (::chmod(from.c_str(), about.st_mode & 07777) != 0) return outcome_of(errno);
-  return outcome_if(::rename(from.c_str(), target.get()) == 0);
+  if (::rename(from.c_str(), to.c_str()) != 0) return outcome_of(errno);
+  sync_directory_of(to);
+  return {};
 }
 
 }  // namespace system

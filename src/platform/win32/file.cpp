@@ -46,10 +46,14 @@ HANDLE handle_of(system::Handle file) { return reinterpret_cast<HANDLE>(file); }
 DWORD low_word(std::uint64_t value) { return static_cast<DWORD>(value); }
 DWORD high_word(std::uint64_t value) { return static_cast<DWORD>(value >> 32); }
 
+constexpr DWORD kReadWrite = GENERIC_READ | GENERIC_WRITE;
+constexpr DWORD kShare = FILE_SHARE_READ | FILE_SHARE_WRITE;
+
 Outcome create_handle(const std::string& path, DWORD access, DWORD disposition,
-                      system::Handle& file) {
-  const HANDLE opened = ::CreateFileA(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                      nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+                      system::Handle& file, DWORD share = kShare,
+                      DWORD attributes = FILE_ATTRIBUTE_NORMAL) {
+  const HANDLE opened =
+      ::CreateFileA(path.c_str(), access, share, nullptr, disposition, attributes, nullptr);
   if (opened == INVALID_HANDLE_VALUE) return outcome_of(::GetLastError());
   file = reinterpret_cast<system::Handle>(opened);
   return {};
@@ -100,16 +104,49 @@ bool exists(const std::string& path) {
   return ::GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
+std::string real_path(const std::string& path) {
+  const DWORD attributes = ::GetFileAttributesA(path.c_str());
+  const bool is_link =
+      attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+  system::Handle file = 0;
+  if (!is_link || !create_handle(path, 0, OPEN_EXISTING, file).ok()) return path;
+  std::string real(32768, '\0');
+  const DWORD length =
+      ::GetFinalPathNameByHandleA(handle_of(file), real.data(), static_cast<DWORD>(real.size()), 0);
+  ::CloseHandle(handle_of(file));
+  if (length == 0 || length >= real.size()) return path;
+  real.resize(length);
+  return real;
+}
+
 namespace system {
 
 Outcome open_file(const std::string& path, bool writable, Handle& file) {
-  const DWORD access = writable ? GENERIC_READ | GENERIC_WRITE : GENERIC_READ;
+  const DWORD access = writable ? kReadWrite : GENERIC_READ;
   return create_handle(path, access, OPEN_EXISTING, file);
 }
 
 Outcome create_file(const std::string& path, Creation creation, Handle& file) {
   const DWORD disposition = creation == Creation::truncate ? CREATE_ALWAYS : CREATE_NEW;
-  return create_handle(path, GENERIC_READ | GENERIC_WRITE, disposition, file);
+  return create_handle(path, kReadWrite, disposition, file);
+}
+
+// A new file's rights are those of its directory.
+Outcome create_replacement(const std::string& path, const std::string& replaced, Handle& file) {
+  const DWORD attributes = ::GetFileAttributesA(replaced.c_str());
+  if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0) {
+    return outcome_of(ERROR_ACCESS_DENIED);
+  }
+  return create_handle(path, kReadWrite, CREATE_NEW, file, kShare | FILE_SHARE_DELETE);
+}
+
+Outcome create_scratch(const std::string& path, Handle& file) {
+  return create_handle(path, kReadWrite, CREATE_NEW, file, 0,
+                       FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE);
+}
+
+Outcome open_removable(const std::string& path, Handle& file) {
+  return create_handle(path, kReadWrite, OPEN_EXISTING, file, kShare | FILE_SHARE_DELETE);
 }
 
 Outcome close_file(Handle file) { return outcome_if(::CloseHandle(handle_of(file))); }
@@ -161,6 +198,23 @@ Outcome file_identity(Handle file, FileIdentity& identity) {
   return {};
 }
 
+Outcome path_identity(const std::string& path, FileIdentity& identity) {
+  Handle file = 0;
+  const Outcome opened = create_handle(path, 0, OPEN_EXISTING, file, kShare | FILE_SHARE_DELETE,
+                                       FILE_FLAG_BACKUP_SEMANTICS);
+  if (!opened.ok()) return opened;
+  const Outcome outcome = file_identity(file, identity);
+  ::CloseHandle(handle_of(file));
+  return outcome;
+}
+
+Outcome truncate_file(Handle file, std::uint64_t bytes) {
+  LARGE_INTEGER end = {};
+  end.QuadPart = static_cast<LONGLONG>(bytes);
+  return outcome_if(::SetFilePointerEx(handle_of(file), end, nullptr, FILE_BEGIN) != 0 &&
+                    ::SetEndOfFile(handle_of(file)) != 0);
+}
+
 Outcome sync_file(Handle file) { return outcome_if(::FlushFileBuffers(handle_of(file))); }
 
 Outcome lock_range(Handle file, std::uint64_t offset, std::uint64_t length) {
@@ -185,12 +239,9 @@ Outcome test_range(Handle file, std::uint64_t offset, std::uint64_t length) {
 
 Outcome remove_file(const std::string& path) { return outcome_if(::DeleteFileA(path.c_str())); }
 
-Outcome rename_file(const std::string& from, const std::string& to) {
-  return outcome_if(::MoveFileExA(from.c_str(), to.c_str(), 0));
-}
-
 Outcome replace_file(const std::string& from, const std::string& to) {
-  return outcome_if(::MoveFileExA(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING));
+  return outcome_if(
+      ::MoveFileExA(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH));
 }
 
 }  // namespace system

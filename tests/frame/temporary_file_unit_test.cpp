@@ -1,0 +1,150 @@
+// Files in the making: whose they are, where they go, and what a dead process leaves.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "frame/temporary_file.h"
+#include "support/fault_plan.h"
+#include "support/files.h"
+
+namespace vqdb {
+namespace {
+
+namespace fs = std::filesystem;
+using platform::Call;
+using platform::Error;
+using testing::read_file;
+using testing::TemporaryFolder;
+using testing::write_file;
+using Names = std::vector<std::string>;
+
+VqBlock block_with(const fs::path& directory) {
+  VqBlock block = {};
+  std::strcpy(block.temporary_directory, (directory.string() + "/").c_str());
+  return block;
+}
+
+// So many bytes written, and put in place.
+Error finish(TemporaryFile& file, const std::string& text) {
+  EXPECT_TRUE(file.file().write_at(0, text.data(), text.size()).ok());
+  return file.put_in_place().error;
+}
+
+TEST(TemporaryFiles, have_the_rights_of_the_file_they_replace_from_the_start) {
+  const mode_t umask_before = ::umask(022);
+  for (const mode_t rights : {0600, 0644, 0660, 0666}) {
+    for (const bool beside : {false, true}) {
+      TemporaryFolder folder;
+      const std::string target = folder.file("T");
+      const VqBlock block = block_with(folder.path());
+      write_file(target, "old");
+      ::chmod(target.c_str(), rights);
+      TemporaryFile file;
+      ASSERT_TRUE((beside ? file.make_beside(target) : file.make(block, target)).ok());
+      const auto rights_of = [](const std::string& path) {
+        struct stat about = {};
+        EXPECT_EQ(0, ::stat(path.c_str(), &about));
+        return about.st_mode & 0777;
+      };
+      EXPECT_EQ(rights, rights_of(file.path()));
+      EXPECT_EQ(Error::none, finish(file, "new"));
+      EXPECT_EQ(rights, rights_of(target));
+      EXPECT_EQ("new", read_file(target));
+      EXPECT_EQ(Names{"T"}, folder.list());
+    }
+  }
+  ::umask(umask_before);
+}
+
+TEST(TemporaryFiles, go_where_a_link_leads) {
+  TemporaryFolder folder;
+  fs::create_directory(folder.path() / "D");
+  fs::create_directory_symlink(folder.path() / "D", folder.path() / "E");
+  write_file((folder.path() / "D/REAL").string(), "old");
+  fs::create_symlink("E/REAL", folder.path() / "LINK");
+  TemporaryFile file;
+  ASSERT_TRUE(file.make_beside(folder.file("LINK")).ok());
+  EXPECT_EQ((folder.path() / "D").string(), fs::path(file.path()).parent_path().string());
+  EXPECT_EQ(Error::none, finish(file, "new"));
+  EXPECT_TRUE(fs::is_symlink(folder.path() / "LINK"));
+  EXPECT_EQ("new", read_file((folder.path() / "D/REAL").string()));
+}
+
+TEST(TemporaryFiles, a_target_that_may_not_be_written_is_refused) {
+  if (::geteuid() == 0) GTEST_SKIP() << "nothing is denied here";
+  TemporaryFolder folder;
+  write_file(folder.file("T"), "old");
+  ::chmod(folder.file("T").c_str(), 0444);
+  TemporaryFile file;
+  EXPECT_EQ(Error::access_denied, file.make_beside(folder.file("T")).error);
+}
+
+TEST(TemporaryFiles, reach_another_device_by_a_copy_beside_the_target) {
+  TemporaryFolder folder;
+  const fs::path other = fs::path("/dev/shm") / ("VQ" + std::to_string(::getpid()));
+  struct stat here = {}, there = {};
+  std::error_code error;
+  fs::create_directory(other, error);
+  if (error || ::stat(folder.path().c_str(), &here) != 0 || ::stat(other.c_str(), &there) != 0 ||
+      here.st_dev == there.st_dev) {
+    GTEST_SKIP() << "one device";
+  }
+  const std::string target = folder.file("T"), text(50000, 'n');
+  for (const bool fails : {true, false}) {
+    write_file(target, "old");
+    ::chmod(target.c_str(), 0640);
+    TemporaryFile file;
+    ASSERT_TRUE(file.make(block_with(other), target).ok());
+    ASSERT_TRUE(file.file().write_at(0, text.data(), text.size()).ok());
+    {
+      const testing::FaultPlan plan(fails ? 2 : 0, platform::Verdict::fail,
+                                    [](Call call) { return call == Call::replace; });
+      EXPECT_EQ(fails, !file.put_in_place().ok());
+    }
+    EXPECT_EQ(fails ? "old" : text, read_file(target));
+    EXPECT_EQ(fs::perms{0640}, fs::status(target).permissions());
+    EXPECT_EQ(Names{"T"}, folder.list());
+  }
+  EXPECT_TRUE(fs::is_empty(other));
+  fs::remove_all(other);
+}
+
+TEST(TemporaryFiles, take_names_that_are_free_or_that_a_dead_process_left) {
+  TemporaryFolder folder;
+  const VqBlock block = block_with(folder.path());
+  TemporaryFile first;
+  ASSERT_TRUE(first.make(block, folder.file("T")).ok());
+  const int next = std::stoi(fs::path(first.path()).stem().string()) + 1;
+  const auto named = [&](int number) { return folder.file(std::to_string(number) + ".VQT"); };
+  EXPECT_FALSE(platform::remove_abandoned(first.path())) << "its maker works on it";
+  // A directory is no such file, one that nobody works on is removed for the next.
+  fs::create_directory(named(next));
+  write_file(named(next + 1), "left");
+  TemporaryFile second;
+  ASSERT_TRUE(second.make(block, folder.file("T")).ok());
+  EXPECT_EQ(named(next + 1), second.path());
+  EXPECT_EQ("", read_file(second.path()));
+  EXPECT_EQ(Error::none, finish(second, "2"));
+  EXPECT_EQ(Error::none, finish(first, "1"));
+  EXPECT_EQ("1", read_file(folder.file("T")));
+}
+
+TEST(ScratchFiles, leave_nothing_however_their_process_ends) {
+  TemporaryFolder folder;
+  platform::File file;
+  ASSERT_TRUE(make_scratch_file(block_with(folder.path()), file).ok());
+  char byte = 'x';
+  EXPECT_TRUE(file.write_at(9, &byte, 1).ok());
+  EXPECT_TRUE(file.read_exactly(9, &byte, 1).ok());
+  EXPECT_TRUE(folder.list().empty());
+  EXPECT_EQ(Error::not_found, make_scratch_file(block_with(folder.path() / "NO"), file).error);
+}
+
+}  // namespace
+}  // namespace vqdb
