@@ -792,7 +792,8 @@ VqIndex* VQ_CALL dXopen(VqTable* table, const char* name, uint32_t mode, int32_t
 int32_t VQ_CALL dXclose(VqIndex* file);
 /* The handle of a tag. A tag that is active already gives the same handle, with its position; it
  * has to be given back as often. Null on failure, with the result code in the block.
- *   1001 -10 bad handle               1002 -2  no tag of this name      1003 -14 no memory */
+ *   1001 -10 bad handle               1002 -2  no tag of this name      1003 -14 no memory
+ *   1004 -9  texts in the order of the other language (dUsetlang) */
 VqIndex* VQ_CALL dXactidx(VqIndex* file, const char* tag);
 /* Gives a tag's handle back; what was changed stays in the file's buffers. Bad handle: 1031. */
 int32_t VQ_CALL dXdeaidx(VqIndex* tag);

@@ -35,7 +35,9 @@ Result build_key(VqBlock& block, const Member& member, const void* record, KeyBu
 
 // Whether a change of keys was refused because the tag is no more: somebody has dropped it from its
 // file, and there is nothing left to keep in step.
-inline bool is_dropped(Result result) { return result == Result::bad_handle; }
+inline bool is_dropped(const Member& member, Result result) {
+  return member.is_tag() && result == Result::bad_handle;
+}
 
 }  // namespace vqdb::api
 

@@ -78,7 +78,9 @@ Result insert_keys(Database& database, const Byte* record, std::uint32_t recno, 
     if (member.driver().putkey == nullptr) return Result::no_driver;
     result = member.driver().putkey(*member.index, key.bytes.data(), recno, kBracketed);
     // A unique index may hold the key already; the record stays.
-    if (!ok(result) && result != Result::duplicate_key && !is_dropped(result)) return result;
+    if (!ok(result) && result != Result::duplicate_key && !is_dropped(member, result)) {
+      return result;
+    }
   }
   return Result::ok;
 }
@@ -170,7 +172,7 @@ Result RecordChange::finish(bool flag_only, Write write) {
 Result RecordChange::move_keys() {
   for (const KeyMove& move : moves_) {
     const Result result = carry_out(database_.owner_block(), move, recno_);
-    if (!ok(result) && !is_dropped(result)) return result;
+    if (!ok(result) && !is_dropped(*move.member, result)) return result;
   }
   return Result::ok;
 }
@@ -282,8 +284,9 @@ Result flush_member(const VqMember& copy) {
 
 Result flush(Database& database) {
   FirstFailure failure(database.owner_block());
-  failure.note(table::flush(*database.table));
+  // Memos first: what is on the device never names a memo that is not.
   if (database.memo != nullptr) failure.note(memo::flush(*database.memo));
+  failure.note(table::flush(*database.table));
   for (const Member& member : database.members) {
     if (member.is_tag()) continue;
     const auto flush_index = member.driver().flush;

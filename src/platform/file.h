@@ -18,6 +18,13 @@ namespace vqdb::platform {
 inline constexpr std::size_t kChunkBytes = 16384;
 inline constexpr std::size_t kMaxPieces = 32;
 
+// Whether another file can take the place of one that somebody has open.
+#if defined(_WIN32)
+inline constexpr bool kReplacesOpenFiles = false;
+#else
+inline constexpr bool kReplacesOpenFiles = true;
+#endif
+
 // A piece of memory of a transfer that gathers from, or scatters to, several places.
 struct Piece {
   void* data;

@@ -12,6 +12,7 @@
 #include "table/locks.h"
 #include "table/records.h"
 #include "table/scoped_table.h"
+#include "table/table_handle.h"
 
 namespace vqdb::table {
 namespace {
@@ -59,11 +60,14 @@ Result copy_live_records(VqBlock& block, Table& from, Table& to) {
 Result pack(VqBlock& block, const char* name) {
   const std::string path = path_of(name, "DBF");
   TemporaryFile packed;
+  // Keeps its locks until the copy is in its place, where the system lets an open file be replaced.
+  ScopedTable source;
   {
-    ScopedTable source;
     ScopedTable target;
     Result result = source.open(block, path, 0, kBuffers);
     if (ok(result)) result = claim_table(*source);
+    // Others may have appended since the table was opened.
+    if (ok(result)) result = refresh_count(*source);
     if (!ok(result)) return result;
     const platform::Outcome made = packed.make(block, path);
     if (!made.ok()) return fail(block, open_result(made.error), kPack.detail(1));
@@ -74,6 +78,9 @@ Result pack(VqBlock& block, const char* name) {
     if (ok(result)) result = copy_live_records(block, *source, *target);
     if (ok(result)) result = target.close();
     if (!ok(result)) return result;
+  }
+  if constexpr (!platform::kReplacesOpenFiles) {
+    if (const Result result = source.close(); !ok(result)) return result;
   }
   const platform::Outcome placed = packed.put_in_place();
   return placed.ok() ? Result::ok : fail(block, open_result(placed.error), kPack.detail(3));

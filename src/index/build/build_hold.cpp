@@ -11,7 +11,6 @@ Result TableHold::take() {
     if (const Result result = table::lock_file(table_); !ok(result)) return result;
     taken_ = true;
   }
-  if ((table::open_mode_of(table_) & open_mode::kShared) == 0) return Result::ok;
   Result result = table::clear_buffers(table_);
   if (ok(result)) result = table::refresh_count(table_);
   return ok(result) ? result : release_after(result);

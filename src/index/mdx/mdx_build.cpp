@@ -6,6 +6,7 @@
 #include "frame/file_name.h"
 #include "frame/system_file.h"
 #include "frame/temporary_file.h"
+#include "index/build/build_hold.h"
 #include "index/build/tree_build.h"
 #include "platform/path.h"
 #include "table/locks.h"
@@ -270,7 +271,9 @@ Result add_tag(MdxFile& file, const TagRequest& request) {
   if (table == nullptr) return fail(file.block, Result::bad_handle, kBuild.detail(2));
   Recipe recipe;
   if (const Result result = prepare(*table, request, recipe); !ok(result)) return result;
-  return in_bracket(store, [&] { return add_to(*table, store, recipe); });
+  TableHold hold(*table);
+  if (const Result result = hold.take(); !ok(result)) return result;
+  return hold.release_after(in_bracket(store, [&] { return add_to(*table, store, recipe); }));
 }
 
 Result build_mdx(table::Table& table, const char* name, const TagRequest& request) {

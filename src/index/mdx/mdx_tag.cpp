@@ -75,7 +75,7 @@ Result MdxTag::set_up() {
     return fail(store.block, Result::no_memory, kActivate.detail(3));
   }
   keys.tree.set_root(header.root);
-  return Result::ok;
+  return check_language(keys, header.format.descending, kActivate.detail(4));
 }
 
 void MdxTag::look_up(const TagTable& tags) {
