@@ -39,7 +39,7 @@ bool read_file(const std::string& path, std::string& text) {
       size > kLongestList) {
     return false;
   }
-  text.resize(size);
+  text.resize(static_cast<std::size_t>(size));
   return file.read_exactly(0, text.data(), text.size()).ok();
 }
 

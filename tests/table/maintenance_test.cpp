@@ -342,8 +342,8 @@ TEST(Maintenance, what_somebody_else_has_locked_is_refused) {
     std::int32_t (*lock)(VqTable*);
     std::int32_t detail;
   };
-  const Case cases[] = {{lib.dDlkfil, 483},
-                        {lib.dDlkapp, 483},
+  const Case cases[] = {{[](VqTable* table) { return lib.dDlkfil(table); }, 483},
+                        {[](VqTable* table) { return lib.dDlkapp(table); }, 483},
                         {[](VqTable* table) { return lib.dDlkrec(table, 3); }, 484}};
   for (const Case& c : cases) {
     ScratchTable scratch, source;
