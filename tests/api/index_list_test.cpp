@@ -85,7 +85,12 @@ TEST_F(IndexList, is_left_alone_where_the_mode_or_the_group_says_so) {
 
 // A list that tells another group would be worse than none.
 TEST_F(IndexList, a_group_with_a_name_that_no_list_can_hold_has_none) {
-  for (const char* const name : {"MY NAMES", "A=B", "NAMES\tB", "NAMES\r"}) {
+#if defined(_WIN32)
+  const std::vector<const char*> names = {"MY NAMES", "A=B"};  // no file has the others
+#else
+  const std::vector<const char*> names = {"MY NAMES", "A=B", "NAMES\tB", "NAMES\r"};
+#endif
+  for (const char* const name : names) {
     const std::string file = orders_.file(name);
     ASSERT_EQ(0, lib.dNcreat(&orders_.block, file.c_str(), "NAME", "C12"));
     std::array specs = {orders_.specs[0], VqIndexSpec{64, file.c_str(), 4, nullptr}};

@@ -350,7 +350,7 @@ TEST(Maintenance, what_somebody_else_has_locked_is_refused) {
     scratch.append(1, 5);
     source.append(1, 5);
     VqBlock block = scratch.block;
-    OpenTable other(block, scratch.name, 2, 0);
+    VqTable* const other = lib.dDopen(&block, scratch.name.c_str(), 2, 0);
     ASSERT_EQ(0, c.lock(other));
     const std::string before = read_file(scratch.file);
     EXPECT_EQ(-38, lib.dDpack(&scratch.block, scratch.name.c_str()));
@@ -359,6 +359,7 @@ TEST(Maintenance, what_somebody_else_has_locked_is_refused) {
     EXPECT_EQ(before, read_file(scratch.file));
     EXPECT_EQ(0, lib.dDcat(&scratch.block, source.name.c_str(), scratch.name.c_str()))
         << "the source is only read";
+    EXPECT_EQ(0, lib.dDclose(other));
     scratch.block.index_kind = 4;
     EXPECT_EQ(0, lib.dDpack(&scratch.block, scratch.name.c_str())) << "a scheme without locks";
   }
