@@ -32,7 +32,8 @@ if(NOT VQ_OBJECTS OR NOT VQ_EXPORTS)
 endif()
 
 add_library(vqdbsys SHARED ${VQ_OBJECTS} ${VQ_FAULT_OFF})
-target_include_directories(vqdbsys INTERFACE ${PROJECT_SOURCE_DIR}/include)
+add_library(VqDbSys::vqdbsys ALIAS vqdbsys)
+target_include_directories(vqdbsys INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
 set_target_properties(vqdbsys PROPERTIES LINKER_LANGUAGE CXX)
 
 if(WIN32)
@@ -51,8 +52,9 @@ if(WIN32)
             ${PROJECT_SOURCE_DIR}/cmake/import_library.cmake
     VERBATIM)
 else()
-  set_target_properties(vqdbsys PROPERTIES SOVERSION ${PROJECT_VERSION_MAJOR} LINK_DEPENDS
-                                           ${generated}/vqdbsys.map)
+  set_target_properties(
+    vqdbsys PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
+                       LINK_DEPENDS ${generated}/vqdbsys.map)
   target_link_options(vqdbsys PRIVATE -Wl,--version-script=${generated}/vqdbsys.map)
   if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize")
     target_link_options(vqdbsys PRIVATE -Wl,--no-undefined)

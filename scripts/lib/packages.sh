@@ -6,6 +6,8 @@ native_needs=(cmake=cmake ninja-build=ninja g++=g++ libgtest-dev=/usr/include/gt
 # The command-line program; the library does without.
 tool_needs=(libcli11-dev=/usr/include/CLI/CLI.hpp libfmt-dev=/usr/include/fmt/format.h
   nlohmann-json3-dev=/usr/include/nlohmann/json.hpp libcsv-dev=/usr/include/csv.h)
+# What a host's build may use to find the installed library.
+install_needs=(pkg-config=pkg-config)
 windows_needs=(g++-mingw-w64-i686-posix=i686-w64-mingw32-g++ googletest=/usr/src/googletest/CMakeLists.txt)
 # Programs that read the same files, for tests of what they read.
 reader_needs=(libdbd-xbase-perl=/usr/share/perl5/XBase.pm)

@@ -1,0 +1,71 @@
+# What `cmake --install` puts where, in the three parts that packages are made of: the library that
+# programs run with, what building with it takes, and the command-line program.
+if(NOT TARGET vqdbsys)
+  return()
+endif()
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/VqDbSys)
+
+install(
+  TARGETS vqdbsys
+  EXPORT VqDbSysTargets
+  RUNTIME COMPONENT library
+  LIBRARY COMPONENT library NAMELINK_COMPONENT development
+  ARCHIVE COMPONENT development
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES include/vqdbsys.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT library)
+install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+install(
+  DIRECTORY docs
+  DESTINATION ${CMAKE_INSTALL_DOCDIR}
+  COMPONENT development
+  FILES_MATCHING
+  PATTERN "*.md")
+
+# What an archive leaves to whoever links it, among them programs in C: the C++ library.
+set(VQ_STATIC_LIBRARIES ${CMAKE_CXX_IMPLICIT_LINK_LIBRARIES})
+list(REMOVE_ITEM VQ_STATIC_LIBRARIES ${CMAKE_C_IMPLICIT_LINK_LIBRARIES})
+list(APPEND VQ_STATIC_LIBRARIES m)
+list(REMOVE_DUPLICATES VQ_STATIC_LIBRARIES)
+list(TRANSFORM VQ_STATIC_LIBRARIES PREPEND -l OUTPUT_VARIABLE VQ_STATIC_FLAGS)
+list(JOIN VQ_STATIC_FLAGS " " VQ_STATIC_FLAGS)
+
+install(
+  EXPORT VqDbSysTargets
+  NAMESPACE VqDbSys::
+  DESTINATION ${package_dir}
+  COMPONENT development)
+configure_package_config_file(
+  cmake/install/VqDbSysConfig.cmake.in ${PROJECT_BINARY_DIR}/install/VqDbSysConfig.cmake
+  INSTALL_DESTINATION ${package_dir} PATH_VARS CMAKE_INSTALL_INCLUDEDIR CMAKE_INSTALL_LIBDIR)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/install/VqDbSysConfigVersion.cmake
+                                 COMPATIBILITY SameMajorVersion)
+install(
+  FILES ${PROJECT_BINARY_DIR}/install/VqDbSysConfig.cmake
+        ${PROJECT_BINARY_DIR}/install/VqDbSysConfigVersion.cmake
+  DESTINATION ${package_dir}
+  COMPONENT development)
+
+if(WIN32)
+  install(FILES ${VQ_GENERATED_DIR}/import/vqdbsys.def DESTINATION ${CMAKE_INSTALL_LIBDIR}
+          COMPONENT development)
+else()
+  install(FILES ${PROJECT_BINARY_DIR}/libvqdbsys.a DESTINATION ${CMAKE_INSTALL_LIBDIR}
+          COMPONENT development)
+  # From its own place to the rest, so that the folder can be moved.
+  file(RELATIVE_PATH VQ_UP "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+  string(REGEX REPLACE "/$" "" VQ_UP "${VQ_UP}")
+  configure_file(cmake/install/vqdbsys.pc.in ${PROJECT_BINARY_DIR}/install/vqdbsys.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/install/vqdbsys.pc
+          DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+endif()
+
+if(TARGET vqdb)
+  if(NOT WIN32)
+    file(RELATIVE_PATH to_library "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
+    set_target_properties(vqdb PROPERTIES INSTALL_RPATH "\$ORIGIN/${to_library}")
+  endif()
+  install(TARGETS vqdb RUNTIME COMPONENT tools)
+endif()
