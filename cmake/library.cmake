@@ -36,6 +36,24 @@ add_library(VqDbSys::vqdbsys ALIAS vqdbsys)
 target_include_directories(vqdbsys INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
 set_target_properties(vqdbsys PROPERTIES LINKER_LANGUAGE CXX)
 
+# The header declares the interface that the folder abi/ holds, for this size of a pointer.
+file(GLOB abi_files CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/abi/*.txt)
+set(abi_check ${PROJECT_SOURCE_DIR}/cmake/check_abi.cmake)
+set(abi_command
+    ${CMAKE_COMMAND} -DHEADER=${PROJECT_SOURCE_DIR}/include/vqdbsys.h -DABI=${PROJECT_SOURCE_DIR}/abi
+    -DNAMES=${generated}/exported_names.txt -DSCRATCH=${generated}/abi/interface
+    -DCOMPILER=${CMAKE_C_COMPILER})
+add_custom_command(
+  OUTPUT ${generated}/abi/interface.stamp
+  COMMAND ${abi_command} -P ${abi_check}
+  DEPENDS ${PROJECT_SOURCE_DIR}/include/vqdbsys.h ${generated}/exported_names.txt ${abi_files}
+          ${abi_check}
+  COMMENT "Checking the binary interface"
+  VERBATIM)
+add_custom_target(vqdbsys_abi ALL DEPENDS ${generated}/abi/interface.stamp)
+add_dependencies(vqdbsys vqdbsys_abi)
+add_custom_target(abi_accept COMMAND ${abi_command} -DACCEPT=ON -P ${abi_check} VERBATIM)
+
 if(WIN32)
   set_target_properties(vqdbsys PROPERTIES PREFIX "" LINK_DEPENDS ${generated}/vqdbsys.def)
   enable_language(RC)
