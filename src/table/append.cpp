@@ -104,6 +104,7 @@ Result append_under_lock(Table& table, const NewRecord& record) {
   if (!ok(result)) {
     // What was written does not count; the records still end here.
     (void)records.file.write_at(offset, &kEndMark, 1);
+    (void)cut_behind(table, recno - 1);
     return result;
   }
   if (Byte* const place = table.cache.note_append(recno); place != nullptr) {
@@ -137,6 +138,10 @@ Result append(Table& table, const NewRecord& record) {
 }
 
 }  // namespace
+
+Result append_copy(Table& table, const Byte* record) {
+  return append(table, {record, 0, lock_scheme_of(table.scheme).data_end});
+}
 
 Result append_record(Table& table, const void* record) {
   return append(table, {record, table.caller_offset(), lock_scheme_of(table.scheme).data_end});

@@ -79,6 +79,8 @@ class BlockCache {
 
   // How many records from the first on are whole in the file, in one state or another.
   std::uint32_t whole_records() const;
+  // Whether the file holds, in some state, any of the records behind number `whole_records()`.
+  bool has_stored_behind(std::uint32_t last) const;
   // Writes the end mark behind record `last`, whatever the buffers hold of the records behind it.
   void end_file_behind(std::uint32_t last);
 

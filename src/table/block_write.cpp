@@ -109,6 +109,15 @@ std::uint32_t BlockCache::whole_records() const {
   return whole;
 }
 
+// A block that is not cached is in the file.
+bool BlockCache::has_stored_behind(std::uint32_t last) const {
+  for (std::uint32_t block = file_.block_of(last + 1) + 1; block <= file_.last_block(); ++block) {
+    const std::uint32_t buffer = lookup(block);
+    if (buffer == none() || buffers_[buffer].stored > 0) return true;
+  }
+  return false;
+}
+
 void BlockCache::end_file_behind(std::uint32_t last) {
   if (has_buffers()) ahead_block_ = 0;  // the mark may lie in what was written of it
   static_cast<void>(file_.file.write_at(file_.offset_of(last + 1), &kEndMarkByte, 1));

@@ -44,7 +44,7 @@ class Concatenation {
   Result look(platform::File& file, std::int32_t digit, Extent& extent);
   Result copy(std::uint64_t from, std::uint64_t to, std::uint64_t bytes);
   Result supply_end_mark(std::uint64_t end);
-  bool end_behind(std::uint64_t records);
+  bool cut_behind(std::uint64_t records);
   Result write_count(std::uint32_t old_count, std::uint32_t count);
   Result copy_whole_file();
   Result append_records();
@@ -115,10 +115,9 @@ Result Concatenation::copy_whole_file() {
   return result;
 }
 
-// What was written does not count: the records end here. The file keeps its length, unless that is
-// what tells the count.
-bool Concatenation::end_behind(std::uint64_t records) {
-  if (!target_.write_at(records, &kEndMark, 1).ok()) return false;
+// What was written behind does not count: the file keeps its length, unless that is what tells the
+// count.
+bool Concatenation::cut_behind(std::uint64_t records) {
   return (block_.kind & dialect::kCountBySize) == 0 || target_.truncate(records + 1).ok();
 }
 
@@ -152,9 +151,14 @@ Result Concatenation::append_records() {
   // Appended to itself, a table has lost the source's end mark to the first record.
   if (ok(result) && platform::same_file(source_path_, target_path_))
     result = supply_end_mark(to.end() + bytes);
+  // The last chunk may have brought what the source has behind its end mark.
+  if (ok(result) && !cut_behind(to.end() + bytes)) {
+    result = fail(block_, Result::io, kCat.detail(13));
+  }
   if (ok(result)) result = write_count(to.count, to.count + from.count);
   if (!ok(result)) {
-    return end_behind(to.end()) ? result : fail(block_, result, kCat.detail(12));
+    const bool ended = target_.write_at(to.end(), &kEndMark, 1).ok() && cut_behind(to.end());
+    return ended ? result : fail(block_, result, kCat.detail(12));
   }
   return target_.close().ok() ? Result::ok : fail(block_, Result::io, kCat.detail(13));
 }

@@ -8,13 +8,13 @@ namespace {
 constexpr Operation kFlush{24};
 
 // After a failure: the records that are whole in the file count, the file ends behind them, and
-// what waits in the buffers goes on waiting. A count that fell is left, since the records behind
-// may not have moved down yet.
+// what waits in the buffers goes on waiting.
 void settle_count(Table& table) {
   const std::uint32_t whole = table.cache.whole_records();
   if (whole <= table.stored_count) return;
   const std::int32_t detail = table.block->detail;
   table.cache.end_file_behind(whole);
+  if (!table.cache.has_stored_behind(whole)) (void)cut_behind(table, whole);
   (void)write_count(table, whole, kFlush.detail(3));
   table.block->detail = detail;
 }
@@ -27,7 +27,7 @@ Result write_all(Table& table) {
   RecordFile& records = table.records;
   if (table.end_mark_stale) {
     const std::uint64_t end = records.offset_of(records.count + 1);
-    if (!records.file.write_at(end, &kEndMark, 1).ok()) {
+    if (!records.file.write_at(end, &kEndMark, 1).ok() || !cut_behind(table, records.count).ok()) {
       return fail(table.block, Result::io, kFlush.detail(2));
     }
     table.end_mark_stale = false;

@@ -31,6 +31,8 @@ Result record_status(Table& table, std::uint32_t recno, char& flag);
 // 333 (record, fields or end mark not written), 335 (count not written), 353 (the record is in, but
 // the append lock could not be released), 423 and 424 (count not read).
 Result append_record(Table& table, const void* record);
+// A whole record.
+Result append_copy(Table& table, const Byte* record);
 // To a table in the making, which no lock scheme bounds yet.
 Result append_whole_record(Table& table, const Byte* record);
 
@@ -40,8 +42,10 @@ Result update_record(Table& table, std::uint32_t recno, const void* record);
 Result delete_record(Table& table, std::uint32_t recno);
 Result recall_record(Table& table, std::uint32_t recno);
 
-// Exclusive tables only. Details 272 and 402 (shared), 273 and 403 (read-only), 274 and 404
-// (number), 275 and 405 (no memory), and those of append_record.
+// Exclusive tables only. What waits in the buffers is written first, then the records behind are
+// moved in the file. Whatever stops that, each record stays in the file, one perhaps twice. Details
+// 272 and 402 (shared), 273 and 403 (read-only), 274 and 404 (number), 275 and 405 (no memory), and
+// those of append_record and flush.
 Result insert_record(Table& table, std::uint32_t recno, const void* record);
 Result remove_record(Table& table, std::uint32_t recno);
 

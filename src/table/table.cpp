@@ -11,6 +11,8 @@ constexpr Operation kReccnt{42};
 
 constinit HandlePool<Table> pool;
 
+bool counts_by_size(const Table& table) { return (table.block->kind & dialect::kCountBySize) != 0; }
+
 }  // namespace
 
 HandlePool<Table>& tables() { return pool; }
@@ -59,10 +61,13 @@ Result record_count(Table& table, std::uint32_t& count) {
 
 Result refresh_count(Table& table) {
   RecordFile& records = table.records;
-  if ((table.block->kind & dialect::kCountBySize) != 0) {
+  if (counts_by_size(table)) {
     std::uint64_t bytes = 0;
-    if (!records.file.size(bytes).ok()) return fail(table.block, Result::io, kReccnt.detail(4));
-    const std::uint64_t data = bytes - std::min<std::uint64_t>(bytes, records.header_length);
+    // A file without its header is one that was replaced.
+    if (!records.file.size(bytes).ok() || bytes < records.header_length) {
+      return fail(table.block, Result::io, kReccnt.detail(4));
+    }
+    const std::uint64_t data = bytes - records.header_length;
     records.count = static_cast<std::uint32_t>(
         std::min<std::uint64_t>(data / records.record_length, UINT32_MAX));
     return Result::ok;
@@ -82,6 +87,11 @@ Result check_stored(Table& table, std::uint32_t recno) {
   }
   return bytes >= table.records.offset_of(recno + 1) ? Result::ok
                                                      : fail(table.block, Result::io, kShortFile);
+}
+
+platform::Outcome cut_behind(Table& table, std::uint32_t last) {
+  if (!counts_by_size(table)) return {};
+  return table.records.file.truncate(table.records.offset_of(last + 1) + 1);
 }
 
 Result write_count(Table& table, std::uint32_t count, std::int32_t detail) {

@@ -68,6 +68,8 @@ Result check_stored(Table& table, std::uint32_t recno);
 // Takes the count from the file: from the header, or from the file's size under the dialect bit
 // for that. Details 423 and 424.
 Result refresh_count(Table& table);
+// Where the file's size tells the count, ends the file with the end mark behind record `last`.
+platform::Outcome cut_behind(Table& table, std::uint32_t last);
 // Writes today's date and this count into the header.
 Result write_count(Table& table, std::uint32_t count, std::int32_t detail);
 
