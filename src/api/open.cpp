@@ -6,6 +6,7 @@
 #include "api/index_list.h"
 #include "api/join.h"
 #include "frame/file_name.h"
+#include "memo/creation.h"
 #include "table/describe.h"
 
 namespace vqdb::api {
@@ -17,13 +18,14 @@ struct MemoLayout {
   std::int32_t table_kind;  // bit of table::kind_of
   std::uint32_t kind;
   std::uint32_t column;
+  memo::Layout layout;
 };
 
 // A layout without a driver hides the others.
 constexpr std::array<MemoLayout, 3> kMemoLayouts = {{
-    {32, member_kind::kFoxproMemo, 2},
-    {4, member_kind::kDbase4Memo, 0},
-    {8, member_kind::kDbase3Memo, 1},
+    {32, member_kind::kFoxproMemo, 2, memo::Layout::none},
+    {4, member_kind::kDbase4Memo, 0, memo::Layout::dbase4},
+    {8, member_kind::kDbase3Memo, 1, memo::Layout::dbase3},
 }};
 
 const MemoLayout* memo_layout(std::int32_t table_kind) {
@@ -40,7 +42,7 @@ std::uint32_t file_mode(const OpenRequest& request) { return request.mode & ~dat
 Result open_memo_file(Database& database, const MemoLayout& layout, const OpenRequest& request) {
   VqBlock& block = database.owner_block();
   const memo::Driver& driver = memo::driver(layout.column);
-  if (driver.open == nullptr || driver.create == nullptr) return Result::no_driver;
+  if (driver.open == nullptr) return Result::no_driver;
   const std::string name = memo_name_of(request.name);
   database.memo = driver.open(block, name.c_str(), file_mode(request));
   if (database.memo == nullptr) {
@@ -49,7 +51,7 @@ Result open_memo_file(Database& database, const MemoLayout& layout, const OpenRe
       if ((request.mode & database_mode::kWithoutMemo) != 0) return Result::ok;
       return fail(block, Result::mismatch, kOpen.detail(2));
     }
-    const Result created = driver.create(block, memo_and_table(request.name).c_str());
+    const Result created = memo::create_missing(block, name.c_str(), layout.layout);
     if (!ok(created)) return created;
     database.memo = driver.open(block, name.c_str(), file_mode(request));
     if (database.memo == nullptr) return static_cast<Result>(block.result);

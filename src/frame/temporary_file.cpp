@@ -79,6 +79,13 @@ Outcome TemporaryFile::put_in_place() {
   return outcome;
 }
 
+Outcome TemporaryFile::put_if_absent() {
+  Outcome outcome = file_.sync();
+  if (outcome.ok()) outcome = platform::rename_if_free(path_, target_);
+  if (outcome.ok()) path_.clear();
+  return outcome;
+}
+
 Outcome TemporaryFile::copy_into_place() {
   TemporaryFile copy;
   Outcome outcome = copy.make_beside(target_);

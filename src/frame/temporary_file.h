@@ -36,6 +36,9 @@ class TemporaryFile {
   // different devices a copy beside the target takes that step. On failure the target is untouched.
   // REQUIRES that nobody else has the file open.
   platform::Outcome put_in_place();
+  // The same where there is no target by now; else already_exists, and what is there stays.
+  // REQUIRES make_beside().
+  platform::Outcome put_if_absent();
 
  private:
   platform::Outcome make_in(std::string_view directory);

@@ -11,6 +11,7 @@
 #include "frame/progress.h"
 #include "frame/system_file.h"
 #include "frame/temporary_file.h"
+#include "memo/creation.h"
 #include "memo/dbase3_memo.h"
 #include "memo/dbase4_file.h"
 #include "memo/dbase4_memo.h"
@@ -88,13 +89,11 @@ Result open_files(Files& files, const char* name, const std::string& table, Layo
   const platform::Outcome made = files.temporary.make(block, path);
   if (!made.ok()) return fail(block, open_result(made.error), kNewFileStays);
   const std::string& temporary = files.temporary.path();
-  const Result created = layout == Layout::dbase4
-                             ? create_dbase4_file(block, temporary, base_name(path))
-                             : create_dbase3_file(block, temporary);
+  const Result created = write_empty(block, files.temporary.file(), layout, base_name(path));
   if (!ok(created)) return created;
-  if (const Result marked = mark_table(block, platform::resolve(table), layout); !ok(marked)) {
-    return marked;
-  }
+  TableMark mark;
+  const Result marked = mark.set(block, platform::resolve(table), layout);
+  if (!ok(marked)) return marked;
   files.fresh = layout == Layout::dbase4 ? open_dbase4_file(block, temporary, 0)
                                          : open_dbase3_file(block, temporary, 0);
   return files.fresh != nullptr ? Result::ok : last_result(block);

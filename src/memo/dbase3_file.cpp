@@ -1,9 +1,9 @@
-#include <algorithm>
 #include <array>
 #include <utility>
 
 #include "frame/bytes.h"
 #include "frame/system_file.h"
+#include "memo/creation.h"
 #include "memo/dbase3_memo.h"
 #include "memo/file_layout.h"
 #include "memo/names.h"
@@ -11,7 +11,6 @@
 namespace vqdb::memo {
 namespace {
 
-constexpr Operation kCreate{220};
 constexpr Operation kOpen{226};
 constexpr Operation kClose{227};
 
@@ -36,20 +35,7 @@ Result open_checked(VqBlock& block, const std::string& path, std::uint32_t mode,
 }  // namespace
 
 Result create_dbase3(VqBlock& block, const char* name) {
-  const Result created = create_dbase3_file(block, memo_path(name));
-  return ok(created) ? mark_table_of(block, name, Layout::dbase3) : created;
-}
-
-Result create_dbase3_file(VqBlock& block, const std::string& path) {
-  platform::File file;
-  const platform::Outcome created = file.create(path, platform::Creation::truncate);
-  if (!created.ok()) return fail(block, open_result(created.error), kCreate.detail(1));
-  std::array<Byte, kDbase3BlockSize> header = {};
-  store_le32(&header[kNextFreeOffset], 1);
-  const bool written = file.write_at(0, header.data(), header.size()).ok();
-  if (file.close().ok() && written) return Result::ok;
-  static_cast<void>(platform::remove(path).ok());
-  return fail(block, Result::io, kCreate.detail(2));
+  return create_for_table(block, name, Layout::dbase3);
 }
 
 Memo* open_dbase3(VqBlock& block, const char* name, std::uint32_t mode) {

@@ -13,8 +13,6 @@ namespace vqdb::memo {
 
 // Makes the file by a memo name and marks its table.
 Result create_dbase3(VqBlock& block, const char* name);
-// Makes the file alone; an existing one is overwritten.
-Result create_dbase3_file(VqBlock& block, const std::string& path);
 
 // Null on failure, with the result code in the block's result field.
 Memo* open_dbase3(VqBlock& block, const char* name, std::uint32_t mode);

@@ -1,19 +1,17 @@
 #include "memo/dbase4_file.h"
 
-#include <algorithm>
 #include <array>
 #include <utility>
 
 #include "frame/bytes.h"
-#include "frame/file_name.h"
 #include "frame/system_file.h"
+#include "memo/creation.h"
 #include "memo/file_layout.h"
 #include "memo/names.h"
 
 namespace vqdb::memo {
 namespace {
 
-constexpr Operation kCreate{204};
 constexpr Operation kMemoryUse{209};
 constexpr Operation kOpen{214};
 constexpr Operation kClose{215};
@@ -34,20 +32,6 @@ platform::Outcome read_header(platform::File& file, Header& header) {
     header = {load_le32(&bytes[kNextFreeOffset]), load_le16(&bytes[kBlockSizeOffset])};
   }
   return outcome;
-}
-
-std::array<Byte, kHeaderBytes> new_header(const VqBlock& block, std::string_view base_name) {
-  std::array<Byte, kHeaderBytes> bytes = {};
-  store_le32(&bytes[kNextFreeOffset], 1);
-  const std::string_view kept = base_name.substr(0, kBaseNameBytes);
-  std::transform(kept.begin(), kept.end(), &bytes[kBaseNameOffset],
-                 [](char c) { return static_cast<Byte>(to_upper(c)); });
-  bytes[18] = 2;
-  bytes[19] = 1;
-  const std::uint32_t setting = block.memo_block_setting;
-  const std::uint32_t units = std::clamp<std::uint32_t>(setting, 1, kMaxBlockSetting);
-  store_le16(&bytes[kBlockSizeOffset], static_cast<std::uint16_t>(units * kBlockUnit));
-  return bytes;
 }
 
 Result open_checked(VqBlock& block, const std::string& path, std::uint32_t mode, Memo*& memo) {
@@ -76,20 +60,7 @@ Result open_checked(VqBlock& block, const std::string& path, std::uint32_t mode,
 }  // namespace
 
 Result create_dbase4(VqBlock& block, const char* name) {
-  const std::string path = memo_path(name);
-  const Result created = create_dbase4_file(block, path, base_name(path));
-  return ok(created) ? mark_table_of(block, name, Layout::dbase4) : created;
-}
-
-Result create_dbase4_file(VqBlock& block, const std::string& path, std::string_view base_name) {
-  platform::File file;
-  const platform::Outcome created = file.create(path, platform::Creation::truncate);
-  if (!created.ok()) return fail(block, open_result(created.error), kCreate.detail(1));
-  const auto header = new_header(block, base_name);
-  const bool written = file.write_at(0, header.data(), header.size()).ok();
-  if (file.close().ok() && written) return Result::ok;
-  static_cast<void>(platform::remove(path).ok());
-  return fail(block, Result::io, kCreate.detail(2));
+  return create_for_table(block, name, Layout::dbase4);
 }
 
 Memo* open_dbase4(VqBlock& block, const char* name, std::uint32_t mode) {

@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <string>
-#include <string_view>
 
 #include "memo/memo.h"
 
@@ -12,8 +11,6 @@ namespace vqdb::memo {
 
 // Makes the file by a memo name and marks its table.
 Result create_dbase4(VqBlock& block, const char* name);
-// Makes the file alone, with this base name in its header; an existing one is overwritten.
-Result create_dbase4_file(VqBlock& block, const std::string& path, std::string_view base_name);
 
 // Null on failure, with the result code in the block's result field.
 Memo* open_dbase4(VqBlock& block, const char* name, std::uint32_t mode);

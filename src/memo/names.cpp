@@ -63,7 +63,7 @@ Result layout_of_table(VqBlock& block, const std::string& path, Layout& layout) 
   return Result::ok;
 }
 
-Result mark_table(VqBlock& block, const std::string& path, Layout layout) {
+Result TableMark::set(VqBlock& block, const std::string& path, Layout layout) {
   platform::File file;
   if (const Result opened = open_file(block, path, 0, file); !ok(opened)) return opened;
   Byte version = 0;
@@ -72,17 +72,18 @@ Result mark_table(VqBlock& block, const std::string& path, Layout layout) {
   }
   if ((version & kAnyTable) == 0) return fail(block, Result::bad_format, kMark.detail(2));
   if (is_marked(version, layout)) return Result::ok;
+  path_ = path;
+  before_ = version;
   version = layout == Layout::dbase4 ? kDbase4Version : kDbase3Version;
-  if (!file.write_at(0, &version, 1).ok() || !file.close().ok()) {
-    return fail(block, Result::io, kMark.detail(3));
-  }
-  return Result::ok;
+  if (file.write_at(0, &version, 1).ok() && file.close().ok()) return Result::ok;
+  take_back();
+  return fail(block, Result::io, kMark.detail(3));
 }
 
-Result mark_table_of(VqBlock& block, std::string_view name, Layout layout) {
-  const Result marked = mark_table(block, platform::resolve(table_name(name)), layout);
-  if (!ok(marked)) static_cast<void>(platform::remove(memo_path(name)).ok());
-  return marked;
+void TableMark::take_back() {
+  platform::File file;
+  if (before_ == 0 || !file.open(path_, platform::Access::read_write).ok()) return;
+  static_cast<void>(file.write_at(0, &before_, 1).ok());
 }
 
 }  // namespace vqdb::memo

@@ -25,11 +25,18 @@ std::string table_name(std::string_view name);
 // dialect.
 Result layout_of_table(VqBlock& block, const std::string& path, Layout& layout);
 
-// Marks a table as having a memo file of this layout, in its version byte.
-Result mark_table(VqBlock& block, const std::string& path, Layout layout);
+// The mark of a table that has a memo file of some layout: its version byte.
+class TableMark {
+ public:
+  // Details 2051 to 2053. After a failure the table has the mark that it had.
+  Result set(VqBlock& block, const std::string& path, Layout layout);
+  // Brings the older mark back, as far as the file lets us.
+  void take_back();
 
-// Finishes the creation of a memo file: when its table cannot be marked the new file is removed.
-Result mark_table_of(VqBlock& block, std::string_view name, Layout layout);
+ private:
+  std::string path_;
+  std::uint8_t before_ = 0;  // 0: the mark was there
+};
 
 }  // namespace vqdb::memo
 

@@ -240,4 +240,8 @@ Outcome replace(const std::string& from, const std::string& to) {
   return pass(Call::replace, [&] { return system::replace_file(from, to); });
 }
 
+Outcome rename_if_free(const std::string& from, const std::string& to) {
+  return pass(Call::replace, [&] { return system::rename_if_free(from, to); });
+}
+
 }  // namespace vqdb::platform

@@ -131,6 +131,8 @@ bool remove_abandoned(const std::string& path);
 // Puts `from` in the place of `to`, which need not exist, in one step that a crash cannot split,
 // and keeps a crash from undoing it where the system can. Different devices are other_device.
 Outcome replace(const std::string& from, const std::string& to);
+// The same where no file has the name `to`; already_exists, in the same step, where one has.
+Outcome rename_if_free(const std::string& from, const std::string& to);
 
 }  // namespace vqdb::platform
 

@@ -205,6 +205,47 @@ TEST(FailingOpen, tells_which_memory_ran_out_and_leaves_nothing_open) {
       std::ranges::includes(details, std::set{6113, 6115, 6126, 6301, 6304, 6306, 6308, 6312}));
 }
 
+// Somebody else opens the same table, makes its memo file and writes to it between any two steps.
+TEST(MissingMemoFile, is_not_made_over_one_that_another_makes_meanwhile) {
+  for (const std::uint32_t dialect : {1U, 2U}) {
+    bool came = true;
+    for (std::uint64_t n = 1; came; ++n) {
+      SCOPED_TRACE(n);
+      ASSERT_LT(n, kMaxCalls);
+      Orders orders(dialect);
+      const std::string table = orders.file("T");
+      const char* const fields[] = {"NOTE", "M"};
+      ASSERT_EQ(0, lib.DBcreat(&orders.block, table.c_str(), 1, fields));
+      std::filesystem::remove(table + ".DBT");
+      const auto open = [&](VqDatabase*& database) {
+        return lib.DBopen(&orders.block, table.c_str(), 2, 1, 1, 0, nullptr, &database, nullptr);
+      };
+      VqDatabase *mine = nullptr, *theirs = nullptr;
+      std::string reference(10, ' ');
+      const auto outcome = beside_another(
+          n, [&] { return open(mine); },
+          [&] {
+            ASSERT_EQ(0, open(theirs));
+            VqMember memo;
+            ASSERT_EQ(0, lib.GRPmember(theirs, VQ_KIND_DBASE4_MEMO, "", "", &memo));
+            auto* const file = static_cast<VqMemo*>(memo.handle);
+            ASSERT_EQ(0, dialect == 1 ? lib.dTnewmm3(file, 0, 0, "text", reference.data())
+                                      : lib.dTnewmm(file, 0, 4, "text", reference.data()));
+          });
+      came = outcome.struck;
+      ASSERT_EQ(0, outcome.result) << orders.block.detail;
+      if (came) {
+        std::array<char, 10> text;
+        std::int32_t length = 0;
+        EXPECT_EQ(0, lib.DBgetmemo(mine, reference.data(), 0, 5, text.data(), &length, nullptr));
+        EXPECT_EQ(0, lib.DBclose(theirs));
+      }
+      EXPECT_EQ(0, lib.DBclose(mine));
+      EXPECT_EQ((std::vector<std::string>{"T.DBF", "T.DBT"}), orders.folder.list());
+    }
+  }
+}
+
 TEST(FailingUpdate, tells_which_memory_ran_out) {
   Orders orders;
   orders.create();

@@ -50,6 +50,23 @@ auto under_fault(std::uint64_t n, platform::Verdict verdict, Work work,
   return UnderFault<decltype(result)>{result, plan.struck()};
 }
 
+// What work gave when somebody else worked just before its n-th call of the system, and whether it
+// came that far.
+template <typename Work, typename Other>
+auto beside_another(std::uint64_t n, Work work, Other other) {
+  std::uint64_t calls = 0;
+  bool came = false;
+  const FaultPlan plan(0, platform::Verdict::go_on, [&](platform::Call) {
+    if (!came && ++calls == n) {
+      came = true;
+      other();
+    }
+    return false;
+  });
+  auto result = work();
+  return UnderFault<decltype(result)>{result, came};
+}
+
 }  // namespace vqdb::testing
 
 #endif  // VQDBSYS_TESTS_SUPPORT_FAULT_PLAN_H_

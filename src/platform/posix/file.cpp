@@ -252,5 +252,28 @@ Outcome replace_file(const std::string& from, const std::string& to) {
   return {};
 }
 
+// Not every kind of file system can refuse a taken name in a rename, and not every other one has
+// hard links. Where neither is known the name is taken first, for a moment by an empty file.
+Outcome rename_if_free(const std::string& from, const std::string& to) {
+  if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) {
+    sync_directory_of(to);
+    return {};
+  }
+  if (errno != EINVAL && errno != ENOSYS) return outcome_of(errno);
+  if (::link(from.c_str(), to.c_str()) == 0) {
+    ::unlink(from.c_str());
+    sync_directory_of(to);
+    return {};
+  }
+  if (errno != EPERM && errno != EOPNOTSUPP && errno != ENOSYS) return outcome_of(errno);
+  Handle taken = -1;
+  Outcome outcome = create_file(to, Creation::exclusive, taken);
+  if (!outcome.ok()) return outcome;
+  ::close(descriptor(taken));
+  outcome = replace_file(from, to);
+  if (!outcome.ok()) ::unlink(to.c_str());
+  return outcome;
+}
+
 }  // namespace system
 }  // namespace vqdb::platform

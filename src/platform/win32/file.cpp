@@ -244,5 +244,9 @@ Outcome replace_file(const std::string& from, const std::string& to) {
       ::MoveFileExA(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH));
 }
 
+Outcome rename_if_free(const std::string& from, const std::string& to) {
+  return outcome_if(::MoveFileExA(from.c_str(), to.c_str(), MOVEFILE_WRITE_THROUGH));
+}
+
 }  // namespace system
 }  // namespace vqdb::platform
