@@ -59,6 +59,16 @@ Result reach(const VqMember& copy, Operation operation, Slot index::Driver::*slo
   return member_with(slot, *place.database, copy, operation, place.member);
 }
 
+// The record that an index tells of: perhaps one that others have appended since the count was
+// taken.
+Result read_found(const Place& place, std::uint32_t recno, void* record) {
+  table::Table& table = place.table();
+  const bool is_news = (table::open_mode_of(table) & open_mode::kShared) != 0 &&
+                       recno > table::known_record_count(table);
+  return is_news ? table::reread_record(table, recno, record)
+                 : table::read_record(table, recno, record);
+}
+
 Result step(const VqMember& copy, const Step& step, void* record, std::uint32_t& recno, void* key) {
   Place place;
   if (const Result result = reach(copy, step.operation, step.slot, place); !ok(result)) {
@@ -72,7 +82,7 @@ Result step(const VqMember& copy, const Step& step, void* record, std::uint32_t&
   }
   if (key == nullptr) return Result::out_of_range;
   const Result moved = (place.member->driver().*step.slot)(place.index(), key, &recno);
-  return ok(moved) ? table::read_record(place.table(), recno, record) : moved;
+  return ok(moved) ? read_found(place, recno, record) : moved;
 }
 
 // The record number under a key; with not_found that of the next key, or 0 above the last.
@@ -98,7 +108,7 @@ Result get_record(const VqMember& copy, const void* key, void* record, std::uint
   }
   const Result found = seek(place, key, recno);
   if (!ok(found) && (found != Result::not_found || recno == 0)) return found;
-  const Result read = table::read_record(place.table(), recno, record);
+  const Result read = read_found(place, recno, record);
   return ok(read) ? found : read;
 }
 

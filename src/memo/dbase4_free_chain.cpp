@@ -22,10 +22,23 @@ Result broken_chain(Memo& memo) {
   return fail(memo.block, Result::bad_format, kAllocate.detail(7));
 }
 
+// A link to this one block would read as the mark of a memo, so no run begins there and no chain
+// ends there.
+constexpr std::uint32_t kMarkBlock =
+    kMemoMark[0] | kMemoMark[1] << 8 | kMemoMark[2] << 16 | std::uint32_t{kMemoMark[3]} << 24;
+
+constexpr std::uint32_t past_mark(std::uint32_t block) {
+  return block == kMarkBlock ? block + 1 : block;
+}
+
+Run past_mark(Run run) {
+  return run.first == kMarkBlock ? Run{run.first + 1, run.count - 1} : run;
+}
+
 // The link that a memo's header would make, were it read as a free run. Behind the end of the file
 // no chain has a reason to point at just this block.
 bool looks_like_memo(const Memo& memo, std::uint32_t link) {
-  return link == load_le32(kMemoMark.data()) && link > memo.blocks_in_file();
+  return link == kMarkBlock && link > memo.blocks_in_file();
 }
 
 bool overlap(Run a, Run b) {
@@ -84,8 +97,21 @@ Result FreeChain::take(Memo& memo, std::uint32_t blocks, Run used, Placement& pl
     if (overlap(runs_[i], used)) return broken_chain(memo);
     if (runs_[i].count < blocks) continue;
     placement = {{runs_[i].first, blocks}, false};
-    return runs_[i].count == blocks ? take_whole(memo, i) : take_part(memo, i, blocks);
+    const Run rest = past_mark(Run{runs_[i].first + blocks, runs_[i].count - blocks});
+    return rest.count == 0 ? take_whole(memo, i) : take_part(memo, i, rest);
   }
+}
+
+Result FreeChain::contains(Memo& memo, std::uint32_t block, bool& yes) {
+  yes = false;
+  for (std::size_t i = 0; !yes; ++i) {
+    if (i == runs_.size()) {
+      if (memo.offset_of(next_) >= memo.file_size) break;
+      if (const Result read = read_run(memo); !ok(read)) return read;
+    }
+    yes = runs_[i].first == block;
+  }
+  return Result::ok;
 }
 
 Result FreeChain::take_whole(Memo& memo, std::size_t index) {
@@ -97,8 +123,7 @@ Result FreeChain::take_whole(Memo& memo, std::size_t index) {
 }
 
 // The rest is written before it is linked, so that the chain never names a block that is no run.
-Result FreeChain::take_part(Memo& memo, std::size_t index, std::uint32_t blocks) {
-  const Run rest{runs_[index].first + blocks, runs_[index].count - blocks};
+Result FreeChain::take_part(Memo& memo, std::size_t index, Run rest) {
   Result result = write_run(memo, rest, behind(index), kAllocate.detail(9));
   const Link link{runs_[index].first, rest.first};
   if (ok(result)) result = set_link(memo, index - 1, link, kAllocate.detail(8));
@@ -116,7 +141,7 @@ Result FreeChain::append(Memo& memo, std::uint32_t blocks, Placement& placement)
     return broken_chain(memo);
   }
   const std::uint32_t first =
-      gap <= kMaxFilledGap ? next_ : static_cast<std::uint32_t>(memo.blocks_in_file());
+      past_mark(gap <= kMaxFilledGap ? next_ : static_cast<std::uint32_t>(memo.blocks_in_file()));
   if (blocks > std::numeric_limits<std::uint32_t>::max() - first) {
     return fail(memo.block, Result::disk_full, kAllocate.detail(5));
   }
@@ -127,6 +152,7 @@ Result FreeChain::append(Memo& memo, std::uint32_t blocks, Placement& placement)
 }
 
 Result FreeChain::move_end(Memo& memo, std::uint32_t end) {
+  end = past_mark(end);
   const Link link{next_, end};
   const Result linked = set_link(memo, runs_.size() - 1, link, kAllocateLinks.detail(3));
   if (ok(linked)) next_ = end;
@@ -134,6 +160,8 @@ Result FreeChain::move_end(Memo& memo, std::uint32_t end) {
 }
 
 Result FreeChain::give(Memo& memo, Run run) {
+  run = past_mark(run);
+  if (run.count == 0) return Result::ok;
   const std::uint32_t old_front = front();
   runs_.push_front(run);  // while nothing is written yet: there may be no memory
   const Result written = write_run(memo, run, old_front, kFree.detail(1));

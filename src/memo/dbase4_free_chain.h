@@ -38,6 +38,9 @@ class FreeChain {
   // the file, runs in a circle or goes through the run `used` gives -3 and nothing is taken.
   Result take(Memo& memo, std::uint32_t blocks, Run used, Placement& placement);
 
+  // Whether a run of the chain begins at this block. A chain that cannot be followed gives -3.
+  Result contains(Memo& memo, std::uint32_t block, bool& yes);
+
   // Puts a run at the front. Runs are not merged.
   Result give(Memo& memo, Run run);
 
@@ -55,7 +58,7 @@ class FreeChain {
   std::uint32_t behind(std::size_t index) const;
   Result read_run(Memo& memo);
   Result take_whole(Memo& memo, std::size_t index);
-  Result take_part(Memo& memo, std::size_t index, std::uint32_t blocks);
+  Result take_part(Memo& memo, std::size_t index, Run rest);
   Result append(Memo& memo, std::uint32_t blocks, Placement& placement);
   Result set_link(Memo& memo, std::size_t index, Link link, std::int32_t detail) const;
   Result move_end(Memo& memo, std::uint32_t end);

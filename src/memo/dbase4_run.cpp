@@ -104,6 +104,15 @@ std::array<Byte, kMemoHeaderBytes> header_for(std::uint32_t length) {
   return header;
 }
 
+// Whether a run that begins like this is a memo's. Other programs may have marks of which only the
+// first byte is the same; then it must not be a free run, whose link can begin with any byte.
+bool begins_memo(Memo& memo, std::uint32_t block, const Byte* header) {
+  if (std::equal(kMemoMark.begin(), kMemoMark.end(), header)) return true;
+  bool is_free = true;
+  return header[0] == kMemoMark[0] && ok(memo.free_chain.contains(memo, block, is_free)) &&
+         !is_free;
+}
+
 }  // namespace
 
 Result locate(Memo& memo, const char* reference, Located& located) {
@@ -117,7 +126,9 @@ Result locate(Memo& memo, const char* reference, Located& located) {
   if (const Result read = read_head(memo, start); !ok(read)) return read;
   Window& window = memo.window;
   const Byte* const header = window.at(start);
-  if (header[0] != kMemoMark[0]) return fail(memo.block, Result::bad_format, kSize.detail(4));
+  if (!begins_memo(memo, located.run.first, header)) {
+    return fail(memo.block, Result::bad_format, kSize.detail(4));
+  }
 
   const std::uint32_t stored = load_le32(header + kMemoMark.size());
   if (stored < kMemoHeaderBytes || stored - kMemoHeaderBytes > kLongestMemo ||

@@ -109,6 +109,28 @@ TEST_F(Navigation, a_search_stops_at_the_next_key) {
   }
 }
 
+TEST_F(Navigation, an_index_leads_to_what_others_have_appended) {
+  for (const std::uint32_t mode : {2U, 4U, 5U}) {
+    ASSERT_EQ(0, lib.DBclose(database_));
+    database_ = orders_.open(mode);
+    const VqMember names = order_member(database_, orders_, 0);
+    const std::string first = kOrderIndex[0].key_of(records_[1]).text;
+    ASSERT_EQ(0, lib.DBgetrec(&names, first.data(), record_.data(), &recno_));
+    VqDatabase* const other = orders_.open(2);
+    const Order order = {"zoe" + std::to_string(mode), 1, 1};
+    std::uint32_t appended = 0;
+    for (int i = 0; i < 2; ++i) {
+      ASSERT_EQ(0, lib.DBapprec(other, record_of(order).data(), &appended));
+    }
+    EXPECT_EQ(0, lib.DBclose(other));
+    const std::string key = kOrderIndex[0].key_of(order).text;
+    EXPECT_EQ(0, lib.DBgetrec(&names, key.data(), record_.data(), &recno_)) << mode;
+    EXPECT_EQ(record_of(order), record_);
+    EXPECT_EQ(0, lib.DBnextrec(&names, record_.data(), &recno_, key_.data())) << mode;
+    EXPECT_EQ(record_of(order), record_);
+  }
+}
+
 TEST_F(Navigation, refuses_members_that_have_no_order) {
   struct Case {
     std::int32_t detail;

@@ -139,6 +139,39 @@ TEST(MemoDamage, a_memo_that_is_none_is_not_read) {
   }
 }
 
+// Other programs' marks may differ behind the first byte; a link that begins with it is none.
+TEST(MemoDamage, a_free_run_whose_link_begins_like_a_memo_is_none) {
+  for (const bool is_free : {true, false}) {
+    const TemporaryFolder folder;
+    std::string bytes = file_with(header(is_free ? 2 : 15), le32(255) + le32(9));
+    bytes.resize(std::size_t{15} * 512);
+    write_file(folder.file("A.DBT"), bytes);
+    VqBlock block = memo_block(2);
+    MemoFile file(block, folder.file("A"));
+    std::string text, reference = "2         ";
+    EXPECT_EQ(is_free ? "-3/2084" : "0/0", codes(file.read(reference, text), block));
+    EXPECT_EQ(is_free ? "-3/2084" : "0/0", codes(file.replace("other", reference), block));
+    EXPECT_EQ(is_free, bytes == read_file(folder.file("A.DBT")));
+  }
+}
+
+// Where a link can be the whole mark, none ever is.
+TEST(MemoDamage, no_link_reads_as_the_mark_of_a_memo) {
+  constexpr std::uint32_t kMark = 0x8FFFF;
+  const TemporaryFolder folder;
+  write_file(folder.file("A.DBT"), header(kMark - 9));
+  std::filesystem::resize_file(folder.file("A.DBT"), std::uintmax_t{kMark - 9} * 512);
+  VqBlock block = memo_block(2);
+  MemoFile file(block, folder.file("A"));
+  std::string first = kNoMemo, second = kNoMemo, text;
+  ASSERT_EQ(0, file.write_new(std::string(4500, 'a'), first));
+  ASSERT_EQ(0, file.write_new("b", second));
+  const std::string freed = first;
+  ASSERT_EQ(0, file.replace(std::string(600, 'b'), second));
+  ASSERT_EQ(0, file.replace(std::string(6000, 'a'), first));
+  EXPECT_EQ("-3/2084", codes(file.read(freed, text), block));
+}
+
 // A file of any bytes: whatever its calls answer, they come back, and within its size.
 TEST(MemoDamage, blocks_of_any_bytes_are_survived) {
   std::uint32_t seed = 1;

@@ -69,8 +69,7 @@ VQ_CHILD(find_edit_and_save) {
     std::string record(kOrderBytes, ' ');
     std::uint32_t recno = 0;
     result = lib.DBgetrec(&member, key.data(), record.data(), &recno);
-    // In mode 4 a record that another process appended is found, but not read.
-    const bool missed = result == VQ_E_NOT_FOUND || result == VQ_E_RANGE || is_refusal(result);
+    const bool missed = result == VQ_E_NOT_FOUND || is_refusal(result);
     if (missed) result = 0;
     if (record[1] == ' ') continue;
     Order order = order_in(record);
