@@ -768,8 +768,10 @@ int32_t VQ_CALL dNcopy(VqBlock* block, const char* from, const char* to);
  * Modes, the position, equal keys and shared use are as for dN. So are the details of operations on
  * keys and locks, with 200 less in front of the last digit: 1164 where dNputkey has 3164. In a
  * shared mode another process may drop a tag that is active here; operations on its handle then
- * give -10, as on a handle that was given back, and it still has to be given back. Details of
- * damaged trees are as for dN, and any operation can end in these:
+ * give -10, as on a handle that was given back, and it still has to be given back. They work again
+ * once there is a tag of that name with the same keys and FOR expression; one that is defined
+ * otherwise is another tag, with a handle of its own. Details of damaged trees are as for dN, and
+ * any operation can end in these:
  *   10301 -17 header not read         10302 -3  no MDX header           10303 -3  tag table
  *   10304 -17 tag header not read     10306 -3  damaged tag header
  *   10311 -17 header not written      10312 -17 tag table not written   10313 -17 tag header
@@ -848,8 +850,8 @@ int32_t VQ_CALL dXlkfsta(VqIndex* file);
  * the length. While a tag is built nobody else can use a shared file. The tag is there when it is
  * complete, and not at all after a failure; equal keys run in the order of their records, negative
  * numbers and descending keys against it. When the file is the table's own, which has its name,
- * the table's production flag is set. Groups that other handles have open do not keep the new tag
- * until they are opened again.
+ * the table's production flag is set. Databases that have the file open take the tag up with their
+ * next change of a record.
  *   1100 -16 opened for reading       1101 -10 bad file handle          1102 -10 table closed
  *   1103 -11 name                     1104 -11 there is such a tag      1105 -4  47 tags
  *   1106 -4  more than 220 characters 1107 -4  key length
@@ -1049,8 +1051,10 @@ int32_t VQ_CALL DBclose(VqDatabase* database);
 /* Fills a copy of a member, by its VQ_KIND_*: the table; any memo kind the memo file; else the
  * first index of that kind (VQ_KIND_NDX finds NDX3 as well) by that file name, any when it is null
  * or empty, and for tags by that tag name, whatever the case. The copy's texts, handle and programs
- * belong to the database.
- *   6131 -5  no memo file        6132 -11 no member kind        6133 -5  no such member */
+ * belong to the database. A copy of a tag holds as long as the tag is defined as it was; when it
+ * was dropped and made with another key or FOR expression, a new copy is to be had.
+ *   6131 -5  no memo file        6132 -11 no member kind        6133 -5  no such member
+ * Asking for a tag takes up those of others (below), with the failures of that. */
 int32_t VQ_CALL GRPmember(VqDatabase* database, uint32_t kind, const char* name, const char* tag,
                           VqMember* out);
 
@@ -1087,9 +1091,16 @@ int32_t VQ_CALL DBforward(const VqMember* member);
  * are in the others. Locks of the table are refused at once; an index file is waited for, some
  * seconds at most. An update that changes no key locks and writes no index.
  *
+ * Before a record is changed, the group takes up what others have done with the tags of its files:
+ * one that was dropped and made anew is kept as it is now, and where a file joined with all its
+ * tags, a new one joins. A dropped tag is left out until it is made again.
+ *
  * What a failure leaves behind:
  * - A refused lock (-37, -38, -40), a damaged index header or a full memory (-14 with 6201, 6211 or
  *   6212): nothing is written. Call again.
+ * - A tag of others that cannot be taken up, with the codes that DBopen would give (its expression,
+ *   6124, 6125, 6127): nothing is written, since the record would be missing in that tag. Drop or
+ *   rebuild it, then call again.
  * - A failure of the table (details of dDapprec and dDupdrec): the record as these leave it, and no
  *   key is touched.
  * - A key that cannot be made (codes of the expression), a unique index that refuses an update

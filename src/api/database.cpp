@@ -29,7 +29,7 @@ Result close_last_member(Database& database) {
 void drop_member(Database& database, MemberList::iterator member) {
   const std::int32_t detail = database.block->detail;
   (void)close_member(*member);
-  database.file_order.clear();
+  if (!member->is_tag()) database.file_order.clear();
   database.members.erase(member);
   database.block->detail = detail;
 }

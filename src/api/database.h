@@ -30,10 +30,13 @@ using Program = std::unique_ptr<expr::Expression, FreeExpression>;
 struct Member {
   const IndexKind* kind = nullptr;
   index::Index* index = nullptr;
-  Text name;                 // files only
-  Text tag;                  // tags only
-  std::int32_t buffers = 0;  // files only
-  Member* file = nullptr;    // tags only: the member that holds the tag
+  Text name;                    // files only
+  Text tag;                     // tags only
+  Text definition;              // tags only: what key and filter were compiled from
+  std::int32_t buffers = 0;     // files only
+  bool all_tags = false;        // files only: tags that others add to it join the group
+  std::uint32_t tags_seen = 0;  // files only: the state of its tags that the group is in step with
+  Member* file = nullptr;       // tags only: the member that holds the tag
   Program key;
   Program filter;  // tags only, and not all of them
   std::int32_t key_length = 0;

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "api/follow_tags.h"
 #include "api/index_kinds.h"
 #include "frame/bytes.h"
 
@@ -88,6 +89,9 @@ Result find_member(Database& database, std::uint32_t kind, const char* name, con
     const bool tags = kind_of_tag(kind) != nullptr;
     if (!tags && kind_of_file(kind) == nullptr) {
       return fail(database.block, Result::not_allowed, kGroup.detail(2));
+    }
+    if (tags) {
+      if (const Result result = follow_tags(database); !ok(result)) return result;
     }
     const auto found = std::ranges::find_if(database.members, [&](const Member& member) {
       return matches_kind(member, kind) && matches_name(member, view(name)) &&

@@ -46,6 +46,7 @@ Result compile(Database& database, const char* text, Program& program, expr::Res
 }
 
 Result compile_filter(Database& database, const char* text, Member& member) {
+  member.filter.reset();
   if (*text == '\0') return Result::ok;
   expr::ResultShape shape;
   const Result result = compile(database, text, member.filter, shape);
@@ -138,7 +139,24 @@ Result join_single(Database& database, const VqIndexSpec& spec, Member& member) 
   return compile_key(database, text, member);
 }
 
-Result fill_tag(Database& database, Member& tag) {
+// What a tag is known by, whatever becomes of its keys.
+Text definition_of(const Member& tag, std::string_view key, std::string_view filter,
+                   std::int32_t flags) {
+  const auto numbers = {flags, tag.driver().keytyp(*tag.index), tag.driver().keylen(*tag.index)};
+  Text text(key);
+  text.append(1, '\0').append(filter);
+  for (const std::int32_t number : numbers) text.append(1, '\0').append(std::to_string(number));
+  return text;
+}
+
+Result compile_tag(Database& database, const char* key, const char* filter, Member& tag) {
+  if (const Result result = compile_filter(database, filter, tag); !ok(result)) return result;
+  return compile_key(database, key, tag);
+}
+
+// Gives an active tag the programs of its definition, unless it has them: then copies that hosts
+// hold go on finding it. After a failure the tag has those that it had.
+Result define_tag(Database& database, Member& tag) {
   const platform::Bytes room = platform::allocate_bytes(kMaxExpressionBytes);
   if (room == nullptr) return fail(database.block, Result::no_memory, kJoin.detail(1));
   const platform::Bytes filter_room = platform::allocate_bytes(kFilterBytes);
@@ -150,10 +168,26 @@ Result fill_tag(Database& database, Member& tag) {
   if (!ok(known)) return known;
   if (*key == '\0') return fail(database.block, Result::operand, kJoin.detail(4));
   std::strncpy(filter, key + std::strlen(key) + 1, kFilterBytes - 1);
-  if (const Result result = compile_filter(database, filter, tag); !ok(result)) return result;
-  return compile_key(database, key, tag);
+  Text definition;
+  if (!has_memory([&] { definition = definition_of(tag, key, filter, flags); })) {
+    return fail(database.block, Result::no_memory, kJoin.detail(1));
+  }
+  if (definition == tag.definition) return Result::ok;
+  Member made;
+  made.kind = tag.kind;
+  made.index = tag.index;
+  made.file = tag.file;
+  if (const Result result = compile_tag(database, key, filter, made); !ok(result)) return result;
+  tag.definition.swap(definition);
+  tag.key = std::move(made.key);
+  tag.filter = std::move(made.filter);
+  tag.key_length = made.key_length;
+  tag.key_type = made.key_type;
+  tag.reads_flag = made.reads_flag;
+  return Result::ok;
 }
 
+// The tags that are no members yet, in the order of the file.
 Result join_all_tags(Database& database, Place file) {
   const index::Driver& driver = file->driver();
   if (driver.tags == nullptr || driver.listag == nullptr) return Result::no_driver;
@@ -168,6 +202,7 @@ Result join_all_tags(Database& database, Place file) {
         reinterpret_cast<const char*>(list.get() + i * kTagEntryBytes + kTagNameAt);
     std::string_view name(entry, kTagNameBytes);
     name = name.substr(0, name.find('\0'));
+    if (has_tag(database, *file, name)) continue;
     if (const Result result = join_tag(database, file, name); !ok(result)) return result;
   }
   return Result::ok;
@@ -178,6 +213,7 @@ Result join_all_tags(Database& database, Place file) {
 Result join_multiple(Database& database, const VqIndexSpec& spec, Place file) {
   if (const Result result = open_index_file(database, spec, *file); !ok(result)) return result;
   const std::string_view only = behind_semicolon(spec.name);
+  file->all_tags = only.empty();
   if (const Member* const other = same_file(database, *file); other != nullptr) {
     if (only.empty()) return fail(database.block, Result::not_allowed, kJoin.detail(8));
     const auto is_other = [&](const Member& member) { return &member == other; };
@@ -185,6 +221,24 @@ Result join_multiple(Database& database, const VqIndexSpec& spec, Place file) {
     return join_tag(database, std::ranges::find_if(database.members, is_other), only);
   }
   return only.empty() ? join_all_tags(database, file) : join_tag(database, file, only);
+}
+
+// A tag that is in the file no more stays a member, in case it is made again.
+Result take_up_tag(Database& database, Member& tag) {
+  index::Index* const known = tag.index;
+  const std::int32_t detail = database.block->detail;
+  Result result = activate_tag(database, tag);
+  if (!ok(result)) {
+    tag.index = known;
+    if (result != Result::unknown_name) return result;
+    database.block->detail = detail;
+    return Result::ok;
+  }
+  if (tag.index != known) result = define_tag(database, tag);
+  index::Index* const spare = ok(result) ? known : tag.index;
+  if (!ok(result)) tag.index = known;
+  (void)tag.driver().deaidx(*spare);
+  return result;
 }
 
 }  // namespace
@@ -209,7 +263,7 @@ Result join_tag(Database& database, Place file, std::string_view name) {
     result = fail(database.block, Result::no_memory, kJoin.detail(3));
   }
   if (ok(result)) result = activate_tag(database, *tag);
-  if (ok(result)) result = fill_tag(database, *tag);
+  if (ok(result)) result = define_tag(database, *tag);
   if (!ok(result)) drop_member(database, tag);
   return result;
 }
@@ -232,9 +286,21 @@ Result join_index(Database& database, const VqIndexSpec& spec) {
   return result;
 }
 
+Result take_up_tags(Database& database, Place file) {
+  const Place end = end_of_file(database, file);
+  for (Place tag = std::next(file); tag != end; ++tag) {
+    if (const Result result = take_up_tag(database, *tag); !ok(result)) return result;
+  }
+  return file->all_tags ? join_all_tags(database, file) : Result::ok;
+}
+
 Result reopen_member(Database& database, Member& member) {
   database.file_order.clear();
-  if (member.is_tag()) return activate_tag(database, member);
+  member.tags_seen = 0;
+  if (member.is_tag()) {
+    const Result result = activate_tag(database, member);
+    return ok(result) ? define_tag(database, member) : result;
+  }
   const Result result = open_file(database, member.name.c_str(), member);
   if (ok(result)) mark_dates(member);
   return result;

@@ -22,7 +22,12 @@ bool has_tag(const Database& database, const Member& file, std::string_view name
 // failure the group is what it was.
 Result join_tag(Database& database, MemberList::iterator file, std::string_view name);
 
-// Opens the file, or activates the tag, of a member that has been closed.
+// Members of the file that were made anew as something else are compiled again, and where all its
+// tags are members, those that were added join. After a failure the next call goes on from there.
+Result take_up_tags(Database& database, MemberList::iterator file);
+
+// Opens the file, or activates the tag, of a member that has been closed. A tag that is defined
+// otherwise now is compiled again.
 Result reopen_member(Database& database, Member& member);
 
 }  // namespace vqdb::api

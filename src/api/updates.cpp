@@ -6,6 +6,7 @@
 
 #include "api/entered_files.h"
 #include "api/first_failure.h"
+#include "api/follow_tags.h"
 #include "api/group.h"
 #include "api/index_kinds.h"
 #include "api/key_moves.h"
@@ -149,7 +150,9 @@ Result RecordChange::read_old() {
   // Where no lock keeps others from the record, the files do.
   if (is_shared(*database_.table) && !locks_changes(*database_.table)) {
     files_.want_all();
-    if (const Result result = files_.enter(); !ok(result)) return result;
+    Result result = files_.enter();
+    if (ok(result)) result = follow_tags(database_);
+    if (!ok(result)) return result;
   }
   return table::reread_whole_record(*database_.table, recno_, old_record());
 }
@@ -195,8 +198,10 @@ Result update_with_keys(Database& database, std::uint32_t recno, const void* rec
 Result set_flag(Database& database, std::uint32_t recno, char flag,
                 Result (*write)(table::Table&, std::uint32_t)) {
   table::Table& table = *database.table;
-  const bool moves_keys =
-      !is_read_only(table) && std::ranges::any_of(database.members, &Member::reads_flag);
+  // Without a lock on the table a tag that reads the flag may come any time.
+  const bool may_come = is_shared(table) && !locks_changes(table) && has_tagged_files(database);
+  const bool moves_keys = !is_read_only(table) &&
+                          (may_come || std::ranges::any_of(database.members, &Member::reads_flag));
   if (!moves_keys) return write(table, recno);
   RecordChange change(database, recno);
   Result result = change.start();
@@ -217,6 +222,7 @@ Result under_lock(Database& database, std::uint32_t recno, Change change) {
   if (is_shared(*database.table) && recno > table::known_record_count(*database.table)) {
     result = table::catch_up(*database.table);
   }
+  if (ok(result) && !is_read_only(*database.table)) result = follow_tags(database);
   return lock.release_after(ok(result) ? change() : result);
 }
 
@@ -242,9 +248,13 @@ Result append_record(Database& database, const void* record, std::uint32_t& recn
   const auto* const full = complete ? static_cast<const Byte*>(record) : whole.get();
   EnteredFiles files(database);
   files.want_all();
-  if (const Result result = files.enter(); !ok(result)) return result;
-  return files.leave_after(append_and_insert(
-      database, record, recno, [&] { return insert_keys(database, full, recno, key.front()); }));
+  Result result = files.enter();
+  if (ok(result)) result = follow_tags(database);
+  if (ok(result)) {
+    result = append_and_insert(database, record, recno,
+                               [&] { return insert_keys(database, full, recno, key.front()); });
+  }
+  return files.leave_after(result);
 }
 
 Result update_record(Database& database, std::uint32_t recno, const void* record) {

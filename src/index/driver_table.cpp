@@ -120,7 +120,14 @@ constexpr Bracket kBracket = {
     .datek = nullptr,
     .haskey = [](Index& index, const void* key, std::uint32_t recno,
                  bool* has) { return holds_entry(index.key_tree(), key, recno, *has); },
+    .tagst = nullptr,
 };
+
+constexpr Bracket kMdxBracket = [] {
+  Bracket bracket = kBracket;
+  bracket.tagst = [](Index& index) { return mdx(index).store.tag_state(); };
+  return bracket;
+}();
 
 // A file of the dBASE III form calls dates numbers.
 constexpr Bracket kNdxBracket = [] {
@@ -167,7 +174,7 @@ constexpr std::array<const Driver*, kDriverColumns> kColumns = {&kMdx,   &kNdx, 
                                                                 &kEmpty, &kEmpty, &kEmpty, &kEmpty};
 
 constexpr std::array<const Bracket*, kDriverColumns> kBrackets = {
-    &kBracket,      &kNdxBracket,   &kNdxBracket,   &kEmptyBracket,
+    &kMdxBracket,   &kNdxBracket,   &kNdxBracket,   &kEmptyBracket,
     &kEmptyBracket, &kEmptyBracket, &kEmptyBracket, &kEmptyBracket};
 
 constexpr std::array<const Builder*, kDriverColumns> kBuilders = {

@@ -62,6 +62,10 @@ struct Bracket {
   void (*datek)(Index&);
   // Whether exactly this key and record number are there. The position stays.
   Result (*haskey)(Index&, const void* key, std::uint32_t recno, bool* has);
+  // Of a file of tags: a number that changes with the tags it has and with the definitions of those
+  // that are active. Outside a bracket 0 says that another process seems to change them, or that
+  // they cannot be read; enter, and ask again. Null for files of a single index.
+  std::uint32_t (*tagst)(Index& file);
 };
 
 inline constexpr std::uint32_t kDriverColumns = 8;

@@ -10,6 +10,7 @@
 #include "support/exports.h"
 #include "support/mdx_checker.h"
 #include "support/orders.h"
+#include "support/test.h"
 
 namespace vqdb::testing {
 namespace {
@@ -46,7 +47,7 @@ const Tag kTags[] = {
      [](const Order& o) { return !o.deleted; }, day_of},
 };
 
-class TagGroups : public ::testing::TestWithParam<std::uint32_t> {
+class TagGroupTest : public ::testing::Test {
  protected:
   void SetUp() override {
     orders_.create();
@@ -121,6 +122,8 @@ class TagGroups : public ::testing::TestWithParam<std::uint32_t> {
   std::vector<Order> records_;
   std::mt19937 random_{11};
 };
+
+class TagGroups : public TagGroupTest, public ::testing::WithParamInterface<std::uint32_t> {};
 
 TEST_P(TagGroups, tags_and_files_follow_every_record) {
   ASSERT_NO_FATAL_FAILURE(open(GetParam()));
@@ -212,6 +215,17 @@ TEST_P(TagGroup, a_name_behind_the_semicolon_brings_one_tag) {
   }
 }
 
+TEST_P(TagGroup, a_file_named_for_two_of_its_tags_is_opened_once) {
+  const std::string names[] = {mdx_ + ";LIVE", mdx_ + ";PAID"};
+  specs_ = {{16, names[0].c_str(), 4, nullptr}, {16, names[1].c_str(), 4, nullptr}};
+  ASSERT_NO_FATAL_FAILURE(open(GetParam() | 32));
+  EXPECT_EQ(3U, value(table_member(database_).flags));
+  append({"both", 7, 7, true});
+  ASSERT_EQ(0, lib.DBflush(database_));
+  const MdxReport report = read_mdx(orders_.file("TAGS.MDX"));
+  for (const Tag& tag : {kTags[1], kTags[2]}) expect_tag(tag, report);
+}
+
 // Tags come and go in a file that is open as a member, here or in another process.
 TEST_P(TagGroup, tags_join_and_leave_a_file_in_use) {
   ASSERT_NO_FATAL_FAILURE(open(GetParam()));
@@ -219,9 +233,11 @@ TEST_P(TagGroup, tags_join_and_leave_a_file_in_use) {
   const char* const name = mdx_.c_str();
   ASSERT_EQ(0, lib.DBindex(database_, 16, name, "LATER", "AMOUNT", "PAID", VQ_BUILD_DESCENDING))
       << orders_.block.detail;
-  EXPECT_EQ(VQ_E_NOT_ALLOWED, lib.DBindex(database_, 16, name, "later", "AMOUNT", nullptr, 0));
-  EXPECT_EQ(VQ_E_NOT_ALLOWED, lib.DBindex(database_, 16, name, "X", "AMOUNT", "NAME", 0));
-  EXPECT_EQ(6511, orders_.block.detail);
+  EXPECT_EQ("-11/6321",
+            codes(lib.DBindex(database_, 16, name, "later", "AMOUNT", nullptr, 0), orders_.block));
+  EXPECT_EQ("-11/6511",
+            codes(lib.DBindex(database_, 16, name, "X", "AMOUNT", "NAME", 0), orders_.block));
+  EXPECT_EQ(kOrderIndexes + 2 + std::size(kTags), value(table_member(database_).flags));
   for (int i = 0; i < 40; ++i) append(some_order());
   const Tag later = {"LATER", "", "", 0, kTags[1].holds, amount_of};
   check();
@@ -271,6 +287,192 @@ TEST_P(TagGroup, the_table_knows_its_production_index) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Modes, TagGroup, ::testing::Values(0u, 4u));
+
+TEST_F(TagGroupTest, packing_builds_the_tags_again_and_leaves_the_table_its_index) {
+  ASSERT_NO_FATAL_FAILURE(open(0));
+  const std::string own = orders_.table();
+  ASSERT_EQ(0, lib.DBindex(database_, 16, own.c_str(), "OWN", "AMOUNT", ".NOT. DELETED()", 0));
+  for (int i = 0; i < 30; ++i) append({"n", i, 1, i % 3 == 0, i % 2 == 0});
+  ASSERT_EQ(0, lib.DBclose(database_));
+  ASSERT_EQ(0, lib.DBpack(&orders_.block, own.c_str())) << orders_.block.detail;
+  std::erase_if(records_, [](const Order& order) { return order.deleted; });
+  ASSERT_EQ(0, lib.DBuse(&orders_.block, own.c_str(), 0, &database_));
+  EXPECT_EQ(2, lib.dDmode(&orders_.block, own.c_str()) & 2);
+  check();
+  const Tag own_tag = {"OWN", "", "", 0, kTags[2].holds, amount_of};
+  expect_tag(own_tag, read_mdx(orders_.file("ORDERS.MDX")));
+}
+
+// What others do with the tags of a file that is a member, before the group next changes a record.
+struct TagChange {
+  friend void PrintTo(const TagChange& change, std::ostream* out) { *out << change.name; }
+
+  const char* name;
+  const char* dropped;
+  const Tag* made;
+  bool group_passes;  // the group changes a record between dropping and making
+};
+
+constexpr auto kIsDead = [](const Order& order) { return order.deleted; };
+const Tag kDear = {"PAID", "NAME", "AMOUNT > 0", 0, [](const Order& o) { return o.cents > 0; },
+                   text_of};
+const Tag kDeadNames = {"NAMES", "NAME", "DELETED()", 0, kIsDead, text_of};
+const Tag kDead = {"LIVE", "AMOUNT", "DELETED()", VQ_BUILD_DESCENDING, kIsDead, amount_of};
+const Tag kNew = {"NEW", "AMOUNT", ".NOT. DELETED()", 0, kTags[2].holds, amount_of};
+
+const TagChange kTagChanges[] = {
+    {"dropped", "PAID", nullptr, false},
+    {"made_again", "PAID", &kTags[1], false},
+    {"made_again_later", "PAID", &kTags[1], true},
+    {"made_with_other_keys", "PAID", &kDear, false},
+    {"made_with_other_keys_later", "PAID", &kDear, true},
+    {"made_to_read_the_flag", "NAMES", &kDeadNames, false},
+    {"made_for_other_records", "LIVE", &kDead, false},
+    {"added", nullptr, &kNew, false},
+    {"one_for_another", "NAMES", &kNew, true},
+};
+
+class TagsOfOthers
+    : public TagGroupTest,
+      public ::testing::WithParamInterface<std::tuple<std::uint32_t, TagChange, std::string>> {
+ protected:
+  std::uint32_t mode() const { return std::get<0>(GetParam()); }
+
+  // Another handle of the file; where there can be none, the group's.
+  template <typename Work>
+  void with_file(Work work) {
+    if (mode() == 0) return work(static_cast<VqIndex*>(member(16).handle));
+    VqTable* const table = lib.dDopen(&orders_.block, orders_.table().c_str(), mode(), 1);
+    VqIndex* const file = lib.dXopen(table, mdx_.c_str(), mode(), 4);
+    work(file);
+    EXPECT_EQ(0, lib.dXclose(file));
+    EXPECT_EQ(0, lib.dDclose(table));
+  }
+
+  void make(VqIndex* file, const Tag& tag) {
+    const bool text = tag.key == std::string("NAME");
+    const char* const format = text ? "C12" : tag.options != 0 ? "ND" : "N";
+    ASSERT_EQ(0, lib.dXindex(file, tag.name, tag.key, format, tag.filter)) << orders_.block.detail;
+  }
+
+  void change_record(const std::string& what) {
+    Order& order = records_[3];
+    if (what == "append") return append(some_order());
+    if (what == "delete") {
+      order.deleted = !order.deleted;
+      ASSERT_EQ(0, order.deleted ? lib.DBdelrec(database_, 4) : lib.DBrclrec(database_, 4));
+    } else {
+      order = {order.name + "x", order.cents > 0 ? -7 : 7, 9, !order.paid, order.deleted};
+      ASSERT_EQ(0, lib.DBupdrec(database_, 4, record_of(order).data())) << orders_.block.detail;
+    }
+  }
+
+  void expect_tags(const std::vector<Tag>& tags) {
+    ASSERT_EQ(0, lib.DBflush(database_));
+    const MdxReport report = read_mdx(orders_.file("TAGS.MDX"));
+    EXPECT_EQ("", report.all_faults());
+    EXPECT_EQ(tags.size(), report.tags.size());
+    for (const Tag& tag : tags) expect_tag(tag, report);
+  }
+};
+
+TEST_P(TagsOfOthers, are_taken_up_with_the_next_record) {
+  const TagChange& change = std::get<1>(GetParam());
+  const std::string& first = std::get<2>(GetParam());
+  ASSERT_NO_FATAL_FAILURE(open(mode()));
+  for (int i = 0; i < 30; ++i) append(some_order());
+  append({"dead", 1, 1, false, true});
+  std::vector<Tag> tags(std::begin(kTags), std::end(kTags));
+  with_file([&](VqIndex* file) {
+    if (change.dropped != nullptr) {
+      ASSERT_EQ(0, lib.dXdeltag(file, change.dropped));
+      std::erase_if(tags, [&](const Tag& tag) { return tag.name == std::string(change.dropped); });
+    }
+    if (change.group_passes) change_record("append");
+    if (change.made == nullptr) return;
+    ASSERT_NO_FATAL_FAILURE(make(file, *change.made));
+    tags.push_back(*change.made);
+  });
+  for (const std::string& next : {first, std::string("append"), std::string("update"),
+                                  std::string("delete"), std::string("update")}) {
+    ASSERT_NO_FATAL_FAILURE(change_record(next));
+  }
+  expect_tags(tags);
+  for (const Tag& tag : tags) {
+    const VqMember copy = member(32, tag.name);
+    std::string key(12, '\0');
+    std::uint32_t recno = 0;
+    EXPECT_EQ(0, lib.DBforward(&copy));
+    EXPECT_EQ(0, lib.DBprevrec(&copy, std::string(kOrderBytes, ' ').data(), &recno, key.data()));
+  }
+  if (mode() != 0) return;
+  ASSERT_EQ(0, lib.DBreindex(database_)) << orders_.block.detail;
+  expect_tags(tags);
+}
+
+// A copy of a member holds as long as the tag is defined as it was.
+TEST_P(TagsOfOthers, are_others_when_they_are_defined_otherwise) {
+  const TagChange& change = std::get<1>(GetParam());
+  if (change.dropped == nullptr || change.made == nullptr) return;
+  ASSERT_NO_FATAL_FAILURE(open(mode()));
+  for (int i = 0; i < 30; ++i) append(some_order());
+  const VqMember copy = member(32, change.dropped);
+  with_file([&](VqIndex* file) {
+    ASSERT_EQ(0, lib.dXdeltag(file, change.dropped));
+    ASSERT_NO_FATAL_FAILURE(make(file, *change.made));
+  });
+  change_record(std::get<2>(GetParam()));
+  std::string record(kOrderBytes, ' ');
+  std::string key(12, '\0');
+  std::uint32_t recno = 0;
+  const bool is_same = change.made == &kTags[1];
+  EXPECT_EQ(is_same ? 0 : VQ_E_BAD_HANDLE, lib.DBnextrec(&copy, record.data(), &recno, key.data()));
+}
+
+INSTANTIATE_TEST_SUITE_P(Changes, TagsOfOthers,
+                         ::testing::Combine(::testing::Values(0u, 2u, 4u),
+                                            ::testing::ValuesIn(kTagChanges),
+                                            ::testing::Values("append", "update", "delete")),
+                         [](const auto& test) {
+                           return std::string(std::get<1>(test.param).name) + "_" +
+                                  std::get<2>(test.param) + "_" +
+                                  std::to_string(std::get<0>(test.param));
+                         });
+
+// A tag that the group cannot keep stops every change, until it is gone or mended.
+TEST_P(TagGroups, a_tag_of_others_that_cannot_be_kept_stops_changes) {
+  struct Case {
+    const char* key;
+    const char* result;
+  };
+  ASSERT_NO_FATAL_FAILURE(open(GetParam()));
+  for (int i = 0; i < 3; ++i) append(some_order());
+  const std::string path = orders_.file("TAGS.MDX");
+  for (const Case& c : {Case{"NOBODY+NAME", "-25/6034"}, Case{"AMOUNT+1", "-9/6127"}}) {
+    VqTable* const table = lib.dDopen(&orders_.block, orders_.table().c_str(), GetParam(), 1);
+    VqIndex* const file = GetParam() == 0 ? static_cast<VqIndex*>(member(16).handle)
+                                          : lib.dXopen(table, mdx_.c_str(), GetParam(), 4);
+    ASSERT_EQ(0, lib.dXindex(file, "ODD", "NAME", "C12", nullptr));
+    write_bytes(path, read_mdx(path).tag("ODD").header_page * std::size_t{512} + 24,
+                std::string(c.key) + '\0');
+    const std::string before = read_file(path);
+    std::uint32_t recno = 0;
+    const std::string record = record_of(some_order());
+    for (int i = 0; i < 2; ++i) {
+      EXPECT_EQ(c.result, codes(lib.DBapprec(database_, record.data(), &recno), orders_.block));
+      EXPECT_EQ(c.result, codes(lib.DBupdrec(database_, 2, record.data()), orders_.block));
+      EXPECT_EQ(c.result, codes(lib.DBdelrec(database_, 2), orders_.block));
+    }
+    EXPECT_EQ(before, read_file(path));
+    ASSERT_EQ(0, lib.dXdeltag(file, "ODD"));
+    if (GetParam() != 0) {
+      ASSERT_EQ(0, lib.dXclose(file));
+    }
+    ASSERT_EQ(0, lib.dDclose(table));
+    append(some_order());
+    check();
+  }
+}
 
 }  // namespace
 }  // namespace vqdb::testing

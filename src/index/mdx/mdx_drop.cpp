@@ -83,9 +83,6 @@ Result drop(MdxFile& file, std::string_view name) {
   if (const Result result = store.write_tags(tags, store.header().production); !ok(result)) {
     return result;
   }
-  for (MdxTag* tag = store.first_tag(); tag != nullptr; tag = tag->next) {
-    if (tag->entry.name == entry.name) tag->keys.gone = true;
-  }
   for (const PageNumber page : blocks) store.release(page);
   return store.flush();
 }

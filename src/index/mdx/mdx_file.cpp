@@ -46,18 +46,23 @@ Result open_file_and_handle(table::Table& context, const char* name, std::uint32
   return Result::ok;
 }
 
-// The handle that the file has of this tag, live or not.
-MdxTag* known_tag(const MdxStore& store, const TagEntry& entry) {
-  MdxTag* tag = store.first_tag();
-  while (tag != nullptr && (tag->keys.gone || tag->entry.name != entry.name)) tag = tag->next;
-  return tag;
+// The handle that the file has of this tag, live or not; null when it has none.
+Result find_known_tag(const MdxStore& store, const TagEntry& entry, MdxTag*& found) {
+  found = nullptr;
+  for (MdxTag* tag = store.first_tag(); tag != nullptr && found == nullptr; tag = tag->next) {
+    if (tag->entry.name != entry.name) continue;
+    if (const Result result = tag->bring_up_to_date(); !ok(result)) return result;
+    if (!tag->keys.gone) found = tag;
+  }
+  return Result::ok;
 }
 
 Result activate(MdxFile& file, std::string_view name, MdxTag*& out) {
   MdxStore& store = file.store;
   const TagEntry* const entry = store.tags().find(name);
   if (entry == nullptr) return fail(file.block, Result::unknown_name, kActivate.detail(2));
-  MdxTag* tag = known_tag(store, *entry);
+  MdxTag* tag = nullptr;
+  if (const Result result = find_known_tag(store, *entry, tag); !ok(result)) return result;
   if (tag == nullptr) {
     tag = mdx_tags().open(file.block, store, *entry);
     if (tag == nullptr) return fail(file.block, Result::no_memory, kActivate.detail(3));

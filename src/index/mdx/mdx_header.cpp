@@ -19,7 +19,6 @@ constexpr std::size_t kBlockBytesAt = 22;
 constexpr std::size_t kProductionAt = 24;
 constexpr std::size_t kTagRoomAt = 25;
 constexpr std::size_t kTagEntryBytesAt = 26;
-constexpr std::size_t kTagsAt = 28;
 constexpr std::size_t kPagesAt = 32;
 constexpr std::size_t kFirstFreeAt = 36;
 constexpr std::size_t kFreeBlocksAt = 40;

@@ -16,6 +16,7 @@ inline constexpr std::uint32_t kMdxUnitBytes = 512;
 inline constexpr PageNumber kFirstMdxBlock = 4;  // behind header and tag table
 inline constexpr std::uint32_t kMaxTags = 47;
 inline constexpr std::size_t kMdxHeaderBytes = 48;
+inline constexpr std::size_t kTagsAt = 28;
 // A free block names the next one here; 0 ends the list.
 inline constexpr std::size_t kFreeLinkAt = 4;
 

@@ -19,6 +19,12 @@ PageGrid grid_of(const MdxHeader& header) {
   return {kMdxUnitBytes, header.block_bytes(), kFirstMdxBlock};
 }
 
+// Tag table and count of tags.
+bool has_same_tags(const MdxHeadBytes& a, const MdxHeadBytes& b) {
+  return std::equal(a.begin() + kTagTableAt, a.end(), b.begin() + kTagTableAt) &&
+         std::equal(&a[kTagsAt], &a[kTagsAt] + 2, &b[kTagsAt]);
+}
+
 std::uint64_t offset_of(PageNumber page) { return std::uint64_t{page} * kMdxUnitBytes; }
 
 }  // namespace
@@ -74,6 +80,7 @@ Result MdxStore::read_headers() {
   if (head.header.block_pages != block_pages) {
     return fail(block, Result::bad_format, kHead.detail(2));
   }
+  if (!has_same_tags(head.bytes, head_.bytes)) note_tag_change();
   head_ = head;
   adopt();
   for (MdxTag* tag = first_tag_; tag != nullptr; tag = tag->next) tag->look_up(head_.tags);
@@ -107,7 +114,22 @@ Result MdxStore::write_tags(const TagTable& tags, bool production) {
   if (!outcome.ok()) outcome = system_file.write_at(0, next.bytes.data(), next.bytes.size());
   if (!outcome.ok()) return fail(block, transfer_result(outcome), kWrite.detail(2));
   head_ = next;
+  note_tag_change();
+  for (MdxTag* tag = first_tag_; tag != nullptr; tag = tag->next) tag->look_up(head_.tags);
   return Result::ok;
+}
+
+std::uint32_t MdxStore::tag_state() {
+  const std::int32_t detail = block.detail;
+  MdxHeadBytes bytes;
+  bool known = is_entered() || (system_file.read_exactly(0, bytes.data(), bytes.size()).ok() &&
+                                has_same_tags(bytes, head_.bytes));
+  for (MdxTag* tag = first_tag_; known && tag != nullptr; tag = tag->next) {
+    if (tag->activations == 0) continue;
+    known = is_entered() ? ok(tag->bring_up_to_date()) : tag->keys.gone || tag->is_as_known();
+  }
+  block.detail = detail;
+  return known ? tag_changes_ : 0;
 }
 
 Result MdxStore::read_link(PageNumber page, PageNumber& next) {

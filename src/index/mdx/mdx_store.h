@@ -48,8 +48,14 @@ class MdxStore final : public IndexFile {
   void attach_tag(MdxTag& tag);
   void detach_tag(MdxTag& tag);
 
+  // A number that changes with the tags of the file and the definitions of the active ones. Outside
+  // a bracket, where others may be changing them, 0 says that they seem to; so it does when they
+  // cannot be read.
+  std::uint32_t tag_state();
+  void note_tag_change() { ++tag_changes_; }
+
   // Writes another tag table, and the production mark with it. The old one stays after a failure.
-  // REQUIRES a bracket.
+  // REQUIRES a bracket, and that nothing is left to write.
   Result write_tags(const TagTable& tags, bool production);
 
   Result take(std::span<PageNumber> pages) override;
@@ -72,7 +78,8 @@ class MdxStore final : public IndexFile {
   std::vector<PageNumber> released_;  // since the head of the free list was written
   bool list_is_checked_ = false;
   bool head_passed_ = false;  // blocks of the list were taken, and the file does not know
-  bool has_grown_ = false;    // blocks behind the header's pages were taken
+  std::uint32_t tag_changes_ = 1;
+  bool has_grown_ = false;  // blocks behind the header's pages were taken
 };
 
 }  // namespace vqdb::index

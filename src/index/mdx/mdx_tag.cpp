@@ -1,5 +1,7 @@
 #include "index/mdx/mdx_tag.h"
 
+#include <algorithm>
+
 #include "frame/system_file.h"
 
 namespace vqdb::index {
@@ -80,36 +82,40 @@ Result MdxTag::set_up() {
 
 void MdxTag::look_up(const TagTable& tags) {
   const TagEntry* const found = tags.find(entry.name_text());
-  if (found == nullptr) {
-    keys.gone = true;
-    return;
-  }
-  entry = *found;
-  root_is_known_ = false;
+  if (found != nullptr) entry = *found;
+  keys.gone = keys.gone || found == nullptr;
+  is_up_to_date_ = found == nullptr;
 }
 
-// A tag that was dropped and made again as something else is another one.
 Result MdxTag::bring_up_to_date() {
-  if (root_is_known_ || keys.gone) return Result::ok;
+  if (is_up_to_date_) return Result::ok;
   TagHeaderImage image;
   TagHeader now;
   if (const Result result = read_tag_header(store, entry.header_page, image, now); !ok(result)) {
     return result;
   }
-  if (is_same(header, now)) {
-    header.root = now.root;
-    header.pages = now.pages;
-    keys.tree.set_root(now.root);
-    pages_changed = false;
-    root_is_known_ = true;
-  } else {
-    keys.gone = true;
-  }
+  const bool gone = !is_same(header, now);
+  if (gone != keys.gone) store.note_tag_change();
+  keys.gone = gone;
+  is_up_to_date_ = true;
+  if (gone) return Result::ok;
+  image_ = image;  // the texts that are views of it are the same
+  header.root = now.root;
+  header.pages = now.pages;
+  keys.tree.set_root(now.root);
+  pages_changed = false;
   return Result::ok;
 }
 
+bool MdxTag::is_as_known() {
+  TagHeaderImage image;
+  const std::uint64_t offset = std::uint64_t{entry.header_page} * kMdxUnitBytes;
+  return store.system_file.read_exactly(offset, image.data(), image.size()).ok() &&
+         std::equal(image.begin() + kTagRootBytes, image.end(), image_.begin() + kTagRootBytes);
+}
+
 Result MdxTag::write_root() {
-  if (keys.gone || !root_is_known_ || (!keys.tree.root_moved() && !pages_changed)) {
+  if (keys.gone || !is_up_to_date_ || (!keys.tree.root_moved() && !pages_changed)) {
     return Result::ok;
   }
   header.root = keys.tree.root();

@@ -42,11 +42,14 @@ class MdxTag : public Index {
   // Takes header and root from the file. Details of read_tag_header, 1003 (no memory for a key).
   Result set_up();
 
-  // The tag table was read again: where the header is now, if the tag is still there. What it says
-  // is read when the tree is next used.
+  // The tag table is another one: where the header is now, if a tag of this name is there. What it
+  // says is read when the tree is next used.
   void look_up(const TagTable& tags);
-  // Under the file's lock, before the tree is used.
+  // Under the file's lock, before the tree is used. A tag of this name that is defined otherwise is
+  // another tag: this one is gone for as long as it is there.
   Result bring_up_to_date();
+  // Whether the file's header, read without the lock, still has the definition that is known.
+  bool is_as_known();
   // Writes root and page count where they have changed.
   Result write_root();
 
@@ -61,7 +64,7 @@ class MdxTag : public Index {
 
  private:
   TagHeaderImage image_;  // of the header
-  bool root_is_known_ = true;
+  bool is_up_to_date_ = true;
 };
 
 HandlePool<MdxTag>& mdx_tags();

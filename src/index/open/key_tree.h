@@ -92,7 +92,7 @@ class KeyTree {
   const KeyOperations& operations;
   char key_type = 0;
   bool unique = false;
-  bool gone = false;          // another process has dropped the tag: every operation is -10
+  bool gone = false;          // the file has no such tag: every operation is -10
   std::uint32_t changes = 0;  // keys inserted and removed
   Cursor cursor;
   Tree tree;
