@@ -15,7 +15,21 @@ install(
   ARCHIVE COMPONENT development
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(FILES include/vqdbsys.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
-install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT library)
+
+# Documents. A Debian package keeps its own, and a .zip file has the first of them on top.
+if(WIN32)
+  set(CMAKE_INSTALL_DOCDIR doc)
+  install(FILES LICENSE DESTINATION . COMPONENT library)
+elseif(VQ_DEBIAN_PACKAGES)
+  set(CMAKE_INSTALL_DOCDIR share/doc/libvqdbsys-dev)
+  foreach(part libvqdbsys${PROJECT_VERSION_MAJOR}=library libvqdbsys-dev=development vqdb=tools)
+    string(REPLACE "=" ";" part ${part})
+    list(POP_BACK part component)
+    install(FILES LICENSE DESTINATION share/doc/${part} RENAME copyright COMPONENT ${component})
+  endforeach()
+else()
+  install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT library)
+endif()
 install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 install(
   DIRECTORY docs
@@ -51,6 +65,11 @@ install(
 if(WIN32)
   install(FILES ${VQ_GENERATED_DIR}/import/vqdbsys.def DESTINATION ${CMAKE_INSTALL_LIBDIR}
           COMPONENT development)
+  if(VQ_LLVM_DLLTOOL)
+    install(FILES ${VQ_GENERATED_DIR}/import/vqdbsys.lib DESTINATION ${CMAKE_INSTALL_LIBDIR}
+            COMPONENT development)
+  endif()
+  include(cmake/install/windows_readme.cmake)
 else()
   install(FILES ${PROJECT_BINARY_DIR}/libvqdbsys.a DESTINATION ${CMAKE_INSTALL_LIBDIR}
           COMPONENT development)
@@ -69,3 +88,5 @@ if(TARGET vqdb)
   endif()
   install(TARGETS vqdb RUNTIME COMPONENT tools)
 endif()
+
+include(cmake/packages.cmake)

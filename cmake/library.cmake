@@ -61,13 +61,15 @@ if(WIN32)
                                  ${PROJECT_SOURCE_DIR}/src/exports/vqdbsys.rc)
   # The definition file names the functions plainly; the linker finds the decorated ones.
   target_link_options(vqdbsys PRIVATE -Wl,--enable-stdcall-fixup)
+  find_program(VQ_LLVM_DLLTOOL NAMES llvm-dlltool)
+  file(MAKE_DIRECTORY ${generated}/import)
   add_custom_command(
     TARGET vqdbsys
     POST_BUILD
     COMMAND ${CMAKE_COMMAND} -DNM=${CMAKE_NM} -DDLLTOOL=${CMAKE_DLLTOOL}
             -DOBJECTS=$<TARGET_OBJECTS:vq_exports> -DNAMES=${generated}/exported_names.txt
-            -DLIBRARY=$<TARGET_LINKER_FILE:vqdbsys> -P
-            ${PROJECT_SOURCE_DIR}/cmake/import_library.cmake
+            -DLIBRARY=$<TARGET_LINKER_FILE:vqdbsys> -DDEFINITION=${generated}/import/vqdbsys
+            -DLLVM_DLLTOOL=${VQ_LLVM_DLLTOOL} -P ${PROJECT_SOURCE_DIR}/cmake/import_library.cmake
     VERBATIM)
 else()
   set_target_properties(

@@ -3,6 +3,7 @@ option(VQ_BUILD_EXAMPLES "Build the example programs" ${PROJECT_IS_TOP_LEVEL})
 option(VQ_BUILD_TOOLS "Build the command-line programs" ${PROJECT_IS_TOP_LEVEL})
 option(VQ_BUILD_BENCH "Build the benchmarks where their libraries are installed" OFF)
 option(VQ_INSTALL "Make rules to install and package" ${PROJECT_IS_TOP_LEVEL})
+option(VQ_DEBIAN_PACKAGES "Install documents where each Debian package keeps its own" OFF)
 option(VQ_BUILD_FUZZ "Build only the library objects and the fuzz targets (clang)" OFF)
 
 set(CMAKE_C_STANDARD 11)

@@ -8,7 +8,13 @@ tool_needs=(libcli11-dev=/usr/include/CLI/CLI.hpp libfmt-dev=/usr/include/fmt/fo
   nlohmann-json3-dev=/usr/include/nlohmann/json.hpp libcsv-dev=/usr/include/csv.h)
 # What a host's build may use to find the installed library.
 install_needs=(pkg-config=pkg-config)
-windows_needs=(g++-mingw-w64-i686-posix=i686-w64-mingw32-g++ googletest=/usr/src/googletest/CMakeLists.txt)
+# For each preset; the tests of the 32-bit DLL need their library's source.
+win32_needs=(g++-mingw-w64-i686-posix=i686-w64-mingw32-g++
+  googletest=/usr/src/googletest/CMakeLists.txt)
+win64_needs=(g++-mingw-w64-x86-64-posix=x86_64-w64-mingw32-g++)
+debian_needs=(dpkg-dev=dpkg-shlibdeps file=file)
+zip_needs=(unzip=unzip llvm=llvm-dlltool)
+wine64_needs=(wine64=/usr/lib/wine/wine64)
 # Programs that read the same files, for tests of what they read.
 reader_needs=(libdbd-xbase-perl=/usr/share/perl5/XBase.pm)
 full_reader_needs=(gdal-bin=ogr2ogr)

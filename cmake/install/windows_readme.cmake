@@ -1,0 +1,18 @@
+# README.txt of the .zip file, for 32 or 64 bits, with or without the program.
+math(EXPR bits "8 * ${CMAKE_SIZEOF_VOID_P}")
+set(title "VqDbSys ${PROJECT_VERSION} for Windows, ${bits} bits")
+string(LENGTH "${title}" length)
+string(REPEAT "=" ${length} underline)
+set(def_note "")
+set(calls "")
+if(bits EQUAL 32)
+  set(def_note ", with those that compilers make")
+  set(calls ", calling convention stdcall")
+endif()
+set(tool_line "")
+if(TARGET vqdb)
+  set(tool_line "bin\\vqdb.exe            the command-line program: vqdb --help\n")
+endif()
+configure_file(${CMAKE_CURRENT_LIST_DIR}/windows_readme.txt.in
+               ${PROJECT_BINARY_DIR}/install/README.txt @ONLY NEWLINE_STYLE CRLF)
+install(FILES ${PROJECT_BINARY_DIR}/install/README.txt DESTINATION . COMPONENT library)
