@@ -4,11 +4,17 @@
 #include "require.h"
 
 namespace vqdb::bench {
+namespace {
 
-Sqlite::Sqlite(const std::string& path) {
+constexpr int kBusyMilliseconds = 60000;
+
+}  // namespace
+
+Sqlite::Sqlite(const std::string& path, const char* journal) {
   require(sqlite3_open(path.c_str(), &database_) == SQLITE_OK, "open the SQLite database");
+  sqlite3_busy_timeout(database_, kBusyMilliseconds);
   run("PRAGMA synchronous=OFF");
-  run("PRAGMA journal_mode=MEMORY");
+  run(journal);
   run("PRAGMA cache_size=-65536");
 }
 
@@ -66,18 +72,22 @@ void create_customer_table(Sqlite& database) {
       "amount REAL, due TEXT, active INTEGER)");
 }
 
+void bind_customer(Statement& statement, const Customer& customer) {
+  statement.bind(1, std::int64_t{customer.id});
+  statement.bind(2, customer.name_text());
+  statement.bind(3, customer.city_text());
+  statement.bind(4, std::string_view(customer.state.data(), customer.state.size()));
+  statement.bind(5, customer.cents / 100.0);
+  statement.bind(6, std::string_view(customer.due.data(), customer.due.size()));
+  statement.bind(7, std::int64_t{customer.active});
+}
+
 void insert_customers(Sqlite& database) {
   database.run("BEGIN");
   {
     Statement insert(database, "INSERT INTO customer VALUES(?,?,?,?,?,?,?)");
     for (const Customer& customer : customers()) {
-      insert.bind(1, std::int64_t{customer.id});
-      insert.bind(2, customer.name_text());
-      insert.bind(3, customer.city_text());
-      insert.bind(4, std::string_view(customer.state.data(), customer.state.size()));
-      insert.bind(5, customer.cents / 100.0);
-      insert.bind(6, std::string_view(customer.due.data(), customer.due.size()));
-      insert.bind(7, std::int64_t{customer.active});
+      bind_customer(insert, customer);
       insert.step();
       insert.reset();
     }

@@ -15,7 +15,7 @@ namespace vqdb::bench {
 
 class Sqlite {
  public:
-  explicit Sqlite(const std::string& path);
+  explicit Sqlite(const std::string& path, const char* journal = "PRAGMA journal_mode=MEMORY");
   ~Sqlite();
   Sqlite(const Sqlite&) = delete;
   Sqlite& operator=(const Sqlite&) = delete;
@@ -56,6 +56,9 @@ class Statement {
 
 // Makes the customer table.
 void create_customer_table(Sqlite& database);
+
+// A row's columns as parameters 1 to 7. The customer must stay until the next step.
+void bind_customer(Statement& statement, const Customer& customer);
 
 // Inserts all customers into it.
 void insert_customers(Sqlite& database);

@@ -103,6 +103,50 @@ void walk(const Place& place, std::uint32_t times) {
   });
 }
 
+// The table with its index, as several programs would open it.
+void with_shared_database(const Place& place, const std::function<void(VqDatabase*)>& work) {
+  Block block;
+  VqIndexSpec index = {VQ_KIND_NDX, place.index.c_str(), kManyPages, nullptr};
+  VqDatabase* database = nullptr;
+  require(DBopen(block, place.table.c_str(), VQ_OPEN_SHARED | VQ_OPEN_NO_INDEX_LIST, 4,
+                 VQ_SPECS_ARRAY, 1, &index, &database, nullptr) == 0,
+          "DBopen");
+  work(database);
+  require(DBclose(database) == 0, "DBclose");
+}
+
+void append_with_index(const Place& place, std::uint32_t times) {
+  with_shared_database(place, [&](VqDatabase* database) {
+    std::uint32_t recno = 0;
+    for (std::uint32_t i = 0; i < times; ++i) {
+      format_record(customers()[random_order()[i % record_count()] - 1], buffer.data());
+      require(DBapprec(database, buffer.data(), &recno) == 0, "DBapprec");
+    }
+  });
+}
+
+void update_key(const Place& place, std::uint32_t times) {
+  with_shared_database(place, [&](VqDatabase* database) {
+    for (std::uint32_t i = 0; i < times; ++i) {
+      format_record(customers()[(i + 1) % record_count()], buffer.data());
+      require(DBupdrec(database, random_order()[i % record_count()], buffer.data()) == 0,
+              "DBupdrec");
+    }
+  });
+}
+
+void read_by_key(const Place& place, std::uint32_t times) {
+  with_shared_database(place, [&](VqDatabase* database) {
+    VqMember order;
+    require(GRPmember(database, VQ_KIND_NDX, nullptr, nullptr, &order) == 0, "GRPmember");
+    std::uint32_t recno = 0;
+    for (std::uint32_t i = 0; i < times; ++i) {
+      const Customer& customer = customers()[random_order()[i % record_count()] - 1];
+      require(DBgetrec(&order, customer.name.data(), buffer.data(), &recno) == 0, "DBgetrec");
+    }
+  });
+}
+
 const std::map<std::string, std::function<void(const Place&, std::uint32_t)>> kKinds = {
     {"prepare", prepare},
     {"cached-read", read_cached},
@@ -113,6 +157,9 @@ const std::map<std::string, std::function<void(const Place&, std::uint32_t)>> kK
     {"cached-seek", seek},
     {"cached-step", walk},
     {"shared-append", append_shared},
+    {"shared-read-by-key", read_by_key},
+    {"shared-update-of-key", update_key},
+    {"shared-append-with-index", append_with_index},
 };
 
 }  // namespace
