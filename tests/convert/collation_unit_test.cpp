@@ -19,6 +19,9 @@ TEST(Collation, bytes_of_code_page_1252_sort_in_dictionary_order) {
               weights[static_cast<unsigned char>(order[i])])
         << order.substr(i - 1, 2);
   }
+  for (std::size_t letter = 'A'; letter <= 'Z'; ++letter) {
+    EXPECT_LT(weights[letter], weights[letter + ('a' - 'A')]) << letter;
+  }
 }
 
 }  // namespace

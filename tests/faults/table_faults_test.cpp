@@ -1,28 +1,18 @@
 // Every call to the system fails once, in turn, in every operation that changes a table: the code
 // says what failed, and nothing that was acknowledged is lost.
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 
-#include <algorithm>
 #include <csignal>
-#include <filesystem>
-#include <functional>
 #include <set>
-#include <string>
-#include <vector>
 
 #include "support/fault_plan.h"
+#include "support/test.h"
 #include "table/scratch_table.h"
 
 namespace {
 
 using vqdb::platform::Call;
 using vqdb::platform::Verdict;
-using vqdb::testing::FaultPlan;
-using vqdb::testing::OpenTable;
-using vqdb::testing::read_file;
-using vqdb::testing::ScratchTable;
-using vqdb::testing::TemporaryFolder;
 
 using Records = std::vector<std::string>;
 
@@ -32,7 +22,7 @@ constexpr std::uint32_t kInserted = 130;  // in the second block
 
 // All records of a table file as it stands; a test failure when it cannot be read.
 Records records_in(const std::string& name) {
-  VqBlock block = vqdb::testing::block_of_kind(1);
+  VqBlock block = block_of_kind(1);
   OpenTable table(block, name, 1, 8);
   EXPECT_NE(nullptr, static_cast<VqTable*>(table)) << +block.result << " " << +block.detail;
   Records records;
@@ -159,6 +149,10 @@ bool run_with_failure(const Operation& operation, std::uint64_t n, Verdict verdi
     }
     EXPECT_EQ(expected, kept);
   }
+  if (!stays) {
+    const std::size_t end = ScratchTable::kHeaderBytes + kept.size() * ScratchTable::kRecordBytes;
+    EXPECT_EQ("\x1A", read_file(scratch.file).substr(end, 1)) << "no end mark";
+  }
   return struck;
 }
 
@@ -218,7 +212,7 @@ TEST(TableFaults, a_full_disk_keeps_every_record_that_is_whole) {
       }
       const Records first(expected.begin(), expected.begin() + kFit);
       EXPECT_EQ(first, flushes ? records_after_crash(scratch) : records_in(scratch.file));
-      EXPECT_EQ("\x1A", vqdb::testing::read_bytes(
+      EXPECT_EQ("\x1A", read_bytes(
                             scratch.file,
                             ScratchTable::kHeaderBytes + kFit * ScratchTable::kRecordBytes, 1));
       if (!flushes) continue;
@@ -304,6 +298,18 @@ TEST(TableFaults, flag_4_forces_what_flush_and_close_write_to_the_device) {
   }
 }
 
+TEST(TableFaults, no_more_files_is_told_from_a_failing_device) {
+  const ScratchTable scratch;
+  VqBlock block = block_of_kind(1);
+  rlimit before = {};
+  ASSERT_EQ(0, ::getrlimit(RLIMIT_NOFILE, &before));
+  const rlimit none = {3, before.rlim_max};
+  ASSERT_EQ(0, ::setrlimit(RLIMIT_NOFILE, &none));
+  const VqTable* const table = lib.dDopen(&block, scratch.name.c_str(), 0, 1);
+  ASSERT_EQ(0, ::setrlimit(RLIMIT_NOFILE, &before));
+  EXPECT_EQ("-18/10422", refusal(table, block));
+}
+
 TEST(TableFaults, open_and_create_fail_cleanly) {
   for (std::uint64_t n = 1;; ++n) {
     ASSERT_LT(n, 100u);
@@ -330,7 +336,7 @@ TEST(TableFaults, open_and_create_fail_cleanly) {
   for (std::uint64_t n = 1;; ++n) {
     ASSERT_LT(n, 100u);
     TemporaryFolder folder;
-    VqBlock block = vqdb::testing::block_of_kind(4);
+    VqBlock block = block_of_kind(4);
     std::vector<std::string> names;
     for (int i = 0; i < 300; ++i) names.push_back("F" + std::to_string(i));
     std::vector<const char*> fields;

@@ -38,6 +38,10 @@ TEST(HandlePool, tells_live_handles_from_null_foreign_closed_and_crooked_ones) {
   EXPECT_EQ(door, pool.find(door));
   EXPECT_EQ(nullptr, pool.find(reinterpret_cast<char*>(door) + 4));
   EXPECT_EQ(nullptr, pool.find(door + 1000000));
+  // Not even where what lies there looks like a handle.
+  door->owner = vqdb::kHandleSignature;
+  const auto head = reinterpret_cast<char*>(&door->signature) - reinterpret_cast<char*>(door);
+  EXPECT_EQ(nullptr, pool.find(reinterpret_cast<char*>(&door->owner) - head));
   EXPECT_EQ(nullptr, pool.block_of(&foreign));
   EXPECT_EQ(nullptr, pool.block_of(nullptr));
 
