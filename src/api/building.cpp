@@ -10,6 +10,7 @@
 #include "api/open.h"
 #include "frame/bytes.h"
 #include "frame/file_name.h"
+#include "platform/file.h"
 #include "table/locks.h"
 #include "table/records.h"
 
@@ -45,14 +46,63 @@ class TableLock {
   bool taken_ = false;
 };
 
-void rewrite_index_list(const Database& database) {
-  std::string text;
-  for (const Member& member : database.members) {
-    if (member.is_tag() || add_line(text, member.kind->code, member.name)) continue;
-    text.clear();  // a group with a name that no list can hold has none
-    break;
+bool same_path(const std::string& a, const std::string& b) {
+  return a == b || platform::same_file(a, b);
+}
+
+// The group's files on the list, as others may have left it.
+class GroupList {
+ public:
+  GroupList(Database& database, std::string& text) : text_(text) {
+    const std::int32_t detail = database.block->detail;
+    if (!ok(parse_index_list(database.owner_block(), text, listed_))) text.clear();
+    database.block->detail = detail;
   }
-  write_index_list(database.table_name.c_str(), text);
+
+  // Adds what the list does not have. A group with a name that no list can hold has none.
+  void add_files(const MemberList& members) {
+    for (const Member& member : members) {
+      if (member.is_tag() || has_line_for(member, false)) continue;
+      if (add_line(text_, member.kind->code, member.name)) continue;
+      text_.clear();
+      return;
+    }
+  }
+
+  // Adds a tag of a file that is listed by single tags.
+  void add_tag(const Member& file, std::string_view tag) {
+    const std::string name(std::string_view(file.name).substr(0, file.name.find(';')));
+    std::string line;
+    if (text_.empty() || has_line_for(file, true)) return;
+    if (!add_line(line, file.kind->code, name + ";" + std::string(tag))) return;
+    if (text_.find(line) == std::string::npos) text_ += line;
+  }
+
+ private:
+  bool has_line_for(const Member& file, bool whole) const {
+    return std::ranges::any_of(listed_, [&](const ListedIndex& index) {
+      const IndexKind* const kind = kind_of_file(index.spec.kind);
+      return kind != nullptr && kind->column == file.kind->column &&
+             !(whole && index.name.find(';') != Text::npos) &&
+             same_path(path_of(index.name, kind->extension), path_of(file.name, kind->extension));
+    });
+  }
+
+  std::string& text_;
+  ListedIndexes listed_;
+};
+
+// Keeps the list in step with what a build has added to the group: a file, or a tag of one.
+Result list_built(Database& database, const Member& file, const char* tag) {
+  bool listed = false;
+  const bool has_room = has_memory([&] {
+    listed = edit_index_list(database.table_name.c_str(), [&](std::string& text) {
+      GroupList list(database, text);
+      list.add_files(database.members);
+      if (tag != nullptr && file.name.find(';') != Text::npos) list.add_tag(file, tag);
+    });
+  });
+  return has_room && listed ? Result::ok : fail(database.block, Result::io, kIndex.detail(4));
 }
 
 using Place = MemberList::iterator;
@@ -102,7 +152,7 @@ Result rebuild_file(Database& database, Place file) {
 // The member that is the file of this name, else the end.
 Place file_member(Database& database, const std::string& path) {
   return std::ranges::find_if(database.members, [&](const Member& member) {
-    return !member.is_tag() && path_of(member.name.c_str(), member.kind->extension) == path;
+    return !member.is_tag() && same_path(path_of(member.name, member.kind->extension), path);
   });
 }
 
@@ -139,15 +189,21 @@ Result build_index(Database& database, std::uint32_t kind_code,
   if (!is_new && (!adds_tag(*kind, request) || has_tag(database, *file, request.tag))) {
     return fail(database.block, Result::not_allowed, kIndex.detail(1));
   }
-  const bool listed = is_new && (database.mode & database_mode::kNoIndexList) == 0;
-  if (listed && !is_listable(request.name)) {
+  const bool listed = (database.mode & database_mode::kNoIndexList) == 0;
+  if (listed && is_new && !is_listable(request.name)) {
     return fail(database.block, Result::not_allowed, kIndex.detail(3));
   }
   TableLock lock(*database.table);
   if (const Result result = lock.take(); !ok(result)) return result;
-  const Result result = lock.release_after(build_and_join(database, *kind, file, request));
-  if (ok(result) && listed) (void)has_memory([&] { rewrite_index_list(database); });
-  return result;
+  if (is_marked(database.table_name.c_str())) {
+    return lock.release_after(fail(database.block, Result::not_allowed, kIndex.detail(5)));
+  }
+  Result result = build_and_join(database, *kind, file, request);
+  if (ok(result) && listed) {
+    result = is_new ? list_built(database, database.members.back(), nullptr)
+                    : list_built(database, *file, request.tag);
+  }
+  return lock.release_after(result);
 }
 
 Result rebuild_indexes(Database& database) {

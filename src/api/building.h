@@ -14,7 +14,8 @@ namespace vqdb::api {
 // Makes an index file, or a tag in one, with the keys of the table's records; it joins the group
 // behind the other members and enters the index list. A shared table is locked meanwhile. Details
 // 6321 (a file or tag of that name is a member), 6322 (no index kind),
-// 6323 (a name that the index list cannot hold, and the database keeps one).
+// 6323 (a name that the index list cannot hold, and the database keeps one), 6324 (built and
+// joined, but not listed), 6325 (the table is being packed).
 Result build_index(Database& database, std::uint32_t kind, const index::BuildRequest& request);
 
 // Builds every index file of the group again. Members stay what they are, positioned nowhere. Stops

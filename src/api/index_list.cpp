@@ -10,6 +10,7 @@
 #include "frame/file_name.h"
 #include "frame/system_file.h"
 #include "frame/temporary_file.h"
+#include "platform/clock.h"
 #include "platform/file.h"
 #include "platform/path.h"
 
@@ -31,17 +32,9 @@ std::string list_path(const char* table_name) {
 }
 
 constexpr std::uint64_t kLongestList = 1 << 20;
-
-bool read_file(const std::string& path, std::string& text) {
-  platform::File file;
-  std::uint64_t size = 0;
-  if (!file.open(path, platform::Access::read_only).ok() || !file.size(size).ok() ||
-      size > kLongestList) {
-    return false;
-  }
-  text.resize(static_cast<std::size_t>(size));
-  return file.read_exactly(0, text.data(), text.size()).ok();
-}
+// Locked by whoever changes the list, for the blink of an eye.
+constexpr std::uint64_t kHoldByte = std::uint64_t{1} << 62;
+constexpr int kPatience = 1000;  // attempts, a millisecond apart
 
 bool begins_with(const std::string& path, std::string_view text) {
   platform::File file;
@@ -50,9 +43,101 @@ bool begins_with(const std::string& path, std::string_view text) {
          file.read_exactly(0, present.data(), present.size()).ok() && present == text;
 }
 
-bool holds(const std::string& path, std::string_view text) {
-  std::string present;
-  return read_file(path, present) && present == text;
+// Whether the path still leads to this open file.
+bool leads_to(const std::string& path, platform::File& file) {
+  platform::File there;
+  platform::FileIdentity a;
+  platform::FileIdentity b;
+  return there.open(path, platform::Access::read_only).ok() && file.identity(a).ok() &&
+         there.identity(b).ok() && a == b;
+}
+
+// A list, or the place of one, that nobody else changes meanwhile.
+class HeldList {
+ public:
+  enum class Change : std::uint8_t {
+    done,
+    not_made,     // nothing came of it
+    not_written,  // there was no room for it
+    overtaken,    // somebody else has made a list where none was
+  };
+
+  explicit HeldList(const char* table_name) : path_(list_path(table_name)) {}
+
+  // What the list says, nothing without one. False for a list that cannot be read, or that somebody
+  // else does not let go.
+  bool take(std::string& text);
+  // Replaces the list, or removes it for an empty text. It is let go.
+  Change put(std::string_view text);
+
+ private:
+  Change remove();
+  void let_go() { (void)file_.close(); }
+
+  const std::string path_;
+  platform::File file_;  // not open: there is no list
+  std::string text_;
+};
+
+bool HeldList::take(std::string& text) {
+  for (int attempt = 0; attempt < kPatience; ++attempt) {
+    const platform::Outcome opened = file_.open(path_, platform::Access::read_write_or_read);
+    if (opened.error == platform::Error::not_found) return true;
+    if (!opened.ok()) return false;
+    const platform::Outcome locked = file_.lock(kHoldByte, 1);
+    if (locked.error != platform::Error::lock_refused && leads_to(path_, file_)) {
+      std::uint64_t size = 0;
+      if (!file_.size(size).ok() || size > kLongestList) return false;
+      text.resize(static_cast<std::size_t>(size));
+      const bool read = file_.read_exactly(0, text.data(), text.size()).ok();
+      text_ = text;
+      return read;
+    }
+    let_go();
+    platform::pause(1);
+  }
+  return false;
+}
+
+HeldList::Change HeldList::put(std::string_view text) {
+  if (text.empty()) return remove();
+  if (file_.is_open() && text == text_) return Change::done;
+  TemporaryFile fresh;
+  if (!fresh.make_beside(path_).ok()) return Change::not_made;
+  if (!fresh.file().write_at(0, text.data(), text.size()).ok()) return Change::not_written;
+  const bool is_first = !file_.is_open();
+  if constexpr (!platform::kReplacesOpenFiles) let_go();
+  const platform::Outcome placed = is_first ? fresh.put_if_absent() : fresh.put_in_place();
+  if (placed.error == platform::Error::already_exists) return Change::overtaken;
+  return placed.ok() ? Change::done : Change::not_written;
+}
+
+HeldList::Change HeldList::remove() {
+  const bool is_there = file_.is_open();
+  if constexpr (!platform::kReplacesOpenFiles) let_go();
+  return !is_there || platform::remove(path_).ok() ? Change::done : Change::not_made;
+}
+
+// Makes of the list's text what edit(text) makes of it. Where that gives false nothing changes.
+template <typename Edit>
+HeldList::Change change(const char* table_name, Edit edit) {
+  for (int attempt = 0; attempt < kPatience; ++attempt) {
+    HeldList list(table_name);
+    std::string text;
+    if (!list.take(text) || !edit(text)) return HeldList::Change::not_made;
+    const HeldList::Change put = list.put(text);
+    if (put != HeldList::Change::overtaken) return put;
+  }
+  return HeldList::Change::not_made;
+}
+
+template <typename Edit>
+HeldList::Change change_unmarked(const char* table_name, Edit edit) {
+  return change(table_name, [&](std::string& text) {
+    if (text.starts_with(kMark)) return false;
+    edit(text);
+    return true;
+  });
 }
 
 bool is_blank(char c) { return c == ' ' || c == '\t'; }
@@ -95,27 +180,6 @@ Result read_line(VqBlock& block, std::string_view line, std::span<Token> tokens,
   return Result::ok;
 }
 
-Result read_lines(VqBlock& block, std::string_view text, ListedIndexes& indexes) {
-  std::vector<Token, PlatformAllocator<Token>> tokens;
-  if (!has_memory([&] { tokens.resize(kTokensPerLine); })) {
-    return fail(block, Result::no_memory, kUse.detail(6));
-  }
-  while (!text.empty()) {
-    const std::size_t end = text.find_first_of(kLineEnds);
-    if (end == std::string_view::npos) break;
-    const std::string_view line = text.substr(0, end);
-    text.remove_prefix(end + 1);
-    if (line.empty()) continue;
-    const std::size_t before = indexes.size();
-    if (const Result result = read_line(block, line, tokens, indexes); !ok(result)) return result;
-    // Behind an index the text up to the next line end is taken for the rest of the CR LF; with
-    // bare LF endings that swallows the line which follows.
-    if (indexes.size() > before)
-      text.remove_prefix(std::min(text.find_first_of(kLineEnds), text.size()));
-  }
-  return Result::ok;
-}
-
 }  // namespace
 
 VqIndexSpec* SpecWalk::next() {
@@ -140,28 +204,23 @@ bool add_line(std::string& list, std::uint32_t kind, std::string_view name) {
 }
 
 void write_index_list(const char* table_name, std::string_view text) {
-  const std::string path = list_path(table_name);
-  if (!text.empty()) {
-    if (holds(path, text)) return;
-    platform::File file;
-    if (!file.create(path, platform::Creation::truncate).ok()) return;
-    if (file.write_at(0, text.data(), text.size()).ok()) return;
-    (void)file.close();
-  }
-  (void)platform::remove(path);
+  const auto written = change_unmarked(table_name, [&](std::string& present) { present = text; });
+  if (written != HeldList::Change::not_written) return;
+  (void)change_unmarked(table_name, [](std::string& present) { present.clear(); });
+}
+
+bool edit_index_list(const char* table_name, const std::function<void(std::string& text)>& edit) {
+  return change_unmarked(table_name, edit) == HeldList::Change::done;
 }
 
 bool is_marked(const char* table_name) { return begins_with(list_path(table_name), kMark); }
 
 bool mark_index_list(const char* table_name, bool marked) {
-  const std::string path = list_path(table_name);
-  std::string text;
-  if (!read_file(path, text)) return false;
-  if (text.starts_with(kMark)) text.erase(0, kMark.size());
-  if (marked) text.insert(0, kMark);
-  TemporaryFile growing;
-  return growing.make_beside(path).ok() &&
-         growing.file().write_at(0, text.data(), text.size()).ok() && growing.put_in_place().ok();
+  return change(table_name, [&](std::string& text) {
+           if (text.starts_with(kMark)) text.erase(0, kMark.size());
+           if (marked) text.insert(0, kMark);
+           return true;
+         }) == HeldList::Change::done;
 }
 
 Result parse_tokens(VqBlock& block, std::string_view line, std::size_t least,
@@ -193,6 +252,27 @@ Result parse_tokens(VqBlock& block, std::string_view line, std::size_t least,
   return Result::ok;
 }
 
+Result parse_index_list(VqBlock& block, std::string_view text, ListedIndexes& indexes) {
+  std::vector<Token, PlatformAllocator<Token>> tokens;
+  if (!has_memory([&] { tokens.resize(kTokensPerLine); })) {
+    return fail(block, Result::no_memory, kUse.detail(6));
+  }
+  while (!text.empty()) {
+    const std::size_t end = text.find_first_of(kLineEnds);
+    if (end == std::string_view::npos) break;
+    const std::string_view line = text.substr(0, end);
+    text.remove_prefix(end + 1);
+    if (line.empty()) continue;
+    const std::size_t before = indexes.size();
+    if (const Result result = read_line(block, line, tokens, indexes); !ok(result)) return result;
+    // Behind an index the text up to the next line end is taken for the rest of the CR LF; with
+    // bare LF endings that swallows the line which follows.
+    if (indexes.size() > before)
+      text.remove_prefix(std::min(text.find_first_of(kLineEnds), text.size()));
+  }
+  return Result::ok;
+}
+
 Result read_index_list(VqBlock& block, const char* table_name, ListedIndexes& indexes) {
   Text path;
   if (!has_memory([&] { path.assign(list_path(table_name)); })) {
@@ -207,7 +287,7 @@ Result read_index_list(VqBlock& block, const char* table_name, ListedIndexes& in
   if (const Result result = read_text(block, file, bytes, text); !ok(result)) return result;
   (void)file.close();
   if (text.starts_with(kMark)) text.remove_prefix(kMark.size());
-  return read_lines(block, text, indexes);
+  return parse_index_list(block, text, indexes);
 }
 
 }  // namespace vqdb::api

@@ -4,6 +4,7 @@
 #define VQDBSYS_API_INDEX_LIST_H_
 
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <span>
 #include <string>
@@ -41,15 +42,22 @@ bool is_listable(std::string_view name);
 // name that a list cannot hold.
 [[nodiscard]] bool add_line(std::string& list, std::uint32_t kind, std::string_view name);
 
-// Makes the list of the table say this text; without a text there is no list. It never fails
-// visibly: a list that cannot be written whole is removed. A file that says the same already is
-// left alone.
+// The list of a table is changed as a whole and in one step of the system, and while nobody else
+// changes it. A list is marked while its table is packed, since its indexes may hold record numbers
+// of before; the mark is a first line that is none of an index. Only mark_index_list() changes a
+// marked list.
+
+// Makes the list say this text; without a text there is no list. It never fails visibly: where the
+// new list cannot be written there is none. A file that says the same already is left alone.
 void write_index_list(const char* table_name, std::string_view text);
 
-// A list is marked while its table is packed: its indexes may hold record numbers of before. The
-// mark is a first line that is none of an index.
+// Makes of the list's text what `edit` makes of it; without a text there is no list. False when
+// that fails or the list is marked; the list is then what it was.
+[[nodiscard]] bool edit_index_list(const char* table_name,
+                                   const std::function<void(std::string& text)>& edit);
+
 bool is_marked(const char* table_name);
-// Sets or takes away the mark, in one step of the system. False when that fails.
+// Sets or takes away the mark. False when that fails.
 [[nodiscard]] bool mark_index_list(const char* table_name, bool marked);
 
 struct Token {
@@ -73,6 +81,8 @@ using ListedIndexes = std::list<ListedIndex, PlatformAllocator<ListedIndex>>;
 // Reads the list of the table, past its mark; there are none without a list. Details 6301 to
 // 6308.
 Result read_index_list(VqBlock& block, const char* table_name, ListedIndexes& indexes);
+// Reads the lines of a list without a mark. Details 6306 to 6308, 6311, 6312.
+Result parse_index_list(VqBlock& block, std::string_view text, ListedIndexes& indexes);
 
 }  // namespace vqdb::api
 

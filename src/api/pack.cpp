@@ -50,6 +50,10 @@ Result pack_database(VqBlock& block, const char* name) {
   Result result = with_group(block, name, indexes, [](Database&) { return Result::ok; });
   if (ok(result) && !resumes) result = mark(block, name, true);
   if (!ok(result)) return result;
+  // Others may have built another index before the mark.
+  indexes.clear();
+  result = read_index_list(block, name, indexes);
+  if (!ok(result)) return result;
   FirstFailure failure(block);
   failure.note(table::pack(block, name));
   if (!ok(failure.result())) {

@@ -88,6 +88,7 @@ TEST_F(Building, refusals_leave_the_group_as_it_was) {
   ASSERT_EQ(0, build(kOrderIndex[0]));
   const std::string list = read_file(orders_.file("ORDERS.DD"));
   const Case cases[] = {{64, "names", "AMOUNT", VQ_E_NOT_ALLOWED, 6321},
+                        {64, "./NAMES", "AMOUNT", VQ_E_NOT_ALLOWED, 6321},
                         {1, "OTHER", "NAME", VQ_E_UNKNOWN_KIND, 6322},
                         {256, "OTHER", "NAME", VQ_E_NO_DRIVER, 0},
                         {1024, "OTHER", "NAME", VQ_E_NO_DRIVER, 0},

@@ -213,6 +213,10 @@ TEST_P(TagGroup, a_name_behind_the_semicolon_brings_one_tag) {
     ASSERT_EQ(0, lib.DBreindex(database_)) << orders_.block.detail;
     for (const Tag& tag : kTags) expect_tag(tag, read_mdx(orders_.file("TAGS.MDX")));
   }
+  ASSERT_EQ(0, lib.DBindex(database_, 16, mdx_.c_str(), "MORE", "DUE", nullptr, 0));
+  ASSERT_EQ(0, lib.DBclose(database_));
+  ASSERT_EQ(0, lib.DBuse(&orders_.block, orders_.table().c_str(), GetParam(), &database_));
+  EXPECT_EQ(kOrderIndexes + 3, value(table_member(database_).flags)) << "both tags are listed";
 }
 
 TEST_P(TagGroup, a_file_named_for_two_of_its_tags_is_opened_once) {

@@ -1,7 +1,10 @@
 // The n-th call of the system fails, for n = 1, 2, ... until the operation succeeds: nothing that
 // was acknowledged is lost, nothing stays open, and the codes say what failed.
+#include <chrono>
+#include <future>
 #include <set>
 
+#include "api/index_list.h"
 #include "support/fault_plan.h"
 #include "support/orders.h"
 #include "support/test.h"
@@ -271,25 +274,73 @@ TEST(FailingUpdate, tells_which_memory_ran_out) {
   EXPECT_EQ(0, lib.DBclose(database));
 }
 
-TEST(FailingIndexList, leaves_no_half_written_list) {
+TEST(FailingIndexList, leaves_the_old_list_the_new_one_or_none) {
   Orders orders;
   orders.create();
   const std::string list = orders.file("ORDERS.DD");
-  bool written = false;
-  for (std::uint64_t n = 1; n < kMaxCalls && !written; ++n) {
+  bool struck = true;
+  for (std::uint64_t n = 1; n < kMaxCalls && struck; ++n) {
     write_file(list, "old");
-    VqDatabase* database = nullptr;
-    {
-      const FaultPlan plan(n, Verdict::cut_short,
-                           [](Call call) { return call == Call::write || call == Call::create; });
-      database = orders.open();
-      written = !plan.struck();
-    }
+    const auto [database, reached] =
+        under_fault(n, Verdict::cut_short, [&] { return orders.open(); }, [](Call call) {
+          return call == Call::write || call == Call::create || call == Call::replace;
+        });
+    struck = reached;
     ASSERT_NE(nullptr, database) << "a list that cannot be written does not stop the open";
     EXPECT_EQ(0, lib.DBclose(database));
-    EXPECT_TRUE(written || !file_exists(list) || read_file(list) == "old");
+    EXPECT_TRUE(!file_exists(list) || read_file(list) == "old" || !struck) << n;
   }
   EXPECT_NE("old", read_file(list));
+}
+
+// Another process marks the list, or adds a line, between any two steps of one that changes it.
+TEST(SharedIndexList, keeps_what_another_wrote_meanwhile) {
+  for (const bool marks : {true, false}) {
+    bool came = true;
+    int done = 0;
+    for (std::uint64_t n = 1; came; ++n) {
+      SCOPED_TRACE(n);
+      ASSERT_LT(n, kMaxCalls);
+      Orders orders;
+      orders.create();
+      const std::string list = orders.file("ORDERS.DD");
+      write_file(list, "NDX=" + orders.file("NAMES") + "\r\n");
+      VqDatabase *mine = nullptr, *theirs = nullptr;
+      ASSERT_EQ(0, lib.DBuse(&orders.block, orders.table().c_str(), 0, &mine));
+      ASSERT_EQ(0, lib.DBuse(&orders.block, orders.table().c_str(), 0, &theirs));
+      const auto build = [&](VqDatabase* database, const std::string& name) {
+        return lib.DBindex(database, 64, name.c_str(), nullptr, "AMOUNT", nullptr, 0);
+      };
+      const std::string one = orders.file("ONE"), two = orders.file("TWO");
+      std::future<bool> other;  // it may have to wait
+      const auto outcome = beside_another(
+          n,
+          [&] {
+            const std::int32_t result = build(mine, one);
+            if (other.valid()) other.wait();
+            return result;
+          },
+          [&] {
+            other = std::async(std::launch::async, [&] {
+              return marks ? api::mark_index_list(orders.table().c_str(), true)
+                           : build(theirs, two) == 0;
+            });
+            other.wait_for(std::chrono::milliseconds(20));
+          });
+      came = outcome.struck;
+      const std::string text = read_file(list);
+      // Two builds on one table may be refused.
+      const bool other_done = came && other.get();
+      EXPECT_EQ(other_done && marks, text.starts_with("PACKING"));
+      EXPECT_TRUE(outcome.result != 0 || text.find("NDX=" + one) != std::string::npos);
+      EXPECT_TRUE(marks || !other_done || text.find("NDX=" + two) != std::string::npos);
+      EXPECT_EQ(0, lib.DBclose(mine));
+      EXPECT_EQ(0, lib.DBclose(theirs));
+      done += other_done ? 1 : 0;
+      if (HasFailure()) return;
+    }
+    EXPECT_LT(10, done);
+  }
 }
 
 }  // namespace
