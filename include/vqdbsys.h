@@ -1022,6 +1022,7 @@ int32_t VQ_CALL DBinit(VqBlock* block, uint32_t kind);
  * table's name with extension DD. `out` becomes the database, to be given back to DBclose.
  * `failed` (may be null) becomes the specification that could not be opened, else null. On failure
  * nothing stays open. A production MDX file that is not named goes stale: dDmode & 2 tells of it.
+ * A missing memo file is made, unless somebody else makes it first; see VQ_OPEN_NO_MEMO_CREATE.
  *   6111 -11 neither form of specifications     6112 -9  memo file missing
  *   6118 -11 a DBpack of this table has not come to its end: call it again
  *   6124 -25 tag without a key expression       6125 -25 filter that is not logical
@@ -1058,14 +1059,19 @@ int32_t VQ_CALL DBclose(VqDatabase* database);
 int32_t VQ_CALL GRPmember(VqDatabase* database, uint32_t kind, const char* name, const char* tag,
                           VqMember* out);
 
-/* Creates a table as dDcreat does, and its memo file when it has memo fields; then removes files of
- * the table's name with the extensions DD, MDX, NDX, CDX and IDX. */
+/* Creates a table as dDcreat does, and its memo file when it has memo fields, over files of these
+ * names; then removes files of the table's name with the extensions DD, MDX, NDX, CDX and IDX. Both
+ * files are complete before the first of them replaces an older one. A memo file that is named
+ * behind a semicolon and is not the table's own must not exist: it may be another table's.
+ *   6371 -11 that memo file is there already, or is the table, or belongs to the table copied from
+ *   6372     the memo file cannot be put in its place */
 int32_t VQ_CALL DBcreat(VqBlock* block, const char* name, int32_t count, const char* const* fields);
-/* Makes an empty table of the structure of another, and its memo file. */
+/* Makes an empty table of the structure of another, and its memo file, in the same way. */
 int32_t VQ_CALL DBcopy(VqBlock* block, const char* from, const char* to);
 
 /* Reading records through a member: a copy of the table goes by record numbers, a copy of an index
- * by its keys. `record` takes a whole record, or its fields with run-time flag 1; `recno` its
+ * by its keys; records that others have appended are read through an index in every shared mode.
+ * `record` takes a whole record, or its fields with run-time flag 1; `recno` its
  * number. Detail 61x1 (VQ_E_NOT_ALLOWED): a member without an order. 61x0 (VQ_E_BAD_HANDLE):
  * the member's database is closed, or it never was a member. */
 
@@ -1141,7 +1147,9 @@ int32_t VQ_CALL DBmember_flush(const VqMember* member);
  * the tag while it is open. After a failure the group is what it was; where the file was built and
  * could then not be opened, it is there without being a member.
  *   6320 -10 bad handle     6321 -11 the file is a member already      6322 -12 no index kind
- *   6323 -11 a name that the index list cannot hold (see DBopen); not with VQ_OPEN_NO_INDEX_LIST */
+ *   6323 -11 a name that the index list cannot hold (see DBopen); not with VQ_OPEN_NO_INDEX_LIST
+ *   6324 -17 built and a member, but the index list could not be written: DBuse will not open it
+ *   6325 -11 the table is being packed */
 int32_t VQ_CALL DBindex(VqDatabase* database, uint32_t kind, const char* name, const char* tag,
                         const char* key, const char* filter, uint32_t options);
 /* Builds every index file of the group again; its members are then positioned nowhere. Copies of

@@ -36,10 +36,7 @@ std::int32_t on_files(VqBlock* block, bool names, const Operation& operation, Bo
 extern "C" {
 
 int32_t VQ_CALL dDcopy(VqBlock* block, const char* from, const char* to) {
-  return on_files(block, true, kCopy, [=] {
-    bool has_memo = false;
-    return table::copy_structure(*block, from, to, has_memo);
-  });
+  return on_files(block, true, kCopy, [=] { return table::copy_structure(*block, from, to); });
 }
 
 int32_t VQ_CALL dDcmpstr(VqBlock* block, const char* first, const char* second) {

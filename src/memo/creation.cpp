@@ -6,7 +6,6 @@
 #include "frame/bytes.h"
 #include "frame/file_name.h"
 #include "frame/system_file.h"
-#include "frame/temporary_file.h"
 #include "memo/file_layout.h"
 #include "memo/names.h"
 #include "platform/path.h"
@@ -34,12 +33,6 @@ void describe_blocks(const VqBlock& block, std::string_view base_name, Block& by
   store_le16(&bytes[kBlockSizeOffset], static_cast<std::uint16_t>(units * kBlockUnit));
 }
 
-Result make_beside(VqBlock& block, TemporaryFile& file, const std::string& path, Layout layout) {
-  const platform::Outcome made = file.make_beside(path);
-  if (!made.ok()) return fail(block, open_result(made.error), operation_of(layout).detail(1));
-  return write_empty(block, file.file(), layout, base_name(path));
-}
-
 }  // namespace
 
 Result write_empty(VqBlock& block, platform::File& file, Layout layout,
@@ -51,6 +44,12 @@ Result write_empty(VqBlock& block, platform::File& file, Layout layout,
   const std::size_t size = dbase4 ? kHeaderBytes : bytes.size();
   if (file.write_at(0, bytes.data(), size).ok()) return Result::ok;
   return fail(block, Result::io, operation_of(layout).detail(2));
+}
+
+Result make_beside(VqBlock& block, TemporaryFile& file, const std::string& path, Layout layout) {
+  const platform::Outcome made = file.make_beside(path);
+  if (!made.ok()) return fail(block, open_result(made.error), operation_of(layout).detail(1));
+  return write_empty(block, file.file(), layout, base_name(path));
 }
 
 // The table is marked while its older memo file still stands: from then on the new one is missing

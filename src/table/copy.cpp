@@ -5,7 +5,6 @@
 
 #include "frame/file_name.h"
 #include "platform/file.h"
-#include "table/create.h"
 #include "table/scoped_table.h"
 
 namespace vqdb::table {
@@ -20,8 +19,7 @@ bool same_field(const Field& a, const Field& b) {
 
 }  // namespace
 
-Result copy_structure(VqBlock& block, const char* from, const char* to, bool& has_memo) {
-  has_memo = false;
+Result add_fields_of(VqBlock& block, const char* from, const char* to, NewTable& table) {
   if (from == nullptr || to == nullptr) return fail(block, Result::not_allowed, kCopy.detail(1));
   const std::string source_path = path_of(from, "DBF");
   const std::string target_path = path_of(to, "DBF");
@@ -32,7 +30,13 @@ Result copy_structure(VqBlock& block, const char* from, const char* to, bool& ha
   ScopedTable source;
   const Result result =
       source.open(block, source_path, open_mode::kReadOnly | open_mode::kSharedReread, 1);
-  return ok(result) ? create(block, target_path, fields(*source), has_memo) : result;
+  return ok(result) ? table.add_like(fields(*source)) : result;
+}
+
+Result copy_structure(VqBlock& block, const char* from, const char* to) {
+  NewTable table(block);
+  const Result result = add_fields_of(block, from, to, table);
+  return ok(result) ? table.write(path_of(to, "DBF")) : result;
 }
 
 Result compare_structures(VqBlock& block, const char* first, const char* second) {

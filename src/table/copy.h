@@ -3,12 +3,15 @@
 #define VQDBSYS_TABLE_COPY_H_
 
 #include "frame/result.h"
+#include "table/create.h"
 
 namespace vqdb::table {
 
-// Creates table `to` with the fields of table `from` and no records, and tells whether it has memo
-// fields. Details 141 (a name missing, or both the same), 151 to 164 of create, those of open.
-Result copy_structure(VqBlock& block, const char* from, const char* to, bool& has_memo);
+// Gives a table to be called `to` the fields of table `from`. Details 141 (a name missing, or both
+// the same), those of open and of NewTable.
+Result add_fields_of(VqBlock& block, const char* from, const char* to, NewTable& table);
+// Creates table `to` with the fields of table `from` and no records.
+Result copy_structure(VqBlock& block, const char* from, const char* to);
 
 // ok when both tables have the same fields, their names in any case; else mismatch, detail 191.
 Result compare_structures(VqBlock& block, const char* first, const char* second);

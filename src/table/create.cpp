@@ -83,13 +83,13 @@ Result NewTable::write(const std::string& path) {
   platform::File file;
   const platform::Outcome made = file.create(path, platform::Creation::truncate);
   if (!made.ok()) return fail(block_, open_result(made.error), kCreate.detail(3));
-  Result result = write_into(file);
+  Result result = write(file);
   if (!file.close().ok() && ok(result)) result = fail(block_, Result::io, kCreate.detail(14));
   if (!ok(result)) (void)platform::remove(path);
   return result;
 }
 
-Result NewTable::write_into(platform::File& file) {
+Result NewTable::write(platform::File& file) {
   descriptors_[descriptor_bytes_] = kHeaderEnd;
   const std::uint32_t bytes = descriptor_bytes_ + 1;
   for (std::uint32_t done = 0; done < bytes;) {
@@ -112,32 +112,42 @@ Result NewTable::write_into(platform::File& file) {
   return outcome.ok() ? Result::ok : fail(block_, transfer_result(outcome), kCreate.detail(14));
 }
 
+Result NewTable::add_described(std::int32_t count, const char* const* fields) {
+  const std::size_t field_count = count < 0 ? 0 : static_cast<std::size_t>(count);
+  Result result = start(field_count);
+  for (std::size_t i = 0; i < field_count && ok(result); ++i) {
+    const char* const name = fields[2 * i];
+    const char* const type = fields[2 * i + 1];
+    if (name == nullptr) return fail(block_, Result::out_of_range, kCreate.detail(6));
+    Field field;
+    result = name_field(name, field);
+    if (ok(result)) result = parse_field_type(block_, type == nullptr ? "" : type, field);
+    if (ok(result)) result = add(field);
+  }
+  return result;
+}
+
+Result NewTable::add_like(std::span<const Field> fields) {
+  Result result = start(fields.size());
+  for (const Field& field : fields) {
+    if (!ok(result)) break;
+    Field copy = field;
+    result = name_field(field.name.data(), copy);
+    if (ok(result)) result = add(copy);
+  }
+  return result;
+}
+
 Result create(VqBlock& block, const char* name, std::int32_t count, const char* const* fields) {
   NewTable table(block);
-  const std::size_t field_count = count < 0 ? 0 : static_cast<std::size_t>(count);
-  Result result = table.start(field_count);
-  for (std::size_t i = 0; i < field_count && ok(result); ++i) {
-    const char* const field_name = fields[2 * i];
-    const char* const type = fields[2 * i + 1];
-    if (field_name == nullptr) return fail(block, Result::out_of_range, kCreate.detail(6));
-    Field field;
-    result = table.name_field(field_name, field);
-    if (ok(result)) result = parse_field_type(block, type == nullptr ? "" : type, field);
-    if (ok(result)) result = table.add(field);
-  }
+  const Result result = table.add_described(count, fields);
   return ok(result) ? table.write(path_of(name, "DBF")) : result;
 }
 
 Result create(VqBlock& block, const std::string& path, std::span<const Field> fields,
               bool& has_memo) {
   NewTable table(block);
-  Result result = table.start(fields.size());
-  for (const Field& field : fields) {
-    if (!ok(result)) break;
-    Field copy = field;
-    result = table.name_field(field.name.data(), copy);
-    if (ok(result)) result = table.add(copy);
-  }
+  const Result result = table.add_like(fields);
   has_memo = table.has_memo();
   return ok(result) ? table.write(path) : result;
 }

@@ -34,17 +34,23 @@ class NewTable {
  public:
   explicit NewTable(VqBlock& block) : block_(block) {}
 
+  // Adds fields given as pairs of texts, name and type.
+  Result add_described(std::int32_t count, const char* const* fields);
+  // Adds fields as they are, but for their names.
+  Result add_like(std::span<const Field> fields);
+
+  Result write(const std::string& path);
+  // To a file that is empty.
+  Result write(platform::File& file);
+
+  bool has_memo() const { return has_memo_; }
+
+ private:
   Result start(std::size_t field_count);
   // Tests a field's name and puts it, in upper case, into the field.
   Result name_field(std::string_view name, Field& field);
   // Adds a field that has passed its tests, behind the fields added before.
   Result add(const Field& field);
-  Result write(const std::string& path);
-
-  bool has_memo() const { return has_memo_; }
-
- private:
-  Result write_into(platform::File& file);
   Byte version() const;
 
   VqBlock& block_;

@@ -179,6 +179,39 @@ TEST(CreateDatabase, without_a_memo_driver_touches_nothing) {
   EXPECT_EQ(0, create(block, folder.file("T"), {"ID", "N5"}));
 }
 
+TEST(CreateDatabase, touches_no_memo_file_of_another_table) {
+  struct Case {
+    const char *from, *to;
+  };
+  for (const std::uint32_t dialect : {1U, 2U}) {
+    for (const auto& [from, to] :
+         {Case{"", "N;M"}, Case{"", "N;M.DBT"}, Case{"", "M.DBT"}, Case{"M", "N;M"},
+          Case{"M", "N;./m"}, Case{"T;M", "M"}}) {
+      SCOPED_TRACE(std::string(from) + " " + to);
+      TemporaryFolder folder;
+      VqBlock block;
+      ASSERT_EQ(0, lib.DBinit(&block, dialect));
+      ASSERT_EQ(0, create(block, folder.file("M"), fields_with_memo()));
+      ASSERT_EQ(0, create(block, folder.file("T"), fields_with_memo()));
+      write_bytes(folder.file("M.DBT"), 600, "text");
+      const std::string memo = read_file(folder.file("M.DBT"));
+      const std::vector<std::string> files = folder.list();
+      const auto in_folder = [&](std::string name) {
+        const std::size_t semicolon = name.find(';');
+        if (semicolon != std::string::npos) name.insert(semicolon + 1, folder.file(""));
+        return folder.file(name);
+      };
+      const std::string target = in_folder(to);
+      const std::int32_t result =
+          *from == 0 ? create(block, target, fields_with_memo())
+                     : lib.DBcopy(&block, in_folder(from).c_str(), target.c_str());
+      EXPECT_EQ("-11/6371", codes(result, block));
+      EXPECT_EQ(files, folder.list());
+      EXPECT_EQ(memo, read_file(folder.file("M.DBT")));
+    }
+  }
+}
+
 TEST(CopyDatabase, copies_the_structure_and_makes_a_memo_file) {
   for (const std::uint32_t dialect : {1U, 2U}) {
     TemporaryFolder folder;

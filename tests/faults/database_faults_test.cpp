@@ -208,6 +208,38 @@ TEST(FailingOpen, tells_which_memory_ran_out_and_leaves_nothing_open) {
       std::ranges::includes(details, std::set{6113, 6115, 6126, 6301, 6304, 6306, 6308, 6312}));
 }
 
+// A table with a memo file that another one replaces: both stay as they were, or both are new.
+TEST(FailingCreate, leaves_both_old_files_or_both_new_ones) {
+  for (const bool copies : {false, true}) {
+    bool struck = true;
+    for (std::uint64_t n = 1; struck; ++n) {
+      SCOPED_TRACE(n);
+      ASSERT_LT(n, kMaxCalls);
+      Orders orders(2);
+      const char* const fields[] = {"ID", "N5", "NOTE", "M"};
+      const std::string table = orders.file("T"), source = orders.file("S");
+      for (const std::string& name : {table, source}) {
+        ASSERT_EQ(0, lib.DBcreat(&orders.block, name.c_str(), 2, fields));
+      }
+      std::vector<std::string> files = orders.folder.list();
+      for (const char* const end : {".DBF", ".DBT"}) write_bytes(table + end, 500, "old");
+      const auto work = [&] {
+        return copies ? lib.DBcopy(&orders.block, source.c_str(), table.c_str())
+                      : lib.DBcreat(&orders.block, table.c_str(), 2, fields);
+      };
+      const auto outcome = under_fault(n, Verdict::fail, work, [](Call call) {
+        return call != Call::replace && call != Call::sync;
+      });
+      struck = outcome.struck;
+      EXPECT_TRUE(struck || outcome.result == 0);
+      const bool is_new = read_file(table + ".DBF") == read_file(source + ".DBF");
+      EXPECT_EQ(outcome.result == 0, is_new);
+      EXPECT_EQ(is_new, read_file(table + ".DBT").find("old") == std::string::npos);
+      EXPECT_EQ(files, orders.folder.list());
+    }
+  }
+}
+
 // Somebody else opens the same table, makes its memo file and writes to it between any two steps.
 TEST(MissingMemoFile, is_not_made_over_one_that_another_makes_meanwhile) {
   for (const std::uint32_t dialect : {1U, 2U}) {
