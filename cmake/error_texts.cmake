@@ -16,3 +16,18 @@ foreach(line IN LISTS lines)
 endforeach()
 file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/generated/result_texts.inc CONTENT "${results}" @ONLY)
 file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/generated/detail_texts.inc CONTENT "${details}" @ONLY)
+
+# Whoever adds a detail code adds its words.
+file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/*.cpp
+     ${PROJECT_SOURCE_DIR}/src/*.h)
+set(check ${PROJECT_SOURCE_DIR}/cmake/check_details.cmake)
+set(stamp ${PROJECT_BINARY_DIR}/generated/details.stamp)
+add_custom_command(
+  OUTPUT ${stamp}
+  COMMAND ${CMAKE_COMMAND} -DDOCUMENT=${errors_document} -DROOT=${PROJECT_SOURCE_DIR}/src
+          -DSTAMP=${stamp} -P ${check}
+  DEPENDS ${errors_document} ${sources} ${check}
+  COMMENT "Checking that every detail has words"
+  VERBATIM)
+add_custom_target(vq_details DEPENDS ${stamp})
+add_dependencies(vq_exports vq_details)

@@ -6,7 +6,9 @@ std::string words_of(int32_t result, int32_t detail) {
   const char* const cause = vqErrorText(result);
   const char* const place = vqDetailText(detail);
   if (detail == 0) return fmt::format("{} (result {})", cause, result);
-  if (*place == '\0') return fmt::format("{} (detail {})", cause, detail);
+  if (*place == '\0' || std::string_view(place) == cause) {
+    return fmt::format("{} (detail {})", cause, detail);
+  }
   return fmt::format("{}: {} (detail {})", cause, place, detail);
 }
 
