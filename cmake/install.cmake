@@ -87,6 +87,17 @@ if(TARGET vqdb)
     set_target_properties(vqdb PROPERTIES INSTALL_RPATH "\$ORIGIN/${to_library}")
   endif()
   install(TARGETS vqdb RUNTIME COMPONENT tools)
+  if(VQ_HELP_DIR)
+    set(zsh_dir ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
+    if(VQ_DEBIAN_PACKAGES)
+      set(zsh_dir ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
+    endif()
+    install(DIRECTORY ${VQ_HELP_DIR}/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools
+            FILES_MATCHING PATTERN "*.1")
+    install(FILES ${VQ_HELP_DIR}/vqdb.bash RENAME vqdb COMPONENT tools
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+    install(FILES ${VQ_HELP_DIR}/_vqdb DESTINATION ${zsh_dir} COMPONENT tools)
+  endif()
 endif()
 
 include(cmake/packages.cmake)

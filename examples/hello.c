@@ -1,4 +1,4 @@
-/* A table of cities, kept in the order of their population. */
+/* hello.c: a table of cities, kept in the order of their population. */
 #include <stdio.h>
 #include <stdlib.h>
 

@@ -1,10 +1,13 @@
 #include "command_line.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <CLI/CLI.hpp>
 
+#include "command_tree.h"
 #include "warnings.h"
+#include "written_help.h"
 
 namespace tool {
 namespace {
@@ -75,7 +78,8 @@ void CommandLine::list_option(const std::string& name, std::vector<std::string>&
 }
 void CommandLine::choice(const std::string& name, std::string& value, const std::string& type,
                          const std::vector<std::string>& choices, const std::string& help) {
-  add(app_, name, value, type, help)->check(CLI::IsMember(choices).description(""));
+  add(app_, name, value, type, help)
+      ->check(CLI::IsMember(choices).description(""), fmt::format("{}", fmt::join(choices, " ")));
 }
 void CommandLine::flag(const std::string& name, bool& value, const std::string& help) {
   app_->add_flag(name, value, help);
@@ -115,6 +119,11 @@ int run_command_line(int argc, char** argv, void (*add_commands)(CommandLine& co
   Action action;
   CommandLine commands(&app, &action);
   add_commands(commands);
+  // Not for users: what the build makes manual pages and completions with.
+  if (argc == 3 && std::string_view(argv[1]) == "--write-help") {
+    write_help(describe_commands(app), argv[2]);
+    return static_cast<int>(Exit::done);
+  }
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
