@@ -1216,6 +1216,198 @@ const char* VQ_CALL vqVersion(void);
 const char* VQ_CALL vqErrorText(int32_t result);
 const char* VQ_CALL vqDetailText(int32_t detail);
 
+/* ---- Whether files are sound -------------------------------------------------------------------
+ *
+ * An addition to the described interface. A check reads files byte by byte, works on damaged ones
+ * that no open accepts, changes nothing, and hands each finding to the host.
+ *
+ * Checks return 0 when nothing of severity VQ_SEVERITY_ERROR was found, the number of such findings
+ * when there are any, and a negative result when the check itself could not be done: a file that
+ * is not there (VQ_E_NOT_FOUND), somebody else at work (VQ_E_FILE_LOCKED), no memory, a failing
+ * disk, a host that cancels by its report or progress function (VQ_E_CANCELLED, 10071).
+ *
+ * Sharing. A check takes the file lock of the table (in the block's lock scheme) and the locks of
+ * its memo and index files, waits some seconds for each, and holds them until it is done: nobody's
+ * appended record, changed key or memo is met half way, and others' changes are refused meanwhile.
+ * What it cannot see: changes that a handle of mode 0 still has in its buffers; and, between two
+ * low-level calls of a host that holds no lock, a memo or key written without its record. Where
+ * the lock scheme has no table locks (4 to 6), a table that changes during its check is
+ * VQ_E_FILE_LOCKED with detail 6602; so is one that VQ_CHECK_UNLOCKED is used on.
+ */
+
+#define VQ_SEVERITY_NOTE 1    /* worth knowing; every operation works */
+#define VQ_SEVERITY_WARNING 2 /* not as it should be, but nothing is misread for it */
+#define VQ_SEVERITY_ERROR 3   /* damage: something is lost, or is read or written wrongly */
+
+/* What was found. In the middle the severity: N note, W warning, E error. */
+
+/* Tables. */
+#define VQ_F_TABLE_SHORT 101        /* E no room for a header and its fields */
+#define VQ_F_TABLE_VERSION 102      /* E version byte that the dialect does not read; no further */
+#define VQ_F_TABLE_ENCRYPTED 103    /* E marked as encrypted; records are not looked at */
+#define VQ_F_HEADER_LENGTH 104      /* E is not where the field list ends */
+#define VQ_F_RECORD_LENGTH 105      /* E the fields do not fit a record */
+#define VQ_F_RECORD_SLACK 106       /* W a record is longer than its fields */
+#define VQ_F_UPDATE_DATE 107        /* W the date of the last update is none */
+#define VQ_F_FIELD_NAME 108         /* E empty, or two fields of one name */
+#define VQ_F_FIELD_LETTERS 109      /* W a name that expressions cannot use */
+#define VQ_F_FIELD_TYPE 110         /* E no type of any dialect */
+#define VQ_F_FIELD_LENGTH 111       /* E a length or decimals that the type does not have */
+#define VQ_F_FIELDS_END 112         /* W nothing ends the field list */
+#define VQ_F_COUNT_HIGH 113         /* E the header counts more records than the file holds */
+#define VQ_F_COUNT_LOW 114          /* E whole records follow the last one that is counted */
+#define VQ_F_END_MARK 115           /* W another byte stands where the end mark belongs */
+#define VQ_F_END_MARK_MISSING 116   /* N the file ends with its last record */
+#define VQ_F_TAIL 117               /* N bytes behind the end mark */
+#define VQ_F_DELETION_FLAG 118      /* E neither blank nor asterisk */
+#define VQ_F_FIELD_BYTES 119        /* W bytes that the field's type does not have */
+#define VQ_F_MEMO_OUTSIDE 120       /* E a field names a memo behind the end of the memo file */
+#define VQ_F_MEMO_SHARED 121        /* E two fields name the same memo */
+#define VQ_F_MEMO_FILE_MISSING 122  /* E fields name memos, and there is no memo file */
+#define VQ_F_PRODUCTION_MISSING 123 /* W marked as having an MDX file, which is not there */
+#define VQ_F_VERSION_MEMO 124       /* E the version byte denies the memo file, or its layout */
+/* Memo files. */
+#define VQ_F_MEMO_SHORT 201      /* E no room for a header */
+#define VQ_F_MEMO_BLOCK_SIZE 202 /* E a block size that cannot be; no further */
+#define VQ_F_CHAIN_BROKEN 203    /* E the chain of free blocks leaves the file or never ends */
+#define VQ_F_CHAIN_OVERLAP 204   /* E free blocks that are part of a memo, or free twice */
+#define VQ_F_CHAIN_END 205       /* E new memos would begin far behind the end of the file */
+#define VQ_F_MEMO_NONE 206       /* E a field names a block where no memo begins */
+#define VQ_F_MEMO_LENGTH 207     /* E a memo is longer than the file */
+#define VQ_F_MEMO_OVERLAP 208    /* E a memo runs into the next one */
+#define VQ_F_MEMO_MARK 209       /* W a memo begins with a damaged mark */
+#define VQ_F_BLOCKS_LOST 210     /* N blocks that are neither free nor in a memo that is named */
+#define VQ_F_NEXT_FREE_OLD 211   /* W dBASE III: the header was not stored after the last memo */
+/* Indexes. */
+#define VQ_F_INDEX_SHORT 301      /* E no room for a header, or for the pages that it counts */
+#define VQ_F_INDEX_HEADER 302     /* E a header that no index has; no further */
+#define VQ_F_INDEX_FLAGS 303      /* E places that tell the same disagree */
+#define VQ_F_INDEX_EXPRESSION 304 /* E key or filter cannot be compiled for the table */
+#define VQ_F_INDEX_TYPE 305       /* E the expression gives keys of another type or length */
+#define VQ_F_PAGE_OUTSIDE 306     /* E a page number beyond the pages of the file */
+#define VQ_F_PAGE_TWICE 307       /* E two places lead to one page */
+#define VQ_F_PAGE_COUNT 308       /* E more keys than a page holds, or none above a child */
+#define VQ_F_PAGE_LEVEL 309       /* E leaves on different levels, or too many levels */
+#define VQ_F_PAGE_ORDER 310       /* E keys out of order */
+#define VQ_F_PAGE_LEFTOVER 311    /* W entries that were moved to the next page and remained */
+#define VQ_F_PAGE_EMPTY 312       /* W a leaf without keys */
+#define VQ_F_ENTRY_RECORD 313     /* E an entry for a record that the table does not have */
+#define VQ_F_KEY_TWICE 314        /* E a unique index holds a key twice */
+#define VQ_F_PAGES_LOST 315       /* N pages that nothing leads to */
+#define VQ_F_KEY_MISSING 321      /* E the index lacks a record's key */
+#define VQ_F_KEY_EXTRA 322        /* E an entry whose key is not its record's */
+#define VQ_F_RECORD_TWICE 323     /* E a key and its record are entered twice */
+#define VQ_F_TAG_TABLE 331        /* E MDX: an entry of the tag table */
+#define VQ_F_TAG_THREADS 332      /* W MDX: the order of the tag names */
+#define VQ_F_TAG_HEADER 333       /* E MDX: a tag's header */
+#define VQ_F_FREE_LIST 334        /* E MDX: the free list, or a page in it and in use */
+/* Groups. */
+#define VQ_F_FILE_MISSING 401 /* E a file of the group is not there */
+#define VQ_F_INDEX_LIST 402   /* E the index list cannot be read */
+#define VQ_F_PACK_CUT_OFF 404 /* E DBpack was cut off; DBpack or DBrepair completes it */
+#define VQ_F_NOT_COMPARED 403 /* N an index was not compared with the table; the text says why */
+
+/* What a repair did. */
+#define VQ_F_BACKUP 501     /* N where the file is kept as it was */
+#define VQ_F_MENDED 502     /* N a table or memo file has been mended */
+#define VQ_F_REBUILT 503    /* N an index has been built again */
+#define VQ_F_NOT_MENDED 504 /* W an index that cannot be built; the text says why */
+
+/* A finding. The texts are the library's, and stay good until the report returns. */
+typedef struct VqFinding {
+  uint64_t offset;  /* of the first byte in question */
+  int32_t severity; /* VQ_SEVERITY_ */
+  int32_t code;     /* VQ_F_ */
+  uint32_t record;  /* record number; 0: none */
+  uint32_t page;    /* page of an index (in MDX files of 512 bytes) or block of a memo file */
+  const char* file; /* the file's path */
+  const char* name; /* field or tag, else null */
+  const char* text; /* one sentence */
+} VqFinding;
+
+/* Takes a finding. A non-zero answer ends the work. It must not use handles on the files. */
+typedef int32_t(VQ_CALL* VqReport)(void* context, const VqFinding* finding);
+
+/* An index of a group: where no index list tells, or where the list is not to be believed. */
+typedef struct VqIndexDef {
+  uint32_t kind;      /* VQ_KIND_MDX, VQ_KIND_NDX or VQ_KIND_NDX3 */
+  const char* name;   /* of the file */
+  const char* tag;    /* MDX: a tag; each has its own VqIndexDef. null: all, as the file says */
+  const char* key;    /* key expression; null: as the file says */
+  const char* filter; /* MDX: FOR expression or null */
+  uint32_t options;   /* VQ_BUILD_UNIQUE, VQ_BUILD_DESCENDING */
+} VqIndexDef;
+
+#define VQ_CHECK_FORM 1     /* indexes by themselves, not compared with the table */
+#define VQ_CHECK_UNLOCKED 2 /* no locks are taken */
+
+/* What a check or repair is told; null stands for all zero. */
+typedef struct VqCheckOptions {
+  uint32_t flags;            /* a sum of VQ_CHECK_ */
+  int32_t index_count;       /* of `indexes`; 0: the indexes of the index list and, where the table
+                                is marked so, its production MDX file */
+  const VqIndexDef* indexes; /* may be null */
+  const char* table;         /* for dNcheck and dXcheck: the table whose keys are in the index;
+                                null: the index by itself */
+  const char* backup;        /* for DBrepair: directory of the backups; null: beside each file */
+} VqCheckOptions;
+
+/* Checks a table ("orders", or "orders;notes" to name its memo file), its memo file and its
+ * indexes, all against each other. `report` may be null: then only the result tells. Progress: the
+ * records, once for the table and twice for each index. VQ_E_RANGE: block or name is null. 6601: a
+ * file cannot be read; 6602 (VQ_E_FILE_LOCKED): the table changed meanwhile; 10431, 10432: a lock
+ * that was not to be had; 10421, 10422: the table cannot be opened; 10272, 10261, 10263, 10264:
+ * memory and temporary files for sorting keys. */
+int32_t VQ_CALL DBcheck(VqBlock* block, const char* name, const VqCheckOptions* options,
+                        VqReport report, void* context);
+/* A table, and whether the memos that it names lie within its memo file. */
+int32_t VQ_CALL dDcheck(VqBlock* block, const char* name, const VqCheckOptions* options,
+                        VqReport report, void* context);
+/* A memo file ("notes", or "notes;orders" for the memo file of another table) with the table that
+ * tells what it holds and in which layout. */
+int32_t VQ_CALL dTcheck(VqBlock* block, const char* name, const VqCheckOptions* options,
+                        VqReport report, void* context);
+/* An NDX file; an MDX file with all its tags. */
+int32_t VQ_CALL dNcheck(VqBlock* block, const char* name, const VqCheckOptions* options,
+                        VqReport report, void* context);
+int32_t VQ_CALL dXcheck(VqBlock* block, const char* name, const VqCheckOptions* options,
+                        VqReport report, void* context);
+
+/* Mends what DBcheck finds in a group, also where DBopen fails. Nothing else may have its files
+ * open. Each file that changes is first copied to a backup: its name with BAK, BA1, BA2, ... behind
+ * it, the first that is free. Then a mended copy takes its place in one step; what is reported is
+ * what was found and what was done. Returns 0 when the group is sound now, the number of errors
+ * that remain, as DBcheck finds them, or a negative result; files that were mended before a failure
+ * stay so.
+ *
+ * Tables: count, lengths, version byte, end of the fields and end mark become what the rest of the
+ * file says, where only one value can be meant; a deletion flag that is none becomes a blank, so
+ * that the record is kept. Records are never dropped; a last record that the file does not hold
+ * whole is in the backup only. Memo files: every memo that a field names keeps its place, or, where
+ * another memo has it too, gets one of its own at the end; all other blocks are free again. A field
+ * that names no memo becomes blank. Bytes that a field's type does not have stay as they are.
+ * Indexes that do not check are built again from their own header or, where that does not tell
+ * their key, from the host's list; keys are not unique where the header contradicts itself.
+ *
+ * 6611: not written; 6612: backup not made; 6613 (VQ_E_NO_MEMORY); 6614: a file cannot take its
+ * place, since it is open elsewhere; and those of DBcheck and of building indexes. */
+int32_t VQ_CALL DBrepair(VqBlock* block, const char* name, const VqCheckOptions* options,
+                         VqReport report, void* context);
+/* Compacts the memo file of a table ("orders", or "orders;notes"), and rewrites the references in
+ * the table with it: the safe way, where dToptimize leaves them as they are. Only memos that fields
+ * of the types M, B, G and P name are kept, whole, whatever their length, in the order of records
+ * and fields and, in the dBASE IV layout, in blocks of the present memo block setting. Nothing else
+ * may have the files open. Both are copied and take their places together: after a crash between
+ * the two, the next dDopen, dTopen, DBopen or check completes the step by the journal beside the
+ * table (its name with a "$" behind it; the new files have a "~"), so until then no other program
+ * may write to them. A table without memo file is left as it is.
+ *
+ * 6621 (VQ_E_FORMAT): a check finds errors, to be mended first; 6622: the new files cannot take
+ * their places; 6611, 6613 and those of DBcheck. After a failure all is as it was, or the
+ * next open completes the step. 10049, from
+ * dDopen, dTopen and the checks: the step cannot be completed. */
+int32_t VQ_CALL DBcompact(VqBlock* block, const char* name);
+
 /* The shut-down entry of old systems; does nothing and returns 1. */
 int32_t VQ_CALL WEP(int32_t reason);
 

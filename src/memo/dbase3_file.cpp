@@ -39,7 +39,10 @@ Result create_dbase3(VqBlock& block, const char* name) {
 }
 
 Memo* open_dbase3(VqBlock& block, const char* name, std::uint32_t mode) {
-  return open_dbase3_file(block, memo_path(name), mode);
+  const Result result = complete_interrupted(block, name);
+  if (ok(result)) return open_dbase3_file(block, memo_path(name), mode);
+  block.result = code(result);
+  return nullptr;
 }
 
 Memo* open_dbase3_file(VqBlock& block, const std::string& path, std::uint32_t mode) {

@@ -26,17 +26,6 @@ constexpr std::array<Byte, 2> kEndMark = {kEndOfText, kEndOfText};
 constexpr std::size_t kFirstPiece = 2048;
 constexpr std::size_t kLaterPieces = 8192;
 
-// How many bytes lie before the first 0x1A or 0.
-std::size_t text_size(std::span<const Byte> bytes) {
-  const auto before = [&](Byte end, std::size_t size) {
-    const void* found = size == 0 ? nullptr : std::memchr(bytes.data(), end, size);
-    return found == nullptr
-               ? size
-               : static_cast<std::size_t>(static_cast<const Byte*>(found) - bytes.data());
-  };
-  return before(0, before(kEndOfText, bytes.size()));
-}
-
 // Walks over a memo's text and hands it out piece by piece.
 template <typename Take>
 Result scan(Memo& memo, const char* reference, std::int32_t read_failure, Take take) {
@@ -55,7 +44,7 @@ Result scan(Memo& memo, const char* reference, std::int32_t read_failure, Take t
     if (!read.ok() || (got == 0 && position == start)) {
       return fail(memo.block, Result::io, read_failure);
     }
-    const std::size_t size = text_size(std::span(piece).first(got));
+    const std::size_t size = dbase3_text_size(std::span(piece).first(got));
     if (position + size - start > std::uint64_t{std::numeric_limits<std::int32_t>::max()}) {
       return fail(memo.block, Result::bad_format, read_failure);
     }
@@ -114,6 +103,16 @@ Result append(Memo& memo, std::span<const Byte> text, char* reference) {
 }
 
 }  // namespace
+
+std::size_t dbase3_text_size(std::span<const Byte> bytes) {
+  const auto before = [&](Byte end, std::size_t size) {
+    const void* found = size == 0 ? nullptr : std::memchr(bytes.data(), end, size);
+    return found == nullptr
+               ? size
+               : static_cast<std::size_t>(static_cast<const Byte*>(found) - bytes.data());
+  };
+  return before(0, before(kEndOfText, bytes.size()));
+}
 
 Result write_dbase3(Memo& memo, const void* text, char* reference, std::int32_t* moved) {
   if (memo.layout != Layout::dbase3) {

@@ -4,7 +4,9 @@
 #ifndef VQDBSYS_MEMO_DBASE3_MEMO_H_
 #define VQDBSYS_MEMO_DBASE3_MEMO_H_
 
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 
 #include "memo/memo.h"
@@ -26,6 +28,8 @@ Result write_dbase3(Memo& memo, const void* text, char* reference, std::int32_t*
 // looked at.
 Result get_dbase3(Memo& memo, const char* reference, void* buffer, std::int32_t* length,
                   std::int32_t* done);
+// How many bytes lie before the first 0x1A or 0, either of which ends a text.
+std::size_t dbase3_text_size(std::span<const std::uint8_t> bytes);
 Result size_dbase3(Memo& memo, const char* reference, std::int32_t* length);
 
 }  // namespace vqdb::memo

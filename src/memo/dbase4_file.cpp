@@ -64,7 +64,10 @@ Result create_dbase4(VqBlock& block, const char* name) {
 }
 
 Memo* open_dbase4(VqBlock& block, const char* name, std::uint32_t mode) {
-  return open_dbase4_file(block, memo_path(name), mode);
+  const Result result = complete_interrupted(block, name);
+  if (ok(result)) return open_dbase4_file(block, memo_path(name), mode);
+  block.result = code(result);
+  return nullptr;
 }
 
 Memo* open_dbase4_file(VqBlock& block, const std::string& path, std::uint32_t mode) {

@@ -18,6 +18,9 @@ inline constexpr std::size_t kNextFreeOffset = 0;
 inline constexpr std::size_t kBaseNameOffset = 8;
 inline constexpr std::size_t kBaseNameBytes = 8;
 inline constexpr std::size_t kBlockSizeOffset = 20;
+// What every dBASE IV header has before the block size.
+inline constexpr std::size_t kLayoutMarkOffset = 18;
+inline constexpr std::array<Byte, 2> kLayoutMark = {2, 1};
 
 // A memo begins with the mark and, as 32 bits, its length with these eight bytes included.
 inline constexpr std::size_t kMemoHeaderBytes = 8;

@@ -6,6 +6,7 @@
 #include "frame/file_name.h"
 #include "frame/system_file.h"
 #include "platform/path.h"
+#include "table/interrupted.h"
 
 namespace vqdb::memo {
 namespace {
@@ -48,6 +49,18 @@ std::string table_name(std::string_view name) {
                        : with_extension(table, kTableExtension);
 }
 
+Layout layout_of_version(const VqBlock& block, Byte version) {
+  const bool marked = (version & kHasMemo) != 0 && version != kFoxproVersion;
+  const bool dbase4 = marked ? (version & kDbase4Memo) != 0 : block.kind == 2 || block.kind == 7;
+  return dbase4 ? Layout::dbase4 : Layout::dbase3;
+}
+
+bool denies_memo_file(Byte version) { return (version & kHasMemo) == 0; }
+
+Byte version_for(Layout layout) {
+  return layout == Layout::dbase4 ? kDbase4Version : kDbase3Version;
+}
+
 Result layout_of_table(VqBlock& block, const std::string& path, Layout& layout) {
   platform::File file;
   if (const Result opened = open_file(block, path, open_mode::kReadOnly, file); !ok(opened)) {
@@ -57,10 +70,12 @@ Result layout_of_table(VqBlock& block, const std::string& path, Layout& layout) 
   if (!file.read_exactly(0, &version, 1).ok()) {
     return fail(block, Result::io, kMark.detail(1));
   }
-  const bool marked = (version & kHasMemo) != 0 && version != kFoxproVersion;
-  const bool dbase4 = marked ? (version & kDbase4Memo) != 0 : block.kind == 2 || block.kind == 7;
-  layout = dbase4 ? Layout::dbase4 : Layout::dbase3;
+  layout = layout_of_version(block, version);
   return Result::ok;
+}
+
+Result complete_interrupted(VqBlock& block, std::string_view name) {
+  return table::complete_interrupted(block, platform::resolve(table_name(name)));
 }
 
 Result TableMark::set(VqBlock& block, const std::string& path, Layout layout) {
@@ -74,7 +89,7 @@ Result TableMark::set(VqBlock& block, const std::string& path, Layout layout) {
   if (is_marked(version, layout)) return Result::ok;
   path_ = path;
   before_ = version;
-  version = layout == Layout::dbase4 ? kDbase4Version : kDbase3Version;
+  version = version_for(layout);
   if (file.write_at(0, &version, 1).ok() && file.close().ok()) return Result::ok;
   take_back();
   return fail(block, Result::io, kMark.detail(3));

@@ -21,9 +21,19 @@ std::string memo_path(std::string_view name);
 // The name of the table that the memo file belongs to, with its extension.
 std::string table_name(std::string_view name);
 
+// The layout of the memo file of a table with this version byte or, when that tells nothing, of the
+// dialect.
+Layout layout_of_version(const VqBlock& block, std::uint8_t version);
+// Whether it is that of a table without a memo file.
+bool denies_memo_file(std::uint8_t version);
+// The version byte that marks a table for this layout.
+std::uint8_t version_for(Layout layout);
 // The layout of a table's memo file, from its version byte or, when that tells nothing, from the
 // dialect.
 Result layout_of_table(VqBlock& block, const std::string& path, Layout& layout);
+
+// Puts in place what a compaction that was cut off left of the memo file and its table.
+Result complete_interrupted(VqBlock& block, std::string_view name);
 
 // The mark of a table that has a memo file of some layout: its version byte.
 class TableMark {

@@ -27,14 +27,13 @@ Limits limits_of(std::uint32_t kind) {
   return limits;
 }
 
-// Whether an expression could refer to a field by this name.
+}  // namespace
+
 bool is_field_name(std::string_view name) {
   if (name.empty() || is_digit(name.front())) return false;
   return std::all_of(name.begin(), name.end(),
                      [](char c) { return is_letter(c) || is_digit(c) || c == '_'; });
 }
-
-}  // namespace
 
 bool is_memo_type(char type) { return type == 'M' || type == 'B' || type == 'G' || type == 'P'; }
 

@@ -28,6 +28,8 @@ Result create(VqBlock& block, const std::string& path, std::span<const Field> fi
               bool& has_memo);
 
 bool is_memo_type(char type);
+// Whether an expression could refer to a field by this name.
+bool is_field_name(std::string_view name);
 
 // A table file in the making. Details 151 to 164.
 class NewTable {

@@ -33,6 +33,13 @@ constexpr std::array<TypeRule, 9> kTypeRules = {{
     {'P', 10, dialect::kFoxpro},
 }};
 
+const TypeRule* find_rule(char letter) {
+  const auto* const rule =
+      std::find_if(kTypeRules.begin(), kTypeRules.end(),
+                   [&](const TypeRule& each) { return each.letter == letter; });
+  return rule == kTypeRules.end() ? nullptr : rule;
+}
+
 // The number at the start of the text, behind blanks; 0 when there is none. Takes it off the text.
 unsigned take_number(std::string_view& text) {
   while (!text.empty() && is_space(text.front())) text.remove_prefix(1);
@@ -47,10 +54,8 @@ unsigned take_number(std::string_view& text) {
 
 Result parse_field_type(VqBlock& block, std::string_view text, Field& field) {
   const char letter = text.empty() ? '\0' : to_upper(text.front());
-  const auto* const rule =
-      std::find_if(kTypeRules.begin(), kTypeRules.end(),
-                   [&](const TypeRule& each) { return each.letter == letter; });
-  if (rule == kTypeRules.end() || (rule->needs != 0 && (block.kind & rule->needs) == 0)) {
+  const TypeRule* const rule = find_rule(letter);
+  if (rule == nullptr || (rule->needs != 0 && (block.kind & rule->needs) == 0)) {
     return fail(block, Result::not_allowed, kCreate.detail(11));
   }
   field.type = letter;
@@ -79,6 +84,14 @@ Result parse_field_type(VqBlock& block, std::string_view text, Field& field) {
   field.length = static_cast<std::uint8_t>(length);
   field.decimals = static_cast<std::uint8_t>(decimals);
   return Result::ok;
+}
+
+bool is_field_type(char type) { return find_rule(type) != nullptr; }
+
+bool is_field_shape(const Field& field) {
+  const std::uint8_t fixed = find_rule(field.type)->fixed_length;
+  if (fixed != 0) return field.length == fixed;
+  return field.length != 0 && (field.type == 'C' || field.decimals < field.length);
 }
 
 }  // namespace vqdb::table

@@ -14,6 +14,12 @@ namespace vqdb::table {
 // or decimals) and 161 (type).
 Result parse_field_type(VqBlock& block, std::string_view text, Field& field);
 
+// Whether any dialect has fields of this type.
+bool is_field_type(char type);
+// Whether such a field can have this length and these decimals. Other programs make character and
+// numeric fields longer than this one does. REQUIRES is_field_type(field.type).
+bool is_field_shape(const Field& field);
+
 }  // namespace vqdb::table
 
 #endif  // VQDBSYS_TABLE_FIELD_TYPE_H_

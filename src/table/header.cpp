@@ -7,10 +7,8 @@
 namespace vqdb::table {
 namespace {
 
-// Further offsets in the header, and those in a descriptor.
+// Further offsets in the header and in a descriptor.
 constexpr std::size_t kEncryptedOffset = 15;
-constexpr std::size_t kTypeOffset = 11;
-constexpr std::size_t kLengthOffset = 16;
 constexpr std::size_t kDecimalsOffset = 17;
 
 constexpr std::int32_t kFirstYear = 1900;
@@ -61,16 +59,21 @@ bool is_accepted_version(Byte version, std::uint32_t kind) {
   return (version & version::kTableBits) == version::kTableBits;
 }
 
+Field decode_field(std::span<const Byte, kDescriptorBytes> bytes) {
+  Field field;
+  decode_name(bytes.data(), field);
+  field.type = static_cast<char>(bytes[kTypeOffset]);
+  field.length = bytes[kLengthOffset];
+  field.decimals = bytes[kDecimalsOffset];
+  return field;
+}
+
 std::uint32_t decode_fields(std::span<const Byte> bytes, std::uint32_t record_length,
                             Field* fields) {
   std::uint32_t count = 0;
   std::uint32_t offset = 1;  // behind the deletion flag
   while (bytes.size() >= kDescriptorBytes && bytes[0] != kHeaderEnd) {
-    Field field;
-    decode_name(bytes.data(), field);
-    field.type = static_cast<char>(bytes[kTypeOffset]);
-    field.length = bytes[kLengthOffset];
-    field.decimals = bytes[kDecimalsOffset];
+    Field field = decode_field(bytes.first<kDescriptorBytes>());
     field.offset = offset;
     offset += field.length;
     if (offset > record_length) return 0;

@@ -26,6 +26,10 @@ inline constexpr std::size_t kHeaderLengthOffset = 8;
 inline constexpr std::size_t kRecordLengthOffset = 10;
 inline constexpr std::size_t kProductionOffset = 28;
 
+// Offsets in a descriptor, which begins with the name.
+inline constexpr std::size_t kTypeOffset = 11;
+inline constexpr std::size_t kLengthOffset = 16;
+
 namespace version {
 inline constexpr Byte kPlain = 0x03;
 inline constexpr Byte kDbase3Memo = 0x83;
@@ -56,6 +60,8 @@ void encode_date_and_count(const convert::Date& date, std::uint32_t count,
 // Whether tables of this version byte can be opened under this dialect kind.
 bool is_accepted_version(Byte version, std::uint32_t kind);
 
+// The field of a descriptor, whatever it says; its offset in the record is 0.
+Field decode_field(std::span<const Byte, kDescriptorBytes> bytes);
 // Decodes descriptors up to the end of the bytes or the end byte before it, and lays the fields
 // out in the record. Returns their number; 0 when there are none or they do not fit the record.
 // REQUIRES room in `fields` for every descriptor in the bytes.

@@ -291,4 +291,23 @@ Result test_whole_file(VqBlock& block, platform::File& file, std::uint32_t schem
       {Result::file_locked, kWholeFile.detail(1), Result::lock_refused, kWholeFile.detail(2)});
 }
 
+Result lock_unopened_table(VqBlock& block, platform::File& file, std::uint32_t scheme,
+                           UnopenedLock& held) {
+  const LockScheme& place = lock_scheme_of(scheme);
+  if (!place.has_locks) return Result::ok;
+  platform::Outcome outcome;
+  if (!held.file) outcome = file.lock(place.file_offset, 1);
+  held.file = held.file || outcome.ok();
+  if (outcome.ok() && place.append_offset != place.file_offset && !held.append) {
+    outcome = file.lock(place.append_offset, 1);
+    held.append = outcome.ok();
+  }
+  if (outcome.ok()) {
+    outcome = file.test_lock(place.first_offset(place.max_record), place.max_record);
+  }
+  return answer(
+      block, outcome,
+      {Result::file_locked, kWholeFile.detail(1), Result::lock_refused, kWholeFile.detail(2)});
+}
+
 }  // namespace vqdb::table

@@ -66,6 +66,16 @@ Result lock_whole_file(VqBlock& block, platform::File& file, std::uint32_t schem
 Result unlock_whole_file(VqBlock& block, platform::File& file, std::uint32_t scheme);
 // Whether somebody else has it: file_locked, detail 10431. REQUIRES that this file does not.
 Result test_whole_file(VqBlock& block, platform::File& file, std::uint32_t scheme);
+// The file lock of a table that no handle has open through `file`: nobody else holds a record, or
+// appends. It lasts until the file is closed. Asked for again after a refusal, it goes on where it
+// came to: whoever waits for records to be let go keeps new ones from being locked. Schemes 4 to 6
+// grant at once. Details 10431, 10432.
+struct UnopenedLock {
+  bool file = false;
+  bool append = false;
+};
+Result lock_unopened_table(VqBlock& block, platform::File& file, std::uint32_t scheme,
+                           UnopenedLock& held);
 
 }  // namespace vqdb::table
 

@@ -6,6 +6,7 @@
 #include "frame/file_name.h"
 #include "frame/system_file.h"
 #include "table/describe.h"
+#include "table/interrupted.h"
 #include "table/records.h"
 #include "table/table_handle.h"
 
@@ -87,6 +88,7 @@ Result look_at_size(VqBlock& block, Table& table) {
 
 Result open_file_into(VqBlock& block, const std::string& path, std::uint32_t mode,
                       std::int32_t buffers, Table& table) {
+  if (const Result result = complete_interrupted(block, path); !ok(result)) return result;
   platform::File file;
   if (const Result result = open_file(block, path, mode, file); !ok(result)) return result;
   table.mode = mode;

@@ -139,4 +139,8 @@ bool parse_tag_header(std::span<const Byte> block, const MdxHeader& file, TagHea
          file.holds_block(header.root);
 }
 
+bool is_uniqueness_agreed(std::span<const Byte> block) {
+  return ((block[kFormatAt] & format_bit::kUnique) != 0) == (block[kUniqueAt] != 0);
+}
+
 }  // namespace vqdb::index

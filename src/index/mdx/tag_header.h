@@ -73,6 +73,9 @@ void store_tag_root(const TagHeader& header, Byte* bytes);
 // missing or do not end. The expressions are views of the block.
 bool parse_tag_header(std::span<const Byte> block, const MdxHeader& file, TagHeader& header);
 
+// Whether the places that tell if keys are unique say the same.
+bool is_uniqueness_agreed(std::span<const Byte> block);
+
 }  // namespace vqdb::index
 
 #endif  // VQDBSYS_INDEX_MDX_TAG_HEADER_H_

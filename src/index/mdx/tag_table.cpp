@@ -1,6 +1,7 @@
 #include "index/mdx/tag_table.h"
 
 #include <algorithm>
+#include <string>
 
 namespace vqdb::index {
 namespace {
@@ -38,19 +39,55 @@ void thread_in(TagTableBytes& bytes, std::span<const TagEntry> tags, std::size_t
   }
 }
 
+// Goes through the tags below one in order. `last` is the name before, `left` how many tags there
+// still can be.
+bool walk_threads(const TagTableBytes& bytes, std::size_t tags, std::size_t number,
+                  std::string& last, std::size_t& left) {
+  if (number == 0) return true;
+  if (number > tags || left == 0) return false;
+  --left;
+  const Byte* const entry = entry_at(bytes, number);
+  if (!walk_threads(bytes, tags, entry[kBeforeAt], last, left)) return false;
+  const std::string name(decode_tag_entry(bytes, number).name_text());
+  if (name <= last) return false;
+  last = name;
+  return walk_threads(bytes, tags, entry[kAfterAt], last, left);
+}
+
 }  // namespace
+
+std::size_t tag_entry_offset(std::size_t number) { return kTagTableAt + number * kEntryBytes; }
+
+TagEntry decode_tag_entry(const TagTableBytes& bytes, std::size_t number) {
+  const Byte* const from = entry_at(bytes, number);
+  TagEntry entry;
+  entry.header_page = load_le32(from + kHeaderPageAt);
+  const auto* const name = reinterpret_cast<const char*>(from + kNameAt);
+  const std::string_view text(name, std::find(name, name + kMaxTagName, '\0'));
+  std::ranges::transform(text, entry.name.begin(), to_upper);
+  entry.format = from[kFormatAt];
+  entry.key_type = static_cast<char>(from[kKeyTypeAt]);
+  return entry;
+}
+
+bool threads_hold(const TagTableBytes& bytes, std::size_t tags) {
+  bool threaded = false;
+  for (std::size_t number = 1; number <= tags; ++number) {
+    const Byte* const entry = entry_at(bytes, number);
+    threaded = threaded || entry[kBeforeAt] != 0 || entry[kAfterAt] != 0 || entry[kParentAt] != 0;
+  }
+  if (!threaded) return true;
+  const Byte root = entry_at(bytes, 0)[kAfterAt];
+  std::string last;
+  std::size_t left = tags;
+  return walk_threads(bytes, tags, root != 0 ? root : 1, last, left) && left == 0;
+}
 
 bool TagTable::parse(const TagTableBytes& bytes, const MdxHeader& header) {
   count_ = 0;
   for (std::size_t number = 1; number <= header.tags; ++number) {
-    const Byte* const from = entry_at(bytes, number);
-    TagEntry entry;
-    entry.header_page = load_le32(from + kHeaderPageAt);
-    const auto* const name = reinterpret_cast<const char*>(from + kNameAt);
-    const std::string_view text(name, std::find(name, name + kMaxTagName, '\0'));
-    std::ranges::transform(text, entry.name.begin(), to_upper);
-    entry.format = from[kFormatAt];
-    entry.key_type = static_cast<char>(from[kKeyTypeAt]);
+    const TagEntry entry = decode_tag_entry(bytes, number);
+    const std::string_view text = entry.name_text();
     const bool taken = std::ranges::any_of(
         tags(), [&](const TagEntry& other) { return other.header_page == entry.header_page; });
     if (text.empty() || taken || !header.holds_block(entry.header_page) || find(text) != nullptr) {

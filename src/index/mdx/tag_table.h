@@ -28,6 +28,12 @@ struct TagEntry {
   std::string_view name_text() const { return name.data(); }
 };
 
+// The entry of this number, from 1, whatever it says, and where it lies in the file.
+TagEntry decode_tag_entry(const TagTableBytes& bytes, std::size_t number);
+std::size_t tag_entry_offset(std::size_t number);
+// Whether the threads lead to so many tags in the order of their names, or are all 0.
+bool threads_hold(const TagTableBytes& bytes, std::size_t tags);
+
 class TagTable {
  public:
   // False when an entry in use cannot be one: no name, a header outside the file or in the place of

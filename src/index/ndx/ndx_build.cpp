@@ -123,6 +123,11 @@ Result rebuild_ndx(table::Table& table, std::string_view name) {
   if (!old.is_ndx3() && has_unique_bit != (old.unique != 0)) {
     return fail(block, Result::bad_format, kRebuild.detail(6));
   }
+  return rebuild_ndx(table, path, old);
+}
+
+Result rebuild_ndx(table::Table& table, const std::string& path, const NdxHeader& old) {
+  VqBlock& block = table::block_of(table);
   const std::string text(old.expression);
   ExpressionOwner expression;
   expr::ResultShape shape;

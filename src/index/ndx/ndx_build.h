@@ -5,9 +5,11 @@
 #define VQDBSYS_INDEX_NDX_NDX_BUILD_H_
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "frame/result.h"
+#include "index/ndx/ndx_header.h"
 #include "table/table.h"
 
 namespace vqdb::index {
@@ -29,6 +31,8 @@ Result build_ndx(table::Table& table, std::string_view name, const char* express
 // does not give the header's key type is -9, detail 3183. 3185: somebody else has locked the file
 // (-38); 3186: the header's two unique flags contradict each other (-3).
 Result rebuild_ndx(table::Table& table, std::string_view name);
+// The same for a file, by its path, whose header is known; its old pages are not looked at.
+Result rebuild_ndx(table::Table& table, const std::string& path, const NdxHeader& header);
 
 }  // namespace vqdb::index
 

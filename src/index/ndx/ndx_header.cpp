@@ -30,6 +30,7 @@ NdxHeader new_ndx_header(bool is_ndx3, char key_type, std::uint32_t key_length, 
   NdxHeader header;
   header.flags = is_ndx3 ? ndx_flag::kNdx3 : (unique ? ndx_flag::kUnique : Byte{0});
   header.key_type = key_type;
+  header.numeric = key_type != 'C';
   header.key_length = key_length;
   header.stride = key_length + kNdxEntryHead;
   header.max_keys = kEntryArea / header.stride;
@@ -48,21 +49,23 @@ void format_ndx_header(const NdxHeader& header, NdxPageBytes& page) {
   }
   store_le16(bytes + kKeyLengthAt, static_cast<std::uint16_t>(header.key_length));
   store_le16(bytes + kMaxKeysAt, static_cast<std::uint16_t>(header.max_keys));
-  bytes[kNumericAt] = header.key_type == 'C' ? 0 : 1;
+  bytes[kNumericAt] = header.numeric ? 1 : 0;
   store_le16(bytes + kStrideAt, static_cast<std::uint16_t>(header.stride));
   bytes[kByte20At] = header.byte20;
   bytes[kUniqueAt] = header.unique;
   std::copy(header.expression.begin(), header.expression.end(), bytes + kExpressionAt);
 }
 
-bool parse_ndx_header(const NdxPageBytes& page, NdxHeader& header) {
+NdxHeader decode_ndx_header(const NdxPageBytes& page) {
   const Byte* const bytes = page.data();
+  NdxHeader header;
   header.root = load_le32(bytes + kRootAt);
   header.next_free = load_le32(bytes + kNextFreeAt);
   header.key_type = static_cast<char>(bytes[kTypeAt]);
   header.flags = bytes[kFlagsAt];
+  header.numeric = bytes[kNumericAt] != 0;
   if (!is_key_type(header.key_type)) {
-    header.key_type = bytes[kNumericAt] != 0 ? 'N' : 'C';
+    header.key_type = header.numeric ? 'N' : 'C';
     header.flags = ndx_flag::kNdx3;
   }
   header.key_length = load_le16(bytes + kKeyLengthAt);
@@ -73,6 +76,11 @@ bool parse_ndx_header(const NdxPageBytes& page, NdxHeader& header) {
   const auto* text = reinterpret_cast<const char*>(bytes + kExpressionAt);
   header.expression = std::string_view(text, kMaxNdxExpression);
   header.expression = header.expression.substr(0, header.expression.find('\0'));
+  return header;
+}
+
+bool parse_ndx_header(const NdxPageBytes& page, NdxHeader& header) {
+  header = decode_ndx_header(page);
   const bool key_fits = header.key_type == 'C' ? header.key_length <= kMaxNdxTextKey
                                                : header.key_length == kNumberKeyBytes;
   return key_fits && header.layout().is_sound() && header.root > 0 &&

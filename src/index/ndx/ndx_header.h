@@ -37,9 +37,14 @@ struct NdxHeader {
   std::uint32_t max_keys = 0;
   std::uint32_t stride = 0;
   Byte byte20 = 2;
-  Byte unique = 0;  // header byte 23
+  bool numeric = false;  // header byte 16: numbers and dates
+  Byte unique = 0;       // header byte 23
   std::string_view expression;
 
+  // False also when its two places disagree, of which the dBASE III form has one.
+  bool says_unique_throughout() const {
+    return unique != 0 && (is_ndx3() || (flags & ndx_flag::kUnique) != 0);
+  }
   bool is_ndx3() const { return flags == ndx_flag::kNdx3; }
   PageLayout layout() const {
     return {.page_bytes = kNdxPageBytes,
@@ -61,9 +66,11 @@ NdxHeader new_ndx_header(bool is_ndx3, char key_type, std::uint32_t key_length, 
 // Fills a zeroed page.
 void format_ndx_header(const NdxHeader& header, NdxPageBytes& page);
 
+// The values of a page, whatever they are. The expression is a view of the page.
+NdxHeader decode_ndx_header(const NdxPageBytes& page);
+
 // False when the page cannot head an NDX file: a key length that its type does not allow, entries
-// that do not fit their stride or the page, a root outside the file. The expression is a view of
-// the page.
+// that do not fit their stride or the page, a root outside the file.
 bool parse_ndx_header(const NdxPageBytes& page, NdxHeader& header);
 
 }  // namespace vqdb::index

@@ -1,0 +1,63 @@
+#include "check/held_file.h"
+
+#include <algorithm>
+
+#include "check/operations.h"
+#include "frame/system_file.h"
+#include "platform/clock.h"
+#include "table/locks.h"
+
+namespace vqdb::check {
+namespace {
+
+// Others hold a lock for the time of an operation, hosts for the time of a change.
+constexpr std::uint32_t kTries = 3000;
+constexpr std::uint32_t kPauseMilliseconds = 1;
+
+bool is_busy(Result result) { return result == Result::file_locked || result == Result::locked; }
+
+}  // namespace
+
+Result HeldFile::open(const std::string& path, Hold hold) {
+  path_ = path;
+  Result result = open_file(block_, path, open_mode::kReadOnly, file_);
+  if (ok(result)) result = take_lock(hold);
+  if (ok(result)) result = look(head_, size_);
+  return result;
+}
+
+Result HeldFile::take_lock(Hold hold) {
+  if (hold == Hold::none) return Result::ok;
+  const std::uint32_t scheme = block_.index_kind;
+  table::UnopenedLock held;
+  for (std::uint32_t tries = 0;; ++tries) {
+    const Result result = hold == Hold::table
+                              ? table::lock_unopened_table(block_, file_, scheme, held)
+                              : table::lock_whole_file(block_, file_, scheme);
+    if (!is_busy(result) || tries == kTries) return result;
+    platform::pause(kPauseMilliseconds);
+  }
+}
+
+Result HeldFile::look(std::array<Byte, 32>& head, std::uint64_t& size) {
+  std::size_t got = 0;
+  if (!file_.size(size).ok() || !file_.read_at(0, head.data(), head.size(), got).ok()) {
+    return fail(block_, Result::io, kCheck.detail(1));
+  }
+  return Result::ok;
+}
+
+Result HeldFile::changed(bool& yes) {
+  std::array<Byte, 32> head = {};
+  std::uint64_t size = 0;
+  const Result result = look(head, size);
+  yes = size != size_ || head != head_;
+  return result;
+}
+
+Result HeldFile::read(std::uint64_t offset, void* data, std::size_t size) {
+  const platform::Outcome outcome = file_.read_exactly(offset, data, size);
+  return outcome.ok() ? Result::ok : fail(block_, Result::io, kCheck.detail(1));
+}
+
+}  // namespace vqdb::check

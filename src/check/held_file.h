@@ -1,0 +1,54 @@
+// A file while it is checked: open for reading, and locked against everyone who would change it.
+#ifndef VQDBSYS_CHECK_HELD_FILE_H_
+#define VQDBSYS_CHECK_HELD_FILE_H_
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+#include "frame/bytes.h"
+#include "frame/result.h"
+#include "platform/file.h"
+
+namespace vqdb::check {
+
+enum class Hold : std::uint8_t {
+  none,
+  table,  // against record locks and appends as well
+  file,   // a memo or index file
+};
+
+class HeldFile {
+ public:
+  explicit HeldFile(VqBlock& block) : block_(block) {}
+
+  // Opens the file and waits for its lock. Details 10421 and 10422 (not opened), 10431 and 10432
+  // (locked by somebody else, or by the system), 6601 (not read).
+  Result open(const std::string& path, Hold hold);
+  // Whether header or size are other than at opening.
+  Result changed(bool& yes);
+
+  // Reads exactly so many bytes. Detail 6601.
+  Result read(std::uint64_t offset, void* data, std::size_t size);
+
+  VqBlock& block() { return block_; }
+  platform::File& file() { return file_; }
+  const std::string& path() const { return path_; }
+  std::uint64_t size() const { return size_; }
+  bool is_open() const { return file_.is_open(); }
+  void close() { (void)file_.close(); }
+
+ private:
+  Result take_lock(Hold hold);
+  Result look(std::array<Byte, 32>& head, std::uint64_t& size);
+
+  VqBlock& block_;
+  platform::File file_;
+  std::string path_;
+  std::uint64_t size_ = 0;
+  std::array<Byte, 32> head_ = {};
+};
+
+}  // namespace vqdb::check
+
+#endif  // VQDBSYS_CHECK_HELD_FILE_H_

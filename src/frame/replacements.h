@@ -1,0 +1,30 @@
+// Rebuilt files that take the places of others together. A journal, which is there from the moment
+// when all of them are complete until the last one is in its place, tells whoever comes after a
+// crash to put the others in place, too.
+#ifndef VQDBSYS_FRAME_REPLACEMENTS_H_
+#define VQDBSYS_FRAME_REPLACEMENTS_H_
+
+#include <span>
+#include <string>
+
+#include "platform/error.h"
+
+namespace vqdb {
+
+struct Replacement {
+  std::string from;  // complete, closed and on the device
+  std::string to;
+};
+
+// Puts each file in its place, in this order. After a failure that left no journal nothing has
+// been replaced; else completing is all that is left to do.
+platform::Outcome replace_together(const std::string& journal,
+                                   std::span<const Replacement> replacements);
+
+// Completes what a journal tells; nothing to do without one. Files that others changed since are
+// not replaced: when that is the first of them, none is and all is as it was before; else `other`.
+platform::Outcome complete_replacements(const std::string& journal);
+
+}  // namespace vqdb
+
+#endif  // VQDBSYS_FRAME_REPLACEMENTS_H_

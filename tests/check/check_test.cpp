@@ -1,0 +1,187 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "support/checked_group.h"
+#include "support/memo_files.h"
+
+namespace vqdb::testing {
+namespace {
+
+const std::string kTable = "ITEMS.DBF";
+const std::string kMemo = "ITEMS.DBT";
+TEST(Check, finds_nothing_in_files_that_the_library_wrote) {
+  for (const std::uint32_t kind : {1U, 2U, 4U, 7U}) {
+    SCOPED_TRACE(kind);
+    CheckedGroup group(kind);
+    group.create();
+    EXPECT_EQ("", group.check().summary(VQ_SEVERITY_NOTE)) << "empty";
+    group.fill(60);
+    Report report = group.check();
+    EXPECT_EQ(0, report.result);
+    EXPECT_EQ("", report.summary(VQ_SEVERITY_NOTE));
+    // Changed keys, deleted records, memos that moved and were given back.
+    VqDatabase* const database = group.open(2);
+    for (std::uint32_t recno = 1; recno <= 60; recno += 2) {
+      ASSERT_EQ(0, lib.DBupdrec(database, recno, group.record(database, 61 + recno).data()));
+      ASSERT_EQ(0, lib.DBdelrec(database, recno + 1));
+    }
+    ASSERT_EQ(0, lib.DBclose(database));
+    report = group.check();
+    EXPECT_EQ(0, report.result);
+    EXPECT_EQ("", report.summary());
+  }
+}
+
+struct Damage {
+  const char* what;
+  std::string file;
+  std::size_t offset;
+  std::string bytes;
+  std::string found;
+};
+
+TEST(Check, names_what_was_damaged) {
+  const std::vector<Damage> cases = {
+      {"version of another system", kTable, 0, "\x02", "102 r0 p0 ITEMS.DBF\n"},
+      {"version without memo file", kTable, 0, "\x03", "124 r0 p0 ITEMS.DBF\n"},
+      {"version of the other layout", kTable, 0, "\x83", "124 r0 p0 ITEMS.DBF\n"},
+      {"encrypted", kTable, 15, "\x01", "103 r0 p0 ITEMS.DBF\n"},
+      {"month", kTable, 2, "\x0D", "107 r0 p0 ITEMS.DBF\n"},
+      {"count", kTable, 4, "\x0D", "113 r0 p0 ITEMS.DBF\n"},
+      {"count", kTable, 4, "\x0A", "114 r0 p0 ITEMS.DBF\n"},
+      {"header length", kTable, 8, "\x01", "104 r0 p0 ITEMS.DBF\n"},
+      {"record length", kTable, 10, "\x01", "105 r0 p0 ITEMS.DBF\n"},
+      {"field name", kTable, 64, "NAME", "108 r0 p0 ITEMS.DBF\n"},
+      {"field letters", kTable, 64, "Q-", "109 r0 p0 ITEMS.DBF\n"},
+      {"field type", kTable, 64 + 11, "?", "110 r0 p0 ITEMS.DBF\n"},
+      {"field length", kTable, 128 + 16, "\x02", "105 r0 p0 ITEMS.DBF\n111 r0 p0 ITEMS.DBF\n"},
+      {"end of the fields", kTable, CheckedGroup::kHeaderBytes - 1, "X", "112 r0 p0 ITEMS.DBF\n"},
+      {"end mark", kTable, CheckedGroup::at(13, 0), "X", "115 r0 p0 ITEMS.DBF\n"},
+      {"deletion flag", kTable, CheckedGroup::at(3, 0), "-", "118 r3 p0 ITEMS.DBF\n"},
+      {"number", kTable, CheckedGroup::at(4, 12), "1x", "119 r4 p0 ITEMS.DBF\n321 r4"},
+      {"date", kTable, CheckedGroup::at(5, 19), "20240230", "119 r5 p0 ITEMS.DBF\n"},
+      {"truth", kTable, CheckedGroup::at(6, 27), "X", "119 r6 p0 ITEMS.DBF\n"},
+      {"reference behind the file", kTable, CheckedGroup::at(2, 28), "0000009999",
+       "120 r2 p0 ITEMS.DBF\n"},
+      {"reference of another record", kTable, CheckedGroup::at(2, 28), "0000000001",
+       "121 r2 p0 ITEMS.DBF\n"},
+      {"block size", kMemo, 20, "\x01", "202 r0 p0 ITEMS.DBT\n"},
+      {"chain", kMemo, 0, "\x02", "203 r0 p2 ITEMS.DBT\n"},
+      {"chain end", kMemo, 2, "\xFF", "205 r0 p1671168"},
+      {"memo", kMemo, 512, "n", "206 r1 p1 ITEMS.DBT\n"},
+      {"long memo", kMemo, 512 + 6, "\x01", "207 r1 p1 ITEMS.DBT\n"},
+      {"memo over the next", kMemo, 512 + 5, "\x02", "208 r1 p1 ITEMS.DBT\n"},
+      {"header", "BYNAME.NDX", 12, "\xFF", "302 r0 p0 BYNAME.NDX\n"},
+      {"unique flag", "BYQTY.NDX", 23, std::string(1, '\0'), "303 r0 p0 BYQTY.NDX\n"},
+      {"expression", "BYNAME.NDX", 24, "+", "304 r0 p0 BYNAME.NDX\n"},
+      {"type", "BYNAME.NDX", 24, std::string("PAID", 5), "305 r0 p0 BYNAME.NDX\n"},
+      {"key", "BYDUE.NDX", 512 + 4 + 16 + 8 + 5, "\x40", "310"},
+  };
+  for (const Damage& damage : cases) {
+    SCOPED_TRACE(damage.what);
+    CheckedGroup group;
+    group.create();
+    group.fill();
+    write_bytes(group.file(damage.file), damage.offset, damage.bytes);
+    const Report report = group.check();
+    EXPECT_EQ(damage.found, report.summary().substr(0, damage.found.size()));
+    EXPECT_EQ(report.summary(VQ_SEVERITY_ERROR).empty(), report.result == 0);
+  }
+}
+
+TEST(Check, compares_each_key_with_its_record) {
+  struct Case {
+    const char* what;
+    std::size_t index;
+    void (*change)(VqIndex*);
+    const char* found;
+  };
+
+  static constexpr double kFirst = 1.5;
+  static constexpr double kOther = 77;
+  const Case cases[] = {
+      {"missing", 2, [](VqIndex* index) { ASSERT_EQ(0, lib.dNrmkey(index, &kFirst, 1)); },
+       "321 r1 p0 BYQTY.NDX\n"},
+      {"another record", 2,
+       [](VqIndex* index) {
+         ASSERT_EQ(0, lib.dNrmkey(index, &kFirst, 1));
+         ASSERT_EQ(0, lib.dNputkey(index, &kFirst, 2));
+       },
+       "322 r2 p1 BYQTY.NDX\n321 r1 p0 BYQTY.NDX\n"},
+      {"too many", 2, [](VqIndex* index) { ASSERT_EQ(0, lib.dNputkey(index, &kOther, 3)); },
+       "322 r3 p1 BYQTY.NDX\n"},
+      {"no such record", 2, [](VqIndex* index) { ASSERT_EQ(0, lib.dNputkey(index, &kOther, 13)); },
+       "313 r13 p1 BYQTY.NDX\n"},
+      {"twice", 1,
+       [](VqIndex* index) {
+         double first = 0;
+         std::uint32_t recno = 0;
+         ASSERT_EQ(0, lib.dNnxtkey(index, &first, &recno));
+         ASSERT_EQ(1U, recno);
+         ASSERT_EQ(0, lib.dNputkey(index, &first, recno));
+       },
+       "323 r1 p1 BYDUE.NDX\n"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    CheckedGroup group;
+    group.create();
+    group.fill();
+    VqTable* const table = lib.dDopen(&group.block, group.table().c_str(), 0, 1);
+    VqIndex* const index = lib.dNopen(table, group.index_names[c.index].c_str(), 0, 4);
+    c.change(index);
+    ASSERT_EQ(0, lib.dNclose(index));
+    ASSERT_EQ(0, lib.dDclose(table));
+    EXPECT_EQ(c.found, group.check().summary());
+    const VqCheckOptions form = {VQ_CHECK_FORM, 0, nullptr, nullptr, nullptr};
+    EXPECT_EQ("", group.check(&form).summary());
+    // The file by itself, and with its table.
+    EXPECT_EQ("", run_check(lib.dNcheck, group.block, group.index_names[c.index]).summary());
+    const std::string name = group.table();
+    const VqCheckOptions with_table = {0, 0, nullptr, name.c_str(), nullptr};
+    EXPECT_EQ(
+        c.found,
+        run_check(lib.dNcheck, group.block, group.index_names[c.index], &with_table).summary());
+  }
+}
+
+TEST(Check, tells_missing_files_from_what_it_could_not_do) {
+  CheckedGroup group;
+  EXPECT_EQ(VQ_E_NOT_FOUND, group.check().result);
+  group.create();
+  group.fill();
+  EXPECT_EQ(VQ_E_RANGE, lib.DBcheck(&group.block, nullptr, nullptr, nullptr, nullptr));
+  std::filesystem::remove(group.file("BYDUE.NDX"));
+  std::filesystem::remove(group.file(kMemo));
+  const Report report = group.check();
+  EXPECT_EQ("401 r0 p0 BYDUE.NDX\n122 r1 p0 ITEMS.DBF\n", report.summary());
+  EXPECT_EQ(2, report.result);
+  EXPECT_EQ(2, lib.DBcheck(&group.block, group.table().c_str(), nullptr, nullptr, nullptr));
+
+  Report one;
+  one.stop_after = 1;
+  EXPECT_EQ(VQ_E_CANCELLED,
+            lib.DBcheck(&group.block, group.table().c_str(), nullptr, &Report::take, &one));
+  EXPECT_EQ(1U, one.findings.size());
+  EXPECT_EQ(10071, group.block.detail);
+}
+
+TEST(Check, waits_for_nobody_who_keeps_a_lock) {
+  CheckedGroup group;
+  group.create();
+  group.fill();
+  VqDatabase* const database = group.open(2);
+  VqMember table = {};
+  ASSERT_EQ(0, lib.GRPmember(database, 1, nullptr, nullptr, &table));
+  ASSERT_EQ(0, lib.dDlkrec(static_cast<VqTable*>(table.handle), 3));
+  EXPECT_EQ(VQ_E_FILE_LOCKED, group.check().result);
+  const VqCheckOptions unlocked = {VQ_CHECK_UNLOCKED, 0, nullptr, nullptr, nullptr};
+  EXPECT_EQ(0, group.check(&unlocked).result);
+  ASSERT_EQ(0, lib.DBclose(database));
+  EXPECT_EQ(0, group.check().result);
+}
+
+}  // namespace
+}  // namespace vqdb::testing

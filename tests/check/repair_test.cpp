@@ -1,0 +1,228 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "support/checked_group.h"
+
+namespace vqdb::testing {
+namespace {
+
+class Repairs : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    group.create();
+    group.fill();
+  }
+  Report repair(const VqCheckOptions* options = nullptr) {
+    return run_check(lib.DBrepair, group.block, group.table(), options);
+  }
+  std::string text_of(std::uint32_t recno, std::size_t field) {
+    VqDatabase* database = nullptr;
+    EXPECT_EQ(0, lib.DBuse(&group.block, group.table().c_str(), 1, &database));
+    VqMember table = {};
+    EXPECT_EQ(0, lib.GRPmember(database, 1, nullptr, nullptr, &table));
+    std::string record(CheckedGroup::kRecordBytes, '\0');
+    std::uint32_t found = 0;
+    EXPECT_EQ(0, lib.DBgetrec(&table, reinterpret_cast<const void*>(std::uintptr_t{recno}),
+                              record.data(), &found));
+    std::string text(2000, '\0');
+    std::int32_t length = 0;
+    const std::int32_t result =
+        lib.DBgetmemo(database, &record[field], 0, 1999, text.data(), &length, nullptr);
+    EXPECT_EQ(0, lib.DBclose(database));
+    return result == 0 ? text.substr(0, static_cast<std::size_t>(length)) : "none";
+  }
+
+  CheckedGroup group;
+};
+
+TEST_F(Repairs, leave_a_sound_group_alone) {
+  const std::vector<std::string> files = group.folder.list();
+  const Report report = repair();
+  EXPECT_EQ(0, report.result);
+  EXPECT_TRUE(report.findings.empty());
+  EXPECT_EQ(files, group.folder.list());
+}
+
+struct Mendable {
+  const char* what;
+  std::string file;
+  std::size_t offset;
+  std::string bytes;
+};
+
+// Whatever one damage does to the files, what was there before comes back.
+TEST_F(Repairs, bring_back_what_only_one_value_can_mean) {
+  const std::vector<Mendable> cases = {
+      {"count too high", "ITEMS.DBF", 4, "\x40"},
+      {"count too low", "ITEMS.DBF", 4, "\x07"},
+      {"header length", "ITEMS.DBF", 8, "\x01"},
+      {"record length", "ITEMS.DBF", 10, std::string(2, '\0')},
+      {"version", "ITEMS.DBF", 0, "\x83"},
+      {"version without memo file", "ITEMS.DBF", 0, "\x03"},
+      {"unknown version", "ITEMS.DBF", 0, "\x8A"},
+      {"end of the fields", "ITEMS.DBF", CheckedGroup::kHeaderBytes - 1, "\x20"},
+      {"end mark", "ITEMS.DBF", CheckedGroup::at(13, 0), "\x20"},
+      {"deletion flag", "ITEMS.DBF", CheckedGroup::at(5, 0), "?"},
+      {"shared memo", "ITEMS.DBF", CheckedGroup::at(2, 28), "0000000001"},
+      {"block size", "ITEMS.DBT", 20, std::string("\x00\x04", 2)},
+      {"chain", "ITEMS.DBT", 0, "\x01"},
+      {"chain end", "ITEMS.DBT", 2, "\x7F"},
+      {"memo mark", "ITEMS.DBT", 512, std::string(1, '\0')},
+      {"index page", "BYNAME.NDX", 1024, "\x77"},
+      {"index root", "BYNAME.NDX", 0, "\x55"},
+      {"index pages", "BYNAME.NDX", 4, "\xFF"},
+      {"unique flag", "BYQTY.NDX", 8, std::string(1, '\0')},
+  };
+  VqDatabase* const database = group.open();
+  ASSERT_EQ(0, lib.DBclose(database));
+  const std::vector<std::string> names = group.folder.list();
+  std::vector<std::string> sound;
+  for (const std::string& name : names) sound.push_back(read_file(group.file(name)));
+  const std::string first_memo = text_of(1, 28);
+  ASSERT_EQ(0U, first_memo.find("note 1"));
+  for (const Mendable& damage : cases) {
+    SCOPED_TRACE(damage.what);
+    const std::string path = group.file(damage.file);
+    const std::string before = read_file(path);
+    write_bytes(path, damage.offset, damage.bytes);
+    const std::string damaged = read_file(path);
+    ASSERT_NE("", group.check().summary());
+    EXPECT_EQ(0, repair().result);
+    EXPECT_EQ("", group.check().summary());
+    EXPECT_EQ(damaged, read_file(path + ".BAK"));
+    const std::string table = read_file(group.file("ITEMS.DBF"));
+    if (damage.what != std::string("shared memo")) {
+      EXPECT_EQ(sound[static_cast<std::size_t>(std::find(names.begin(), names.end(), "ITEMS.DBF") -
+                                               names.begin())],
+                table);
+    } else {
+      EXPECT_EQ(first_memo, text_of(2, 28));
+      EXPECT_NE(table.substr(CheckedGroup::at(1, 28), 10),
+                table.substr(CheckedGroup::at(2, 28), 10));
+    }
+    EXPECT_EQ(first_memo, text_of(1, 28));
+    for (const std::string& left : group.folder.list()) {
+      if (std::find(names.begin(), names.end(), left) == names.end()) {
+        EXPECT_NE(std::string::npos, left.find(".BAK")) << left;
+        std::filesystem::remove(group.file(left));
+      }
+    }
+    for (std::size_t i = 0; i < names.size(); ++i) write_file(group.file(names[i]), sound[i]);
+  }
+}
+
+TEST_F(Repairs, keep_records_that_are_whole_when_a_file_was_cut) {
+  const std::string path = group.file("ITEMS.DBF");
+  const std::string bytes = read_file(path);
+  write_file(path, bytes.substr(0, CheckedGroup::at(8, 20)));
+  EXPECT_EQ(0, repair().result);
+  EXPECT_EQ(bytes.substr(CheckedGroup::kHeaderBytes,
+                         CheckedGroup::at(8, 0) - CheckedGroup::kHeaderBytes) +
+                "\x1A",
+            read_file(path).substr(CheckedGroup::kHeaderBytes));
+  // A second repair leaves the first one's backup.
+  write_bytes(path, CheckedGroup::at(2, 0), "?");
+  EXPECT_EQ(0, repair().result);
+  EXPECT_EQ(bytes.substr(0, CheckedGroup::at(8, 20)), read_file(path + ".BAK"));
+  EXPECT_TRUE(file_exists(path + ".BA1"));
+}
+
+TEST_F(Repairs, give_up_a_reference_only_where_no_memo_is) {
+  write_bytes(group.file("ITEMS.DBF"), CheckedGroup::at(4, 28), "0000009999");
+  const std::string other = text_of(1, 38);
+  const Report report = repair();
+  EXPECT_EQ(0, report.result);
+  EXPECT_EQ(std::string(10, ' '), read_bytes(group.file("ITEMS.DBF"), CheckedGroup::at(4, 28), 10));
+  EXPECT_EQ(other, text_of(1, 38));
+  // Without the memo file nothing is known of the memos, and the fields stay as they are.
+  const std::string table = read_file(group.file("ITEMS.DBF"));
+  std::filesystem::remove(group.file("ITEMS.DBT"));
+  EXPECT_EQ(1, repair().result);
+  EXPECT_EQ(table, read_file(group.file("ITEMS.DBF")));
+}
+
+TEST_F(Repairs, build_lost_indexes_from_the_hosts_list) {
+  ASSERT_EQ(0, lib.DBclose(group.open()));
+  std::filesystem::remove(group.file("BYDUE.NDX"));
+  write_bytes(group.file("BYNAME.NDX"), 12, std::string(60, '\x01'));
+  VqDatabase* database = nullptr;
+  ASSERT_GT(0, lib.DBuse(&group.block, group.table().c_str(), 0, &database));
+  EXPECT_EQ(2, repair().result);
+  const VqIndexDef defs[] = {
+      {64, group.index_names[0].c_str(), nullptr, "NAME+SPACE(80)", nullptr, 0},
+      {128, group.index_names[1].c_str(), nullptr, "DUE", nullptr, 0},
+      {64, group.index_names[2].c_str(), nullptr, nullptr, nullptr, 0}};
+  const std::string backups = group.file("KEPT");
+  std::filesystem::create_directory(backups);
+  const VqCheckOptions options = {0, 3, defs, nullptr, backups.c_str()};
+  EXPECT_EQ(0, repair(&options).result);
+  EXPECT_TRUE(file_exists(backups + "/BYNAME.NDX.BAK"));
+  EXPECT_EQ("", group.check().summary());
+  ASSERT_EQ(0, lib.DBuse(&group.block, group.table().c_str(), 0, &database));
+  ASSERT_EQ(0, lib.DBclose(database));
+}
+
+TEST(SafeCompaction, keeps_every_memo_whole_and_the_table_in_step) {
+  for (const std::uint32_t kind : {1U, 7U}) {
+    SCOPED_TRACE(kind);
+    CheckedGroup group(kind);
+    group.create();
+    group.fill(40);
+    VqDatabase* database = group.open();
+    std::uint32_t recno = 0;
+    std::string record = group.record(database, 41);
+    if (kind == 7) {  // longer than what an old compaction kept
+      const std::string text = std::string(40000, 'x') + std::string(40000, 'y');
+      VqMember memo = {};
+      ASSERT_EQ(0, lib.GRPmember(database, 2, nullptr, nullptr, &memo));
+      std::fill_n(record.begin() + 28, 10, ' ');
+      ASSERT_EQ(0,
+                lib.dTnewmm(static_cast<VqMemo*>(memo.handle), 0, 80000, text.data(), &record[28]));
+    }
+    ASSERT_EQ(0, lib.DBapprec(database, record.data(), &recno));
+    for (std::uint32_t changed = 1; changed <= 41; changed += 3) {
+      ASSERT_EQ(0, lib.DBupdrec(database, changed, group.record(database, changed + 50).data()));
+    }
+    const auto texts = [&] {
+      std::vector<std::string> all;
+      VqMember table = {};
+      EXPECT_EQ(0, lib.GRPmember(database, 1, nullptr, nullptr, &table));
+      EXPECT_EQ(0, lib.DBrewind(&table));
+      while (lib.DBnextrec(&table, record.data(), &recno, nullptr) == 0) {
+        for (const std::size_t field : {std::size_t{28}, std::size_t{38}}) {
+          std::int32_t size = 0;
+          std::int32_t length = 0;
+          if (lib.DBmemosize(database, &record[field], &size) != 0) size = 0;
+          std::string text(static_cast<std::size_t>(size) + 1, '\0');
+          if (size > 0) {
+            EXPECT_EQ(
+                0, lib.DBgetmemo(database, &record[field], 0, size, text.data(), &length, nullptr));
+          }
+          all.push_back(text);
+        }
+      }
+      return all;
+    };
+    const std::vector<std::string> before = texts();
+    ASSERT_EQ(0, lib.DBclose(database));
+    const std::size_t size = read_file(group.file("ITEMS.DBT")).size();
+    ASSERT_EQ(0, lib.DBcompact(&group.block, group.table().c_str()));
+    EXPECT_GT(size, read_file(group.file("ITEMS.DBT")).size());
+    const Report report = group.check();
+    EXPECT_EQ(0, report.result);
+    EXPECT_EQ("", report.summary(VQ_SEVERITY_NOTE));
+    database = group.open();
+    EXPECT_EQ(before, texts());
+    ASSERT_EQ(0, lib.DBclose(database));
+    // Damaged files are not compacted.
+    write_bytes(group.file("ITEMS.DBF"), CheckedGroup::at(2, 28), "0000099999");
+    EXPECT_EQ(VQ_E_FORMAT, lib.DBcompact(&group.block, group.table().c_str()));
+    EXPECT_EQ(6621, group.block.detail);
+  }
+}
+
+}  // namespace
+}  // namespace vqdb::testing
