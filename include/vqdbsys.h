@@ -1278,6 +1278,7 @@ const char* VQ_CALL vqDetailText(int32_t detail);
 #define VQ_F_MEMO_MARK 209       /* W a memo begins with a damaged mark */
 #define VQ_F_BLOCKS_LOST 210     /* N blocks that are neither free nor in a memo that is named */
 #define VQ_F_NEXT_FREE_OLD 211   /* W dBASE III: the header was not stored after the last memo */
+#define VQ_F_MEMO_UNNAMED 212    /* N dBASE IV: a memo that no field names */
 /* Indexes. */
 #define VQ_F_INDEX_SHORT 301      /* E no room for a header, or for the pages that it counts */
 #define VQ_F_INDEX_HEADER 302     /* E a header that no index has; no further */
@@ -1304,14 +1305,14 @@ const char* VQ_CALL vqDetailText(int32_t detail);
 /* Groups. */
 #define VQ_F_FILE_MISSING 401 /* E a file of the group is not there */
 #define VQ_F_INDEX_LIST 402   /* E the index list cannot be read */
-#define VQ_F_PACK_CUT_OFF 404 /* E DBpack was cut off; DBpack or DBrepair completes it */
 #define VQ_F_NOT_COMPARED 403 /* N an index was not compared with the table; the text says why */
+#define VQ_F_PACK_CUT_OFF 404 /* E DBpack was cut off; DBpack or DBrepair completes it */
 
 /* What a repair did. */
 #define VQ_F_BACKUP 501     /* N where the file is kept as it was */
 #define VQ_F_MENDED 502     /* N a table or memo file has been mended */
 #define VQ_F_REBUILT 503    /* N an index has been built again */
-#define VQ_F_NOT_MENDED 504 /* W an index that cannot be built; the text says why */
+#define VQ_F_NOT_MENDED 504 /* W a file that cannot be mended; the text says why */
 
 /* A finding. The texts are the library's, and stay good until the report returns. */
 typedef struct VqFinding {
@@ -1383,9 +1384,12 @@ int32_t VQ_CALL dXcheck(VqBlock* block, const char* name, const VqCheckOptions* 
  * Tables: count, lengths, version byte, end of the fields and end mark become what the rest of the
  * file says, where only one value can be meant; a deletion flag that is none becomes a blank, so
  * that the record is kept. Records are never dropped; a last record that the file does not hold
- * whole is in the backup only. Memo files: every memo that a field names keeps its place, or, where
- * another memo has it too, gets one of its own at the end; all other blocks are free again. A field
- * that names no memo becomes blank. Bytes that a field's type does not have stay as they are.
+ * whole is in the backup only. A table of which nothing tells where its records are stays as it is.
+ * Memo files: every memo that a field names keeps its place, or, where another memo has it too, gets
+ * one of its own at the end; so do memos that no field names, which DBcompact takes away; all other
+ * blocks are free again. A field that names no memo becomes blank, unless none of the memos that the
+ * table names is in the file: then it is another table's, and both stay as they are. Bytes that a
+ * field's type does not have stay as they are.
  * Indexes that do not check are built again from their own header or, where that does not tell
  * their key, from the host's list; keys are not unique where the header contradicts itself.
  *
@@ -1399,13 +1403,13 @@ int32_t VQ_CALL DBrepair(VqBlock* block, const char* name, const VqCheckOptions*
  * and fields and, in the dBASE IV layout, in blocks of the present memo block setting. Nothing else
  * may have the files open. Both are copied and take their places together: after a crash between
  * the two, the next dDopen, dTopen, DBopen or check completes the step by the journal beside the
- * table (its name with a "$" behind it; the new files have a "~"), so until then no other program
+ * table (its name with a "$" behind it; the new files have "$NEW"), so until then no other program
  * may write to them. A table without memo file is left as it is.
  *
- * 6621 (VQ_E_FORMAT): a check finds errors, to be mended first; 6622: the new files cannot take
- * their places; 6611, 6613 and those of DBcheck. After a failure all is as it was, or the
- * next open completes the step. 10049, from
- * dDopen, dTopen and the checks: the step cannot be completed. */
+ * 6621 (VQ_E_FORMAT): a check finds errors, or bytes in a memo field that may have named a memo, to
+ * be mended first; 6622: the new files cannot take their places; 6611, 6613 and those of DBcheck.
+ * After a failure all is as it was, or the next open completes the step. 10049, from dDopen, dTopen
+ * and the checks: the step cannot be completed. */
 int32_t VQ_CALL DBcompact(VqBlock* block, const char* name);
 
 /* The shut-down entry of old systems; does nothing and returns 1. */

@@ -26,18 +26,18 @@ namespace {
 class Pending {
  public:
   explicit Pending(const std::string& target)
-      : files_{platform::real_path(target) + "~", platform::real_path(target)} {}
+      : target_(platform::real_path(target)), path_(growing_beside(target_)) {}
   ~Pending() {
     (void)file_.close();
-    if (made_) (void)platform::remove(files_.from);
+    if (made_) (void)platform::remove(path_);
   }
   Pending(const Pending&) = delete;
   Pending& operator=(const Pending&) = delete;
 
   platform::Outcome make() {
     // One that is there is what a crash left.
-    (void)platform::remove(files_.from);
-    const platform::Outcome outcome = file_.create_replacement(files_.from, files_.to);
+    (void)platform::remove(path_);
+    const platform::Outcome outcome = file_.create_replacement(path_, target_);
     made_ = outcome.ok();
     return outcome;
   }
@@ -49,10 +49,11 @@ class Pending {
   void keep() { made_ = false; }
 
   platform::File& file() { return file_; }
-  const Replacement& files() const { return files_; }
+  const std::string& target() const { return target_; }
 
  private:
-  const Replacement files_;
+  const std::string target_;
+  const std::string path_;
   platform::File file_;
   bool made_ = false;
 };
@@ -120,7 +121,8 @@ class Compaction {
     Progress progress(block_, 2 * table.record_count());
     if (ok(result)) result = table.check_records(progress, unheard);
     if (!ok(result)) return result;
-    if (unheard.errors() != 0) return fail(block_, Result::bad_format, kCompact.detail(1));
+    const bool is_known = unheard.errors() == 0 && table.facts().wild_references == 0;
+    if (!is_known) return fail(block_, Result::bad_format, kCompact.detail(1));
     if (!table.memo_form().is_memo_file) return Result::ok;
     Pending new_memo(table.memo_file().path());
     Pending new_table(table.file().path());
@@ -129,11 +131,15 @@ class Compaction {
     if (ok(result)) result = write_table(table, new_table, patches);
     if (ok(result)) result = progress.finish();
     if (!ok(result)) return result;
+    result = table.confirm_unchanged();
+    if (!ok(result)) return result;
     const std::string journal = table::journal_of(table.file().path());
-    table.memo_file().close();
-    table.file().close();
-    // The table goes first: a change to it is seen by its size.
-    const std::array<Replacement, 2> files = {new_table.files(), new_memo.files()};
+    if constexpr (!platform::kReplacesOpenFiles) {
+      table.memo_file().close();
+      table.file().close();
+    }
+    // The table goes first, since others change it more.
+    const std::array<std::string, 2> files = {new_table.target(), new_memo.target()};
     const platform::Outcome placed = replace_together(journal, files);
     if (placed.ok() || platform::exists(journal)) {
       new_memo.keep();

@@ -11,8 +11,8 @@ namespace {
 
 // All other codes are errors.
 constexpr std::array kNotes = {
-    VQ_F_END_MARK_MISSING, VQ_F_TAIL,   VQ_F_BLOCKS_LOST, VQ_F_PAGES_LOST,
-    VQ_F_NOT_COMPARED,     VQ_F_BACKUP, VQ_F_MENDED,      VQ_F_REBUILT,
+    VQ_F_END_MARK_MISSING, VQ_F_TAIL,   VQ_F_BLOCKS_LOST, VQ_F_PAGES_LOST,   VQ_F_NOT_COMPARED,
+    VQ_F_BACKUP,           VQ_F_MENDED, VQ_F_REBUILT,     VQ_F_MEMO_UNNAMED,
 };
 constexpr std::array kWarnings = {
     VQ_F_RECORD_SLACK,  VQ_F_UPDATE_DATE, VQ_F_FIELD_LETTERS,      VQ_F_FIELDS_END,

@@ -47,12 +47,12 @@ Result HeldFile::look(std::array<Byte, 32>& head, std::uint64_t& size) {
   return Result::ok;
 }
 
-Result HeldFile::changed(bool& yes) {
+Result HeldFile::confirm_unchanged() {
   std::array<Byte, 32> head = {};
   std::uint64_t size = 0;
   const Result result = look(head, size);
-  yes = size != size_ || head != head_;
-  return result;
+  if (!ok(result) || (size == size_ && head == head_)) return result;
+  return fail(block_, Result::file_locked, kCheck.detail(2));
 }
 
 Result HeldFile::read(std::uint64_t offset, void* data, std::size_t size) {

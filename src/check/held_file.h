@@ -25,8 +25,8 @@ class HeldFile {
   // Opens the file and waits for its lock. Details 10421 and 10422 (not opened), 10431 and 10432
   // (locked by somebody else, or by the system), 6601 (not read).
   Result open(const std::string& path, Hold hold);
-  // Whether header or size are other than at opening.
-  Result changed(bool& yes);
+  // Fails when its first bytes or its size are other than at opening, with detail 6602.
+  Result confirm_unchanged();
 
   // Reads exactly so many bytes. Detail 6601.
   Result read(std::uint64_t offset, void* data, std::size_t size);

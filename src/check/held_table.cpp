@@ -58,7 +58,8 @@ Result HeldTable::check_records(Progress& progress, Findings& memo_findings) {
   return read_memo_form(memo_, findings, layout, {form_, facts_.references, findings_}, memo_form_);
 }
 
-// A dBASE IV memo file tells its layout; one of dBASE III has zeros there.
+// A dBASE IV memo file tells its layout by its header, or by its memos; one of dBASE III has zeros
+// there.
 Result HeldTable::confirm_layout(memo::Layout& layout) {
   std::array<Byte, memo::kHeaderBytes> header = {};
   if (memo_.size() < header.size()) return Result::ok;
@@ -71,6 +72,11 @@ Result HeldTable::confirm_layout(memo::Layout& layout) {
   const memo::Layout told = has_mark ? memo::Layout::dbase4 : memo::Layout::dbase3;
   const bool half = has_mark != has_size;  // either may be damaged
   if (half || told == layout) return Result::ok;
+  if (told == memo::Layout::dbase3) {
+    bool is_dbase4 = false;  // with a header of zeros
+    const Result result = names_dbase4_memos(memo_, facts_.references, is_dbase4);
+    if (!ok(result) || is_dbase4) return result;
+  }
   findings_.add(VQ_F_VERSION_MEMO, {},
                 "The version byte stands for a memo file of the other layout.");
   layout = told;
@@ -96,13 +102,6 @@ Result HeldTable::open_for_keys(IndexedTable& out) {
   if (ok(result)) out = {&*table_, form_.count};
   // What a damaged table is refused with has been found already.
   return result == Result::bad_format ? Result::ok : result;
-}
-
-Result HeldTable::confirm_unchanged() {
-  bool changed = false;
-  const Result result = file_.changed(changed);
-  if (!ok(result) || !changed) return result;
-  return fail(block_, Result::file_locked, kCheck.detail(2));
 }
 
 }  // namespace vqdb::check

@@ -29,7 +29,7 @@ class HeldTable {
   // Opens the table for its keys to be made; where that cannot be, `out` stays without a table.
   Result open_for_keys(IndexedTable& out);
   // Fails when the table has changed since it was opened, with detail 6602.
-  Result confirm_unchanged();
+  Result confirm_unchanged() { return file_.confirm_unchanged(); }
 
   const TableForm& form() const { return form_; }
   // The MDX file that the table is marked with, where it is there; else empty.

@@ -14,12 +14,27 @@ namespace {
 constexpr std::uint64_t kMaxBlock = std::numeric_limits<std::uint32_t>::max();
 constexpr std::size_t kSample = 32;
 
-struct Span {
-  std::uint64_t first;
-  std::uint64_t count;
+// How many of some references lead to a memo's mark with blocks of this size.
+Result count_marks(HeldFile& file, ChunkReader& reader,
+                   const std::vector<MemoReference>& references, std::uint32_t block_size,
+                   std::size_t& marks, std::size_t& tried) {
+  marks = 0;
+  tried = 0;
+  const std::size_t step = references.size() / kSample + 1;
+  for (std::size_t i = 0; i < references.size(); i += step) {
+    ++tried;
+    const std::uint64_t block = references[i].block;
+    const std::uint64_t start = block * block_size;
+    if (block > kMaxBlock || start + memo::kMemoHeaderBytes > file.size()) continue;
+    std::array<Byte, memo::kMemoMark.size()> mark;
+    const Result result = reader.read(start, mark.data(), mark.size());
+    if (!ok(result)) return result;
+    if (mark == memo::kMemoMark) ++marks;
+  }
+  return Result::ok;
+}
 
-  std::uint64_t end() const { return first + count; }
-};
+bool is_before(const BlockSpan& a, const BlockSpan& b) { return a.first < b.first; }
 
 class MemoPass {
  public:
@@ -32,8 +47,8 @@ class MemoPass {
     if (ok(result)) result = read_memos();
     if (ok(result) && form_.layout == memo::Layout::dbase4) result = walk_chain();
     if (ok(result) && form_.layout == memo::Layout::dbase3) check_next_free();
+    if (ok(result)) result = find_lost();
     if (!ok(result)) return result;
-    count_lost();
     form_.is_sound = form_.is_sound && !findings_.has_errors();
     return findings_.proceed();
   }
@@ -70,31 +85,13 @@ class MemoPass {
     return result;
   }
 
-  // How many of some references lead to a memo's mark with blocks of this size.
-  Result count_marks(std::uint32_t block_size, std::size_t& marks, std::size_t& tried) {
-    marks = 0;
-    tried = 0;
-    const std::size_t step = owner_.references.size() / kSample + 1;
-    for (std::size_t i = 0; i < owner_.references.size(); i += step) {
-      ++tried;
-      const std::uint64_t block = owner_.references[i].block;
-      const std::uint64_t start = block * block_size;
-      if (block > kMaxBlock || start + memo::kMemoHeaderBytes > file_.size()) continue;
-      std::array<Byte, memo::kMemoMark.size()> mark;
-      const Result result = reader_.read(start, mark.data(), mark.size());
-      if (!ok(result)) return result;
-      if (mark == memo::kMemoMark) ++marks;
-    }
-    return Result::ok;
-  }
-
   // The block size of the header, unless another one, and no third, leads to more memos.
   Result find_block_size(std::uint32_t stored) {
     std::size_t most = 0;
     std::size_t tried = 0;
     if (memo::is_block_size(stored)) {
       form_.block_size = stored;
-      const Result result = count_marks(stored, most, tried);
+      const Result result = count_marks(file_, reader_, owner_.references, stored, most, tried);
       if (!ok(result) || most == tried) return result;
     } else {
       form_.block_size = 0;
@@ -104,7 +101,8 @@ class MemoPass {
     for (std::uint32_t size = memo::kForeignBlockUnit; size <= memo::kMaxBlockSize;
          size += memo::kForeignBlockUnit) {
       std::size_t marks = 0;
-      if (const Result result = count_marks(size, marks, tried); !ok(result)) return result;
+      const Result result = count_marks(file_, reader_, owner_.references, size, marks, tried);
+      if (!ok(result)) return result;
       if (best != 0 && marks == most) alone = false;
       if (marks <= most) continue;
       most = marks;
@@ -254,7 +252,7 @@ class MemoPass {
                   numbered(std::string(before) + "record ", reference.record, behind));
   }
 
-  void add_chain(std::int32_t code, std::uint64_t block, const std::string& text) {
+  void add_block(std::int32_t code, std::uint64_t block, const std::string& text) {
     findings_.add(code, {.offset = offset_of(block), .page = static_cast<std::uint32_t>(block)},
                   text);
   }
@@ -268,12 +266,12 @@ class MemoPass {
         const Result result = reader_.read(offset_of(next_), bytes.data(), bytes.size());
         if (!ok(result)) return result;
       }
-      const Span run = {next_, load_le32(&bytes[4])};
+      const BlockSpan run = {next_, load_le32(&bytes[4])};
       const std::uint32_t link = load_le32(bytes.data());
       free_blocks += run.count;
       if (next_ == 0 || !whole || run.count == 0 || run.end() > form_.blocks ||
           free_blocks > form_.blocks || looks_like_memo(link)) {
-        add_chain(VQ_F_CHAIN_BROKEN, next_,
+        add_block(VQ_F_CHAIN_BROKEN, next_,
                   numbered("The chain of free blocks is broken at block ", next_, "."));
         chain_holds_ = false;
         break;
@@ -282,12 +280,11 @@ class MemoPass {
       next_ = link;
     }
     if (chain_holds_ && offset_of(next_) > file_.size() + most_gap()) {
-      add_chain(
+      add_block(
           VQ_F_CHAIN_END, next_,
           numbered("New memos would begin at block ", next_, ", far behind the end of the file."));
     }
-    std::sort(free_.begin(), free_.end(),
-              [](const Span& a, const Span& b) { return a.first < b.first; });
+    std::sort(free_.begin(), free_.end(), is_before);
     check_overlaps();
     return Result::ok;
   }
@@ -302,7 +299,7 @@ class MemoPass {
     std::size_t at = 0;
     std::uint64_t memo_end = 0;
     for (std::size_t i = 0; i < free_.size(); ++i) {
-      const Span& run = free_[i];
+      const BlockSpan& run = free_[i];
       bool clashes = i > 0 && free_[i - 1].end() > run.first;
       for (; at < form_.memos.size() && form_.memos[at].reference.block < run.end(); ++at) {
         if (form_.memos[at].state == MemoState::unreadable) continue;
@@ -310,7 +307,7 @@ class MemoPass {
         memo_end = std::max(memo_end, form_.memos[at].end());
       }
       if (clashes || memo_end > run.first) {
-        add_chain(
+        add_block(
             VQ_F_CHAIN_OVERLAP, run.first,
             numbered("The free blocks from ", run.first, " on are part of a memo, or free twice."));
       }
@@ -331,24 +328,50 @@ class MemoPass {
     }
   }
 
-  void count_lost() {
-    std::vector<Span> used = free_;
+  Result find_lost() {
+    std::vector<BlockSpan> used = free_;
     for (const NamedMemo& memo : form_.memos) {
       if (memo.state != MemoState::unreadable) used.push_back({memo.reference.block, memo.blocks});
     }
-    std::sort(used.begin(), used.end(),
-              [](const Span& a, const Span& b) { return a.first < b.first; });
+    used.push_back({form_.blocks, 0});
+    std::sort(used.begin(), used.end(), is_before);
     std::uint64_t at = 1;  // behind the header
     std::uint64_t lost = 0;
-    for (const Span& span : used) {
-      if (span.first > at) lost += span.first - at;
+    for (const BlockSpan& span : used) {
+      if (span.first > at) {
+        lost += span.first - at;
+        if (const Result result = find_unnamed(at, span.first); !ok(result)) return result;
+      }
       at = std::max(at, span.end());
     }
-    if (form_.blocks > at) lost += form_.blocks - at;
     if (lost != 0) {
       findings_.add(VQ_F_BLOCKS_LOST, {},
                     numbered("", lost, " blocks are neither free nor part of a memo in use."));
     }
+    return Result::ok;
+  }
+
+  // What a field that has been damaged, or a record that was never written, may have named.
+  Result find_unnamed(std::uint64_t block, std::uint64_t end) {
+    while (form_.layout == memo::Layout::dbase4 && block < end) {
+      std::array<Byte, memo::kMemoHeaderBytes> header;
+      if (offset_of(block) + header.size() > file_.size()) break;
+      Result result = reader_.read(offset_of(block), header.data(), header.size());
+      if (!ok(result)) return result;
+      std::uint64_t count = 1;
+      if (std::equal(memo::kMemoMark.begin(), memo::kMemoMark.end(), header.begin())) {
+        const std::uint32_t bytes = load_le32(&header[memo::kMemoMark.size()]);
+        count = std::clamp<std::uint64_t>((bytes + form_.block_size - 1) / form_.block_size, 1,
+                                          end - block);
+        form_.unnamed.push_back({block, count});
+        add_block(VQ_F_MEMO_UNNAMED, block,
+                  numbered("No field names the memo at block ", block, "."));
+        result = findings_.proceed();
+      }
+      if (!ok(result)) return result;
+      block += count;
+    }
+    return Result::ok;
   }
 
   HeldFile& file_;
@@ -357,11 +380,24 @@ class MemoPass {
   MemoForm& form_;
   ChunkReader reader_;
   std::uint32_t next_ = 0;  // in the chain; dBASE III: the next free block
-  std::vector<Span> free_;
+  std::vector<BlockSpan> free_;
   bool chain_holds_ = true;
 };
 
 }  // namespace
+
+Result names_dbase4_memos(HeldFile& file, const std::vector<MemoReference>& references, bool& yes) {
+  ChunkReader reader(file);
+  Result result = reader.start(1);
+  std::size_t marks = 0;
+  std::size_t tried = 0;
+  for (std::uint32_t size = memo::kForeignBlockUnit;
+       ok(result) && marks == 0 && size <= memo::kMaxBlockSize; size += memo::kForeignBlockUnit) {
+    result = count_marks(file, reader, references, size, marks, tried);
+  }
+  yes = marks != 0;
+  return result;
+}
 
 Result read_memo_form(HeldFile& file, FileFindings& findings, memo::Layout layout,
                       const MemoOwner& owner, MemoForm& form) {

@@ -30,13 +30,22 @@ struct NamedMemo {
   std::uint64_t end() const { return reference.block + blocks; }
 };
 
+// Blocks that lie one behind the other.
+struct BlockSpan {
+  std::uint64_t first;
+  std::uint64_t count;
+
+  std::uint64_t end() const { return first + count; }
+};
+
 struct MemoForm {
   memo::Layout layout = memo::Layout::none;
   std::uint32_t block_size = 0;
-  std::uint64_t blocks = 0;      // that the file reaches into, the header's included
-  bool is_memo_file = false;     // blocks can be told
-  bool is_sound = true;          // nothing in the file has to be mended
-  std::vector<NamedMemo> memos;  // by block
+  std::uint64_t blocks = 0;        // that the file reaches into, the header's included
+  bool is_memo_file = false;       // blocks can be told
+  bool is_sound = true;            // nothing in the file has to be mended
+  std::vector<NamedMemo> memos;    // by block
+  std::vector<BlockSpan> unnamed;  // dBASE IV: memos that no field names, by block
 };
 
 // The table that tells what the file holds. Its references come out by block.
@@ -45,6 +54,10 @@ struct MemoOwner {
   std::vector<MemoReference>& references;
   FileFindings& findings;
 };
+
+// Whether references lead to what begins a dBASE IV memo, with blocks of any size.
+Result names_dbase4_memos(HeldFile& file, const std::vector<MemoReference>& references, bool& yes);
+
 Result read_memo_form(HeldFile& file, FileFindings& findings, memo::Layout layout,
                       const MemoOwner& owner, MemoForm& form);
 

@@ -77,22 +77,26 @@ class Plan {
   }
 
   // Where a memo moved from stays out of the chain: should only the memo file have been replaced
-  // when the machine stops, the fields still name the old place.
+  // when the machine stops, the fields still name the old place. So do memos that no field names,
+  // of which more may be known than the table says.
   void chain_free_blocks() {
+    std::vector<BlockSpan> kept = form_.unnamed;
+    for (const NamedMemo& memo : form_.memos) {
+      if (memo.state != MemoState::unreadable) kept.push_back({memo.reference.block, memo.blocks});
+    }
+    std::sort(kept.begin(), kept.end(),
+              [](const BlockSpan& a, const BlockSpan& b) { return a.first < b.first; });
+    kept.push_back({form_.blocks, 0});
     std::uint64_t at = 1;
     std::uint64_t link_at = memo::kNextFreeOffset;
-    const auto chain = [&](std::uint64_t first, std::uint64_t end) {
-      if (first >= end) return;
-      patch(link_at, le32(first));
-      patch(offset_of(first) + 4, le32(end - first));
-      link_at = offset_of(first);
-    };
-    for (const NamedMemo& memo : form_.memos) {
-      if (memo.state == MemoState::unreadable) continue;
-      chain(at, memo.reference.block);
-      at = std::max(at, memo.end());
+    for (const BlockSpan& span : kept) {
+      if (at < span.first) {
+        patch(link_at, le32(at));
+        patch(offset_of(at) + 4, le32(span.first - at));
+        link_at = offset_of(at);
+      }
+      at = std::max(at, span.end());
     }
-    chain(at, form_.blocks);
     patch(link_at, le32(end_));
     for (const std::uint64_t offset : remarked_) patch(offset, mark());
   }

@@ -11,6 +11,7 @@
 #include "check/operations.h"
 #include "check/patched_copy.h"
 #include "frame/file_name.h"
+#include "frame/replacements.h"
 #include "frame/system_file.h"
 #include "frame/temporary_file.h"
 #include "index/mdx/mdx_build.h"
@@ -49,7 +50,7 @@ std::vector<Patch> table_patches(const TableForm& form, const RecordFacts& facts
   for (const std::uint32_t recno : facts.wild_flags) {
     patch(true, form.offset_of(recno), std::string(1, table::kLive));
   }
-  patch(!form.ends_records, form.offset_of(std::uint64_t{form.count} + 1),
+  patch(form.end == RecordsEnd::other, form.offset_of(std::uint64_t{form.count} + 1),
         std::string(1, table::kEndMark));
   return patches;
 }
@@ -82,22 +83,44 @@ class Repair {
     Progress progress(block_, table.record_count());
     if (ok(result)) result = table.check_records(progress, findings_);
     if (!ok(result) || !table.form().has_records) return result;
-    std::vector<Patch> patches = table_patches(table.form(), table.facts());
-    if (table.memo_form().is_memo_file) {
-      MemoRepair memo = plan_memo_repair(table.form(), table.memo_form());
-      if (memo.needed) result = write_memo_file(table.memo_file(), memo);
-      patches.insert(patches.end(), memo.table_patches.begin(), memo.table_patches.end());
+    if (!table.form().has_sure_lengths && !table.facts().wild_flags.empty()) {
+      table.findings().add(VQ_F_NOT_MENDED, {},
+                           "Nothing tells for certain where the records of the table are.");
+      return Result::ok;
     }
+    std::vector<Patch> patches = table_patches(table.form(), table.facts());
+    if (table.memo_form().is_memo_file) result = mend_memo_file(table, patches);
     if (!ok(result) || patches.empty()) return result;
     sort_patches(patches);
-    const std::uint64_t size = table.form().offset_of(std::uint64_t{table.form().count} + 1);
+    return write_table(table, patches);
+  }
+
+  // What is behind the end mark stays there; what was no whole record goes.
+  Result write_table(HeldTable& table, const std::vector<Patch>& patches) {
+    const TableForm& form = table.form();
+    const std::uint64_t end = form.offset_of(std::uint64_t{form.count} + 1);
+    const std::uint64_t behind = table.file().size() - end;
+    const bool is_cut = form.end != RecordsEnd::mark && behind < form.record_length;
     return rewrite(table.file(), table.findings(), [&](platform::File& copy) {
+      const std::uint64_t size = is_cut ? end : table.file().size();
       const Result written = write_patched(table.file(), size, patches, copy);
-      // The end mark, whether it was right or not, is the last byte.
-      return ok(written) && !copy.write_at(size, &table::kEndMark, 1).ok()
+      return ok(written) && !copy.write_at(end, &table::kEndMark, 1).ok()
                  ? fail(block_, Result::io, kRepair.detail(1))
                  : written;
     });
+  }
+
+  Result mend_memo_file(HeldTable& table, std::vector<Patch>& patches) {
+    const MemoForm& form = table.memo_form();
+    const auto is_there = [](const NamedMemo& memo) { return memo.state != MemoState::unreadable; };
+    if (form.memos.size() > 1 && std::none_of(form.memos.begin(), form.memos.end(), is_there)) {
+      FileFindings(findings_, table.memo_file().path())
+          .add(VQ_F_NOT_MENDED, {}, "None of the memos that the table names is in the file.");
+      return Result::ok;
+    }
+    const MemoRepair plan = plan_memo_repair(table.form(), form);
+    patches.insert(patches.end(), plan.table_patches.begin(), plan.table_patches.end());
+    return plan.needed ? write_memo_file(table.memo_file(), plan) : Result::ok;
   }
 
   Result write_memo_file(HeldFile& file, const MemoRepair& plan) {
@@ -111,7 +134,8 @@ class Repair {
     });
   }
 
-  // Keeps the file as it was, and puts what `write` makes of it in its place. The file is closed.
+  // Keeps the file as it was, and puts what `write` makes of it in its place. Others are kept out
+  // until then, where the system lets an open file be replaced; the file is closed.
   template <typename Write>
   Result rewrite(HeldFile& file, FileFindings& findings, Write write) {
     Result result = back_up(file, request_.options.backup, findings);
@@ -120,9 +144,11 @@ class Repair {
     const auto made = fresh.make_beside(file.path());
     if (!made.ok()) return fail(block_, open_result(made.error), kRepair.detail(1));
     result = write(fresh.file());
+    if (ok(result)) result = file.confirm_unchanged();
     if (!ok(result)) return result;
-    file.close();
+    if constexpr (!platform::kReplacesOpenFiles) file.close();
     const auto placed = fresh.put_in_place();
+    file.close();
     if (!placed.ok()) return fail(block_, open_result(placed.error), kRepair.detail(4));
     findings.add(VQ_F_MENDED, {}, "The file has been mended.");
     return Result::ok;
@@ -195,7 +221,7 @@ class Repair {
   }
 
   Result build_tags(const ListedIndex& index, table::Table& table) {
-    const std::string growing = index.path + "~";
+    const std::string growing = growing_beside(index.path);
     (void)platform::remove(growing);
     Result result = Result::ok;
     for (const VqIndexDef* const def : index.defs) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <span>
 #include <string_view>
 
@@ -21,6 +22,7 @@ using table::kHeaderBytes;
 
 constexpr std::size_t kMostHeaderBytes = 65536;
 constexpr std::size_t kFlagsAtOnce = 65536;
+constexpr std::uint64_t kMostRecords = std::numeric_limits<std::uint32_t>::max();
 
 // Version bytes of tables that are laid out in another way, or mean other types.
 constexpr std::array<Byte, 10> kOtherSystems = {0x02, 0x04, 0x05, 0x30, 0x31,
@@ -78,6 +80,7 @@ struct Lengths {
   std::vector<Field> fields;
   bool fit = false;      // the file
   bool possible = true;  // at all
+  bool listed = false;   // are those of the field list
 };
 
 bool can_be(const Lengths& lengths, std::uint64_t file_size) {
@@ -127,6 +130,7 @@ Result find_lengths(HeldFile& file, const Head& head, const Header& header, Leng
   }
   found = candidates.front();
   found.possible = can_be(found, file.size());
+  found.listed = found.header == own_end + 1 && found.record == bytes_of(listed);
   return Result::ok;
 }
 
@@ -147,6 +151,7 @@ void check_lengths(const Lengths& lengths, const Head& head, FileFindings& findi
     return;
   }
   form.is_table = true;
+  form.has_sure_lengths = lengths.fit || lengths.listed;
   form.fields_end = kHeaderBytes + lengths.fields.size() * kDescriptorBytes;
   form.header_length = lengths.header;
   form.record_length = lengths.record;
@@ -200,23 +205,41 @@ void check_update_date(const Header& header, FileFindings& findings) {
                "The date of the last update is no date.");
 }
 
-// How many records follow the first `count`, up to the end mark or a byte that is no flag.
-Result count_on(HeldFile& file, const TableForm& form, std::uint32_t& count) {
-  const std::uint64_t whole = (file.size() - form.header_length) / form.record_length;
+// Records by their flags, from one on up to an end mark or the last whole one.
+struct Flags {
+  std::uint32_t in_row = 0;  // up to the first flag that is none
+  std::uint32_t last = 0;    // up to the last flag that is one
+  bool at_end = false;       // an end mark follows, or the file ends
+};
+
+// The first `count` records are not looked at, but counted.
+Result read_flags(HeldFile& file, const TableForm& form, std::uint32_t count, Flags& flags) {
+  const std::uint64_t room = file.size() - form.header_length;
+  const std::uint64_t whole = std::min(room / form.record_length, kMostRecords);
   const std::size_t at_once =
       std::max<std::size_t>(1, kFlagsAtOnce / form.record_length) * form.record_length;
   std::vector<Byte> bytes(at_once);
-  while (count < whole) {
-    const std::uint64_t left = (whole - count) * form.record_length;
+  flags = {count, count, room % form.record_length == 0};
+  for (std::uint64_t at = count; at < whole;) {
+    const std::uint64_t left = (whole - at) * form.record_length;
     const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(left, at_once));
-    const Result result = file.read(form.offset_of(std::uint64_t{count} + 1), bytes.data(), size);
+    const Result result = file.read(form.offset_of(at + 1), bytes.data(), size);
     if (!ok(result)) return result;
-    for (std::size_t at = 0; at < size; at += form.record_length) {
-      if (!is_flag(bytes[at])) return Result::ok;
-      ++count;
+    for (std::size_t i = 0; i < size; i += form.record_length, ++at) {
+      flags.at_end = flags.at_end || bytes[i] == table::kEndMark;
+      if (bytes[i] == table::kEndMark) return Result::ok;
+      if (!is_flag(bytes[i])) continue;
+      if (flags.in_row == at) ++flags.in_row;
+      flags.last = static_cast<std::uint32_t>(at) + 1;
     }
   }
-  return Result::ok;
+  // The mark may be the byte behind the last whole record.
+  const std::uint64_t end = form.offset_of(whole + 1);
+  if (end >= file.size()) return Result::ok;
+  Byte mark = 0;
+  const Result result = file.read(end, &mark, 1);
+  flags.at_end = mark == table::kEndMark;
+  return result;
 }
 
 // What follows the last record.
@@ -230,8 +253,8 @@ Result check_end(HeldFile& file, FileFindings& findings, TableForm& form) {
   }
   Byte mark = 0;
   if (const Result result = file.read(end, &mark, 1); !ok(result)) return result;
+  form.end = mark == table::kEndMark ? RecordsEnd::mark : RecordsEnd::other;
   if (mark != table::kEndMark) {
-    form.ends_records = false;
     findings.add(VQ_F_END_MARK, {.offset = end},
                  "Another byte stands where the end mark of the records belongs.");
   } else if (end + 1 < file.size()) {
@@ -241,20 +264,22 @@ Result check_end(HeldFile& file, FileFindings& findings, TableForm& form) {
   return Result::ok;
 }
 
+// The header's count, unless the records bear witness against it. One that is too high must not
+// bring back what was removed from the end, so that records end at the end mark. A damaged flag is
+// no end: records lie behind it when the header counts them, or when the file ends as a table does.
 Result check_count(HeldFile& file, FileFindings& findings, TableForm& form) {
   const std::uint64_t whole = (file.size() - form.header_length) / form.record_length;
   const std::uint32_t counted = form.header.count;
-  form.count = counted;
-  if (counted > whole) {
-    // A count that was damaged must not bring back what was removed from the end: the records
-    // end at the first byte that is no deletion flag.
-    form.count = 0;
-    if (const Result result = count_on(file, form, form.count); !ok(result)) return result;
+  const bool is_high = counted > whole;
+  Flags flags;
+  if (const Result result = read_flags(file, form, is_high ? 0 : counted, flags); !ok(result)) {
+    return result;
+  }
+  form.count = is_high || flags.at_end ? flags.last : flags.in_row;
+  if (is_high) {
     findings.add(VQ_F_COUNT_HIGH, {.offset = table::kCountOffset},
                  numbered("The header counts ", counted,
                           numbered(" records, the file holds ", form.count, " whole ones.")));
-  } else if (const Result result = count_on(file, form, form.count); !ok(result)) {
-    return result;
   } else if (form.count > counted) {
     findings.add(VQ_F_COUNT_LOW, {.offset = table::kCountOffset},
                  numbered("The header counts ", counted,

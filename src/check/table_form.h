@@ -13,6 +13,8 @@
 
 namespace vqdb::check {
 
+enum class RecordsEnd : std::uint8_t { mark, file_end, other };
+
 struct TableForm {
   table::Header header;  // as it stands
   std::vector<table::Field> fields;
@@ -25,10 +27,11 @@ struct TableForm {
   std::uint32_t record_length = 0;
   std::uint32_t count = 0;
 
-  bool ends_fields = true;   // an end byte follows the field list
-  bool ends_records = true;  // what follows the last record is an end mark, or nothing
-  bool is_table = false;     // fields and records can be told
-  bool has_records = false;  // and the records can be read
+  bool ends_fields = true;  // an end byte follows the field list
+  RecordsEnd end = RecordsEnd::file_end;
+  bool is_table = false;          // fields and records can be told
+  bool has_records = false;       // and the records can be read
+  bool has_sure_lengths = false;  // the file or the field list bears out where the records are
 
   std::uint64_t offset_of(std::uint64_t recno) const {
     return header_length + (recno - 1) * record_length;

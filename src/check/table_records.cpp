@@ -88,8 +88,10 @@ class RecordPass {
     }
     for (const Watched& field : watched_) {
       const std::string_view value(text + field.offset, field.length);
-      if (!field.rule(value)) report(recno, field, value);
+      const bool is_wild = !field.rule(value);
+      if (is_wild) report(recno, field, value);
       if (!field.is_memo) continue;
+      if (is_wild) ++facts_.wild_references;
       const std::uint64_t block = memo::parse_reference(value.data());
       if (block != 0) facts_.references.push_back({block, recno, field.field});
     }

@@ -25,6 +25,7 @@ struct MemoReference {
 struct RecordFacts {
   std::vector<MemoReference> references;
   std::vector<std::uint32_t> wild_flags;  // records whose deletion flag is none
+  std::uint64_t wild_references = 0;      // memo fields that may have named a memo
 };
 
 // Reads every record. REQUIRES form.has_records.

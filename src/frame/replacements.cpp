@@ -1,10 +1,12 @@
 #include "frame/replacements.h"
 
+#include <array>
 #include <charconv>
 #include <cstdint>
 #include <string_view>
 #include <vector>
 
+#include "frame/bytes.h"
 #include "frame/file_name.h"
 #include "platform/file.h"
 
@@ -14,15 +16,17 @@ namespace {
 using platform::Error;
 using platform::Outcome;
 
-// A line for each file: the size of the one that it replaces, its name and that one's. Names of
-// files beside the journal have no directory, so that the folder can be moved meanwhile.
+// A line for each file: check sums of what it holds before and after, and its name. Names of files
+// beside the journal have no directory, so that the folder can be moved meanwhile.
 constexpr char kSeparator = '\t';
 constexpr char kLineEnd = '\n';
 constexpr std::uint64_t kMostJournalBytes = 1 << 20;
+constexpr int kBase = 16;
 
 struct Step {
-  std::uint64_t replaced_size = 0;
-  Replacement files;
+  std::uint64_t before = 0;
+  std::uint64_t after = 0;
+  std::string target;
 };
 
 std::string_view short_name(std::string_view directory, std::string_view path) {
@@ -34,10 +38,37 @@ std::string full_name(std::string_view directory, std::string_view name) {
   return is_short ? std::string(directory).append(name) : std::string(name);
 }
 
-Outcome size_of(const std::string& path, std::uint64_t& size) {
+// Tells a file from any other that it may be taken for (FNV-1a).
+Outcome sum_of(const std::string& path, std::uint64_t& sum) {
+  constexpr std::uint64_t kStart = 0xCBF29CE484222325;
+  constexpr std::uint64_t kFactor = 0x100000001B3;
   platform::File file;
-  const Outcome outcome = file.open(path, platform::Access::read_only);
-  return outcome.ok() ? file.size(size) : outcome;
+  Outcome outcome = file.open(path, platform::Access::read_only);
+  sum = kStart;
+  std::array<char, platform::kChunkBytes> bytes;
+  std::size_t size = bytes.size();
+  for (std::uint64_t offset = 0; outcome.ok() && size == bytes.size(); offset += size) {
+    outcome = file.read_at(offset, bytes.data(), bytes.size(), size);
+    for (std::size_t at = 0; at < size; ++at) {
+      sum = (sum ^ static_cast<Byte>(bytes[at])) * kFactor;
+    }
+  }
+  return outcome;
+}
+
+// Takes a number and the separator off the line.
+bool take_sum(std::string_view& line, std::uint64_t& sum) {
+  const char* const end = line.data() + line.size();
+  const auto number = std::from_chars(line.data(), end, sum, kBase);
+  if (number.ec != std::errc() || number.ptr == end || *number.ptr != kSeparator) return false;
+  line.remove_prefix(static_cast<std::size_t>(number.ptr - line.data()) + 1);
+  return true;
+}
+
+void append_sum(std::uint64_t sum, std::string& text) {
+  std::array<char, 16> digits;
+  const auto written = std::to_chars(digits.data(), digits.data() + digits.size(), sum, kBase);
+  text.append(digits.data(), written.ptr).append(1, kSeparator);
 }
 
 Outcome write_journal(const std::string& journal, const std::string& text) {
@@ -67,17 +98,13 @@ Outcome read_journal(const std::string& journal, std::vector<Step>& steps) {
   const std::string_view directory = directory_of(journal);
   for (std::string_view rest = text; !rest.empty();) {
     const std::size_t line_end = rest.find(kLineEnd);
-    const std::string_view line = rest.substr(0, line_end);
-    const std::size_t first = line.find(kSeparator);
-    const std::size_t second = line.find(kSeparator, first + 1);
+    std::string_view line = rest.substr(0, line_end);
     Step step;
-    const auto number = std::from_chars(line.data(), line.data() + line.size(), step.replaced_size);
-    if (line_end == std::string_view::npos || second == std::string_view::npos ||
-        number.ec != std::errc()) {
+    if (line_end == std::string_view::npos || !take_sum(line, step.before) ||
+        !take_sum(line, step.after) || line.empty()) {
       return {Error::other, 0};
     }
-    step.files = {full_name(directory, line.substr(first + 1, second - first - 1)),
-                  full_name(directory, line.substr(second + 1))};
+    step.target = full_name(directory, line);
     steps.push_back(step);
     rest.remove_prefix(line_end + 1);
   }
@@ -87,61 +114,87 @@ Outcome read_journal(const std::string& journal, std::vector<Step>& steps) {
 Outcome forget(const std::string& journal, const std::vector<Step>& steps) {
   const Outcome outcome = platform::remove(journal);
   if (!outcome.ok() && outcome.error != Error::not_found) return outcome;
-  for (const Step& step : steps) (void)platform::remove(step.files.from);
+  for (const Step& step : steps) (void)platform::remove(growing_beside(step.target));
   return {};
 }
 
-Outcome take_steps(const std::string& journal, const std::vector<Step>& steps) {
-  bool any_done = false;
+enum class State : std::uint8_t {
+  ready,
+  taken,
+  lost,  // someone else has changed the file, or removed the new one
+};
+
+Outcome look_at(const Step& step, State& state) {
+  std::uint64_t sum = 0;
+  Outcome outcome = sum_of(step.target, sum);
+  if (outcome.error == Error::not_found) outcome = {};
+  const bool is_new_there = platform::exists(growing_beside(step.target));
+  state = is_new_there && sum == step.before   ? State::ready
+          : !is_new_there && sum == step.after ? State::taken
+                                               : State::lost;
+  return outcome;
+}
+
+Outcome take(const Step& step, State& state) {
+  Outcome outcome = look_at(step, state);
+  if (!outcome.ok() || state != State::ready) return outcome;
+  outcome = platform::replace(growing_beside(step.target), step.target);
+  if (outcome.ok()) state = State::taken;
+  // Another process may have been faster.
+  return outcome.error == Error::not_found ? look_at(step, state) : outcome;
+}
+
+// `done` tells whether the files are the new ones.
+Outcome take_steps(const std::string& journal, const std::vector<Step>& steps, bool& done) {
+  done = true;
   for (const Step& step : steps) {
-    if (!platform::exists(step.files.from)) {
-      any_done = true;
-      continue;
-    }
-    std::uint64_t size = 0;
-    const Outcome sized = size_of(step.files.to, size);
-    if (!sized.ok() && sized.error != Error::not_found) return sized;
-    if (sized.ok() && size != step.replaced_size) {
-      return any_done ? Outcome{Error::other, 0} : forget(journal, steps);
-    }
-    const Outcome outcome = platform::replace(step.files.from, step.files.to);
-    // Another process may have been faster.
-    if (!outcome.ok() && outcome.error != Error::not_found) return outcome;
-    any_done = true;
+    State state = State::lost;
+    const Outcome outcome = take(step, state);
+    if (outcome.ok() && state == State::taken) continue;
+    // Another process may have completed everything meanwhile, and gone on.
+    if (!platform::exists(journal)) return {};
+    if (!outcome.ok()) return outcome;
+    done = false;
+    return &step == &steps.front() ? forget(journal, steps) : Outcome{Error::other, 0};
   }
   return forget(journal, {});
 }
 
 }  // namespace
 
-Outcome replace_together(const std::string& journal, std::span<const Replacement> replacements) {
+std::string growing_beside(const std::string& target) { return target + "$NEW"; }
+
+Outcome replace_together(const std::string& journal, std::span<const std::string> targets) {
   const std::string_view directory = directory_of(journal);
   std::string text;
   std::vector<Step> steps;
-  for (const Replacement& files : replacements) {
-    Step step = {0, files};
-    const Outcome outcome = size_of(files.to, step.replaced_size);
+  for (const std::string& target : targets) {
+    Step step = {0, 0, target};
+    if (target.find(kLineEnd) != std::string::npos) return {Error::other, 0};
+    Outcome outcome = sum_of(target, step.before);
+    if (outcome.ok()) outcome = sum_of(growing_beside(target), step.after);
     if (!outcome.ok()) return outcome;
-    text.append(std::to_string(step.replaced_size)).append(1, kSeparator);
-    text.append(short_name(directory, files.from)).append(1, kSeparator);
-    text.append(short_name(directory, files.to)).append(1, kLineEnd);
+    append_sum(step.before, text);
+    append_sum(step.after, text);
+    text.append(short_name(directory, target)).append(1, kLineEnd);
     steps.push_back(step);
   }
   const Outcome written = write_journal(journal, text);
   if (!written.ok()) return written;
-  const Outcome outcome = take_steps(journal, steps);
+  bool done = false;
+  const Outcome outcome = take_steps(journal, steps, done);
   // Where not even the first file could be replaced, all stays as it was.
-  const bool untouched = !outcome.ok() && platform::exists(steps.front().files.from);
+  const bool untouched = !outcome.ok() && platform::exists(growing_beside(targets.front()));
   if (untouched) (void)forget(journal, steps);
-  return outcome;
+  return outcome.ok() && !done ? Outcome{Error::other, 0} : outcome;
 }
 
 Outcome complete_replacements(const std::string& journal) {
-  if (!platform::exists(journal)) return {};
   std::vector<Step> steps;
   const Outcome outcome = read_journal(journal, steps);
   if (outcome.error == Error::not_found) return {};
-  return outcome.ok() ? take_steps(journal, steps) : outcome;
+  bool done = false;
+  return outcome.ok() ? take_steps(journal, steps, done) : outcome;
 }
 
 }  // namespace vqdb

@@ -11,18 +11,18 @@
 
 namespace vqdb {
 
-struct Replacement {
-  std::string from;  // complete, closed and on the device
-  std::string to;
-};
+// Where the file that takes the place of `target` grows.
+std::string growing_beside(const std::string& target);
 
-// Puts each file in its place, in this order. After a failure that left no journal nothing has
-// been replaced; else completing is all that is left to do.
+// Puts a file in the place of each target, in this order. After a failure that left no journal
+// nothing has been replaced; else completing is all that is left to do. REQUIRES that the files
+// beside them (growing_beside) are complete, and on the device.
 platform::Outcome replace_together(const std::string& journal,
-                                   std::span<const Replacement> replacements);
+                                   std::span<const std::string> targets);
 
-// Completes what a journal tells; nothing to do without one. Files that others changed since are
-// not replaced: when that is the first of them, none is and all is as it was before; else `other`.
+// Completes what a journal tells; nothing to do without one. A file that someone else has changed
+// since, or whose replacement has gone, is not replaced: when that is the first of them, none is
+// and all is as it was before; else `other`.
 platform::Outcome complete_replacements(const std::string& journal);
 
 }  // namespace vqdb

@@ -57,10 +57,9 @@ std::uint32_t max_lockable(const Table& table, const LockScheme& scheme) {
   return static_cast<std::uint32_t>(std::min<std::uint64_t>(room, scheme.max_record));
 }
 
-// Whether anybody else holds a record.
-platform::Outcome test_records(Table& table, const LockScheme& scheme) {
-  const std::uint32_t last = max_lockable(table, scheme);
-  return table.records.file.test_lock(scheme.first_offset(last), last);
+// Whether anybody else holds one of the records 1 to `last`.
+platform::Outcome test_records(platform::File& file, const LockScheme& scheme, std::uint32_t last) {
+  return file.test_lock(scheme.first_offset(last), last);
 }
 
 // Whether anybody else has the file, as far as its byte says.
@@ -69,16 +68,25 @@ platform::Outcome test_file_byte(Table& table, const LockScheme& scheme) {
   return table.records.file.test_lock(scheme.file_offset, 1);
 }
 
-// Takes the bytes of the file lock: the file's own and, so that nobody appends, the append byte.
+// Takes the bytes of the file lock, but for those that are held: the file's own and, so that nobody
+// appends, the append byte.
+platform::Outcome take_file_bytes(platform::File& file, const LockScheme& scheme,
+                                  UnopenedLock& held) {
+  platform::Outcome outcome;
+  if (!held.file) outcome = file.lock(scheme.file_offset, 1);
+  held.file = held.file || outcome.ok();
+  if (!outcome.ok() || held.append || scheme.append_offset == scheme.file_offset) return outcome;
+  outcome = file.lock(scheme.append_offset, 1);
+  held.append = outcome.ok();
+  return outcome;
+}
+
 platform::Outcome take_file_bytes(Table& table, const LockScheme& scheme) {
   platform::File& file = table.records.file;
-  if (!holds_file_byte(table, scheme)) {
-    const platform::Outcome outcome = file.lock(scheme.file_offset, 1);
-    if (!outcome.ok()) return outcome;
-  }
-  if (table.locks.append || scheme.append_offset == scheme.file_offset) return {};
-  const platform::Outcome outcome = file.lock(scheme.append_offset, 1);
-  if (!outcome.ok()) (void)file.unlock(scheme.file_offset, 1);
+  const bool had_file = holds_file_byte(table, scheme);
+  UnopenedLock held = {had_file, table.locks.append};
+  const platform::Outcome outcome = take_file_bytes(file, scheme, held);
+  if (!outcome.ok() && held.file && !had_file) (void)file.unlock(scheme.file_offset, 1);
   return outcome;
 }
 
@@ -151,7 +159,7 @@ Result lock_file(Table& table) {
       answer(block, take_file_bytes(table, *scheme),
              {Result::file_locked, kLockFile.detail(3), Result::lock_refused, kLockFile.detail(5)});
   if (!ok(result)) return result;
-  result = answer(block, test_records(table, *scheme),
+  result = answer(block, test_records(table.records.file, *scheme, max_lockable(table, *scheme)),
                   {Result::locked, kLockFile.detail(4), Result::lock_refused, kLockFile.detail(5)});
   if (!ok(result)) {
     (void)release_file_bytes(table, *scheme);
@@ -295,16 +303,8 @@ Result lock_unopened_table(VqBlock& block, platform::File& file, std::uint32_t s
                            UnopenedLock& held) {
   const LockScheme& place = lock_scheme_of(scheme);
   if (!place.has_locks) return Result::ok;
-  platform::Outcome outcome;
-  if (!held.file) outcome = file.lock(place.file_offset, 1);
-  held.file = held.file || outcome.ok();
-  if (outcome.ok() && place.append_offset != place.file_offset && !held.append) {
-    outcome = file.lock(place.append_offset, 1);
-    held.append = outcome.ok();
-  }
-  if (outcome.ok()) {
-    outcome = file.test_lock(place.first_offset(place.max_record), place.max_record);
-  }
+  platform::Outcome outcome = take_file_bytes(file, place, held);
+  if (outcome.ok()) outcome = test_records(file, place, place.max_record);
   return answer(
       block, outcome,
       {Result::file_locked, kWholeFile.detail(1), Result::lock_refused, kWholeFile.detail(2)});

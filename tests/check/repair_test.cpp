@@ -130,6 +130,81 @@ TEST_F(Repairs, keep_records_that_are_whole_when_a_file_was_cut) {
   EXPECT_TRUE(file_exists(path + ".BA1"));
 }
 
+// Two damages at once, of which one makes the other look like the end of the records.
+TEST_F(Repairs, drop_no_record_behind_a_damaged_flag) {
+  const std::string path = group.file("ITEMS.DBF");
+  const std::string sound = read_file(path);
+  struct Case {
+    const char* what;
+    char count;
+    std::size_t size;
+    std::uint32_t kept;
+  };
+  const Case cases[] = {{"count too low", 2, CheckedGroup::at(13, 1), 12},
+                        {"count too high", 100, CheckedGroup::at(13, 1), 12},
+                        {"cut off", 12, CheckedGroup::at(9, 3), 8},
+                        {"no end mark", 2, CheckedGroup::at(13, 0), 12}};
+  for (const Case& each : cases) {
+    SCOPED_TRACE(each.what);
+    write_file(path, sound.substr(0, each.size));
+    write_bytes(path, 4, {&each.count, 1});
+    write_bytes(path, CheckedGroup::at(5, 0), std::string(1, '\0'));
+    EXPECT_EQ(0, repair().result);
+    EXPECT_EQ(sound.substr(CheckedGroup::at(1, 0), each.kept * CheckedGroup::kRecordBytes) + "\x1A",
+              read_file(path).substr(CheckedGroup::at(1, 0)));
+  }
+}
+
+TEST_F(Repairs, leave_alone_what_they_cannot_tell) {
+  const std::string table = group.file("ITEMS.DBF");
+  const std::string memo = group.file("ITEMS.DBT");
+  const std::string records = read_file(table);
+  const std::string memos = read_file(memo);
+  // What lies behind the end mark stays there.
+  write_bytes(table, records.size(), "and more");
+  write_bytes(table, CheckedGroup::at(2, 0), "?");
+  EXPECT_EQ(0, repair().result);
+  EXPECT_EQ(records + "and more", read_file(table));
+  // Another header length, and no end that tells.
+  std::string moved = records;
+  moved[8] = '\x05';
+  moved.back() = 'X';
+  write_file(table, moved);
+  EXPECT_LT(0, repair().result);
+  EXPECT_EQ(moved, read_file(table));
+  write_file(table, records);
+  // Another table's memo file.
+  std::string other = memos;
+  for (std::size_t at = 512; at < other.size(); at += 512) other[at] = other[at + 1] = 'x';
+  write_file(memo, other);
+  EXPECT_LT(0, repair().result);
+  EXPECT_EQ(other, read_file(memo));
+  EXPECT_EQ(records, read_file(table));
+  // A header of zeros makes no dBASE III file of memos of the other layout.
+  other = memos;
+  other.replace(0, 512, std::string(512, '\0'));
+  write_file(memo, other);
+  EXPECT_EQ(0, repair().result);
+  EXPECT_EQ(records, read_file(table));
+  EXPECT_EQ(memos.substr(512), read_file(memo).substr(512));
+}
+
+TEST_F(Repairs, keep_memos_that_a_damaged_field_may_have_named) {
+  const std::string reference = read_bytes(group.file("ITEMS.DBF"), CheckedGroup::at(1, 28), 10);
+  const std::string text = text_of(1, 28);
+  for (const char* const damaged : {"          ", "00000000-1"}) {
+    write_bytes(group.file("ITEMS.DBF"), CheckedGroup::at(1, 28), damaged);
+    EXPECT_NE(std::string::npos,
+              group.check().summary(VQ_SEVERITY_NOTE).find("212 r0 p1 ITEMS.DBT\n"));
+    write_bytes(group.file("ITEMS.DBT"), 2, "\x7F");
+    EXPECT_EQ(0, repair().result);
+  }
+  EXPECT_EQ(VQ_E_FORMAT, lib.DBcompact(&group.block, group.table().c_str()));
+  write_bytes(group.file("ITEMS.DBF"), CheckedGroup::at(1, 28), reference);
+  EXPECT_EQ(text, text_of(1, 28));
+  EXPECT_EQ("", group.check().summary());
+}
+
 TEST_F(Repairs, give_up_a_reference_only_where_no_memo_is) {
   write_bytes(group.file("ITEMS.DBF"), CheckedGroup::at(4, 28), "0000009999");
   const std::string other = text_of(1, 38);
