@@ -1322,7 +1322,7 @@ typedef struct VqFinding {
   uint32_t record;  /* record number; 0: none */
   uint32_t page;    /* page of an index (in MDX files of 512 bytes) or block of a memo file */
   const char* file; /* the file's path */
-  const char* name; /* field or tag, else null */
+  const char* name; /* field or tag; of VQ_F_BACKUP the copy; else null */
   const char* text; /* one sentence */
 } VqFinding;
 
@@ -1400,8 +1400,7 @@ int32_t VQ_CALL DBrepair(VqBlock* block, const char* name, const VqCheckOptions*
 /* Compacts the memo file of a table ("orders", or "orders;notes"), and rewrites the references in
  * the table with it: the safe way, where dToptimize leaves them as they are. Only memos that fields
  * of the types M, B, G and P name are kept, whole, whatever their length, in the order of records
- * and fields and, in the dBASE IV layout, in blocks of the present memo block setting. Nothing else
- * may have the files open. Both are copied and take their places together: after a crash between
+ * and fields and in blocks of the size that the file has. Nothing else may have the files open. Both are copied and take their places together: after a crash between
  * the two, the next dDopen, dTopen, DBopen or check completes the step by the journal beside the
  * table (its name with a "$" behind it; the new files have "$NEW"), so until then no other program
  * may write to them. A table without memo file is left as it is.

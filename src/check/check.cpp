@@ -119,7 +119,7 @@ class Check {
   Result check_open(OpenIndex& open, const IndexedTable& keys, Progress& progress) {
     if (compares() && keys.table == nullptr) {
       open.findings.add(VQ_F_NOT_COMPARED, {},
-                        "The keys were not compared with the table, since it is damaged.");
+                        "The keys were not compared, since the table is damaged.");
     }
     return check_index(open.index, open.file, keys, open.findings, progress);
   }

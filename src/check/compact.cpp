@@ -12,7 +12,7 @@
 #include "frame/file_name.h"
 #include "frame/replacements.h"
 #include "frame/system_file.h"
-#include "memo/dbase4_file.h"
+#include "memo/creation.h"
 #include "memo/file_layout.h"
 #include "memo/names.h"
 #include "memo/reference.h"
@@ -70,32 +70,27 @@ class MemoWriter {
     block = 0;
     if (!is_dbase4_ && memo.length == 0) return Result::ok;
     const std::uint64_t from = memo.reference.block * form_.block_size;
-    const std::uint64_t start = next_ * block_size();
+    const std::uint64_t start = next_ * form_.block_size;
     Result result = write_again(from_, from, head + memo.length, to_, start);
     if (ok(result) && !is_dbase4_) result = write(start + memo.length, "\x1A\x1A");
     block = next_;
     const auto length = static_cast<std::uint32_t>(memo.length);
-    next_ += is_dbase4_ ? memo::blocks_for(length, block_size())
+    next_ += is_dbase4_ ? memo::blocks_for(length, form_.block_size)
                         : (length + 1) / memo::kDbase3BlockSize + 1;
     return result;
   }
 
-  // The header comes last, since it says where the next memo goes.
   Result finish() {
-    if (!is_dbase4_) {
-      std::string header(memo::kDbase3BlockSize, '\0');
-      store_le32(&header[memo::kNextFreeOffset], static_cast<std::uint32_t>(next_));
-      return write(0, header);
-    }
-    auto header = memo::new_dbase4_header(from_.block(), base_name(from_.path()));
-    store_le32(&header[memo::kNextFreeOffset], static_cast<std::uint32_t>(next_));
-    return write(0, {reinterpret_cast<const char*>(header.data()), header.size()});
+    Result result = memo::write_empty(from_.block(), to_, form_.layout, base_name(from_.path()));
+    std::string number(4, '\0');
+    store_le32(number.data(), static_cast<std::uint32_t>(next_));
+    if (ok(result)) result = write(memo::kNextFreeOffset, number);
+    if (!ok(result) || !is_dbase4_) return result;
+    store_le16(number.data(), static_cast<std::uint16_t>(form_.block_size));
+    return write(memo::kBlockSizeOffset, std::string_view(number).substr(0, 2));
   }
 
  private:
-  std::uint32_t block_size() const {
-    return is_dbase4_ ? memo::new_block_size(from_.block()) : memo::kDbase3BlockSize;
-  }
   Result write(std::uint64_t offset, std::string_view bytes) {
     return to_.write_at(offset, bytes.data(), bytes.size()).ok()
                ? Result::ok

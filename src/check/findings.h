@@ -19,7 +19,7 @@ struct Place {
   std::uint64_t offset = 0;  // of the first byte in question
   std::uint32_t record = 0;
   std::uint32_t page = 0;
-  const char* name = nullptr;  // field or tag
+  const char* name = nullptr;  // field or tag; of a backup
 };
 
 class Findings {

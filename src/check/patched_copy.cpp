@@ -108,7 +108,7 @@ Result back_up(HeldFile& file, const char* directory, FileFindings& findings) {
   const bool closed = copy.close().ok();
   if (ok(result) && !(kept && closed)) result = fail(block, Result::io, kRepair.detail(1));
   if (ok(result)) {
-    findings.add(VQ_F_BACKUP, {}, "The file as it was is kept as " + name);
+    findings.add(VQ_F_BACKUP, {.name = name.c_str()}, "The file as it was is kept as " + name);
   } else {
     (void)platform::remove(name);
   }

@@ -27,15 +27,12 @@ void describe_blocks(const VqBlock& block, std::string_view base_name, Block& by
   std::transform(kept.begin(), kept.end(), &bytes[kBaseNameOffset],
                  [](char c) { return static_cast<Byte>(to_upper(c)); });
   std::copy(kLayoutMark.begin(), kLayoutMark.end(), &bytes[kLayoutMarkOffset]);
-  store_le16(&bytes[kBlockSizeOffset], static_cast<std::uint16_t>(new_block_size(block)));
+  const std::uint32_t setting = block.memo_block_setting;
+  const std::uint32_t units = std::clamp<std::uint32_t>(setting, 1, kMaxBlockSetting);
+  store_le16(&bytes[kBlockSizeOffset], static_cast<std::uint16_t>(units * kBlockUnit));
 }
 
 }  // namespace
-
-std::uint32_t new_block_size(const VqBlock& block) {
-  const std::uint32_t setting = block.memo_block_setting;
-  return std::clamp<std::uint32_t>(setting, 1, kMaxBlockSetting) * kBlockUnit;
-}
 
 Result write_empty(VqBlock& block, platform::File& file, Layout layout,
                    std::string_view base_name) {

@@ -2,7 +2,6 @@
 #ifndef VQDBSYS_MEMO_CREATION_H_
 #define VQDBSYS_MEMO_CREATION_H_
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -11,9 +10,6 @@
 #include "platform/file.h"
 
 namespace vqdb::memo {
-
-// The bytes of blocks of new dBASE IV files, by the block's setting.
-std::uint32_t new_block_size(const VqBlock& block);
 
 // Writes an empty memo file of this layout, with this base name in its header. Details 2042, 2202.
 Result write_empty(VqBlock& block, platform::File& file, Layout layout, std::string_view base_name);

@@ -10,10 +10,11 @@ namespace {
 
 void add_commands(tool::CommandLine& commands) {
   for (const auto add :
-       {tool::add_info, tool::add_list, tool::add_count, tool::add_export, tool::add_import,
-        tool::add_create, tool::add_append, tool::add_update, tool::add_delete, tool::add_recall,
-        tool::add_pack, tool::add_sort, tool::add_copy, tool::add_cat, tool::add_diff,
-        tool::add_index, tool::add_seek, tool::add_eval, tool::add_memo}) {
+       {tool::add_info,   tool::add_list,   tool::add_count,   tool::add_export, tool::add_import,
+        tool::add_create, tool::add_append, tool::add_update,  tool::add_delete, tool::add_recall,
+        tool::add_pack,   tool::add_sort,   tool::add_copy,    tool::add_cat,    tool::add_diff,
+        tool::add_index,  tool::add_check,  tool::add_compact, tool::add_seek,   tool::add_eval,
+        tool::add_memo}) {
     add(commands);
   }
 }

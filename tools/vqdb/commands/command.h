@@ -8,6 +8,8 @@ namespace tool {
 
 void add_append(CommandLine& commands);
 void add_cat(CommandLine& commands);
+void add_check(CommandLine& commands);
+void add_compact(CommandLine& commands);
 void add_copy(CommandLine& commands);
 void add_count(CommandLine& commands);
 void add_create(CommandLine& commands);
