@@ -190,6 +190,7 @@ Outcome replace_together(const std::string& journal, std::span<const std::string
 }
 
 Outcome complete_replacements(const std::string& journal) {
+  if (!platform::exists(journal)) return {};
   std::vector<Step> steps;
   const Outcome outcome = read_journal(journal, steps);
   if (outcome.error == Error::not_found) return {};
