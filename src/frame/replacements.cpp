@@ -1,5 +1,6 @@
 #include "frame/replacements.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstdint>
@@ -44,14 +45,18 @@ Outcome sum_of(const std::string& path, std::uint64_t& sum) {
   constexpr std::uint64_t kFactor = 0x100000001B3;
   platform::File file;
   Outcome outcome = file.open(path, platform::Access::read_only);
+  std::uint64_t left = 0;
+  if (outcome.ok()) outcome = file.size(left);
   sum = kStart;
   std::array<char, platform::kChunkBytes> bytes;
-  std::size_t size = bytes.size();
-  for (std::uint64_t offset = 0; outcome.ok() && size == bytes.size(); offset += size) {
-    outcome = file.read_at(offset, bytes.data(), bytes.size(), size);
+  for (std::uint64_t offset = 0; outcome.ok() && left > 0;) {
+    const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(left, bytes.size()));
+    outcome = file.read_exactly(offset, bytes.data(), size);
     for (std::size_t at = 0; at < size; ++at) {
       sum = (sum ^ static_cast<Byte>(bytes[at])) * kFactor;
     }
+    offset += size;
+    left -= size;
   }
   return outcome;
 }

@@ -1,5 +1,6 @@
 #include "frame/temporary_file.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdint>
@@ -38,13 +39,16 @@ Outcome under_new_name(std::string_view directory, Make make) {
 
 Outcome copy_bytes(platform::File& from, platform::File& to) {
   std::array<char, platform::kChunkBytes> bytes;
-  for (std::uint64_t offset = 0;;) {
-    std::size_t size = 0;
-    Outcome outcome = from.read_at(offset, bytes.data(), bytes.size(), size);
+  std::uint64_t left = 0;
+  Outcome outcome = from.size(left);
+  for (std::uint64_t offset = 0; outcome.ok() && left > 0;) {
+    const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(left, bytes.size()));
+    outcome = from.read_exactly(offset, bytes.data(), size);
     if (outcome.ok()) outcome = to.write_at(offset, bytes.data(), size);
-    if (!outcome.ok() || size < bytes.size()) return outcome;
     offset += size;
+    left -= size;
   }
+  return outcome;
 }
 
 }  // namespace
