@@ -780,8 +780,10 @@ int32_t VQ_CALL dNcopy(VqBlock* block, const char* from, const char* to);
  * A detail ending in 9: a null argument (-4). */
 
 /* Makes an MDX file without tags for the table; it takes the place of an existing one in one step
- * when it is complete.
- *   1021 -10 bad table handle         1025     not created              1026 -17 not written */
+ * when it is complete. No handle may be open on that.
+ *   1021 -10 bad table handle         1025     not created              1026 -17 not written
+ *   1024 -11 the table is shared, and there is such a file: others would go on with it
+ *   1027 -38 somebody else has locked the file that is there */
 int32_t VQ_CALL dXcreat(VqTable* table, const char* name);
 /* Opens an MDX file for a table, whose lock scheme and block it uses, with at least 4 page buffers
  * of the file's block size (1024 to 16384 bytes). Null on failure, with the result code in the
@@ -858,21 +860,25 @@ int32_t VQ_CALL dXlkfsta(VqIndex* file);
  *   1108     key type (-11), or not that of the expression (-9)
  *   6511 -11 the FOR expression is not logical
  *   10314 -17 the tag is there, but the table's production flag could not be set
+ *   10315 -5  others have removed the file, or put another in its place: open it again
  *   and what dNindex reports of expressions, records, sorting and progress */
 int32_t VQ_CALL dXindex(VqIndex* file, const char* tag, const char* key, const char* format,
                         const char* filter);
 /* The same in one call: opens the file in the table's mode, or makes it when there is none, and
  * takes type and length of the keys from the expression. Options: VQ_BUILD_UNIQUE,
- * VQ_BUILD_DESCENDING. A file that was made goes again on failure. Bad table handle: 1271. */
+ * VQ_BUILD_DESCENDING. A file that was made goes again on failure, unless others have added a tag
+ * to it. Bad table handle: 1271. */
 int32_t VQ_CALL dXezindx(VqTable* table, const char* name, const char* tag, const char* key,
                          const char* filter, uint32_t options);
 /* Builds every tag again into a new file, which takes the old one's place in one step when it is
- * complete; no free blocks are left then. No handle may be open on it.
+ * complete; no free blocks are left then. No handle may be open on it. The table is locked
+ * meanwhile; a lock of it that cannot be given back (-39) leaves the new file in place.
  *   1181 -10 bad table handle         1182 -11 shared table: others would go on with the old file
  *   1183 -9  an expression gives another key type                       1184 -14 no memory
  *   1185     the new file cannot take the old one's place
  *   1186 -17 the new file is in place, but not the mark of the production index in the table, which
- *            a pack takes away; else as for dXopen and dXindex */
+ *            a pack takes away
+ *   1187 -38 somebody else has locked the file; else as for dXopen and dXindex */
 int32_t VQ_CALL dXreindx(VqTable* table, const char* name);
 /* Drops a tag. Its blocks go to the free list, from which the tags of the file take theirs, unless
  * its tree is damaged: then they are lost until dXreindx. A handle of it can only be given back.

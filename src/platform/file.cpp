@@ -201,6 +201,10 @@ Outcome File::identity(FileIdentity& identity) {
   return pass(Call::size, [&] { return system::file_identity(handle_, identity); });
 }
 
+Outcome File::names(std::uint32_t& count) {
+  return pass(Call::size, [&] { return system::count_names(handle_, count); });
+}
+
 Outcome File::truncate(std::uint64_t bytes) {
   return pass(Call::write, [&] { return system::truncate_file(handle_, bytes); });
 }

@@ -95,6 +95,8 @@ class File {
 
   Outcome size(std::uint64_t& bytes);
   Outcome identity(FileIdentity& identity);
+  // How many names lead to the file: none once it was removed, or another one took its place.
+  Outcome names(std::uint32_t& count);
   // Cuts the file off behind so many bytes.
   Outcome truncate(std::uint64_t bytes);
   // Hands everything written to the device.

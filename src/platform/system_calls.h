@@ -38,6 +38,7 @@ Outcome write_pieces(Handle file, std::uint64_t offset, std::span<const Piece> p
 
 Outcome file_size(Handle file, std::uint64_t& bytes);
 Outcome file_identity(Handle file, FileIdentity& identity);
+Outcome count_names(Handle file, std::uint32_t& count);
 Outcome path_identity(const std::string& path, FileIdentity& identity);
 Outcome truncate_file(Handle file, std::uint64_t bytes);
 Outcome sync_file(Handle file);

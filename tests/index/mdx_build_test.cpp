@@ -1,5 +1,6 @@
 // Tags built from their tables: the records that the FOR expression lets in, in order, in full
 // pages, beside other tags that stay as they are; and nothing changed when it fails.
+#include "support/host.h"
 #include "support/mdx_fixture.h"
 #include "support/test.h"
 
@@ -120,8 +121,9 @@ TEST_F(MdxBuild, tags_hold_the_records_that_they_are_for) {
 
 TEST_F(MdxBuild, tags_added_to_a_file_in_use_leave_the_others_alone) {
   append(500);
-  create();
   for (const std::uint32_t mode : {0u, 4u}) {
+    open_table(0);
+    create();
     open_table(mode);
     VqIndex* file = open("M", mode);
     VqIndex* other = mode != 0 ? open("M", mode) : nullptr;
@@ -147,7 +149,6 @@ TEST_F(MdxBuild, tags_added_to_a_file_in_use_leave_the_others_alone) {
     ASSERT_EQ(0, lib.dXclose(file));
     ASSERT_NO_FATAL_FAILURE(expect_all_built("M"));
     EXPECT_EQ(800u, read().tag("FIRST").entries.size());
-    create();
   }
 }
 
@@ -191,10 +192,28 @@ TEST_F(MdxBuild, rebuild_brings_every_tag_back_in_step) {
   EXPECT_EQ(0u, read("R").free.size());
   EXPECT_EQ(4u, read("R").block_pages);
   EXPECT_EQ("CUT", read("R").tags.back().name);
-
   EXPECT_EQ(-5, lib.dXreindx(table, name("NONE").c_str()));
+}
+
+TEST_F(MdxBuild, a_file_that_others_use_is_not_replaced) {
+  append(10);
+  ASSERT_EQ(0, lib.dXezindx(table, name("R").c_str(), "A", "NAME", nullptr, 0));
+  const std::string before = read_file(name("R.MDX"));
+  VqIndex* holder = open("R", 4);
+  ASSERT_EQ(0, lib.dXlkfil(holder));
+  EXPECT_EQ("-38/1027", codes(lib.dXcreat(table, name("R").c_str()), block));
+  EXPECT_EQ("-38/1187", codes(lib.dXreindx(table, name("R").c_str()), block));
+  ASSERT_EQ(0, lib.dXclose(holder));
   open_table(4);
+  EXPECT_EQ("-11/1024", codes(lib.dXcreat(table, name("R").c_str()), block));
   EXPECT_EQ("-11/1182", codes(lib.dXreindx(table, name("R").c_str()), block));
+  EXPECT_EQ(before, read_file(name("R.MDX")));
+  EXPECT_EQ(0, lib.dXcreat(table, name("NEW").c_str()));
+  // Nor does a tag go into a file that was replaced all the same.
+  VqIndex* file = open("NEW", 4);
+  ASSERT_EQ(0, lib.dXcopy(&block, name("R").c_str(), name("NEW").c_str()));
+  EXPECT_EQ("-5/10315", codes(lib.dXindex(file, "B", "NAME", "C20", nullptr), block));
+  EXPECT_EQ(0, lib.dXclose(file));
 }
 
 // Four keys a page and one: the last page of a level comes out with any number of children.
@@ -217,30 +236,18 @@ TEST_F(MdxBuild, every_count_of_keys_makes_a_sound_tree) {
   }
 }
 
-struct Host {
-  std::uint32_t calls = 0;
-  std::uint32_t cancel_at = 0;
-};
-
-std::int32_t VQ_CALL watch(void* context, std::uint32_t, std::uint32_t) {
-  Host& host = *static_cast<Host*>(context);
-  return ++host.calls == host.cancel_at ? 1 : 0;
-}
-
 TEST_F(MdxBuild, host_that_cancels_leaves_the_file_as_it_was) {
   append(6000);
   create("C");
   VqIndex* file = open("C");
   ASSERT_EQ(0, lib.dXindex(file, "A", "NAME", "C20", nullptr));
-  const std::string before = read_file(name("C.MDX"));
-  Host host;
-  lib.dUsetprog(&block, watch, &host);
+  Host host(block);
   ASSERT_EQ(0, lib.dXindex(file, "B", "AMOUNT", "N", nullptr));
   ASSERT_EQ(0, lib.dXdeltag(file, "B"));
-  const std::uint32_t calls = host.calls;
+  const std::uint32_t calls = host.reports;
   EXPECT_LE(11u, calls);
-  for (std::uint32_t n = 1; n <= calls; ++n) {
-    host = {.calls = 0, .cancel_at = n};
+  for (host.cancel_at = 1; host.cancel_at <= calls; ++host.cancel_at) {
+    host.reports = 0;
     EXPECT_EQ(-41, lib.dXindex(file, "B", "AMOUNT", "N", nullptr));
     EXPECT_EQ(1, lib.dXtags(file));
     const MdxReport report = read("C");

@@ -17,6 +17,9 @@ namespace vqdb::index {
 class TableHold {
  public:
   explicit TableHold(table::Table& table) : table_(table) {}
+  ~TableHold() { static_cast<void>(release_after(Result::ok)); }
+  TableHold(const TableHold&) = delete;
+  TableHold& operator=(const TableHold&) = delete;
 
   Result take();
   // Lets go; the work's own failure counts first.

@@ -20,6 +20,9 @@ constexpr Operation kRebuild{118};
 constexpr Operation kFilter{651};
 constexpr Operation kWrite{1031};
 
+// How often a file is opened that others take away meanwhile.
+constexpr int kMostTries = 20;
+
 // A tag as it is to be, with its expressions compiled.
 struct Recipe {
   std::array<char, kMaxTagName + 1> name = {};
@@ -192,28 +195,59 @@ Result add_to(table::Table& table, MdxStore& store, const Recipe& recipe) {
   return ok(result) && own ? table::mark_production(table, kWrite.detail(4)) : result;
 }
 
-// A file that was made for its first tag, and goes again if that cannot be built.
-class NewFile {
- public:
-  NewFile() = default;
-  ~NewFile() {
-    if (!path_.empty()) static_cast<void>(platform::remove(path_));
-  }
-  NewFile(const NewFile&) = delete;
-  NewFile& operator=(const NewFile&) = delete;
+// Under the table's lock. To a file that others have removed or replaced since it was opened no tag
+// is added: it would be lost.
+Result add_in_bracket(table::Table& table, MdxStore& store, const Recipe& recipe, bool& lost) {
+  return in_bracket(store, [&] {
+    std::uint32_t names = 0;
+    const auto counted = store.system_file.names(names);
+    if (!counted.ok()) return fail(store.block, Result::io, kWrite.detail(5));
+    lost = names == 0;
+    return lost ? fail(store.block, Result::not_found, kWrite.detail(5))
+                : add_to(table, store, recipe);
+  });
+}
 
-  Result make(table::Table& table, const char* name) {
-    const std::string path = path_of(name, "MDX");
-    if (platform::exists(path)) return Result::ok;
-    const Result result = create_mdx(table, name);
-    if (ok(result)) path_ = path;
+// Takes away a file that was made for its first tag, unless it has got one from others. Those who
+// wait for its lock see that it is gone; where open files cannot be removed it stays theirs.
+void remove_unused(table::Table& table, const std::string& path) {
+  VqBlock& block = table::block_of(table);
+  const std::int32_t detail = block.detail;
+  platform::File file;
+  MdxHead head;
+  const bool unused = file.open(path, platform::Access::read_write).ok() &&
+                      ok(table::lock_whole_file(block, file, table::lock_scheme(table))) &&
+                      ok(read_mdx_head(block, file, 0, head)) && head.header.tags == 0;
+  if (!platform::kReplacesOpenFiles) static_cast<void>(file.close());
+  if (unused) static_cast<void>(platform::remove(path));
+  block.detail = detail;
+}
+
+Result open_and_add(table::Table& table, const char* name, const Recipe& recipe, bool& lost) {
+  VqBlock& block = table::block_of(table);
+  MdxFile* const file = open_mdx(table, name, table::open_mode_of(table), 0);
+  if (file == nullptr) {
+    const auto result = static_cast<Result>(block.result);
+    lost = result == Result::not_found;
     return result;
   }
-  void keep() { path_.clear(); }
+  const Result result = add_in_bracket(table, file->store, recipe, lost);
+  const std::int32_t detail = block.detail;
+  const Result closed = close_mdx(*file);
+  if (ok(result)) return closed;
+  block.detail = detail;
+  return result;
+}
 
- private:
-  std::string path_;
-};
+// Adds the tag to the file, which is made when there is none; `lost` when others have taken the
+// file away in between.
+Result add_by_name(table::Table& table, const char* name, const Recipe& recipe, bool& lost) {
+  bool made = false;
+  Result result = create_missing_mdx(table, name, made);
+  if (ok(result)) result = open_and_add(table, name, recipe, lost);
+  if (!ok(result) && made) remove_unused(table, path_of(name, "MDX"));
+  return result;
+}
 
 // The tags of a file as they are to be built again.
 Result read_recipes(table::Table& table, MdxStore& old, std::vector<Recipe>& recipes) {
@@ -262,43 +296,9 @@ Result build_all(table::Table& table, const std::vector<Recipe>& recipes, MdxSto
   return result;
 }
 
-}  // namespace
-
-Result add_tag(MdxFile& file, const TagRequest& request) {
-  MdxStore& store = file.store;
-  if (store.is_read_only()) return fail(file.block, Result::read_only, kBuild.detail(0));
-  table::Table* const table = table::find_live(file.table);
-  if (table == nullptr) return fail(file.block, Result::bad_handle, kBuild.detail(2));
-  Recipe recipe;
-  if (const Result result = prepare(*table, request, recipe); !ok(result)) return result;
-  TableHold hold(*table);
-  if (const Result result = hold.take(); !ok(result)) return result;
-  return hold.release_after(in_bracket(store, [&] { return add_to(*table, store, recipe); }));
-}
-
-Result build_mdx(table::Table& table, const char* name, const TagRequest& request) {
-  NewFile made;
-  if (const Result result = made.make(table, name); !ok(result)) return result;
-  MdxFile* const file = open_mdx(table, name, table::open_mode_of(table), 0);
-  if (file == nullptr) return static_cast<Result>(table::block_of(table).result);
-  Result result = add_tag(*file, request);
-  const std::int32_t detail = file->block->detail;
-  const Result closed = close_mdx(*file);
-  if (ok(result)) {
-    result = closed;
-  } else {
-    table::block_of(table).detail = detail;
-  }
-  if (ok(result)) made.keep();
-  return result;
-}
-
-Result rebuild_mdx(table::Table& table, const char* name) {
+// Under the table's lock, and with the file that is there kept from changing.
+Result rebuild_held(table::Table& table, const std::string& path, ReplacedFile& replaced) {
   VqBlock& block = table::block_of(table);
-  if ((table::open_mode_of(table) & open_mode::kShared) != 0) {
-    return fail(block, Result::not_allowed, kRebuild.detail(2));
-  }
-  const std::string path = path_of(name, "MDX");
   platform::File old_file;
   MdxHead head;
   Result result = open_file(block, path, open_mode::kReadOnly, old_file);
@@ -331,10 +331,53 @@ Result rebuild_mdx(table::Table& table, const char* name) {
     return result;
   }
   if (!ok(closed)) return closed;
+  replaced.let_go();
   const auto placed = growing.put_in_place();
   if (!placed.ok()) return fail(block, open_result(placed.error), kRebuild.detail(5));
   // Packing the table has taken its mark away.
   return head.header.production ? table::mark_production(table, kRebuild.detail(6)) : Result::ok;
+}
+
+}  // namespace
+
+Result add_tag(MdxFile& file, const TagRequest& request) {
+  MdxStore& store = file.store;
+  if (store.is_read_only()) return fail(file.block, Result::read_only, kBuild.detail(0));
+  table::Table* const table = table::find_live(file.table);
+  if (table == nullptr) return fail(file.block, Result::bad_handle, kBuild.detail(2));
+  Recipe recipe;
+  if (const Result result = prepare(*table, request, recipe); !ok(result)) return result;
+  TableHold hold(*table);
+  if (const Result result = hold.take(); !ok(result)) return result;
+  bool lost = false;
+  return hold.release_after(add_in_bracket(*table, store, recipe, lost));
+}
+
+Result build_mdx(table::Table& table, const char* name, const TagRequest& request) {
+  Recipe recipe;
+  if (const Result result = prepare(table, request, recipe); !ok(result)) return result;
+  TableHold hold(table);
+  if (const Result result = hold.take(); !ok(result)) return result;
+  Result result = Result::ok;
+  bool lost = true;
+  for (int tries = 0; lost && tries < kMostTries; ++tries) {
+    lost = false;
+    result = add_by_name(table, name, recipe, lost);
+  }
+  return hold.release_after(result);
+}
+
+Result rebuild_mdx(table::Table& table, const char* name) {
+  VqBlock& block = table::block_of(table);
+  if ((table::open_mode_of(table) & open_mode::kShared) != 0) {
+    return fail(block, Result::not_allowed, kRebuild.detail(2));
+  }
+  TableHold hold(table);
+  if (const Result result = hold.take(); !ok(result)) return result;
+  ReplacedFile replaced(block, table::lock_scheme(table));
+  Result result = replaced.take(path_of(name, "MDX"), kRebuild.detail(7));
+  if (ok(result)) result = rebuild_held(table, path_of(name, "MDX"), replaced);
+  return hold.release_after(result);
 }
 
 }  // namespace vqdb::index

@@ -23,15 +23,17 @@ struct TagRequest {
 };
 
 // Adds a tag to an open file. It is there when it is complete, and not at all after a failure.
-// Details 1100 and 1102 to 1108, 6511 (FOR expression not logical), and those of sort and keys.
+// Details 1100 and 1102 to 1108, 10315 (others have removed or replaced the file), 6511 (FOR
+// expression not logical), and those of sort and keys.
 Result add_tag(MdxFile& file, const TagRequest& request);
 
-// The same for a file by its name, which is made when there is none, and removed again on failure.
+// The same for a file by its name, which is made when there is none, and removed again on failure
+// unless others have added a tag to it.
 Result build_mdx(table::Table& table, const char* name, const TagRequest& request);
 
 // Builds every tag again into a new file, which takes the old one's place in one step. Details 1182
 // (shared table), 1183 (an expression gives another key type), 1186 (the table could not be
-// marked, the new file is in place).
+// marked, the new file is in place), 1187 (somebody else has locked the file).
 Result rebuild_mdx(table::Table& table, const char* name);
 
 // Takes a tag out of an open file; its blocks go to the free list. Details 1262 (no such tag), 1263

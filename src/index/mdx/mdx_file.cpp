@@ -7,6 +7,7 @@
 #include "frame/file_name.h"
 #include "frame/system_file.h"
 #include "frame/temporary_file.h"
+#include "index/build/build_hold.h"
 #include "index/open/key_position.h"
 #include "platform/path.h"
 #include "table/locks.h"
@@ -81,6 +82,20 @@ Result activate(MdxFile& file, std::string_view name, MdxTag*& out) {
   return Result::ok;
 }
 
+// The file without tags, for this place.
+Result write_empty(table::Table& table, const std::string& path, TemporaryFile& growing) {
+  VqBlock& block = table::block_of(table);
+  const std::string& table_path = table::path_of_table(table);
+  MdxHeader header;
+  header.production = path == platform::resolve(replace_extension(table_path, "MDX"));
+  MdxHeadBytes bytes = {};
+  std::ranges::copy(new_mdx_header(base_name(table_path), header, convert::today()), bytes.begin());
+  const auto made = growing.make_beside(path);
+  if (!made.ok()) return fail(block, open_result(made.error), kCreate.detail(5));
+  const auto written = growing.file().write_at(0, bytes.data(), bytes.size());
+  return written.ok() ? Result::ok : fail(block, Result::io, kCreate.detail(6));
+}
+
 }  // namespace
 
 HandlePool<MdxFile>& mdx_files() {
@@ -90,19 +105,29 @@ HandlePool<MdxFile>& mdx_files() {
 
 Result create_mdx(table::Table& table, std::string_view name) {
   VqBlock& block = table::block_of(table);
-  const std::string path = path_of(name, "MDX");
-  const std::string& table_path = table::path_of_table(table);
-  MdxHeader header;
-  header.production = path == platform::resolve(replace_extension(table_path, "MDX"));
-  MdxHeadBytes bytes = {};
-  std::ranges::copy(new_mdx_header(base_name(table_path), header, convert::today()), bytes.begin());
-
+  if ((table::open_mode_of(table) & open_mode::kShared) != 0) {
+    bool made = false;
+    const Result result = create_missing_mdx(table, name, made);
+    return ok(result) && !made ? fail(block, Result::not_allowed, kCreate.detail(4)) : result;
+  }
+  ReplacedFile replaced(block, table::lock_scheme(table));
+  Result result = replaced.take(path_of(name, "MDX"), kCreate.detail(7));
   TemporaryFile growing;
-  const auto made = growing.make_beside(path);
-  if (!made.ok()) return fail(block, open_result(made.error), kCreate.detail(5));
-  auto outcome = growing.file().write_at(0, bytes.data(), bytes.size());
-  if (outcome.ok()) outcome = growing.put_in_place();
-  return outcome.ok() ? Result::ok : fail(block, Result::io, kCreate.detail(6));
+  if (ok(result)) result = write_empty(table, path_of(name, "MDX"), growing);
+  if (!ok(result)) return result;
+  replaced.let_go();
+  return growing.put_in_place().ok() ? Result::ok : fail(block, Result::io, kCreate.detail(6));
+}
+
+Result create_missing_mdx(table::Table& table, std::string_view name, bool& made) {
+  TemporaryFile growing;
+  const std::string path = path_of(name, "MDX");
+  if (platform::exists(path)) return Result::ok;
+  if (const Result result = write_empty(table, path, growing); !ok(result)) return result;
+  const auto placed = growing.put_if_absent();
+  made = placed.ok();
+  if (made || placed.error == platform::Error::already_exists) return Result::ok;
+  return fail(table::block_of(table), Result::io, kCreate.detail(6));
 }
 
 MdxFile* open_mdx(table::Table& context, const char* name, std::uint32_t mode,

@@ -26,9 +26,12 @@ class MdxFile : public Index {
 
 HandlePool<MdxFile>& mdx_files();
 
-// Makes a file without tags, beside its place, which it takes in one step when it is complete.
-// Details 1025 (not created), 1026 (not written).
+// Makes a file without tags, beside its place, which it takes in one step when it is complete. For
+// a shared table only where there is none yet. Details 1024 (shared table: there is one), 1025 (not
+// created), 1026 (not written), 1027 (somebody else has locked the file that is there).
 Result create_mdx(table::Table& table, std::string_view name);
+// The same unless there is one by now; `made` says whether it was this call.
+Result create_missing_mdx(table::Table& table, std::string_view name, bool& made);
 
 // Null on failure, with the result code in the block's result field. Details 1154 and 1155 (no
 // memory) and those of read_mdx_head.

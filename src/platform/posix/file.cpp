@@ -208,6 +208,13 @@ Outcome file_identity(Handle file, FileIdentity& identity) {
   return {};
 }
 
+Outcome count_names(Handle file, std::uint32_t& count) {
+  struct stat about = {};
+  if (::fstat(descriptor(file), &about) != 0) return outcome_of(errno);
+  count = static_cast<std::uint32_t>(about.st_nlink);
+  return {};
+}
+
 Outcome path_identity(const std::string& path, FileIdentity& identity) {
   struct stat about = {};
   if (::stat(path.c_str(), &about) != 0) return outcome_of(errno);

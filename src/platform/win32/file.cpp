@@ -198,6 +198,15 @@ Outcome file_identity(Handle file, FileIdentity& identity) {
   return {};
 }
 
+Outcome count_names(Handle file, std::uint32_t& count) {
+  BY_HANDLE_FILE_INFORMATION about = {};
+  if (::GetFileInformationByHandle(handle_of(file), &about) == 0) {
+    return outcome_of(::GetLastError());
+  }
+  count = about.nNumberOfLinks;
+  return {};
+}
+
 Outcome path_identity(const std::string& path, FileIdentity& identity) {
   Handle file = 0;
   const Outcome opened = create_handle(path, 0, OPEN_EXISTING, file, kShare | FILE_SHARE_DELETE,
