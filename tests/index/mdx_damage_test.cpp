@@ -146,6 +146,32 @@ TEST_F(MdxDamage, numbers_that_cannot_be_are_refused) {
   EXPECT_EQ("-3/10302", refusal(open(), block));
 }
 
+// As many blocks as the header counts, but the last one is a leaf.
+TEST_F(MdxDamage, a_free_list_that_leads_into_a_tree_gives_no_block) {
+  const MdxReport report = read();
+  const MdxTag texts = report.tag("TEXTS");
+  for (const std::uint32_t leaf : {texts.neighbours[1].first, texts.neighbours.back().first}) {
+    for (const std::uint32_t mode : {0u, 4u}) {
+      write_file(name("M.MDX"), sound_);
+      write_bytes(name("M.MDX"), report.free.rbegin()[1] * kUnit + 4, le32(leaf));
+      const std::string before = read_file(name("M.MDX"));
+      VqIndex* file = open("M", mode);
+      VqIndex* tag = lib.dXactidx(file, "NUMBERS");
+      std::int32_t result = 0;
+      std::uint32_t put = 0;
+      while (result == 0 && put < 100) {
+        result = lib.dXputkey(tag, mdx_key('N', 12, 300).data(), 7000 + ++put);
+      }
+      EXPECT_EQ("-3/10332", codes(result, block));
+      EXPECT_EQ("-3/10332", codes(lib.dXindex(file, "MORE", "NAME", "C20", nullptr), block));
+      EXPECT_EQ(0, lib.dXclose(file));
+      EXPECT_EQ(before.size(), read_file(name("M.MDX")).size());
+      EXPECT_EQ(texts.entries, read().tag("TEXTS").entries);
+      EXPECT_EQ(kKeys + put - 1, read().tag("NUMBERS").entries.size());
+    }
+  }
+}
+
 TEST_F(MdxDamage, random_bytes_do_no_harm) {
   const MdxReport report = read();
   std::mt19937 random(3);

@@ -205,6 +205,38 @@ TEST_P(MdxHistory, agrees_with_a_model) {
   for (const MdxTag& tag : read().tags) EXPECT_EQ(1u, tag.depth);
 }
 
+// Other programs write into each page which one is left of it: what is left of that is right.
+TEST_F(MdxFixture, left_neighbours_that_others_wrote_are_right_or_none) {
+  create();
+  VqIndex* file = open("M", 4, 4);
+  VqIndex* tag = make_tag(file, "TEXT", "TEXT", "C100");
+  std::mt19937 random(7);
+  std::vector<std::uint32_t> held;
+  const auto key = [](std::uint32_t n) {
+    return mdx_key('C', 100, static_cast<std::int32_t>(n * 7919 % 10000));
+  };
+  for (const std::uint32_t removals_in_ten : {1u, 4u, 8u, 2u}) {
+    for (const auto& [page, left] : read().tag("TEXT").neighbours) {
+      write_bytes(name("M.MDX"), page * std::size_t{512} + 4, le32(left));
+    }
+    for (int i = 0; i < 1200; ++i) {
+      if (held.empty() || random() % 10 >= removals_in_ten) {
+        held.push_back(static_cast<std::uint32_t>(random() % 100000 + 1));
+        ASSERT_EQ(0, lib.dXputkey(tag, key(held.back()).data(), held.back()));
+      } else {
+        std::swap(held[random() % held.size()], held.back());
+        ASSERT_EQ(0, lib.dXrmkey(tag, key(held.back()).data(), held.back()));
+        held.pop_back();
+      }
+      if (i % 10 == 0) {
+        ASSERT_EQ("", read().all_faults());
+      }
+    }
+  }
+  EXPECT_LE(4u, read().tag("TEXT").depth);
+  EXPECT_EQ(0, lib.dXclose(file));
+}
+
 INSTANTIATE_TEST_SUITE_P(Settings, MdxHistory,
                          ::testing::Values(History{"exclusive_4_buffers", 2, 4, {0}, 60000},
                                            History{"exclusive_1000_buffers", 2, 1000, {0}, 150000},

@@ -50,6 +50,7 @@ class Reader {
     left_.resize(std::max<std::size_t>(left_.size(), level + 1));
     const std::uint32_t left = shape_.left_at != 0 ? number(start + shape_.left_at) : 0;
     if (left != 0 && left != left_[level]) fault(page, "names another page as its left neighbour");
+    report_.neighbours.emplace_back(page, left_[level]);
     left_[level] = page;
     const std::uint32_t count = number(start, 2);
     if (count > shape_.max_keys || number(start) != count) return fault(page, "has a wild count");

@@ -34,6 +34,7 @@ struct TreeReport {
   std::vector<IndexEntry> entries;  // as the leaves hold them, from left to right
   std::vector<std::string> faults;  // empty for a sound tree
   std::vector<std::uint32_t> used;  // its pages
+  std::vector<std::pair<std::uint32_t, std::uint32_t>> neighbours;  // each page and its left one
   std::uint32_t root = 0;
   std::uint32_t depth = 0;  // levels
 

@@ -2,6 +2,7 @@
 #include <vector>
 
 #include "index/mdx/mdx_build.h"
+#include "index/mdx/tree_blocks.h"
 #include "index/open/key_position.h"
 
 namespace vqdb::index {
@@ -9,55 +10,13 @@ namespace {
 
 constexpr Operation kDrop{126};
 
-// The blocks of a tag's tree, found from the root down; leaves are not read, so the way down to one
-// of them says how many levels there are.
-class TreeBlocks {
- public:
-  TreeBlocks(MdxStore& store, const TagHeader& header)
-      : store_(store), layout_(header.layout(store.header().block_bytes())), blocks_{header.root} {}
-
-  // False when the tree is damaged or cannot be read.
-  bool collect() {
-    std::size_t from = 0;
-    for (std::uint32_t level = 0; level < kMaxDepth; ++level) {
-      const std::size_t end = blocks_.size();
-      bool leaves = false;
-      for (; from < end; ++from) {
-        if (!add_children(blocks_[from], leaves)) return false;
-        if (leaves) return true;
-      }
-    }
-    return false;
-  }
-  const std::vector<PageNumber>& blocks() const { return blocks_; }
-
- private:
-  bool add_children(PageNumber number, bool& is_leaf) {
-    PageCache::Frame frame = 0;
-    if (!store_.header().holds_block(number) || !ok(store_.cache.fetch(number, frame))) {
-      return false;
-    }
-    const Page page(layout_, store_.cache.image(frame));
-    if (!page.is_sound() || blocks_.size() > store_.header().pages) return false;
-    is_leaf = page.count() == 0 || page.is_leaf();
-    for (std::uint32_t slot = 0; !is_leaf && slot <= page.count(); ++slot) {
-      blocks_.push_back(page.child(slot));
-    }
-    return true;
-  }
-
-  MdxStore& store_;
-  const PageLayout layout_;
-  std::vector<PageNumber> blocks_;
-};
-
 // A tree that is damaged, or has another number of blocks than its header counts, keeps them: they
 // may be somebody else's. They are lost until the file is built again.
 std::vector<PageNumber> blocks_of(MdxStore& store, const TagEntry& entry) {
   TagHeaderImage image;
   TagHeader header;
   if (!ok(read_tag_header(store, entry.header_page, image, header))) return {};
-  TreeBlocks tree(store, header);
+  TreeBlocks tree(store, header, header.root);
   if (!tree.collect()) return {};
   std::vector<PageNumber> blocks = tree.blocks();
   blocks.push_back(entry.header_page);

@@ -7,6 +7,7 @@
 
 #include "frame/system_file.h"
 #include "index/mdx/mdx_tag.h"
+#include "index/mdx/tree_blocks.h"
 
 namespace vqdb::index {
 namespace {
@@ -144,22 +145,62 @@ Result MdxStore::read_link(PageNumber page, PageNumber& next) {
   return Result::ok;
 }
 
-// Once for each open file: the list ends after as many blocks as the header counts, and none of
-// them is a tag's.
-Result MdxStore::check_free_list() {
+// Marks the pages of a tag. False when its tree is damaged.
+bool MdxStore::mark_tree(const TagEntry& entry, std::vector<bool>& pages) {
+  TagHeaderImage image;
+  TagHeader header;
+  if (!ok(read_tag_header(*this, entry.header_page, image, header))) return false;
+  PageNumber root = header.root;
+  for (const MdxTag* tag = first_tag_; tag != nullptr; tag = tag->next) {
+    if (tag->is_up_to_date() && tag->entry.name == entry.name) root = tag->keys.tree.root();
+  }
+  TreeBlocks tree(*this, header, root);
+  const bool sound = tree.collect();
+  const auto mark = [&](PageNumber block_at) {
+    for (PageNumber i = 0; i < head_.header.block_pages; ++i) {
+      if (block_at + i < pages.size()) pages[block_at + i] = true;
+    }
+  };
+  mark(entry.header_page);
+  std::ranges::for_each(tree.blocks(), mark);
+  return sound;
+}
+
+bool MdxStore::mark_trees(std::vector<bool>& pages) {
+  bool sound = true;
+  for (const TagEntry& entry : head_.tags.tags()) sound = mark_tree(entry, pages) && sound;
+  return sound;
+}
+
+// The list ends after as many blocks as the header counts, and none of them is a tag's.
+Result MdxStore::walk_free_list(const std::vector<bool>& tags) {
   const MdxHeader& header = head_.header;
   std::uint32_t blocks = 0;
-  for (PageNumber page = header.first_free; page != 0;) {
-    const bool is_tag = std::ranges::any_of(
-        head_.tags.tags(), [&](const TagEntry& tag) { return tag.header_page == page; });
-    if (is_tag || blocks++ == header.free_blocks) {
+  for (PageNumber page = header.first_free; page != 0; ++blocks) {
+    const auto from = tags.begin() + page;
+    if (blocks == header.free_blocks ||
+        std::find(from, from + header.block_pages, true) != from + header.block_pages) {
       return fail(block, Result::bad_format, kFreeList.detail(2));
     }
     if (const Result result = read_link(page, page); !ok(result)) return result;
   }
-  if (blocks != header.free_blocks) return fail(block, Result::bad_format, kFreeList.detail(2));
-  list_is_checked_ = true;
-  return Result::ok;
+  return blocks == header.free_blocks ? Result::ok
+                                      : fail(block, Result::bad_format, kFreeList.detail(2));
+}
+
+// Once for each open file. Where a tree is damaged nobody can tell what belongs to it.
+Result MdxStore::check_free_list() {
+  const std::int32_t detail = block.detail;
+  try {
+    std::vector<bool> tags(head_.header.pages + head_.header.block_pages);
+    list_is_usable_ = mark_trees(tags);
+    block.detail = detail;
+    const Result result = walk_free_list(tags);
+    list_is_checked_ = ok(result);
+    return result;
+  } catch (const std::bad_alloc&) {
+    return fail(block, Result::no_memory, kFreeList.detail(5));
+  }
 }
 
 Result MdxStore::take(std::span<PageNumber> pages) {
@@ -167,7 +208,7 @@ Result MdxStore::take(std::span<PageNumber> pages) {
   if (header.first_free != 0 && !list_is_checked_) {
     if (const Result result = check_free_list(); !ok(result)) return result;
   }
-  PageNumber first_free = header.first_free;
+  PageNumber first_free = list_is_usable_ ? header.first_free : 0;
   std::uint32_t from_list = 0;
   PageNumber end = end_;
   for (PageNumber& page : pages) {
@@ -185,7 +226,7 @@ Result MdxStore::take(std::span<PageNumber> pages) {
   }
   head_passed_ = head_passed_ || from_list > 0;
   has_grown_ = has_grown_ || end != end_;
-  header.first_free = first_free;
+  if (from_list > 0) header.first_free = first_free;
   header.free_blocks -= from_list;
   end_ = end;
   cache.set_limit(end_);

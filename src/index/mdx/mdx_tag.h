@@ -48,6 +48,8 @@ class MdxTag : public Index {
   // Under the file's lock, before the tree is used. A tag of this name that is defined otherwise is
   // another tag: this one is gone for as long as it is there.
   Result bring_up_to_date();
+  // Whether the tree in memory is the file's, with what is still to be written.
+  bool is_up_to_date() const { return is_up_to_date_ && !keys.gone; }
   // Whether the file's header, read without the lock, still has the definition that is known.
   bool is_as_known();
   // Writes root and page count where they have changed.

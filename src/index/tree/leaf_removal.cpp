@@ -32,6 +32,9 @@ Result LeafRemoval::hold(PageNumber number, PageCache::Frame& frame) {
 }
 
 Result LeafRemoval::plan() {
+  if (const Result result = tree_.forget_left(path_, path_.depth - 1, 1); !ok(result)) {
+    return result;
+  }
   if (const Result result = hold(path_.leaf().page, leaf_); !ok(result)) return result;
   std::uint32_t level = bottom();
   if (const Result result = hold(path_.steps[level].page, pages_[level]); !ok(result)) {
@@ -75,6 +78,11 @@ Result LeafRemoval::plan_collapse(std::uint32_t level, Collapse& collapse) {
     return fail(tree_.block_, Result::page_error, kLeafRemoval.detail(1));
   }
   collapse.borrows = neighbour.is_full();
+  // Behind the last of the pages that another one takes the place of.
+  if (!collapse.neighbour_is_right || !collapse.borrows) {
+    const std::uint32_t places = collapse.neighbour_is_right ? 2 : 1;
+    if (const Result result = tree_.forget_left(path_, level, places); !ok(result)) return result;
+  }
   if (const Result result = tree_.cache_.fetch_new(collapse.fresh); !ok(result)) return result;
   pins_.hold(collapse.fresh);
   return Result::ok;

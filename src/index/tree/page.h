@@ -57,8 +57,13 @@ class Page {
   // that: neighbours come and go without it.
   void set_count(std::uint32_t count) {
     store_le32(bytes_, count);
-    if (layout_->left_at != 0) store_le32(bytes_ + layout_->left_at, 0);
+    if (layout_->left_at != 0) clear_left();
   }
+  // 0 where none is named, or has a place.
+  PageNumber left() const {
+    return layout_->left_at != 0 ? load_le32(bytes_ + layout_->left_at) : 0;
+  }
+  void clear_left() { store_le32(bytes_ + layout_->left_at, 0); }
   void set_child(std::uint32_t slot, PageNumber page) { store_le32(entry(slot), page); }
   void set_key(std::uint32_t slot, const Byte* key) {
     std::memcpy(entry(slot) + layout_->key_at, key, layout_->key_length);

@@ -110,6 +110,13 @@ class Tree {
   // the one place that repeats the last key below. found is false on the right edge of the tree.
   Result find_separator(const Path& path, std::uint32_t level, std::uint32_t& at,
                         PageCache::Frame& frame, bool& found);
+  // The page behind the path's one at this level becomes the path's, by its first child below; 0
+  // where there is none.
+  Result next_at(std::uint32_t level, Path& path, PageNumber& number);
+  // What the page so many places behind the path's one at this level says of its left neighbour, in
+  // file kinds that have a place for that, goes: the neighbour is about to change. Harmless when
+  // the change is then given up.
+  Result forget_left(const Path& path, std::uint32_t level, std::uint32_t places);
   void move_root(PageNumber root) {
     root_ = root;
     root_moved_ = true;

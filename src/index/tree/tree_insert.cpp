@@ -62,6 +62,9 @@ Result Tree::insert_with_split(const Path& path, const Byte* key, std::uint32_t 
     plan.full[level] = frame;
     plan.top = level;
   }
+  for (std::uint32_t level = plan.top; level < path.depth; ++level) {
+    if (const Result result = forget_left(path, level, 1); !ok(result)) return result;
+  }
   const std::uint32_t splits = path.depth - plan.top;
   const std::uint32_t news = splits + (plan.new_root ? 1 : 0);
   for (std::uint32_t i = 0; i < news; ++i) {
@@ -71,6 +74,22 @@ Result Tree::insert_with_split(const Path& path, const Byte* key, std::uint32_t 
   const Result result = store_.take(std::span(plan.numbers).first(news));
   if (ok(result)) split(plan, path, key, recno);
   return result;
+}
+
+Result Tree::forget_left(const Path& path, std::uint32_t level, std::uint32_t places) {
+  if (layout_.left_at == 0) return Result::ok;
+  Path way = path;
+  for (; places > 0; --places) {
+    PageNumber number = 0;
+    const Result result = next_at(level, way, number);
+    if (!ok(result) || number == 0) return result;
+  }
+  PageCache::Frame frame = 0;
+  if (const Result result = fetch(way.steps[level].page, frame); !ok(result)) return result;
+  if (page(frame).left() == 0) return Result::ok;
+  page(frame).clear_left();
+  cache_.mark_changed(frame, path.depth - 1 - level);
+  return Result::ok;
 }
 
 // From the leaf up: divides each full page and carries its last key, as the separator, up.

@@ -134,6 +134,25 @@ Result Tree::previous(Path& path, bool& found) {
   return Result::ok;
 }
 
+Result Tree::next_at(std::uint32_t level, Path& path, PageNumber& number) {
+  number = 0;
+  PageCache::Frame frame = 0;
+  for (std::uint32_t at = level; number == 0;) {
+    if (at-- == 0) return Result::ok;
+    if (const Result result = fetch(path.steps[at].page, frame); !ok(result)) return result;
+    if (path.steps[at].slot >= page(frame).count()) continue;
+    number = page(frame).child(++path.steps[at].slot);
+    for (++at; at < level; ++at) {
+      if (const Result result = fetch(number, frame); !ok(result)) return result;
+      path.steps[at] = {number, 0};
+      number = page(frame).child(0);
+    }
+    break;
+  }
+  path.steps[level].page = number;
+  return Result::ok;
+}
+
 Result Tree::branch(const Path& path, std::uint32_t level, std::uint32_t slot, Path& branched) {
   branched = path;
   branched.steps[level].slot = slot;
