@@ -9,42 +9,18 @@
 
 #include "support/exports.h"
 #include "support/mdx_checker.h"
-#include "support/orders.h"
+#include "support/order_tags.h"
 #include "support/test.h"
 
 namespace vqdb::testing {
 namespace {
 
-struct Tag {
-  const char* name;
-  const char* key;
-  const char* filter;
-  std::uint32_t options;
-  bool (*holds)(const Order&);
-  std::string (*key_of)(const Order&);
-};
-
-std::string text_of(const Order& order) { return record_of(order).substr(1, 12); }
-
-std::string day_of(const Order& order) {
-  VqBlock block = {};
-  std::string key(8, '\0');
-  lib.dUdftodk(&block, 1, record_of(order).substr(22, 8).c_str(), key.data());
-  return key;
-}
-
-std::string amount_of(const Order& order) {
-  VqBlock block = {};
-  std::string key(12, '\0');
-  EXPECT_EQ(0, lib.dUnftonk(&block, 0, record_of(order).substr(13, 9).c_str(), 9, key.data()));
-  return key;
-}
+using Tag = OrderTag;
 
 const Tag kTags[] = {
-    {"NAMES", "NAME", nullptr, 0, [](const Order&) { return true; }, text_of},
-    {"PAID", "AMOUNT", "PAID", 0, [](const Order& o) { return o.paid; }, amount_of},
-    {"LIVE", "DUE", ".NOT. DELETED()", VQ_BUILD_DESCENDING,
-     [](const Order& o) { return !o.deleted; }, day_of},
+    {"NAMES", "NAME", nullptr, "C12", [](const Order&) { return true; }, name_key},
+    {"PAID", "AMOUNT", "PAID", "N", [](const Order& o) { return o.paid; }, amount_key},
+    {"LIVE", "DUE", ".NOT. DELETED()", "DD", [](const Order& o) { return !o.deleted; }, due_key},
 };
 
 class TagGroupTest : public ::testing::Test {
@@ -54,7 +30,7 @@ class TagGroupTest : public ::testing::Test {
     mdx_ = orders_.file("TAGS");
     VqTable* table = lib.dDopen(&orders_.block, orders_.table().c_str(), 0, 4);
     for (const Tag& tag : kTags) {
-      ASSERT_EQ(0, lib.dXezindx(table, mdx_.c_str(), tag.name, tag.key, tag.filter, tag.options))
+      ASSERT_EQ(0, lib.dXezindx(table, mdx_.c_str(), tag.name, tag.key, tag.filter, tag.options()))
           << orders_.block.detail;
     }
     ASSERT_EQ(0, lib.dDclose(table));
@@ -88,14 +64,7 @@ class TagGroupTest : public ::testing::Test {
   }
 
   void expect_tag(const Tag& tag, const MdxReport& report) {
-    SCOPED_TRACE(tag.name);
-    std::vector<IndexEntry> expected;
-    for (std::size_t n = 0; n < records_.size(); ++n) {
-      if (!tag.holds(records_[n])) continue;
-      expected.emplace_back(tag.key_of(records_[n]), static_cast<std::uint32_t>(n + 1));
-    }
-    std::ranges::sort(expected);
-    EXPECT_EQ(expected, report.tag(tag.name).sorted());
+    testing::expect_tag(tag, report, records_);
   }
 
   void check() {
@@ -186,7 +155,7 @@ TEST_P(TagGroup, members_are_found_and_described) {
   std::string record(kOrderBytes, '\0');
   std::string key(12, '\0');
   std::uint32_t recno = 0;
-  ASSERT_EQ(0, lib.DBgetrec(&paid, amount_of(records_[0]).data(), record.data(), &recno));
+  ASSERT_EQ(0, lib.DBgetrec(&paid, amount_key(records_[0]).data(), record.data(), &recno));
   EXPECT_EQ(record_of(records_[0]), record);
   ASSERT_EQ(0, lib.DBprevrec(&paid, record.data(), &recno, key.data()));
   EXPECT_EQ(record_of(records_[1]), record);
@@ -243,7 +212,7 @@ TEST_P(TagGroup, tags_join_and_leave_a_file_in_use) {
             codes(lib.DBindex(database_, 16, name, "X", "AMOUNT", "NAME", 0), orders_.block));
   EXPECT_EQ(kOrderIndexes + 2 + std::size(kTags), value(table_member(database_).flags));
   for (int i = 0; i < 40; ++i) append(some_order());
-  const Tag later = {"LATER", "", "", 0, kTags[1].holds, amount_of};
+  const Tag later = {"LATER", "", "", "", kTags[1].holds, amount_key};
   check();
   expect_tag(later, read_mdx(orders_.file("TAGS.MDX")));
 
@@ -303,7 +272,7 @@ TEST_F(TagGroupTest, packing_builds_the_tags_again_and_leaves_the_table_its_inde
   ASSERT_EQ(0, lib.DBuse(&orders_.block, own.c_str(), 0, &database_));
   EXPECT_EQ(2, lib.dDmode(&orders_.block, own.c_str()) & 2);
   check();
-  const Tag own_tag = {"OWN", "", "", 0, kTags[2].holds, amount_of};
+  const Tag own_tag = {"OWN", "", "", "", kTags[2].holds, amount_key};
   expect_tag(own_tag, read_mdx(orders_.file("ORDERS.MDX")));
 }
 
@@ -318,11 +287,11 @@ struct TagChange {
 };
 
 constexpr auto kIsDead = [](const Order& order) { return order.deleted; };
-const Tag kDear = {"PAID", "NAME", "AMOUNT > 0", 0, [](const Order& o) { return o.cents > 0; },
-                   text_of};
-const Tag kDeadNames = {"NAMES", "NAME", "DELETED()", 0, kIsDead, text_of};
-const Tag kDead = {"LIVE", "AMOUNT", "DELETED()", VQ_BUILD_DESCENDING, kIsDead, amount_of};
-const Tag kNew = {"NEW", "AMOUNT", ".NOT. DELETED()", 0, kTags[2].holds, amount_of};
+const Tag kDear = {"PAID",  "NAME", "AMOUNT > 0", "C12", [](const Order& o) { return o.cents > 0; },
+                   name_key};
+const Tag kDeadNames = {"NAMES", "NAME", "DELETED()", "C12", kIsDead, name_key};
+const Tag kDead = {"LIVE", "AMOUNT", "DELETED()", "ND", kIsDead, amount_key};
+const Tag kNew = {"NEW", "AMOUNT", ".NOT. DELETED()", "N", kTags[2].holds, amount_key};
 
 const TagChange kTagChanges[] = {
     {"dropped", "PAID", nullptr, false},
@@ -354,9 +323,8 @@ class TagsOfOthers
   }
 
   void make(VqIndex* file, const Tag& tag) {
-    const bool text = tag.key == std::string("NAME");
-    const char* const format = text ? "C12" : tag.options != 0 ? "ND" : "N";
-    ASSERT_EQ(0, lib.dXindex(file, tag.name, tag.key, format, tag.filter)) << orders_.block.detail;
+    ASSERT_EQ(0, lib.dXindex(file, tag.name, tag.key, tag.format, tag.filter))
+        << orders_.block.detail;
   }
 
   void change_record(const std::string& what) {

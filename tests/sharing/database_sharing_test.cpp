@@ -1,5 +1,5 @@
 // Several processes on one database at once.
-#include "support/orders.h"
+#include "support/order_tags.h"
 #include "support/process.h"
 #include "support/test.h"
 
@@ -78,8 +78,11 @@ VQ_CHILD(find_edit_and_save) {
       order.cents = pick(20);
     }
     order.due = 1 + pick(28);
+    const int what = pick(6);
     do {
-      result = lib.DBupdrec(database, recno, record_of(order).data());
+      result = what == 0   ? lib.DBdelrec(database, recno)
+               : what == 1 ? lib.DBrclrec(database, recno)
+                           : lib.DBupdrec(database, recno, record_of(order).data());
     } while (is_refusal(result));
     ++saved;
   }
@@ -102,6 +105,44 @@ VQ_CHILD(hold_lock) {
   return 0;
 }
 
+// The tags of TAGS, of which one is dropped and made anew as another all the time, and one more
+// comes and goes.
+const OrderTag kKeptTag = {
+    "KEPT", "NAME", ".NOT. DELETED()", "C12", [](const Order& o) { return !o.deleted; }, name_key};
+const OrderTag kMadeTags[] = {
+    {"MADE", "AMOUNT", "AMOUNT < 1", "N", [](const Order& o) { return o.cents < 100; }, amount_key},
+    {"MADE", "NAME", "DELETED()", "C12", [](const Order& o) { return o.deleted; }, name_key},
+    {"MADE", "DUE", nullptr, "DD", [](const Order&) { return true; }, due_key}};
+const OrderTag kAddedTag = {"ADDED", "DUE", nullptr, "D", [](const Order&) { return true; },
+                            due_key};
+
+VQ_CHILD(drop_and_make_tags) {
+  VqBlock block;
+  (void)lib.DBinit(&block, static_cast<std::uint32_t>(std::stoi(args[0])));
+  const auto mode = static_cast<std::uint32_t>(std::stoi(args[2]));
+  VqTable* const table = lib.dDopen(&block, args[1].c_str(), mode, 4);
+  const std::string name = args[1].substr(0, args[1].size() - 6) + "TAGS";
+  VqIndex* const file = lib.dXopen(table, name.c_str(), mode, 10);
+  if (file == nullptr) return report(block, block.result);
+  say("ready");
+  wait_for_line();
+  std::int32_t result = 0;
+  for (int i = 0; i < std::stoi(args[3]) && result == 0; ++i) {
+    const OrderTag& tag = i % 4 == 3 ? kAddedTag : kMadeTags[i % 4];
+    do {
+      result = lib.dXdeltag(file, tag.name);
+    } while (is_refusal(result));
+    if (result == 0 || result == VQ_E_UNKNOWN_NAME) {
+      do {
+        result = lib.dXindex(file, tag.name, tag.key, tag.format, tag.filter);
+      } while (is_refusal(result));
+    }
+  }
+  if (result == 0) result = lib.dXclose(file);
+  (void)lib.dDclose(table);
+  return report(block, result);
+}
+
 struct Sharing {
   std::uint32_t dialect;
   std::uint32_t mode;
@@ -120,6 +161,8 @@ TEST_P(ConcurrentChanges, processes_that_append_and_change_at_once_lose_nothing)
     std::uint32_t recno = 0;
     ASSERT_EQ(0, lib.DBapprec(database, record_of({"c1", i, 1}).data(), &recno));
   }
+  const std::string tags = orders.file("TAGS");
+  ASSERT_EQ(0, lib.DBindex(database, 16, tags.c_str(), "KEPT", "NAME", kKeptTag.filter, 0));
   ASSERT_EQ(0, lib.DBclose(database));
 
   const Arguments place = {std::to_string(GetParam().dialect), orders.table(),
@@ -135,7 +178,8 @@ TEST_P(ConcurrentChanges, processes_that_append_and_change_at_once_lose_nothing)
     Child bert("append_orders", with(std::to_string(kAppends), "bert"));
     Child carl("find_edit_and_save", with(std::to_string(kAppends), "7"));
     Child dora("find_edit_and_save", with(std::to_string(kAppends), "8"));
-    const std::array<Child*, 4> all = {&anna, &bert, &carl, &dora};
+    Child emil("drop_and_make_tags", with("40", ""));
+    const std::array<Child*, 5> all = {&anna, &bert, &carl, &dora, &emil};
     for (Child* child : all) ASSERT_EQ("ready", child->read_line());
     for (Child* child : all) child->write_line("go");
     for (Child* child : all) EXPECT_EQ("done", child->read_line());
@@ -158,6 +202,10 @@ TEST_P(ConcurrentChanges, processes_that_append_and_change_at_once_lose_nothing)
   for (const std::vector<int>& each : seen) EXPECT_EQ(std::vector<int>(kAppends, 1), each);
   expect_in_step(database, orders, records);
   EXPECT_EQ(0, lib.DBclose(database));
+  const MdxReport report = read_mdx(tags + ".MDX");
+  EXPECT_EQ("", report.all_faults());
+  EXPECT_EQ(0u, report.orphans.size());
+  for (const OrderTag& tag : {kKeptTag, kMadeTags[2], kAddedTag}) expect_tag(tag, report, records);
 }
 
 TEST_P(SharedDatabase, a_lock_of_another_process_stops_just_what_it_covers) {

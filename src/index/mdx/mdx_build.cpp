@@ -10,6 +10,7 @@
 #include "index/build/tree_build.h"
 #include "platform/path.h"
 #include "table/locks.h"
+#include "table/records.h"
 
 namespace vqdb::index {
 namespace {
@@ -186,12 +187,15 @@ bool is_own_index(const table::Table& table, const MdxStore& store) {
 }
 
 Result add_to(table::Table& table, MdxStore& store, const Recipe& recipe) {
+  // Where the table has no locks, the bracket is what keeps others from it.
   std::uint32_t count = 0;
-  if (const Result result = table::record_count(table, count); !ok(result)) return result;
+  Result result = table::catch_up(table);
+  if (ok(result)) result = table::record_count(table, count);
+  if (!ok(result)) return result;
   Progress progress(store.block, std::uint64_t{2} * count);
   const bool own = is_own_index(table, store);
   const bool production = own || store.header().production;
-  const Result result = make_tag(table, store, recipe, count, progress, production);
+  result = make_tag(table, store, recipe, count, progress, production);
   return ok(result) && own ? table::mark_production(table, kWrite.detail(4)) : result;
 }
 
