@@ -776,7 +776,8 @@ int32_t VQ_CALL dNcopy(VqBlock* block, const char* from, const char* to);
  *   10304 -17 tag header not read     10306 -3  damaged tag header
  *   10311 -17 header not written      10312 -17 tag table not written   10313 -17 tag header
  *   10331 -17 free list not read      10332 -3  damaged free list
- *   10333 -20 no page numbers left    10334 -17 free list not written
+ *   10333 -20 no page numbers left    10334 -17 free list not written   10335 -14 no memory
+ *   10336 -3  damaged tree, so that no free block can be told from its; or the codes of its pages
  * A detail ending in 9: a null argument (-4). */
 
 /* Makes an MDX file without tags for the table; it takes the place of an existing one in one step
@@ -866,8 +867,8 @@ int32_t VQ_CALL dXindex(VqIndex* file, const char* tag, const char* key, const c
                         const char* filter);
 /* The same in one call: opens the file in the table's mode, or makes it when there is none, and
  * takes type and length of the keys from the expression. Options: VQ_BUILD_UNIQUE,
- * VQ_BUILD_DESCENDING. A file that was made goes again on failure, unless others have added a tag
- * to it. Bad table handle: 1271. */
+ * VQ_BUILD_DESCENDING. A file that was made goes again on failure, unless a tag is in it. Bad table
+ * handle: 1271. */
 int32_t VQ_CALL dXezindx(VqTable* table, const char* name, const char* tag, const char* key,
                          const char* filter, uint32_t options);
 /* Builds every tag again into a new file, which takes the old one's place in one step when it is

@@ -1,11 +1,10 @@
 // Whole histories of several tags in one file, by one handle or by several of a shared file:
 // entries come and go, tags are dropped and made again. Checked against a model and, byte by byte,
 // by the checker: every block of the file is in one tree or in the free list.
-#include <algorithm>
-#include <random>
 #include <set>
 
 #include "support/mdx_fixture.h"
+#include "support/test.h"
 
 namespace vqdb::testing {
 namespace {

@@ -17,7 +17,7 @@ std::vector<PageNumber> blocks_of(MdxStore& store, const TagEntry& entry) {
   TagHeader header;
   if (!ok(read_tag_header(store, entry.header_page, image, header))) return {};
   TreeBlocks tree(store, header, header.root);
-  if (!tree.collect()) return {};
+  if (!ok(tree.collect())) return {};
   std::vector<PageNumber> blocks = tree.blocks();
   blocks.push_back(entry.header_page);
   std::ranges::sort(blocks, std::greater<>());

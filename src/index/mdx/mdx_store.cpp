@@ -145,17 +145,19 @@ Result MdxStore::read_link(PageNumber page, PageNumber& next) {
   return Result::ok;
 }
 
-// Marks the pages of a tag. False when its tree is damaged.
-bool MdxStore::mark_tree(const TagEntry& entry, std::vector<bool>& pages) {
+// Marks the pages of a tag.
+Result MdxStore::mark_tree(const TagEntry& entry, std::vector<bool>& pages) {
   TagHeaderImage image;
   TagHeader header;
-  if (!ok(read_tag_header(*this, entry.header_page, image, header))) return false;
+  if (const Result result = read_tag_header(*this, entry.header_page, image, header); !ok(result)) {
+    return result;
+  }
   PageNumber root = header.root;
   for (const MdxTag* tag = first_tag_; tag != nullptr; tag = tag->next) {
     if (tag->is_up_to_date() && tag->entry.name == entry.name) root = tag->keys.tree.root();
   }
   TreeBlocks tree(*this, header, root);
-  const bool sound = tree.collect();
+  if (const Result result = tree.collect(); !ok(result)) return result;
   const auto mark = [&](PageNumber block_at) {
     for (PageNumber i = 0; i < head_.header.block_pages; ++i) {
       if (block_at + i < pages.size()) pages[block_at + i] = true;
@@ -163,13 +165,14 @@ bool MdxStore::mark_tree(const TagEntry& entry, std::vector<bool>& pages) {
   };
   mark(entry.header_page);
   std::ranges::for_each(tree.blocks(), mark);
-  return sound;
+  return Result::ok;
 }
 
-bool MdxStore::mark_trees(std::vector<bool>& pages) {
-  bool sound = true;
-  for (const TagEntry& entry : head_.tags.tags()) sound = mark_tree(entry, pages) && sound;
-  return sound;
+Result MdxStore::mark_trees(std::vector<bool>& pages) {
+  for (const TagEntry& entry : head_.tags.tags()) {
+    if (const Result result = mark_tree(entry, pages); !ok(result)) return result;
+  }
+  return Result::ok;
 }
 
 // The list ends after as many blocks as the header counts, and none of them is a tag's.
@@ -190,12 +193,10 @@ Result MdxStore::walk_free_list(const std::vector<bool>& tags) {
 
 // Once for each open file. Where a tree is damaged nobody can tell what belongs to it.
 Result MdxStore::check_free_list() {
-  const std::int32_t detail = block.detail;
   try {
     std::vector<bool> tags(head_.header.pages + head_.header.block_pages);
-    list_is_usable_ = mark_trees(tags);
-    block.detail = detail;
-    const Result result = walk_free_list(tags);
+    Result result = mark_trees(tags);
+    if (ok(result)) result = walk_free_list(tags);
     list_is_checked_ = ok(result);
     return result;
   } catch (const std::bad_alloc&) {
@@ -208,7 +209,7 @@ Result MdxStore::take(std::span<PageNumber> pages) {
   if (header.first_free != 0 && !list_is_checked_) {
     if (const Result result = check_free_list(); !ok(result)) return result;
   }
-  PageNumber first_free = list_is_usable_ ? header.first_free : 0;
+  PageNumber first_free = header.first_free;
   std::uint32_t from_list = 0;
   PageNumber end = end_;
   for (PageNumber& page : pages) {
@@ -226,7 +227,7 @@ Result MdxStore::take(std::span<PageNumber> pages) {
   }
   head_passed_ = head_passed_ || from_list > 0;
   has_grown_ = has_grown_ || end != end_;
-  if (from_list > 0) header.first_free = first_free;
+  header.first_free = first_free;
   header.free_blocks -= from_list;
   end_ = end;
   cache.set_limit(end_);

@@ -72,16 +72,15 @@ class MdxStore final : public IndexFile {
   Result read_link(PageNumber page, PageNumber& next);
   Result check_free_list();
   Result walk_free_list(const std::vector<bool>& tags);
-  bool mark_trees(std::vector<bool>& pages);
-  bool mark_tree(const TagEntry& entry, std::vector<bool>& pages);
+  Result mark_trees(std::vector<bool>& pages);
+  Result mark_tree(const TagEntry& entry, std::vector<bool>& pages);
 
   MdxHead head_;
   PageNumber end_ = 0;  // where new blocks go, behind the header's pages and the file's
   MdxTag* first_tag_ = nullptr;
   std::vector<PageNumber> released_;  // since the head of the free list was written
   bool list_is_checked_ = false;
-  bool list_is_usable_ = false;  // else new blocks come from the end of the file
-  bool head_passed_ = false;     // blocks of the list were taken, and the file does not know
+  bool head_passed_ = false;  // blocks of the list were taken, and the file does not know
   std::uint32_t tag_changes_ = 1;
   bool has_grown_ = false;  // blocks behind the header's pages were taken
 };

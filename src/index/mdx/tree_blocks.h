@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "frame/result.h"
 #include "index/mdx/mdx_store.h"
 #include "index/mdx/tag_header.h"
 
@@ -16,13 +17,13 @@ class TreeBlocks {
   TreeBlocks(MdxStore& store, const TagHeader& header, PageNumber root)
       : store_(store), layout_(header.layout(store.header().block_bytes())), blocks_{root} {}
 
-  // False when the tree is damaged or cannot be read. May throw std::bad_alloc.
-  bool collect();
+  // Details of reading pages, and 10336 (a damaged tree). May throw std::bad_alloc.
+  Result collect();
   // Those that were found, none of them looked at but pages above leaves.
   const std::vector<PageNumber>& blocks() const { return blocks_; }
 
  private:
-  bool add_children(PageNumber number, bool& is_leaf);
+  Result add_children(PageNumber number, bool& is_leaf);
 
   MdxStore& store_;
   const PageLayout layout_;
