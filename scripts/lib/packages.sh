@@ -18,6 +18,7 @@ wine64_needs=(wine64=/usr/lib/wine/wine64)
 # Programs that read the same files, for tests of what they read.
 reader_needs=(libdbd-xbase-perl=/usr/share/perl5/XBase.pm)
 full_reader_needs=(gdal-bin=ogr2ogr)
+reference_needs=(doxygen=doxygen)
 root_needs=(debootstrap=debootstrap)
 fuzz_needs=(clang=clang++)
 
