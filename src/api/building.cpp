@@ -19,6 +19,7 @@ namespace {
 
 constexpr Operation kIndex{632};
 constexpr Operation kReindex{633};
+constexpr std::int32_t kNoMemoryForName = 6312;
 
 // The lock of a shared table for the time of a build, unless the host holds it already.
 class TableLock {
@@ -53,10 +54,19 @@ bool same_path(const std::string& a, const std::string& b) {
 // The group's files on the list, as others may have left it.
 class GroupList {
  public:
-  GroupList(Database& database, std::string& text) : text_(text) {
-    const std::int32_t detail = database.block->detail;
-    if (!ok(parse_index_list(database.owner_block(), text, listed_))) text.clear();
-    database.block->detail = detail;
+  explicit GroupList(std::string& text) : text_(text) {}
+
+  // A list that cannot be read counts for nothing.
+  Result read(VqBlock& block) {
+    const std::int32_t detail = block.detail;
+    const Result result = parse_index_list(block, text_, listed_);
+    if (block.detail == kNoMemoryForName || result == Result::no_memory) return Result::no_memory;
+    if (!ok(result)) {
+      text_.clear();
+      listed_.clear();
+    }
+    block.detail = detail;
+    return Result::ok;
   }
 
   // Adds what the list does not have. A group with a name that no list can hold has none.
@@ -97,9 +107,11 @@ Result list_built(Database& database, const Member& file, const char* tag) {
   bool listed = false;
   const bool has_room = has_memory([&] {
     listed = edit_index_list(database.table_name.c_str(), [&](std::string& text) {
-      GroupList list(database, text);
+      GroupList list(text);
+      if (!ok(list.read(database.owner_block()))) return false;
       list.add_files(database.members);
       if (tag != nullptr && file.name.find(';') != Text::npos) list.add_tag(file, tag);
+      return true;
     });
   });
   return has_room && listed ? Result::ok : fail(database.block, Result::io, kIndex.detail(4));

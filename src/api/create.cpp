@@ -69,14 +69,13 @@ Result NewFiles::check_memo_name(const std::string& table_path, const std::strin
   const bool taken =
       memo_path == table_path || platform::same_file(memo_path, table_path) ||
       (memo_path != own && platform::exists(memo_path)) ||
-      (source != nullptr &&
-       platform::same_file(memo_path, memo::memo_path(memo_name_of(source))));
+      (source != nullptr && platform::same_file(memo_path, memo::memo_path(memo_name_of(source))));
   return taken ? fail(block_, Result::not_allowed, kCreate.detail(1)) : Result::ok;
 }
 
 Result NewFiles::make_memo(const std::string& memo_path) {
-  const auto layout = memo_column(block_) == memo::kDbase4Column ? memo::Layout::dbase4
-                                                                  : memo::Layout::dbase3;
+  const auto layout =
+      memo_column(block_) == memo::kDbase4Column ? memo::Layout::dbase4 : memo::Layout::dbase3;
   return memo::make_beside(block_, memo_, memo_path, layout);
 }
 

@@ -133,11 +133,8 @@ HeldList::Change change(const char* table_name, Edit edit) {
 
 template <typename Edit>
 HeldList::Change change_unmarked(const char* table_name, Edit edit) {
-  return change(table_name, [&](std::string& text) {
-    if (text.starts_with(kMark)) return false;
-    edit(text);
-    return true;
-  });
+  return change(table_name,
+                [&](std::string& text) { return !text.starts_with(kMark) && edit(text); });
 }
 
 bool is_blank(char c) { return c == ' ' || c == '\t'; }
@@ -204,12 +201,16 @@ bool add_line(std::string& list, std::uint32_t kind, std::string_view name) {
 }
 
 void write_index_list(const char* table_name, std::string_view text) {
-  const auto written = change_unmarked(table_name, [&](std::string& present) { present = text; });
-  if (written != HeldList::Change::not_written) return;
-  (void)change_unmarked(table_name, [](std::string& present) { present.clear(); });
+  const auto become = [&](std::string_view wanted) {
+    return change_unmarked(table_name, [&](std::string& present) {
+      present = wanted;
+      return true;
+    });
+  };
+  if (become(text) == HeldList::Change::not_written) (void)become({});
 }
 
-bool edit_index_list(const char* table_name, const std::function<void(std::string& text)>& edit) {
+bool edit_index_list(const char* table_name, const std::function<bool(std::string& text)>& edit) {
   return change_unmarked(table_name, edit) == HeldList::Change::done;
 }
 

@@ -52,9 +52,9 @@ bool is_listable(std::string_view name);
 void write_index_list(const char* table_name, std::string_view text);
 
 // Makes of the list's text what `edit` makes of it; without a text there is no list. False when
-// that fails or the list is marked; the list is then what it was.
+// that fails, `edit` says so or the list is marked; the list is then what it was.
 [[nodiscard]] bool edit_index_list(const char* table_name,
-                                   const std::function<void(std::string& text)>& edit);
+                                   const std::function<bool(std::string& text)>& edit);
 
 bool is_marked(const char* table_name);
 // Sets or takes away the mark. False when that fails.

@@ -31,9 +31,7 @@ constexpr std::uint32_t past_mark(std::uint32_t block) {
   return block == kMarkBlock ? block + 1 : block;
 }
 
-Run past_mark(Run run) {
-  return run.first == kMarkBlock ? Run{run.first + 1, run.count - 1} : run;
-}
+Run past_mark(Run run) { return run.first == kMarkBlock ? Run{run.first + 1, run.count - 1} : run; }
 
 // The link that a memo's header would make, were it read as a free run. Behind the end of the file
 // no chain has a reason to point at just this block.

@@ -184,9 +184,8 @@ TEST(CreateDatabase, touches_no_memo_file_of_another_table) {
     const char *from, *to;
   };
   for (const std::uint32_t dialect : {1U, 2U}) {
-    for (const auto& [from, to] :
-         {Case{"", "N;M"}, Case{"", "N;M.DBT"}, Case{"", "M.DBT"}, Case{"M", "N;M"},
-          Case{"M", "N;./m"}, Case{"T;M", "M"}}) {
+    for (const auto& [from, to] : {Case{"", "N;M"}, Case{"", "N;M.DBT"}, Case{"", "M.DBT"},
+                                   Case{"M", "N;M"}, Case{"M", "N;./m"}, Case{"T;M", "M"}}) {
       SCOPED_TRACE(std::string(from) + " " + to);
       TemporaryFolder folder;
       VqBlock block;
@@ -202,9 +201,9 @@ TEST(CreateDatabase, touches_no_memo_file_of_another_table) {
         return folder.file(name);
       };
       const std::string target = in_folder(to);
-      const std::int32_t result =
-          *from == 0 ? create(block, target, fields_with_memo())
-                     : lib.DBcopy(&block, in_folder(from).c_str(), target.c_str());
+      const std::int32_t result = *from == 0
+                                      ? create(block, target, fields_with_memo())
+                                      : lib.DBcopy(&block, in_folder(from).c_str(), target.c_str());
       EXPECT_EQ("-11/6371", codes(result, block));
       EXPECT_EQ(files, folder.list());
       EXPECT_EQ(memo, read_file(folder.file("M.DBT")));

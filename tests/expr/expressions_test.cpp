@@ -145,14 +145,21 @@ TEST(Expressions, fields_are_read_as_they_are) {
     EXPECT_EQ(c.expected, bound.describe(c.text)) << c.bytes;
   }
   BoundTable bound;
-  for (const char* no_date :
-       {"        ", "19950230", "1995    ", "xxxxxxxx", "00000000", "00000101", "1995-1-1"}) {
+  for (const char* no_date : {"        ", "19950230", "1995    ", "xxxxxxxx", "00000000",
+                              "00000101", "1995-1-1", "19951301"}) {
     bound.record.replace(kDue, 8, no_date);
     EXPECT_EQ("N 0", bound.describe("YEAR(DUE)")) << no_date;
     EXPECT_EQ("C8 [        ]", bound.describe("DTOS(DUE)")) << no_date;
     EXPECT_EQ("D   /  /  ", bound.describe("DUE + 30")) << no_date;
     EXPECT_EQ("L T", bound.describe("DUE = {}")) << no_date;
-    EXPECT_EQ("7d000000c3000000", bound.describe("DUE + 0", 1)) << no_date;
+    // In every key form it is the blank date.
+    for (const auto& [options, key] : {std::pair{0x01U, "7d000000c3000000"},
+                                       {0x21U, "7d000000c3000000"},
+                                       {0x101U, "8000000000000000"},
+                                       {0x401U, "2020202020202020"}}) {
+      EXPECT_EQ(key, bound.describe("DUE", options)) << no_date;
+      EXPECT_EQ(key, bound.describe("DUE + 0", options)) << no_date;
+    }
   }
 }
 

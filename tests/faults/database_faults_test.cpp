@@ -313,8 +313,9 @@ TEST(FailingIndexList, leaves_the_old_list_the_new_one_or_none) {
   bool struck = true;
   for (std::uint64_t n = 1; n < kMaxCalls && struck; ++n) {
     write_file(list, "old");
-    const auto [database, reached] =
-        under_fault(n, Verdict::cut_short, [&] { return orders.open(); }, [](Call call) {
+    const auto [database, reached] = under_fault(
+        n, Verdict::cut_short, [&] { return orders.open(); },
+        [](Call call) {
           return call == Call::write || call == Call::create || call == Call::replace;
         });
     struck = reached;

@@ -53,6 +53,10 @@ Change::Change(const std::string& table, const std::vector<std::string>& indexes
       group_(index_group_of(path_, header_, indexes)),
       lock_block_(working_block(header_)),
       block_(working_block(header_)) {
+  if (header_.hides_records()) {
+    stop_failed("{}: the header counts {} records, the file holds {}; a change would lose some",
+                path_, header_.records, header_.records_in_file());
+  }
   for (const IndexFile& file : group_) {
     if (!file.is_there) {
       stop_failed("{}: the index belongs to {} but is missing; a change would leave it behind",

@@ -45,6 +45,7 @@ FileBackup::FileBackup(FileBackup&& other) noexcept
 
 void FileBackup::restore() noexcept {
   if (copy_.empty()) return;
+  const HeldInterrupts held;
   try {
     if (write_back(copy_, path_)) return;
     print_error(fmt::format("{}: could not be put back; {} is the file as it was", path_, copy_));

@@ -75,6 +75,8 @@ void decode_fields(Bytes bytes, Header& header) {
 bool is_memo_type(char type) { return type == 'M' || type == 'B' || type == 'G' || type == 'P'; }
 bool is_numeric_type(char type) { return type == 'N' || type == 'F'; }
 
+bool Header::is_unknown() const { return version == 0x02; }
+
 std::uint64_t Header::records_in_file() const {
   return record_length == 0 || file_size < length ? 0 : (file_size - length) / record_length;
 }
@@ -148,10 +150,8 @@ std::vector<std::string> oddities_of(const Header& header) {
     say("a record has {} bytes, its fields make {}", header.record_length, widths);
   }
   const std::uint64_t held = header.records_in_file();
-  if (held < header.records) {
+  if (held < header.records || header.hides_records()) {
     say("the header counts {} records, the file holds {}", header.records, held);
-  } else if (held > header.records) {
-    say("{} more records than the header counts lie behind the last one", held - header.records);
   } else if (!header.has_end_mark && header.records > 0) {
     say("no 0x1A ends the records");
   }

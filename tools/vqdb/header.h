@@ -35,8 +35,13 @@ struct Header {
   bool has_terminator = false;  // a 0x0D behind the fields
   bool has_end_mark = false;    // a 0x1A behind the records
 
+  // An older layout, of which only the version is known.
+  bool is_unknown() const;
   // Records that the file has room for.
   std::uint64_t records_in_file() const;
+  // Whether records stand where those that the header counts end. Behind an end mark there may be
+  // old ones.
+  bool hides_records() const { return !has_end_mark && records_in_file() > records; }
 };
 
 // Ends the command when the file is missing or shorter than a header.

@@ -54,6 +54,11 @@ void add_index_list(std::vector<IndexFile>& group, const std::string& table_path
   for (std::string line; std::getline(file, line);) {
     while (!line.empty() && (line.back() == '\r' || line.back() == ' ')) line.pop_back();
     if (line.empty()) continue;
+    if (line == kPackMark) {
+      print_warning(
+          fmt::format("{}: a pack has not come to its end; vqdb pack finishes it", table_path));
+      continue;
+    }
     const std::size_t equals = line.find('=');
     std::string keyword = line.substr(0, equals);
     std::erase(keyword, ' ');

@@ -12,6 +12,9 @@
 
 namespace tool {
 
+// The first line of an index list while its table is being packed.
+inline constexpr std::string_view kPackMark = "PACKING";
+
 struct IndexFile {
   std::uint32_t kind;  // as in VqIndexSpec
   std::string path;    // of the file, or where it should be

@@ -1,15 +1,24 @@
 #include "index_list.h"
 
 #include <cstdio>
+#include <fstream>
 
 #include "file_names.h"
 #include "output.h"
+#include "stop.h"
 
 namespace tool {
+
+bool is_marked(const std::string& table_path) {
+  const auto path = find_file(replace_extension(table_path, "dd"));
+  std::string line;
+  return path && std::getline(std::ifstream(*path), line) && line.starts_with(kPackMark);
+}
 
 void write_index_list(const std::string& table_path, const std::vector<IndexFile>& group) {
   const std::string wanted = replace_extension(table_path, "DD");
   const std::string path = find_file(wanted).value_or(wanted);
+  if (is_marked(table_path)) stop_failed("{}: the table is being packed", path);
   if (group.empty()) {
     std::remove(path.c_str());
     return;

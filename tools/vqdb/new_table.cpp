@@ -17,8 +17,12 @@ constexpr const char* kExtensions[] = {"dbf", "dbt", "fpt", "mdx", "dd", "cpg"};
 }  // namespace
 
 NewTable::NewTable(const std::string& name, bool force) : name_(with_extension(name, "dbf")) {
-  if (const auto there = find_file(name_); there && !force) {
-    stop_usage("{} is there already (--force replaces it)", *there);
+  if (!split_at_semicolon(name).second.empty()) {
+    stop_usage("{}: the memo file of a new table has the table's name", name);
+  }
+  for (const char* const extension : kExtensions) {
+    const auto there = find_file(replace_extension(name_, extension));
+    if (there && !force) stop_usage("{} is there already (--force replaces it)", *there);
   }
   for (const char* const extension : kExtensions) {
     while (const auto path = find_file(replace_extension(name_, extension))) {
@@ -35,6 +39,7 @@ NewTable::NewTable(const std::string& name, bool force) : name_(with_extension(n
 
 NewTable::~NewTable() {
   if (name_.empty()) return;  // committed
+  const HeldInterrupts held;
   for (const char* const extension : kExtensions) {
     if (const auto path = find_file(replace_extension(name_, extension)))
       std::remove(path->c_str());

@@ -10,7 +10,8 @@ namespace tool {
 
 class NewTable {
  public:
-  // Ends the command (wrong usage) when a table of this name is there and `force` is not set.
+  // Ends the command (wrong usage) when a table of this name, or a file that a table of this name
+  // would have beside it, is there and `force` is not set.
   NewTable(const std::string& name, bool force);
   // Without commit() what was made is removed and what was there put back.
   ~NewTable();

@@ -24,6 +24,14 @@ std::optional<TerminalSize> terminal_size();
 // Ctrl-C from now on only sets the flag that interrupted() reads; a second one ends the program.
 void watch_for_interrupt();
 bool interrupted();
+// While one lives a second Ctrl-C does not end the program either: files are being put back.
+class HeldInterrupts {
+ public:
+  HeldInterrupts();
+  ~HeldInterrupts();
+  HeldInterrupts(const HeldInterrupts&) = delete;
+  HeldInterrupts& operator=(const HeldInterrupts&) = delete;
+};
 
 // The command that shows long output page by page, from the environment.
 std::string pager_command();

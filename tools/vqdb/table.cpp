@@ -60,9 +60,7 @@ Table::Table(const std::string& name, const TextOptions& texts)
                 name_of_version(header_.version), words_of(block_->result, block_->detail));
   }
   try {
-    if (dDfields(handle_) != static_cast<int32_t>(header_.fields.size())) {
-      stop_failed("{}: changed while it was opened", path_);
-    }
+    take_fields();
     encoding_ = encoding_of(path_, header_, texts.encoding);
     count_records();
   } catch (...) {
@@ -73,13 +71,29 @@ Table::Table(const std::string& name, const TextOptions& texts)
 
 Table::~Table() { dDclose(handle_); }
 
+// The library says what the fields are, the header how their names are spelt.
+void Table::take_fields() {
+  const int32_t count = dDfields(handle_);
+  for (int32_t number = 1; number <= count; ++number) {
+    VqField known;
+    require(*block_, dDfield(handle_, number, &known), path_);
+    const auto at = static_cast<std::size_t>(number - 1);
+    const std::string name = known.name;
+    const bool is_spelt =
+        at < header_.fields.size() && equal_ignoring_case(header_.fields[at].name, name);
+    fields_.push_back({is_spelt ? header_.fields[at].name : name, known.type, known.length,
+                       known.decimals, known.offset});
+  }
+}
+
 void Table::count_records() {
   require(*block_, dDreccnt(handle_, &count_), path_);
   const std::uint64_t held = header_.records_in_file();
-  if (held >= count_) return;
-  print_warning(
-      fmt::format("{}: the header counts {} records, the file holds {}", path_, count_, held));
-  count_ = static_cast<std::uint32_t>(held);
+  if (held < count_ || header_.hides_records()) {
+    print_warning(
+        fmt::format("{}: the header counts {} records, the file holds {}", path_, count_, held));
+  }
+  if (held < count_) count_ = static_cast<std::uint32_t>(held);
 }
 
 std::size_t Table::field_number(const std::string& name) const {

@@ -38,10 +38,10 @@ class Table {
   VqBlock& block() const { return *block_; }
   VqTable* handle() const { return handle_; }
   const Header& header() const { return header_; }
-  const std::vector<Field>& fields() const { return header_.fields; }
+  const std::vector<Field>& fields() const { return fields_; }
   // Ends the command (wrong usage) when there is no such field.
   std::size_t field_number(const std::string& name) const;
-  std::uint32_t record_length() const { return header_.record_length; }
+  std::uint32_t record_length() const { return static_cast<std::uint32_t>(dDreclen(handle_)); }
   std::uint32_t record_count() const { return count_; }
   const Encoding& encoding() const { return *encoding_; }
 
@@ -52,6 +52,7 @@ class Table {
   std::string encode(const std::string& text) const;
 
  private:
+  void take_fields();
   void count_records();
 
   std::string path_;
@@ -59,6 +60,7 @@ class Table {
   Header header_;
   std::unique_ptr<VqBlock> block_;
   VqTable* handle_ = nullptr;
+  std::vector<Field> fields_;
   std::uint32_t count_ = 0;
   std::unique_ptr<Encoding> encoding_;
 };

@@ -32,7 +32,12 @@ Exit run(const Options& options) {
     }
   }
   std::uint32_t recno = 0;
-  require(change.block(), DBapprec(change.database(), record.data(), &recno), reader.path());
+  const int32_t result = DBapprec(change.database(), record.data(), &recno);
+  if (result != VQ_OK && recno != 0 && !writes_memo(assignments)) {
+    stop_failed("{}: {}; record {} is appended, but not in every index: index rebuild mends that",
+                reader.path(), words_of(result, change.block().detail), recno);
+  }
+  require(change.block(), result, reader.path());
   change.commit();
   fmt::print("{}: record {} appended{}\n", reader.path(), recno, cuts_text(writer.cuts()));
   return Exit::done;

@@ -19,6 +19,15 @@ struct Options {
   bool force = false;
 };
 
+// A target that is the source under whatever name would be moved out of its own way.
+void check_target(const Table& from, const std::string& to) {
+  const auto there = find_file(with_extension(to, "dbf"));
+  std::error_code error;
+  if (there && std::filesystem::equivalent(*there, from.path(), error)) {
+    stop_usage("{} is {} itself", to, from.path());
+  }
+}
+
 // What is beside the table and not of its group goes along.
 void copy_code_page(const std::string& from, const std::string& to) {
   const auto cpg = find_file(replace_extension(from, "cpg"));
@@ -27,6 +36,7 @@ void copy_code_page(const std::string& from, const std::string& to) {
 
 Exit copy(const Options& options) {
   const Table table(options.from, {});
+  check_target(table, options.to);
   Change source(options.from, {});  // nobody changes it meanwhile
   NewTable target(options.to, options.force);
   const auto block = working_block(table.header());
@@ -48,6 +58,7 @@ Exit copy(const Options& options) {
 
 Exit sort(const Options& options) {
   const Table table(options.from, {});
+  check_target(table, options.to);
   Change source(options.from, {});
   NewTable target(options.to, options.force);
   const auto block = working_block(table.header());

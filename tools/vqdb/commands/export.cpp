@@ -1,7 +1,9 @@
-#include <array>
+#include <filesystem>
 
 #include "commands/command.h"
 #include "file_names.h"
+#include "index_group.h"
+#include "memo_file.h"
 #include "output.h"
 #include "row_format.h"
 #include "selection.h"
@@ -27,8 +29,29 @@ std::unique_ptr<RowFormat> format_of(const std::string& name, const RowShape& sh
   return sql_format(shape);
 }
 
+// An output that takes the place of what it is read from would be the end of it.
+void check_output(const Options& options, const Table& table) {
+  std::vector<std::string> sources = {
+      table.path(), memo_path_of(table.path(), table.header().version, table.memo_name())};
+  for (const char* const extension : {"dd", "cpg"}) {
+    if (const auto path = find_file(replace_extension(table.path(), extension))) {
+      sources.push_back(*path);
+    }
+  }
+  for (const IndexFile& file : index_group_of(table.path(), table.header(), {})) {
+    sources.push_back(file.path);
+  }
+  for (const std::string& source : sources) {
+    std::error_code error;
+    if (std::filesystem::equivalent(options.output, source, error)) {
+      stop_usage("{} belongs to the table", options.output);
+    }
+  }
+}
+
 Exit run(const Options& options) {
   const Table table(options.table, options.texts);
+  if (!options.output.empty() && options.output != "-") check_output(options, table);
   Warnings warnings(options.strict);
   Progress progress("exporting", options.output.empty() || options.output == "-");
   const std::vector<std::size_t> fields = field_numbers(table, options.selection.fields);

@@ -74,7 +74,8 @@ Exit create(const Options& options) {
     require(change.block(), result, options.key);
   }
   change.commit();
-  std::vector<IndexFile> group = change.group();
+  // As it is now: others may have added to it.
+  std::vector<IndexFile> group = index_group_of(table.path(), table.header(), options.indexes);
   const std::string path = find_file(name.path).value_or(name.path);
   if (std::ranges::none_of(
           group, [&](const IndexFile& file) { return equal_ignoring_case(file.path, path); })) {
@@ -109,15 +110,12 @@ Exit drop(const Options& options) {
   const Table table(options.table, options.texts);
   const IndexName name = parse_index_name(table.path(), options.index);
   if (!find_file(name.path)) stop_failed("{}: there is no such index file", name.path);
-  std::vector<IndexFile> group;
-  {
-    Change change(options.table, {});  // nobody else is at work
-    group = change.group();
-  }
+  { const Change change(options.table, {}); }  // nobody else is at work
   if (!name.tag.empty()) {
     drop_tag(table, name.path, name.tag);
   } else {
     if (std::remove(name.path.c_str()) != 0) stop_failed("{}: cannot be removed", name.path);
+    std::vector<IndexFile> group = index_group_of(table.path(), table.header(), {});
     std::erase_if(group,
                   [&](const IndexFile& file) { return equal_ignoring_case(file.path, name.path); });
     if (name.kind == VQ_KIND_MDX) {

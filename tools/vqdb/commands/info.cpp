@@ -147,6 +147,7 @@ void print_report(const Report& report) {
   fmt::print("{}{}{}\n", output_style(style::kBold), report.path, output_style(style::kNone));
   print_line("kind",
              fmt::format("{} (version 0x{:02X})", name_of_version(header.version), header.version));
+  if (header.is_unknown()) return;  // nothing of it stands where it is looked for
   const std::string deleted =
       report.deleted > 0 ? fmt::format(", {} of them deleted", report.deleted) : "";
   print_line("records", fmt::format("{}{}", header.records, deleted));

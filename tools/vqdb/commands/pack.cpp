@@ -25,9 +25,19 @@ std::string enter_folder_of(const std::string& path) {
   return path.substr(folder.size());
 }
 
+// A pack that was cut off can only go on to its end.
+Exit resume(const std::string& path, const Header& header) {
+  const std::string name = enter_folder_of(path);
+  const auto block = working_block(header);
+  require(*block, DBpack(block.get(), name.c_str()), path);
+  fmt::print("{}: {} left\n", path, records_text(read_header(name).records));
+  return Exit::done;
+}
+
 Exit run(const Options& options) {
   const std::string path = find_table(options.table);
   const Header header = read_header(path);
+  if (is_marked(path)) return resume(path, header);
   std::vector<IndexFile> group;
   std::vector<FileBackup> backups;
   {
@@ -72,7 +82,9 @@ void add_pack(CommandLine& commands) {
   add_index_option(command, options->indexes);
   command.footer(
       "The records behind a removed one move up, and every index of the table is built again. The\n"
-      "texts that removed records leave in the memo file are given back by compact.\n\n"
+      "texts that removed records leave in the memo file are given back by compact. A pack that "
+      "was\n"
+      "cut off is finished.\n\n"
       "Examples:\n"
       "  vqdb pack towns");
 }

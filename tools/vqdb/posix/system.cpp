@@ -10,9 +10,10 @@ namespace tool {
 namespace {
 
 volatile std::sig_atomic_t interrupt_came = 0;
+volatile std::sig_atomic_t is_held = 0;
 
 extern "C" void note_interrupt(int) {
-  if (interrupt_came != 0) std::_Exit(130);
+  if (interrupt_came != 0 && is_held == 0) std::_Exit(130);
   interrupt_came = 1;
 }
 
@@ -39,7 +40,11 @@ void watch_for_interrupt() {
   action.sa_handler = note_interrupt;
   ::sigaction(SIGINT, &action, nullptr);
   ::sigaction(SIGTERM, &action, nullptr);
+  ::sigaction(SIGHUP, &action, nullptr);
 }
+
+HeldInterrupts::HeldInterrupts() { is_held = is_held + 1; }
+HeldInterrupts::~HeldInterrupts() { is_held = is_held - 1; }
 
 bool interrupted() { return interrupt_came != 0; }
 

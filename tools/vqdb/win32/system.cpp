@@ -11,9 +11,10 @@ namespace tool {
 namespace {
 
 std::atomic<bool> interrupt_came{false};
+std::atomic<int> held{0};
 
 BOOL WINAPI note_interrupt(DWORD) {
-  if (interrupt_came.exchange(true)) std::_Exit(130);
+  if (interrupt_came.exchange(true) && held == 0) std::_Exit(130);
   return TRUE;
 }
 
@@ -49,6 +50,9 @@ std::optional<TerminalSize> terminal_size() {
 }
 
 void watch_for_interrupt() { ::SetConsoleCtrlHandler(note_interrupt, TRUE); }
+
+HeldInterrupts::HeldInterrupts() { ++held; }
+HeldInterrupts::~HeldInterrupts() { --held; }
 
 bool interrupted() { return interrupt_came; }
 
