@@ -422,10 +422,8 @@ TEST(TableFaults, details_name_the_step) {
     scratch.append(1, 150);
     scratch.block.runtime_flags = c.flags;
     VqTable* const table = lib.dDopen(&scratch.block, scratch.name.c_str(), c.mode, c.buffers);
-    static Call call;
-    call = c.call;
     {
-      const FaultPlan plan(c.n, Verdict::fail, [](Call made) { return made == call; });
+      const FaultPlan plan(c.n, Verdict::fail, only(c.call));
       EXPECT_EQ(c.result, c.run(table)) << c.what;
     }
     EXPECT_EQ(c.detail, +scratch.block.detail) << c.what;
