@@ -638,9 +638,12 @@ int32_t VQ_CALL fPADC(const char* text, int32_t width, const char* fill, char* o
  *   10174 10251 3174 3204 -8  pages that lead in a circle
  *   10193 -3  damaged header                10232 -20 no page numbers left
  *   10231 -17 header not written            10241 10242 -17 page not read
- *   10243 -17 page not written              10244 -14 no memory
+ *   10243 -17 page not written              10244 10341 -14 no memory
+ *   10342 10345 -17 redo log not written, mark not taken back     10343 -17 redo log not read
+ *   10344 -8  changes only: a flush stopped in the file, and its redo log is gone; build it again
  * A change that fails in mode 0 has not been made, and keys that were flushed before are in the
- * file whatever fails. A detail ending in 9: a null argument (-4). */
+ * file whatever fails. When a process dies in the middle of writing, whoever uses the file next
+ * completes it, or finds it as it was. A detail ending in 9: a null argument (-4). */
 
 /* Makes an empty index, over an existing file. The format is a type letter C, N, F or D, for C the
  * key length 1..100 behind it, then U when the keys are unique; a leading 3 asks for the dBASE III
@@ -776,7 +779,7 @@ int32_t VQ_CALL dNcopy(VqBlock* block, const char* from, const char* to);
  *   10304 -17 tag header not read     10306 -3  damaged tag header
  *   10311 -17 header not written      10312 -17 tag table not written   10313 -17 tag header
  *   10331 -17 free list not read      10332 -3  damaged free list
- *   10333 -20 no page numbers left    10334 -17 free list not written   10335 -14 no memory
+ *   10333 -20 no page numbers left    10335 -14 no memory
  *   10336 -3  damaged tree, so that no free block can be told from its; or the codes of its pages
  * A detail ending in 9: a null argument (-4). */
 

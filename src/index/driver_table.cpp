@@ -108,8 +108,16 @@ constexpr Driver kMdx = with_common_rows({
     .keytyp = nullptr,
 });
 
+Result enter_for_change(IndexFile& file) {
+  if (const Result result = file.enter(); !ok(result)) return result;
+  const Result result = file.check_whole();
+  if (ok(result)) return result;
+  static_cast<void>(file.leave());
+  return file.check_whole();
+}
+
 constexpr Bracket kBracket = {
-    .enter = [](Index& index) { return index.index_file().enter(); },
+    .enter = [](Index& index) { return enter_for_change(index.index_file()); },
     .leave = [](Index& index) { return index.index_file().leave(); },
     .identity = [](const Index& index) { return index.index_file().identity; },
     .updkey =

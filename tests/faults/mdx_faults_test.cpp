@@ -101,14 +101,10 @@ class MdxFaults : public MdxFixture, public ::testing::WithParamInterface<Settin
     note(lib.dXflush(file));
   }
 
-  // The file as it lies on the disk: no block twice, and every kept key of these tags found.
+  // The file as it lies on the disk, once it was opened: whole but for lost blocks, and every kept
+  // key of these tags found.
   void expect_disk_is_sound(const std::vector<std::string>& tags) {
     write_file(name("CRASH.MDX"), read_file(name("M.MDX")));
-    for (const std::string& fault : read("CRASH").faults) {
-      EXPECT_EQ(std::string::npos, fault.find(" is in ")) << fault;
-      EXPECT_EQ(std::string::npos, fault.find("used twice")) << fault;
-      EXPECT_EQ(std::string::npos, fault.find("free list")) << fault;
-    }
     VqIndex* file = open("CRASH", 0, 50);
     ASSERT_NE(nullptr, file) << block.result << " " << block.detail;
     for (const std::string& tag_name : tags) {
@@ -121,6 +117,7 @@ class MdxFaults : public MdxFixture, public ::testing::WithParamInterface<Settin
       }
     }
     ASSERT_EQ(0, lib.dXclose(file));
+    EXPECT_EQ("", read("CRASH").all_faults());
   }
 
   // Runs the work with each call failing in turn.
@@ -150,11 +147,6 @@ class MdxFaults : public MdxFixture, public ::testing::WithParamInterface<Settin
       }
       ASSERT_EQ(0, lib.dXclose(file));
       ASSERT_NO_FATAL_FAILURE(expect_disk_is_sound(kept_tags));
-      if (setting.mode == 0 && !HasFailure()) {
-        for (const std::string& fault : read().faults) {
-          ASSERT_NE(std::string::npos, fault.find("counts ")) << fault;
-        }
-      }
       if (!struck) {
         EXPECT_EQ(0, failures_);
         EXPECT_EQ("", read().all_faults());

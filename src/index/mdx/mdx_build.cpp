@@ -106,7 +106,6 @@ class NewPages final : public PageStore {
   }
   void release(PageNumber) override {}
   Result write_taken() override { return store_.write_taken(); }
-  Result write_roots() override { return Result::ok; }
 
   std::uint32_t count() const {
     return static_cast<std::uint32_t>(taken_.size()) * store_.header().block_pages;
@@ -187,6 +186,7 @@ bool is_own_index(const table::Table& table, const MdxStore& store) {
 }
 
 Result add_to(table::Table& table, MdxStore& store, const Recipe& recipe) {
+  if (const Result result = store.check_whole(); !ok(result)) return result;
   // Where the table has no locks, the bracket is what keeps others from it.
   std::uint32_t count = 0;
   Result result = table::catch_up(table);

@@ -32,6 +32,7 @@ std::vector<PageNumber> blocks_of(MdxStore& store, const TagEntry& entry) {
 
 Result drop(MdxFile& file, std::string_view name) {
   MdxStore& store = file.store;
+  if (const Result result = store.check_whole(); !ok(result)) return result;
   const TagEntry* const found = store.tags().find(name);
   if (found == nullptr) return fail(file.block, Result::unknown_name, kDrop.detail(2));
   const TagEntry entry = *found;

@@ -41,6 +41,10 @@ Result open_file_and_handle(table::Table& context, const char* name, std::uint32
     mdx_files().close(file);
     return fail(block, Result::no_memory, kOpen.detail(5));
   }
+  if (const Result completed = file->store.start(); !ok(completed)) {
+    mdx_files().close(file);
+    return completed;
+  }
   file->file_number = file->store.system_file.number();
   file->signature = kHandleSignature;
   out = file;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "index/tree/redo_log.h"
+
 namespace vqdb::index {
 namespace {
 
@@ -19,7 +21,6 @@ constexpr std::size_t kBlockBytesAt = 22;
 constexpr std::size_t kProductionAt = 24;
 constexpr std::size_t kTagRoomAt = 25;
 constexpr std::size_t kTagEntryBytesAt = 26;
-constexpr std::size_t kPagesAt = 32;
 constexpr std::size_t kFirstFreeAt = 36;
 constexpr std::size_t kFreeBlocksAt = 40;
 constexpr std::size_t kUpdatedAt = 44;
@@ -48,8 +49,9 @@ MdxHeaderBytes new_mdx_header(std::string_view table_name, const MdxHeader& head
 
 void store_mdx_header(const MdxHeader& header, const convert::Date& today, MdxHeaderBytes& bytes) {
   bytes[kProductionAt] = header.production ? 1 : 0;
+  set_unfinished(bytes[kMdxMarkAt], header.unfinished);
   store_le16(&bytes[kTagsAt], static_cast<std::uint16_t>(header.tags));
-  store_le32(&bytes[kPagesAt], header.pages);
+  store_le32(&bytes[kMdxPagesAt], header.pages);
   store_le32(&bytes[kFirstFreeAt], header.first_free);
   store_le32(&bytes[kFreeBlocksAt], header.free_blocks);
   store_date(today, &bytes[kUpdatedAt]);
@@ -60,9 +62,10 @@ bool parse_mdx_header(const MdxHeaderBytes& bytes, std::uint64_t pages_in_file, 
       std::clamp<std::uint32_t>(load_le16(&bytes[kBlockPagesAt]), kMinBlockPages, kMaxBlockPages);
   header.production = bytes[kProductionAt] != 0;
   header.tags = load_le16(&bytes[kTagsAt]);
-  header.pages = load_le32(&bytes[kPagesAt]);
+  header.pages = load_le32(&bytes[kMdxPagesAt]);
   header.first_free = load_le32(&bytes[kFirstFreeAt]);
   header.free_blocks = load_le32(&bytes[kFreeBlocksAt]);
+  header.unfinished = bytes[kMdxMarkAt] == kUnfinishedMark;
   const std::uint32_t block_bytes = load_le16(&bytes[kBlockBytesAt]);
   const bool sizes_agree = block_bytes == 0 || block_bytes == header.block_bytes();
   return bytes[0] == kVersion && sizes_agree && bytes[kTagEntryBytesAt] == kTagEntryBytes &&

@@ -16,7 +16,9 @@ inline constexpr std::uint32_t kMdxUnitBytes = 512;
 inline constexpr PageNumber kFirstMdxBlock = 4;  // behind header and tag table
 inline constexpr std::uint32_t kMaxTags = 47;
 inline constexpr std::size_t kMdxHeaderBytes = 48;
+inline constexpr std::size_t kMdxMarkAt = 27;
 inline constexpr std::size_t kTagsAt = 28;
+inline constexpr std::size_t kMdxPagesAt = 32;
 // A free block names the next one here; 0 ends the list.
 inline constexpr std::size_t kFreeLinkAt = 4;
 
@@ -29,6 +31,7 @@ struct MdxHeader {
   PageNumber pages = kFirstMdxBlock;  // in the file
   PageNumber first_free = 0;
   std::uint32_t free_blocks = 0;
+  bool unfinished = false;  // a redo log stands behind the last page
 
   std::uint32_t block_bytes() const { return block_pages * kMdxUnitBytes; }
   // Whether a whole block lies at this page.

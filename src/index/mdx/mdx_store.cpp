@@ -42,13 +42,19 @@ Result read_mdx_head(VqBlock& block, platform::File& file, PageNumber known_page
   if (!parse_mdx_header(header_bytes, known_pages, head.header)) {
     std::uint64_t size = 0;
     if (!file.size(size).ok()) return fail(block, Result::io, kHead.detail(1));
-    const std::uint64_t pages = size / kMdxUnitBytes;
+    const PageNumber counted = load_le32(&header_bytes[kMdxPagesAt]);
+    std::uint64_t pages = 0;
+    if (!RedoLog::find_end(file, size, kMdxUnitBytes, counted, pages)) {
+      return fail(block, Result::io, kHead.detail(1));
+    }
+    pages = std::min(pages, size / kMdxUnitBytes);
     if (pages > std::numeric_limits<PageNumber>::max() ||
         !parse_mdx_header(header_bytes, pages, head.header)) {
       return fail(block, Result::bad_format, kHead.detail(2));
     }
     head.pages_in_file = static_cast<PageNumber>(pages);
   }
+  if (head.header.unfinished) head.pages_in_file = head.header.pages;  // the log stands there
   if (!head.tags.parse(table_bytes, head.header)) {
     return fail(block, Result::bad_format, kHead.detail(3));
   }
@@ -60,18 +66,25 @@ MdxStore::MdxStore(VqBlock& owner, const MdxHead& head)
   adopt();
 }
 
+Result MdxStore::start() {
+  const bool unfinished = std::exchange(head_.header.unfinished, false);
+  if (!is_shared()) return complete(unfinished);
+  head_.pages_in_file = 0;
+  return Result::ok;
+}
+
 // What the head says now is what the file says.
 void MdxStore::adopt() {
   const std::uint32_t step = head_.header.block_pages;
   // Where a block was cut short, the next one begins behind it.
   const PageNumber blocks = (head_.pages_in_file - kFirstMdxBlock + step - 1) / step;
-  end_ = kFirstMdxBlock + blocks * step;
+  file_end_ = end_ = kFirstMdxBlock + blocks * step;
   released_.clear();
   head_passed_ = has_grown_ = false;
   cache.set_limit(end_);
 }
 
-Result MdxStore::read_headers() {
+Result MdxStore::read_headers(bool& unfinished) {
   const std::uint32_t block_pages = head_.header.block_pages;
   MdxHead head;
   if (const Result result = read_mdx_head(block, system_file, head_.pages_in_file, head);
@@ -83,6 +96,8 @@ Result MdxStore::read_headers() {
   }
   if (!has_same_tags(head.bytes, head_.bytes)) note_tag_change();
   head_ = head;
+  unfinished = head.header.unfinished;
+  head_.header.unfinished = false;
   adopt();
   for (MdxTag* tag = first_tag_; tag != nullptr; tag = tag->next) tag->look_up(head_.tags);
   return Result::ok;
@@ -135,8 +150,7 @@ std::uint32_t MdxStore::tag_state() {
 
 Result MdxStore::read_link(PageNumber page, PageNumber& next) {
   std::array<Byte, sizeof next> bytes;
-  const auto outcome =
-      system_file.read_exactly(offset_of(page) + kFreeLinkAt, bytes.data(), bytes.size());
+  const auto outcome = cache.read_past(offset_of(page) + kFreeLinkAt, {bytes.data(), bytes.size()});
   if (!outcome.ok()) return fail(block, transfer_result(outcome), kFreeList.detail(1));
   next = load_le32(bytes.data());
   if (next == page || (next != 0 && !head_.header.holds_block(next))) {
@@ -242,18 +256,44 @@ void MdxStore::release(PageNumber page) {
   }
 }
 
-Result MdxStore::write_header() {
+Result MdxStore::store_header(const MdxHeader& header) {
   MdxHeaderBytes bytes;
   std::copy_n(head_.bytes.begin(), bytes.size(), bytes.begin());
-  store_mdx_header(head_.header, convert::today(), bytes);
+  store_mdx_header(header, convert::today(), bytes);
   const auto outcome = system_file.write_at(0, bytes.data(), bytes.size());
   if (!outcome.ok()) return fail(block, transfer_result(outcome), kWrite.detail(1));
   std::ranges::copy(bytes, head_.bytes.begin());
+  head_.header = header;
+  head_.header.unfinished = false;
   head_passed_ = false;
   return Result::ok;
 }
 
-Result MdxStore::write_taken() { return head_passed_ ? write_header() : Result::ok; }
+Result MdxStore::write_taken() { return head_passed_ ? store_header(head_.header) : Result::ok; }
+
+bool MdxStore::has_changes() const {
+  bool moved = head_passed_ || has_grown_ || !released_.empty();
+  for (const MdxTag* tag = first_tag_; tag != nullptr && !moved; tag = tag->next) {
+    moved = tag->root_is_new();
+  }
+  return moved;
+}
+
+// The roots, and the links of the free list to which released pages come.
+bool MdxStore::log_changes(RedoLog& log) {
+  bool has_room = true;
+  for (MdxTag* tag = first_tag_; tag != nullptr; tag = tag->next) {
+    has_room = has_room && (!tag->root_is_new() || tag->log_root(log));
+  }
+  PageNumber next = head_.header.first_free;
+  for (const PageNumber page : released_) {
+    std::array<Byte, kFreeLinkAt + sizeof page> bytes = {};
+    store_le32(&bytes[kFreeLinkAt], next);
+    has_room = has_room && log.add(page, bytes);
+    next = page;
+  }
+  return has_room;
+}
 
 // Blocks that were taken and given back without being written are in the file all the same: it has
 // to hold as many pages as its header counts.
@@ -266,44 +306,22 @@ Result MdxStore::reach_end() {
   return outcome.ok() ? Result::ok : fail(block, transfer_result(outcome), kWrite.detail(1));
 }
 
-// The header first: a root behind the pages that it counts would be damage.
-Result MdxStore::write_roots() {
+Result MdxStore::write_header(bool unfinished) {
   if (has_grown_) {
     if (const Result result = reach_end(); !ok(result)) return result;
-    const PageNumber before = std::exchange(head_.header.pages, end_);
-    if (const Result result = write_header(); !ok(result)) {
-      head_.header.pages = before;
-      return result;
-    }
-    head_.pages_in_file = end_;
-    has_grown_ = false;
   }
-  for (MdxTag* tag = first_tag_; tag != nullptr; tag = tag->next) {
-    if (const Result result = tag->write_root(); !ok(result)) return result;
-  }
+  MdxHeader header = head_.header;
+  if (has_grown_ || unfinished) header.pages = end_;
+  if (!released_.empty()) header.first_free = released_.back();
+  header.free_blocks += static_cast<std::uint32_t>(released_.size());
+  header.unfinished = unfinished;
+  if (const Result result = store_header(header); !ok(result)) return result;
+  released_.clear();
+  has_grown_ = false;
+  head_.pages_in_file = std::max(head_.pages_in_file, header.pages);
+  file_end_ = end_;
+  for (MdxTag* tag = first_tag_; tag != nullptr; tag = tag->next) tag->root_written();
   return Result::ok;
-}
-
-Result MdxStore::write_released() {
-  if (released_.empty()) return Result::ok;
-  const MdxHeader before = head_.header;
-  PageNumber next = before.first_free;
-  for (const PageNumber page : released_) {
-    std::array<Byte, kFreeLinkAt + sizeof page> bytes = {};
-    store_le32(&bytes[kFreeLinkAt], next);
-    const auto outcome = system_file.write_at(offset_of(page), bytes.data(), bytes.size());
-    if (!outcome.ok()) return fail(block, transfer_result(outcome), kFreeList.detail(4));
-    next = page;
-  }
-  head_.header.first_free = next;
-  head_.header.free_blocks += static_cast<std::uint32_t>(released_.size());
-  const Result result = write_header();
-  if (ok(result)) {
-    released_.clear();
-  } else {
-    head_.header = before;
-  }
-  return result;
 }
 
 }  // namespace vqdb::index

@@ -1,10 +1,8 @@
 // An open MDX file below its tags: header, tag table and free list, and the handles that look at
 // its trees.
 //
-// A page that leaves a tree goes to the free list, from which trees take their pages, and is in no
-// two places wherever the writing stops: its link into the list is written after the pages that let
-// go of it, the head of the list last, and the head passes a page before anything else is written
-// into it.
+// A page that leaves a tree goes to the free list, from which trees take their pages. A flush
+// changes trees and list as one.
 #ifndef VQDBSYS_INDEX_MDX_MDX_STORE_H_
 #define VQDBSYS_INDEX_MDX_MDX_STORE_H_
 
@@ -40,6 +38,10 @@ class MdxStore final : public IndexFile {
  public:
   MdxStore(VqBlock& owner, const MdxHead& head);
 
+  // Once attached: an unfinished flush is brought to its end. What stands behind the pages of a
+  // shared file may be another process's flush, so the first bracket looks again.
+  Result start();
+
   const MdxHeader& header() const { return head_.header; }
   const TagTable& tags() const { return head_.tags; }
 
@@ -61,13 +63,16 @@ class MdxStore final : public IndexFile {
   Result take(std::span<PageNumber> pages) override;
   void release(PageNumber page) override;
   Result write_taken() override;
-  Result write_roots() override;
-  Result write_released() override;
+  bool has_changes() const override;
+  PageNumber file_end() const override { return file_end_; }
+  bool log_changes(RedoLog& log) override;
+  Result write_header(bool unfinished) override;
+  std::uint64_t mark_offset() const override { return kMdxMarkAt; }
 
  private:
-  Result read_headers() override;
+  Result read_headers(bool& unfinished) override;
   void adopt();
-  Result write_header();
+  Result store_header(const MdxHeader& header);
   Result reach_end();
   Result read_link(PageNumber page, PageNumber& next);
   Result check_free_list();
@@ -76,6 +81,7 @@ class MdxStore final : public IndexFile {
   Result mark_tree(const TagEntry& entry, std::vector<bool>& pages);
 
   MdxHead head_;
+  PageNumber file_end_ = 0;
   PageNumber end_ = 0;  // where new blocks go, behind the header's pages and the file's
   MdxTag* first_tag_ = nullptr;
   std::vector<PageNumber> released_;  // since the head of the free list was written

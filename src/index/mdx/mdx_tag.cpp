@@ -9,7 +9,6 @@ namespace {
 
 constexpr Operation kActivate{100};
 constexpr Operation kHead{1030};
-constexpr Operation kWrite{1031};
 
 constexpr KeyOperations kKeys = {.put = {116},
                                  .remove = {121},
@@ -37,7 +36,7 @@ const KeyOrder& tag_key_order(const VqBlock& block, const TagFormat& format) {
 
 Result read_tag_header(MdxStore& store, PageNumber page, TagHeaderImage& image, TagHeader& header) {
   const std::uint64_t offset = std::uint64_t{page} * kMdxUnitBytes;
-  const auto read = store.system_file.read_exactly(offset, image.data(), image.size());
+  const auto read = store.read_past(offset, image);
   if (!read.ok()) return fail(store.block, transfer_result(read), kHead.detail(4));
   if (!parse_tag_header(image, store.header(), header)) {
     return fail(store.block, Result::bad_format, kHead.detail(6));
@@ -114,19 +113,17 @@ bool MdxTag::is_as_known() {
          std::equal(image.begin() + kTagRootBytes, image.end(), image_.begin() + kTagRootBytes);
 }
 
-Result MdxTag::write_root() {
-  if (keys.gone || !is_up_to_date_ || (!keys.tree.root_moved() && !pages_changed)) {
-    return Result::ok;
-  }
+bool MdxTag::log_root(RedoLog& log) {
   header.root = keys.tree.root();
   std::array<Byte, kTagRootBytes> bytes;
   store_tag_root(header, bytes.data());
-  const std::uint64_t offset = std::uint64_t{entry.header_page} * kMdxUnitBytes;
-  const auto outcome = store.system_file.write_at(offset, bytes.data(), bytes.size());
-  if (!outcome.ok()) return fail(store.block, transfer_result(outcome), kWrite.detail(3));
+  return log.add(entry.header_page, bytes);
+}
+
+void MdxTag::root_written() {
+  if (!root_is_new()) return;
   keys.tree.root_written();
   pages_changed = false;
-  return Result::ok;
 }
 
 }  // namespace vqdb::index

@@ -29,7 +29,6 @@ class TagPages final : public PageStore {
   Result prepare() override;
   Result take(std::span<PageNumber> pages) override;
   void release(PageNumber page) override;
-  Result write_roots() override { return Result::ok; }  // the file does that, for all its tags
 
  private:
   MdxTag& tag_;
@@ -52,8 +51,13 @@ class MdxTag : public Index {
   bool is_up_to_date() const { return is_up_to_date_ && !keys.gone; }
   // Whether the file's header, read without the lock, still has the definition that is known.
   bool is_as_known();
-  // Writes root and page count where they have changed.
-  Result write_root();
+  // Whether root and page count are others than the file's.
+  bool root_is_new() const {
+    return !keys.gone && is_up_to_date_ && (keys.tree.root_moved() || pages_changed);
+  }
+  // Adds both to the log; false without memory.
+  bool log_root(RedoLog& log);
+  void root_written();
 
   MdxStore& store;
   TagEntry entry;

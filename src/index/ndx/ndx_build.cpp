@@ -5,10 +5,10 @@
 #include "frame/file_name.h"
 #include "frame/system_file.h"
 #include "frame/temporary_file.h"
+#include "index/build/build_hold.h"
 #include "index/build/tree_build.h"
 #include "index/ndx/ndx_header.h"
 #include "index/ndx/ndx_open.h"
-#include "index/build/build_hold.h"
 #include "index/tree/page_pour.h"
 #include "table/locks.h"
 

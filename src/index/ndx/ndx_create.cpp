@@ -2,8 +2,8 @@
 
 #include "frame/file_name.h"
 #include "frame/system_file.h"
-#include "index/ndx/ndx_open.h"
 #include "index/build/build_hold.h"
+#include "index/ndx/ndx_open.h"
 
 namespace vqdb::index {
 namespace {

@@ -19,7 +19,12 @@ HandlePool<NdxFile>& ndx_files() {
   return pool;
 }
 
-void NdxStore::set(PageNumber root, PageNumber next_free, PageNumber pages_in_file) {
+void NdxStore::set(const NdxRootBytes& head, PageNumber pages_in_file) {
+  PageNumber root = 0;
+  PageNumber next_free = 0;
+  bool unfinished = false;
+  load_ndx_root(head, root, next_free, unfinished);
+  head_ = head;
   tree_.set_root(root);
   pages_in_file_ = pages_in_file;
   next_free_ = std::max(next_free, pages_in_file);
@@ -37,12 +42,9 @@ Result NdxStore::take(std::span<PageNumber> pages) {
   return Result::ok;
 }
 
-Result NdxStore::write_roots() {
-  if (!has_grown_ && !tree_.root_moved()) return Result::ok;
-  std::array<Byte, kNdxRootBytes> bytes;
-  store_le32(bytes.data(), tree_.root());
-  store_le32(bytes.data() + sizeof(PageNumber), next_free_);
-  const auto outcome = system_file.write_at(0, bytes.data(), bytes.size());
+Result NdxStore::write_header(bool unfinished) {
+  store_ndx_root(tree_.root(), next_free_, unfinished, head_);
+  const auto outcome = system_file.write_at(0, head_.data(), head_.size());
   if (!outcome.ok()) return fail(block, transfer_result(outcome), kStore.detail(1));
   has_grown_ = false;
   tree_.root_written();
@@ -50,26 +52,39 @@ Result NdxStore::write_roots() {
   return Result::ok;
 }
 
-Result NdxStore::read_headers() {
-  std::array<Byte, kNdxRootBytes> bytes;
-  const auto outcome = system_file.read_exactly(0, bytes.data(), bytes.size());
+Result NdxStore::read_headers(bool& unfinished) {
+  NdxRootBytes head;
+  const auto outcome = system_file.read_exactly(0, head.data(), head.size());
   if (!outcome.ok()) return fail(block, transfer_result(outcome), kRefresh.detail(1));
-  const PageNumber root = load_le32(bytes.data());
-  const PageNumber next_free = load_le32(bytes.data() + sizeof root);
+  PageNumber root = 0;
+  PageNumber next_free = 0;
+  load_ndx_root(head, root, next_free, unfinished);
   PageNumber pages = pages_in_file_;
   if (next_free > pages) {
-    std::uint64_t size = 0;
-    const auto sized = system_file.size(size);
-    if (!sized.ok()) return fail(block, Result::io, kRefresh.detail(2));
-    if (next_free > (size + kNdxPageBytes - 1) / kNdxPageBytes) {
-      return fail(block, Result::bad_format, kRefresh.detail(3));
-    }
-    pages = next_free;
+    PageNumber in_file = 0;
+    const Result result = count_ndx_pages(block, system_file, next_free, in_file);
+    if (!ok(result)) return result;
+    pages = pages == 0 ? in_file : next_free;
   }
+  if (unfinished) pages = next_free;  // the log stands there
   if (root < kNdxPageGrid.first || root >= next_free) {
     return fail(block, Result::bad_format, kRefresh.detail(3));
   }
-  set(root, next_free, pages);
+  set(head, pages);
+  return Result::ok;
+}
+
+Result count_ndx_pages(VqBlock& block, platform::File& file, PageNumber counted,
+                       PageNumber& pages) {
+  std::uint64_t size = 0;
+  std::uint64_t end = 0;
+  if (!file.size(size).ok() || !RedoLog::find_end(file, size, kNdxPageBytes, counted, end)) {
+    return fail(block, Result::io, kRefresh.detail(2));
+  }
+  if (end < counted || end > std::numeric_limits<PageNumber>::max()) {
+    return fail(block, Result::bad_format, kRefresh.detail(3));
+  }
+  pages = static_cast<PageNumber>(end);
   return Result::ok;
 }
 

@@ -19,22 +19,30 @@ class NdxStore final : public IndexFile {
  public:
   NdxStore(VqBlock& owner, Tree& tree) : IndexFile(owner, kNdxPageGrid), tree_(tree) {}
 
-  // The values of a header that was just read, in a file of this many pages, which is at least
-  // the header's number. New pages go behind both.
-  void set(PageNumber root, PageNumber next_free, PageNumber pages_in_file);
+  // The front of a header that was just read, in a file of this many pages; new pages go behind
+  // those and the header's. 0 when that is not known yet.
+  void set(const NdxRootBytes& head, PageNumber pages_in_file);
 
   Result take(std::span<PageNumber> pages) override;
   void release(PageNumber) override {}  // pages of an NDX file are never used again
-  Result write_roots() override;
+  bool has_changes() const override { return has_grown_ || tree_.root_moved(); }
+  PageNumber file_end() const override { return pages_in_file_; }
+  Result write_header(bool unfinished) override;
+  std::uint64_t mark_offset() const override { return kNdxMarkAt; }
 
  private:
-  Result read_headers() override;
+  Result read_headers(bool& unfinished) override;
 
   Tree& tree_;
+  NdxRootBytes head_ = {};
   PageNumber next_free_ = 0;
   PageNumber pages_in_file_ = 0;
   bool has_grown_ = false;
 };
+
+// How many pages the file has, of which its header counts these; a log behind them is none.
+// Details 10192 (not read), 10193 (fewer than counted).
+Result count_ndx_pages(VqBlock& block, platform::File& file, PageNumber counted, PageNumber& pages);
 
 class NdxFile : public Index {
  public:

@@ -56,6 +56,19 @@ void format_ndx_header(const NdxHeader& header, NdxPageBytes& page) {
   std::copy(header.expression.begin(), header.expression.end(), bytes + kExpressionAt);
 }
 
+void store_ndx_root(PageNumber root, PageNumber next_free, bool unfinished, NdxRootBytes& bytes) {
+  store_le32(&bytes[kRootAt], root);
+  store_le32(&bytes[kNextFreeAt], next_free);
+  set_unfinished(bytes[kNdxMarkAt], unfinished);
+}
+
+void load_ndx_root(const NdxRootBytes& bytes, PageNumber& root, PageNumber& next_free,
+                   bool& unfinished) {
+  root = load_le32(&bytes[kRootAt]);
+  next_free = load_le32(&bytes[kNextFreeAt]);
+  unfinished = bytes[kNdxMarkAt] == kUnfinishedMark;
+}
+
 NdxHeader decode_ndx_header(const NdxPageBytes& page) {
   const Byte* const bytes = page.data();
   NdxHeader header;
@@ -73,6 +86,7 @@ NdxHeader decode_ndx_header(const NdxPageBytes& page) {
   header.stride = load_le16(bytes + kStrideAt);
   header.byte20 = bytes[kByte20At];
   header.unique = bytes[kUniqueAt];
+  header.unfinished = bytes[kNdxMarkAt] == kUnfinishedMark;
   const auto* text = reinterpret_cast<const char*>(bytes + kExpressionAt);
   header.expression = std::string_view(text, kMaxNdxExpression);
   header.expression = header.expression.substr(0, header.expression.find('\0'));

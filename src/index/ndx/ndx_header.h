@@ -16,9 +16,13 @@ inline constexpr PageGrid kNdxPageGrid = {kNdxPageBytes, kNdxPageBytes, 1};
 inline constexpr std::size_t kMaxNdxExpression = 240;
 inline constexpr std::uint32_t kMaxNdxTextKey = 100;
 inline constexpr std::uint32_t kNdxEntryHead = 8;  // child page and record number before the key
-// Root page and next free page, the part of the header that changes as an index grows.
-inline constexpr std::size_t kNdxRootBytes = 8;
+// Root page and next free page, which change as an index grows, up to the mark of an unfinished
+// flush.
+inline constexpr std::size_t kNdxRootBytes = 11;
 
+inline constexpr std::size_t kNdxMarkAt = 10;
+
+using NdxRootBytes = std::array<Byte, kNdxRootBytes>;
 using NdxPageBytes = std::array<Byte, kNdxPageBytes>;
 
 namespace ndx_flag {
@@ -38,7 +42,8 @@ struct NdxHeader {
   std::uint32_t stride = 0;
   Byte byte20 = 2;
   bool numeric = false;  // header byte 16: numbers and dates
-  Byte unique = 0;       // header byte 23
+  Byte unique = 0;          // header byte 23
+  bool unfinished = false;  // a redo log stands behind the last page
   std::string_view expression;
 
   // False also when its two places disagree, of which the dBASE III form has one.
@@ -65,6 +70,11 @@ NdxHeader new_ndx_header(bool is_ndx3, char key_type, std::uint32_t key_length, 
 
 // Fills a zeroed page.
 void format_ndx_header(const NdxHeader& header, NdxPageBytes& page);
+
+// The part of the header that changes; the bytes between keep what they hold.
+void store_ndx_root(PageNumber root, PageNumber next_free, bool unfinished, NdxRootBytes& bytes);
+void load_ndx_root(const NdxRootBytes& bytes, PageNumber& root, PageNumber& next_free,
+                   bool& unfinished);
 
 // The values of a page, whatever they are. The expression is a view of the page.
 NdxHeader decode_ndx_header(const NdxPageBytes& page);

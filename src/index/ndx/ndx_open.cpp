@@ -22,20 +22,14 @@ Result read_header(VqBlock& block, platform::File& file, NdxPageBytes& page, Ndx
                    PageNumber& pages) {
   const auto read = file.read_exactly(0, page.data(), page.size());
   if (!read.ok()) return fail(block, transfer_result(read), kOpen.detail(3));
-  std::uint64_t size = 0;
-  if (const auto sized = file.size(size); !sized.ok()) {
-    return fail(block, Result::io, kOpen.detail(3));
-  }
-  const std::uint64_t in_file = (size + kNdxPageBytes - 1) / kNdxPageBytes;
-  if (!parse_ndx_header(page, header) || header.next_free > in_file ||
-      in_file > std::numeric_limits<PageNumber>::max()) {
-    return fail(block, Result::bad_format, kOpen.detail(6));
-  }
-  pages = static_cast<PageNumber>(in_file);
+  if (!parse_ndx_header(page, header)) return fail(block, Result::bad_format, kOpen.detail(6));
+  const Result counted = count_ndx_pages(block, file, header.next_free, pages);
+  if (!ok(counted)) return fail(block, counted, kOpen.detail(counted == Result::io ? 3 : 6));
+  if (header.unfinished) pages = header.next_free;  // a log follows
   return Result::ok;
 }
 
-Result set_up(NdxFile& file, const NdxHeader& header, PageNumber pages) {
+Result set_up(NdxFile& file, const NdxPageBytes& page, const NdxHeader& header, PageNumber pages) {
   file.flags = header.flags;
   file.byte20 = header.byte20;
   file.expression_length = header.expression.size();
@@ -46,8 +40,11 @@ Result set_up(NdxFile& file, const NdxHeader& header, PageNumber pages) {
     return fail(file.block, Result::no_memory, kOpen.detail(4));
   }
   std::copy(header.expression.begin(), header.expression.end(), file.text.get());
-  file.file.set(header.root, header.next_free, pages);
-  return Result::ok;
+  NdxRootBytes head;
+  std::copy_n(page.begin(), head.size(), head.begin());
+  // What stands behind the pages may be another process's flush, seen without its lock.
+  file.file.set(head, file.file.is_shared() ? 0 : pages);
+  return file.file.is_shared() ? Result::ok : file.file.complete(header.unfinished);
 }
 
 Result open_file_and_handle(table::Table& context, const char* name, std::uint32_t mode,
@@ -75,7 +72,7 @@ Result open_file_and_handle(table::Table& context, const char* name, std::uint32
   if (!file->file.attach(std::move(system_file), mode, table::lock_scheme(context), buffers)) {
     result = fail(block, Result::no_memory, kOpen.detail(5));
   }
-  if (ok(result)) result = set_up(*file, header, pages);
+  if (ok(result)) result = set_up(*file, page, header, pages);
   if (ok(result)) result = check_language(file->keys, false, kOpen.detail(7));
   if (!ok(result)) {
     ndx_files().close(file);

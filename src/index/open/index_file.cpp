@@ -16,7 +16,9 @@ constexpr std::uint32_t kEagerTries = 50;
 constexpr std::uint32_t kPatientTries = 3000;
 constexpr std::uint32_t kPauseMilliseconds = 1;
 
+constexpr Operation kLog{1034};
 constexpr std::int32_t kForceFailed = 10194;
+constexpr std::int32_t kUnfinished = 10345;
 
 bool has_locks(std::uint32_t scheme) { return table::lock_scheme_of(scheme).has_locks; }
 
@@ -36,6 +38,7 @@ bool IndexFile::attach(platform::File&& file, std::uint32_t open_mode, std::uint
 Result IndexFile::flush() {
   if (!stale_) {
     if (const Result result = cache.write_changed(); !ok(result)) return result;
+    if (cache.is_unfinished()) return fail(block, Result::io, kUnfinished);
   }
   const bool forced = is_read_only() || force_out(block, system_file).ok();
   return forced ? Result::ok : fail(block, Result::io, kForceFailed);
@@ -99,10 +102,26 @@ Result IndexFile::let_go() {
 
 Result IndexFile::refresh() {
   stale_ = true;
-  if (const Result result = read_headers(); !ok(result)) return result;
+  bool unfinished = false;
+  if (const Result result = read_headers(unfinished); !ok(result)) return result;
   cache.drop_all();
+  if (const Result result = complete(unfinished); !ok(result)) return result;
   stale_ = false;
   return Result::ok;
+}
+
+Result IndexFile::complete(bool unfinished) {
+  torn_ = false;
+  cache.forget_log();
+  if (!unfinished) return Result::ok;
+  bool found = false;
+  const Result result = cache.take_up_log(is_read_only(), found);
+  torn_ = ok(result) && !found;
+  return result;
+}
+
+Result IndexFile::check_whole() const {
+  return torn_ ? fail(block, Result::page_error, kLog.detail(4)) : Result::ok;
 }
 
 Result IndexFile::write_back() {

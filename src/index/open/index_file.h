@@ -6,6 +6,7 @@
 #define VQDBSYS_INDEX_OPEN_INDEX_FILE_H_
 
 #include <cstdint>
+#include <span>
 #include <string>
 
 #include "frame/handle_pool.h"
@@ -41,6 +42,17 @@ class IndexFile : public PageStore {
   // Flushes and closes. The first failure counts; that of the closing has the detail code.
   Result close(std::int32_t close_detail);
 
+  // Brings a file whose header has the mark of an unfinished flush to its end, or, when it is open
+  // for reading only, shows it so. Where that cannot be told the file can be read, as it is.
+  // REQUIRES that nobody else works on the file.
+  Result complete(bool unfinished);
+  // Refuses a change of such a file: a page error, detail 10344.
+  Result check_whole() const;
+  // Reads bytes past the buffers.
+  platform::Outcome read_past(std::uint64_t offset, std::span<Byte> bytes) {
+    return cache.read_past(offset, bytes);
+  }
+
   // The caller's own lock, held until it is given back; it never waits. Digits of the operation's
   // details: 2 (no lock operations), 3 (held by somebody else; for unlock: not held), for unlock 4
   // (system).
@@ -61,7 +73,7 @@ class IndexFile : public PageStore {
   ~IndexFile() = default;
   // Brings the headers, the roots of the open trees and the cache's limit up to date with the file,
   // under the lock. A failure leaves the file stale: it is read again before the next operation.
-  virtual Result read_headers() = 0;
+  virtual Result read_headers(bool& unfinished) = 0;
 
  private:
   Result take_hold();
@@ -73,6 +85,7 @@ class IndexFile : public PageStore {
   std::uint32_t brackets_ = 0;    // that are open
   bool lock_is_callers_ = false;  // taken by lock()
   bool lock_lingers_ = false;     // could not be given back after an operation
+  bool torn_ = false;             // a flush stopped in it, and nothing tells what is missing
   bool stale_ = false;            // memory and file may differ: refresh before the next operation
 };
 

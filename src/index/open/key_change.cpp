@@ -101,6 +101,7 @@ Result replace_entry(KeyTree& keys, const Byte* old_key, const Byte* new_key, st
 template <typename Change>
 Result change(KeyTree& keys, Operation operation, bool bracketed, Change work) {
   const auto counted = [&] {
+    if (const Result whole = keys.file.check_whole(); !ok(whole)) return whole;
     const Result result = work();
     if (ok(result)) ++keys.changes;
     return result;

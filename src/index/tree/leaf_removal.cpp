@@ -117,10 +117,10 @@ void LeafRemoval::apply() {
     tree_.move_root(root);
     return;
   }
-  tree_.cache_.mark_changed(pages_[top_], height(top_));
+  tree_.cache_.mark_joint(pages_[top_], height(top_));
   if (!has_separator_) return;
   tree_.page(separator_page_).set_key(path_.steps[separator_level_].slot, new_last_.data());
-  tree_.cache_.mark_changed(separator_page_, height(separator_level_));
+  tree_.cache_.mark_joint(separator_page_, height(separator_level_));
 }
 
 void LeafRemoval::apply_collapse(std::uint32_t level, std::size_t index) {
@@ -135,7 +135,7 @@ void LeafRemoval::apply_collapse(std::uint32_t level, std::size_t index) {
   }
   give_up(pages_[level], path_.steps[level].page);
   if (collapse.borrows) {
-    tree_.cache_.mark_changed(collapse.neighbour, height(level));
+    tree_.cache_.mark_joint(collapse.neighbour, height(level));
   } else {
     give_up(collapse.neighbour, collapse.neighbour_number);
   }

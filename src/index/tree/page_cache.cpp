@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <tuple>
 #include <utility>
 
 #include "frame/system_file.h"
@@ -11,6 +12,14 @@ namespace vqdb::index {
 namespace {
 
 constexpr Operation kPages{1024};
+constexpr Operation kLog{1034};
+
+// What the file relies on, cut short, is worse than a late success.
+template <typename Work>
+Result twice(Work work) {
+  const Result result = work();
+  return ok(result) ? result : work();
+}
 
 }  // namespace
 
@@ -56,7 +65,7 @@ Result PageCache::load(PageNumber page, Frame& frame) {
     return fail(block_, Result::page_error, kPages.detail(5));
   }
   if (const Result result = victim(page, frame); !ok(result)) return result;
-  const auto outcome = file_.read_exactly(offset_of(page), image(frame), page_bytes_);
+  const auto outcome = read_past(offset_of(page), {image(frame), page_bytes_});
   if (!outcome.ok()) return fail(block_, transfer_result(outcome), kPages.detail(2));
   take_in(frame, page);
   return Result::ok;
@@ -80,16 +89,21 @@ void PageCache::name_new(Frame frame, PageNumber page, std::uint32_t height) {
     forget(away->frame);
   }
   take_in(frame, page);
-  mark_changed(frame, height);
+  mark_joint(frame, height);
   frames_[frame].fresh = true;
 }
 
-void PageCache::mark_changed(Frame frame, std::uint32_t height) {
+void PageCache::mark_changed(Frame frame) {
   FrameState& state = frames_[frame];
-  state.height = static_cast<std::uint8_t>(height);
   if (state.changed) return;
   state.changed = true;
   changed_[changed_count_++] = frame;
+}
+
+void PageCache::mark_joint(Frame frame, std::uint32_t height) {
+  mark_changed(frame);
+  frames_[frame].joint = true;
+  frames_[frame].height = static_cast<std::uint8_t>(height);
 }
 
 // A page that the file does not have yet is written all the same: the file must hold as many pages
@@ -153,7 +167,7 @@ Result PageCache::write_run(std::span<const Frame> frames) {
   const auto outcome = file_.write_pieces(offset_of(frames_[frames.front()].page),
                                           std::span(pieces).first(frames.size()));
   if (!outcome.ok()) return fail(block_, transfer_result(outcome), kPages.detail(3));
-  for (const Frame frame : frames) frames_[frame].changed = frames_[frame].fresh = false;
+  settle(frames);
   return Result::ok;
 }
 
@@ -174,36 +188,149 @@ Result PageCache::write_frames(std::span<const Frame> frames) {
   return Result::ok;
 }
 
-Result PageCache::write_reachable(std::span<const Frame> frames) {
-  if (const Result result = store_.write_roots(); !ok(result)) return result;
-  while (!frames.empty() && !frames_[frames.front()].changed) frames = frames.subspan(1);
-  const Result result = write_frames(frames);
-  return ok(result) ? store_.write_released() : result;
+// The pages are in the file.
+void PageCache::settle(std::span<const Frame> frames) {
+  for (const Frame frame : frames) {
+    frames_[frame].changed = frames_[frame].fresh = frames_[frame].joint = false;
+  }
+}
+
+Result PageCache::fill_log(std::span<const Frame> joint) {
+  log_.start(store_.file_end());
+  bool has_room = true;
+  for (const Frame frame : joint) {
+    has_room = has_room && log_.add(frames_[frame].page, {image(frame), page_bytes_});
+  }
+  has_room = has_room && store_.log_changes(log_);
+  return has_room ? Result::ok : fail(block_, Result::no_memory, kLog.detail(1));
+}
+
+Result PageCache::write_log() {
+  log_at_ = limit_;
+  const auto outcome = log_.write(file_, log_at_);
+  return outcome.ok() ? Result::ok : fail(block_, transfer_result(outcome), kLog.detail(2));
+}
+
+Result PageCache::apply_log() {
+  const auto outcome = log_.apply(file_);
+  return outcome.ok() ? Result::ok : fail(block_, transfer_result(outcome), kPages.detail(3));
+}
+
+// A single write needs no log. Where the log finds no room, changes that need no new page are made
+// without it, the lower pages first: entries can be removed from a full disk.
+Result PageCache::write_together(std::span<const Frame> added, std::span<const Frame> joint) {
+  const bool has_header = store_.has_changes();
+  if (const Result result = fill_log(joint); !ok(result)) return result;
+  const bool is_single = log_.records() + (has_header ? 1 : 0) <= 1;
+  if (!is_single) {
+    const std::int32_t detail = block_.detail;
+    const Result logged = write_log();
+    const bool has_new =
+        !added.empty() || std::ranges::any_of(joint, [&](Frame f) { return frames_[f].fresh; });
+    if (!ok(logged) && has_new) return logged;
+    if (ok(logged)) {
+      const Result result = write_frames(added);
+      return ok(result) ? commit_log(joint) : result;
+    }
+    block_.detail = detail;
+  }
+  if (const Result result = write_frames(added); !ok(result)) return result;
+  if (const Result result = twice([&] { return apply_log(); }); !ok(result)) return result;
+  settle(joint);
+  return has_header ? twice([&] { return store_.write_header(false); }) : Result::ok;
+}
+
+Result PageCache::commit_log(std::span<const Frame> joint) {
+  if (const Result result = twice([&] { return store_.write_header(true); }); !ok(result)) {
+    return result;
+  }
+  unfinished_ = true;
+  settle(joint);
+  if (const Result result = twice([&] { return apply_log(); }); !ok(result)) return result;
+  const std::int32_t detail = block_.detail;
+  if (!ok(end_log())) block_.detail = detail;
+  return Result::ok;
+}
+
+// What the log says is done; the headers may have changed again since. A log that stays behind the
+// file's end does no harm.
+Result PageCache::end_log() {
+  constexpr Byte kFinished = 0;
+  auto outcome = file_.write_at(store_.mark_offset(), &kFinished, 1);
+  if (!outcome.ok()) outcome = file_.write_at(store_.mark_offset(), &kFinished, 1);
+  if (!outcome.ok()) return fail(block_, transfer_result(outcome), kLog.detail(5));
+  static_cast<void>(file_.truncate(offset_of(log_at_)));
+  forget_log();
+  return Result::ok;
+}
+
+// Of a flush that was left unfinished.
+Result PageCache::finish_log() {
+  if (!unfinished_) return Result::ok;
+  const Result result = twice([&] { return apply_log(); });
+  return ok(result) ? end_log() : result;
+}
+
+void PageCache::forget_log() {
+  log_.start(0);
+  unfinished_ = false;
+}
+
+Result PageCache::take_up_log(bool for_reading, bool& found) {
+  forget_log();
+  log_at_ = limit_;
+  found = false;
+  switch (log_.read(file_, log_at_)) {
+    case RedoLog::Found::unreadable:
+      return fail(block_, Result::io, kLog.detail(3));
+    case RedoLog::Found::no_memory:
+      return fail(block_, Result::no_memory, kLog.detail(1));
+    case RedoLog::Found::none:
+      return Result::ok;
+    case RedoLog::Found::log:
+      break;
+  }
+  found = true;
+  unfinished_ = !for_reading;
+  return finish_log();
+}
+
+platform::Outcome PageCache::read_past(std::uint64_t offset, std::span<Byte> bytes) {
+  const auto outcome = file_.read_exactly(offset, bytes.data(), bytes.size());
+  log_.patch(offset, bytes);
+  return outcome;
 }
 
 Result PageCache::write_changed() {
+  if (const Result result = finish_log(); !ok(result)) return result;
   Frame* const begin = changed_.get();
   Frame* end = begin + changed_count_;
   end = std::partition(begin, end, [&](Frame frame) {
     if (frames_[frame].page != 0) return true;
-    frames_[frame].changed = frames_[frame].fresh = false;  // abandoned
+    frames_[frame].changed = frames_[frame].fresh = frames_[frame].joint = false;  // abandoned
     return false;
   });
-  Frame* const old = std::partition(begin, end, [&](Frame f) { return frames_[f].fresh; });
-  std::sort(begin, old, [&](Frame a, Frame b) { return frames_[a].page < frames_[b].page; });
-  std::sort(old, end, [&](Frame a, Frame b) {
-    const FrameState& x = frames_[a];
-    const FrameState& y = frames_[b];
-    return x.height != y.height ? x.height > y.height : x.page < y.page;
-  });
-  // What the file relies on, cut short, is worse than a late success.
-  Result result = store_.write_taken();
-  if (!ok(result)) result = store_.write_taken();
-  if (ok(result)) result = write_frames({begin, old});
-  if (ok(result)) {
-    result = write_reachable({old, end});
-    if (!ok(result)) result = write_reachable({old, end});
+  const PageNumber file_end = store_.file_end();
+  enum : std::uint8_t { kAdded, kJoint, kAlone };
+  const auto part_of = [&](Frame frame) {
+    const FrameState& state = frames_[frame];
+    return state.fresh && state.page >= file_end ? kAdded : (state.joint ? kJoint : kAlone);
+  };
+  const auto rank_of = [&](Frame frame) {
+    const std::uint8_t height = part_of(frame) == kJoint ? frames_[frame].height : std::uint8_t{0};
+    return std::tuple(part_of(frame), height, frames_[frame].page);
+  };
+  std::sort(begin, end, [&](Frame a, Frame b) { return rank_of(a) < rank_of(b); });
+  Frame* const joint = std::find_if(begin, end, [&](Frame f) { return part_of(f) != kAdded; });
+  Frame* const alone = std::find_if(joint, end, [&](Frame f) { return part_of(f) == kAlone; });
+  Result result = Result::ok;
+  if (alone != begin || store_.has_changes()) {
+    result = write_together({begin, joint}, {joint, alone});
+    if (!unfinished_) forget_log();
   }
+  // The log would be made again over what is written now.
+  if (ok(result) && unfinished_ && alone != end) result = finish_log();
+  if (ok(result)) result = twice([&] { return write_frames({alone, end}); });
   const auto left = std::remove_if(begin, end, [&](Frame f) { return !frames_[f].changed; });
   changed_count_ = static_cast<std::uint32_t>(left - begin);
   return result;

@@ -1,15 +1,19 @@
 // The page buffers of an index file: a fixed number of page images in one slab, given up least
 // recently used first (by second chance). Every page has a home buffer, told by its number alone,
 // and is kept there when it is free, so that a look-up mostly knows the image's address without
-// waiting for a table; only pages away from home are looked up by hash. Changed pages are written
-// together, in an order that leaves every key reachable wherever the writing stops:
+// waiting for a table; only pages away from home are looked up by hash.
 //
-//   1. the list of free pages, which loses those that are taken from it,
-//   2. new pages, which nothing in the file leads to yet,
-//   3. the headers that name the roots and the end of the file,
-//   4. changed pages from the root down, so that a page gives entries up only after the pages that
-//      now lead to them are in the file,
-//   5. pages that nothing leads to any more, which become free; the head of their list comes last.
+// Changed pages are written together, so that the tree in the file is whole wherever the writing
+// stops. A change of entries within a leaf stands alone. Changes that hold only together - splits,
+// pages that leave the tree, separators that follow a last key, with the roots and the free list -
+// go by the redo log:
+//
+//   1. the log, behind the end that the file is to have,
+//   2. pages behind the end that it has, which nothing in it leads to,
+//   3. the header with the mark of an unfinished flush: from here on the log is as good as done,
+//   4. what the log says,
+//   5. the header without the mark; the log is cut off,
+//   6. leaves that changed alone.
 //
 // Therefore a changed page is never written alone: when one has to make room, all are written.
 #ifndef VQDBSYS_INDEX_TREE_PAGE_CACHE_H_
@@ -32,7 +36,12 @@ class PageCache {
   using Frame = std::uint32_t;
 
   PageCache(VqBlock& block, platform::File& file, PageStore& store, const PageGrid& grid)
-      : block_(block), file_(file), store_(store), grid_(grid), page_bytes_(grid.page_bytes) {}
+      : block_(block),
+        file_(file),
+        store_(store),
+        grid_(grid),
+        page_bytes_(grid.page_bytes),
+        log_(grid.unit_bytes) {}
   PageCache(const PageCache&) = delete;
   PageCache& operator=(const PageCache&) = delete;
 
@@ -61,13 +70,24 @@ class PageCache {
   void pin(Frame frame) { ++frames_[frame].pins; }
   void unpin(Frame frame) { --frames_[frame].pins; }
 
-  // The height is the page's distance from the leaves.
-  void mark_changed(Frame frame, std::uint32_t height);
+  // Entries of a leaf changed.
+  void mark_changed(Frame frame);
+  // The page changed together with others. The height is its distance from the leaves.
+  void mark_joint(Frame frame, std::uint32_t height);
   // Forgets a page that no longer belongs to the tree.
   void abandon(Frame frame);
 
+  // Where a mark could not be taken back, all is written and the next call does it.
   Result write_changed();
-  bool has_changes() const { return changed_count_ > 0; }
+  // Whether the mark of a flush of this cache stands in the file.
+  bool is_unfinished() const { return unfinished_; }
+  // The header has a mark that another cache has left: makes the writes of the log that it speaks
+  // of, or, for reading only, has pages come out as if they were made. found is false when there
+  // is no such log.
+  Result take_up_log(bool for_reading, bool& found);
+  void forget_log();
+  // Reads bytes of the file past the buffers, as the log has them.
+  platform::Outcome read_past(std::uint64_t offset, std::span<Byte> bytes);
   // Forgets every page, changed ones too.
   void drop_all();
 
@@ -85,6 +105,7 @@ class PageCache {
     bool listed : 1;   // is in the list of frames that may hold a page
     bool changed : 1;  // is in the list of changed frames
     bool fresh : 1;    // the file has no such page yet
+    bool joint : 1;    // changed together with others
   };
 
   Frame home_of(PageNumber page) const {
@@ -111,8 +132,15 @@ class PageCache {
   void forget(Frame frame);
   Result write_run(std::span<const Frame> frames);
   Result write_frames(std::span<const Frame> frames);
-  // The roots, the pages less those at the front that are written already, and what they let go.
-  Result write_reachable(std::span<const Frame> frames);
+  // The pages behind the file's end, and those that changed together with others.
+  Result write_together(std::span<const Frame> added, std::span<const Frame> joint);
+  Result fill_log(std::span<const Frame> joint);
+  Result write_log();
+  Result commit_log(std::span<const Frame> joint);
+  Result apply_log();
+  Result finish_log();
+  Result end_log();
+  void settle(std::span<const Frame> frames);
   std::uint64_t offset_of(PageNumber page) const { return std::uint64_t{page} * grid_.unit_bytes; }
 
   VqBlock& block_;
@@ -120,6 +148,10 @@ class PageCache {
   PageStore& store_;
   const PageGrid grid_;
   const std::uint32_t page_bytes_;
+
+  RedoLog log_;
+  PageNumber log_at_ = 0;    // where it begins in the file
+  bool unfinished_ = false;  // the file has the mark, and what the log says may not be done
 
   platform::Bytes images_;
   platform::Array<FrameState> frames_;

@@ -25,7 +25,6 @@ class NewFileStore final : public PageStore {
 
   Result take(std::span<PageNumber> pages) override;
   void release(PageNumber) override {}
-  Result write_roots() override { return Result::ok; }
   // The first page that was not taken.
   PageNumber next() const { return next_; }
 

@@ -8,6 +8,7 @@
 
 #include "frame/result.h"
 #include "index/tree/page.h"
+#include "index/tree/redo_log.h"
 
 namespace vqdb::index {
 
@@ -28,19 +29,26 @@ class PageStore {
 
   // Numbers for this many new pages, all or none.
   virtual Result take(std::span<PageNumber> pages) = 0;
-  // The page is in no tree any more. In the file it still is until the pages that lead to it are
-  // written, so its number is not taken again before write_released() has come.
+  // The page is in no tree any more. In the file it still is until the next flush is complete, so
+  // its number is not taken again before.
   virtual void release(PageNumber page) = 0;
-
-  // The headers' part in writing what has changed, in the order that page_cache.h gives. Nothing to
-  // do is ok; what could not be written is written by the next call.
-  //
-  // Before anything is written into taken pages: no list of free pages has them any more.
+  // Before anything is written into taken pages past the cache: no list of free pages has them.
   virtual Result write_taken() { return Result::ok; }
-  // Before changed pages: the roots of the trees, and how many pages there are.
-  virtual Result write_roots() = 0;
-  // After the pages that let go of them: released pages are free, the head of their list last.
-  virtual Result write_released() { return Result::ok; }
+
+  // The headers' part in a flush, which page_cache.h describes.
+  //
+  // Whether roots, the number of pages or the free ones are others than the file says.
+  virtual bool has_changes() const { return false; }
+  // Pages from this one on are not in the file.
+  virtual PageNumber file_end() const { return 0; }
+  // Adds what changes beside pages and the header: roots that stand elsewhere, links of free pages.
+  // False without memory.
+  virtual bool log_changes(RedoLog&) { return true; }
+  // Writes the header as it is to be, in one step; with the mark of an unfinished flush, or
+  // without. From then on what log_changes() has added counts as written.
+  virtual Result write_header(bool) { return Result::ok; }
+  // Where in the file the mark is, a byte.
+  virtual std::uint64_t mark_offset() const { return 0; }
 
  protected:
   ~PageStore() = default;

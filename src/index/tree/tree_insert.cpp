@@ -38,7 +38,7 @@ Result Tree::insert(const Path& path, const Byte* key, std::uint32_t recno) {
   Page leaf = page(frame);
   if (leaf.is_full()) return insert_with_split(path, key, recno);
   leaf.insert_leaf_entry(path.leaf().slot, recno, key);
-  cache_.mark_changed(frame, 0);
+  cache_.mark_changed(frame);
   return Result::ok;
 }
 
@@ -88,7 +88,7 @@ Result Tree::forget_left(const Path& path, std::uint32_t level, std::uint32_t pl
   if (const Result result = fetch(way.steps[level].page, frame); !ok(result)) return result;
   if (page(frame).left() == 0) return Result::ok;
   page(frame).clear_left();
-  cache_.mark_changed(frame, path.depth - 1 - level);
+  cache_.mark_joint(frame, path.depth - 1 - level);
   return Result::ok;
 }
 
@@ -122,14 +122,14 @@ void Tree::split(Split& plan, const Path& path, const Byte* key, std::uint32_t r
     if (!is_leaf) lower.set_count(last);  // its child becomes the trailing one
     right = plan.numbers[height];
     cache_.name_new(fresh, right, height);
-    cache_.mark_changed(plan.full[level], height);
+    cache_.mark_joint(plan.full[level], height);
   }
   if (!plan.new_root) {
     Page receiver = page(plan.receiver);
     const std::uint32_t slot = path.steps[plan.top - 1].slot;
     receiver.set_child(slot, right);
     receiver.insert_child_entry(slot, path.steps[plan.top].page, separator.data());
-    cache_.mark_changed(plan.receiver, height);
+    cache_.mark_joint(plan.receiver, height);
     return;
   }
   Page root = page(plan.fresh[height]);

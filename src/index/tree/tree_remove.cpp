@@ -18,7 +18,7 @@ Result Tree::remove(const Path& path) {
   if (path.depth > 1 && count == 1) return LeafRemoval::run(*this, path);
   if (path.depth > 1 && path.leaf().slot + 1 == count) return remove_last_entry(path, frame);
   leaf.remove_entry(path.leaf().slot);
-  cache_.mark_changed(frame, 0);
+  cache_.mark_changed(frame);
   return Result::ok;
 }
 
@@ -47,10 +47,11 @@ Result Tree::remove_last_entry(const Path& path, PageCache::Frame frame) {
   }
   Page leaf = page(frame);
   leaf.remove_entry(path.leaf().slot);
-  cache_.mark_changed(frame, 0);
+  cache_.mark_changed(frame);
   if (!found) return Result::ok;
+  cache_.mark_joint(frame, 0);
   page(upper).set_key(path.steps[level].slot, leaf.key(leaf.count() - 1));
-  cache_.mark_changed(upper, path.depth - 1 - level);
+  cache_.mark_joint(upper, path.depth - 1 - level);
   return Result::ok;
 }
 

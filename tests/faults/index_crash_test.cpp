@@ -1,0 +1,265 @@
+// The process dies between two writes, at every place of every operation on trees that split,
+// shrink and hold runs of equal keys: what was there before is there once, the operation at hand is
+// done or not, and the file goes on as if nothing had happened.
+#include <map>
+
+#include "support/fault_plan.h"
+#include "support/mdx_fixture.h"
+#include "support/ndx_checker.h"
+#include "support/test.h"
+
+namespace {
+
+using namespace vqdb;
+
+using platform::Call;
+using platform::Verdict;
+
+using Entries = std::vector<IndexEntry>;
+
+struct CrashCase {
+  const char* name;
+  const char* format;  // of an MDX tag; null: an NDX file
+  std::uint32_t mode;
+  std::uint32_t distinct_keys;
+  std::size_t flushed_together;
+};
+
+void PrintTo(const CrashCase& crash, std::ostream* out) { *out << crash.name; }
+
+class IndexCrash : public MdxFixture, public ::testing::WithParamInterface<CrashCase> {
+ protected:
+  static bool is_mdx() { return GetParam().format != nullptr; }
+  std::string path(const std::string& file) { return name(file + (is_mdx() ? ".MDX" : ".NDX")); }
+
+  // An open file and its tree; in an MDX file another tag shares the pages.
+  struct Tree {
+    VqIndex* file;
+    VqIndex* keys;
+    VqIndex* other;
+  };
+  Tree open_tree(const std::string& file_name, std::uint32_t mode) {
+    VqIndex* const file =
+        (is_mdx() ? lib.dXopen : lib.dNopen)(table, name(file_name).c_str(), mode, 4);
+    EXPECT_NE(nullptr, file) << block.result << " " << block.detail;
+    if (!is_mdx()) return {file, file, nullptr};
+    return {file, lib.dXactidx(file, "KEYS"), lib.dXactidx(file, "OTHER")};
+  }
+  std::int32_t close_tree(const Tree& tree) {
+    return (is_mdx() ? lib.dXclose : lib.dNclose)(tree.file);
+  }
+  std::int32_t flush(const Tree& tree) { return (is_mdx() ? lib.dXflush : lib.dNflush)(tree.file); }
+  std::int32_t put(const Tree& tree, const IndexEntry& entry) {
+    return (is_mdx() ? lib.dXputkey : lib.dNputkey)(tree.keys, entry.first.data(), entry.second);
+  }
+  std::int32_t remove(const Tree& tree, const IndexEntry& entry) {
+    return (is_mdx() ? lib.dXrmkey : lib.dNrmkey)(tree.keys, entry.first.data(), entry.second);
+  }
+
+  // Entries of before, of the steps and of afterwards share their keys only where few are distinct.
+  static IndexEntry entry(std::uint32_t n, std::uint32_t group = 0) {
+    const std::uint32_t distinct = GetParam().distinct_keys;
+    return {text_of(distinct > 10 ? n * 37 % distinct * 5 + group : n % distinct), n};
+  }
+  static std::string text_of(std::uint32_t key) {
+    return padded("K" + std::to_string(10000 + key), 100);
+  }
+
+  // Walks both ways and searches; all of it has to agree.
+  Entries walk(const Tree& tree) {
+    Entries forward;
+    Entries backward;
+    IndexEntry at = {std::string(100, '\0'), 0};
+    EXPECT_EQ(0, (is_mdx() ? lib.dXrewind : lib.dNrewind)(tree.keys));
+    const auto next = is_mdx() ? lib.dXnxtkey : lib.dNnxtkey;
+    const auto previous = is_mdx() ? lib.dXprvkey : lib.dNprvkey;
+    std::int32_t end = 0;
+    while ((end = next(tree.keys, at.first.data(), &at.second)) == 0) forward.push_back(at);
+    EXPECT_EQ(-7, end);
+    while ((end = previous(tree.keys, at.first.data(), &at.second)) == 0) backward.push_back(at);
+    EXPECT_EQ(-6, end);
+    std::reverse(backward.begin(), backward.end());
+    EXPECT_EQ(forward, backward);
+    for (std::size_t i = 0; i < forward.size(); ++i) {
+      if (i > 0 && forward[i].first == forward[i - 1].first) continue;
+      std::uint32_t recno = 0;
+      EXPECT_EQ(
+          0, (is_mdx() ? lib.dXgetrno : lib.dNgetrno)(tree.keys, forward[i].first.data(), &recno));
+      EXPECT_EQ(forward[i].second, recno);
+    }
+    std::ranges::sort(forward);
+    return forward;
+  }
+
+  void expect_sound(const std::string& file) {
+    if (is_mdx()) {
+      EXPECT_EQ("", read(file).all_faults());
+      EXPECT_EQ(0u, read(file).orphans.size());
+    } else {
+      EXPECT_EQ("", read_ndx(path(file)).all_faults());
+    }
+  }
+
+  // One step: entries that come (true) or go, written at its end.
+  using Step = std::vector<std::pair<bool, IndexEntry>>;
+
+  bool run(const Tree& tree, const Step& step) {
+    bool all = true;
+    for (const auto& [comes, one] : step) {
+      all = (comes ? put(tree, one) : remove(tree, one)) == 0 && all;
+    }
+    return all;
+  }
+
+  // Without its log the file refuses changes, and stays as it is.
+  void expect_refused(std::string torn, std::uint32_t mode) {
+    torn[torn.size() - 40] ^= 1;
+    write_file(path("TORN"), torn);
+    const Tree tree = open_tree("TORN", mode);
+    EXPECT_EQ("-8/10344", codes(put(tree, entry(6000)), block));
+    EXPECT_EQ("-8/10344", codes(remove(tree, entry(1)), block));
+    EXPECT_EQ(0, close_tree(tree));
+    EXPECT_EQ(torn, read_file(path("TORN")));
+  }
+
+  // The file that a crash left, after which each entry of the step is there or not.
+  void expect_recovered(const Step& step, const Entries& before, std::mt19937& random) {
+    const std::string left = read_file(path("CRASH"));
+    const std::uint32_t mode = random() % 2 == 0 ? 0 : 4;
+    if (left[is_mdx() ? 27 : 10] != 0) expect_refused(left, mode);
+    // A reader that stays open while others write, or, since it locks at every step, one alone.
+    const bool stays = random() % 4 == 0;
+    Tree reader = open_tree("CRASH", stays ? 1 | 4 : 1);
+    Entries found = walk(reader);
+    EXPECT_EQ(left, read_file(path("CRASH")));  // opened for reading only
+    if (!stays) {
+      EXPECT_EQ(0, close_tree(reader));
+    }
+    Tree tree = open_tree("CRASH", mode);
+    std::uint32_t recno = 0;  // a shared file is completed by the first step
+    (void)(is_mdx() ? lib.dXgetrno : lib.dNgetrno)(tree.keys, entry(1).first.data(), &recno);
+    EXPECT_EQ(0, close_tree(tree));
+    expect_sound("CRASH");
+    std::map<IndexEntry, int> count;
+    for (const IndexEntry& one : found) ++count[one];
+    for (const auto& [comes, one] : step) {
+      EXPECT_GE(1, count[one]);
+      count.erase(one);
+    }
+    std::size_t kept = 0;
+    for (const IndexEntry& one : before) {
+      const auto in_step = [&](const auto& change) { return change.second == one; };
+      if (std::ranges::any_of(step, in_step)) continue;
+      EXPECT_EQ(1, count[one]) << one.first << one.second;
+      ++kept;
+    }
+    EXPECT_EQ(kept, count.size());
+    // It goes on.
+    tree = open_tree("CRASH", 4 - mode);
+    Entries model = found;
+    for (std::uint32_t i = 0; i < 12; ++i) {
+      if (!model.empty() && random() % 2 == 0) {
+        const auto out = model.begin() + static_cast<std::ptrdiff_t>(random() % model.size());
+        EXPECT_EQ(0, remove(tree, *out));
+        model.erase(out);
+      } else {
+        model.push_back(entry(5000 + i, 2));
+        EXPECT_EQ(0, put(tree, model.back()));
+      }
+      if (is_mdx()) {
+        EXPECT_EQ(0, put({tree.file, tree.other, nullptr}, entry(7000 + i)));
+      }
+    }
+    std::ranges::sort(model);
+    EXPECT_EQ(0, close_tree(tree));
+    if (!stays) reader = open_tree("CRASH", 1);
+    EXPECT_EQ(model, walk(reader));
+    EXPECT_EQ(0, close_tree(reader));
+    expect_sound("CRASH");
+  }
+};
+
+TEST_P(IndexCrash, every_write_may_be_the_last) {
+  constexpr std::uint32_t kStart = 240;
+  if (is_mdx()) {
+    create("F");
+    VqIndex* file = open("F");
+    ASSERT_NE(nullptr, make_tag(file, "KEYS", "TEXT", GetParam().format));
+    ASSERT_NE(nullptr, make_tag(file, "OTHER", "TEXT", "C100"));
+    ASSERT_EQ(0, lib.dXclose(file));
+  } else {
+    ASSERT_EQ(0, lib.dNcreat(&block, name("F").c_str(), "TEXT", "C100"));
+  }
+  Entries model;
+  std::vector<Step> steps(1);
+  const auto add = [&](bool comes, const IndexEntry& one) {
+    if (steps.back().size() == GetParam().flushed_together) steps.emplace_back();
+    steps.back().push_back({comes, one});
+  };
+  Tree tree = open_tree("F", 0);
+  for (std::uint32_t n = kStart; n > 0; --n) {
+    model.push_back(entry(n));
+    ASSERT_EQ(0, put(tree, model.back()));
+  }
+  ASSERT_EQ(0, close_tree(tree));
+  std::mt19937 random(5);
+  for (std::uint32_t n = 0; n < 40; ++n) add(true, entry(1000 + n, 1));
+  Entries old = model;
+  std::shuffle(old.begin(), old.begin() + 100, random);
+  for (const IndexEntry& one : old) add(false, one);
+  for (std::uint32_t n = 0; n < 40; ++n) add(false, entry(1000 + n, 1));
+
+  std::size_t crashes = 0;
+  for (const Step& step : steps) {
+    const std::string start = read_file(path("F"));
+    bool struck = true;
+    for (std::uint64_t strike = 1; struck; ++strike) {
+      SCOPED_TRACE(crashes);
+      write_file(path("F"), start);
+      tree = open_tree("F", GetParam().mode);
+      {
+        const FaultPlan plan(strike, Verdict::fail, only(Call::write), true);
+        bool done = run(tree, step);
+        if (GetParam().mode == 0) {
+          done = flush(tree) == 0 && done;
+        }
+        struck = plan.struck();
+        EXPECT_TRUE(struck || done);
+        write_file(path("CRASH"), read_file(path("F")));
+        static_cast<void>(close_tree(tree));
+      }
+      if (!struck) break;
+      if (read_file(path("CRASH")) == start) continue;
+      ++crashes;
+      expect_recovered(step, model, random);
+      ASSERT_FALSE(HasFailure());
+    }
+    for (const auto& [comes, one] : step) {
+      if (comes) {
+        model.push_back(one);
+      } else {
+        std::erase(model, one);
+      }
+    }
+  }
+  EXPECT_LT(steps.size() / 2, crashes);
+  tree = open_tree("F", 0);
+  EXPECT_EQ(Entries{}, walk(tree));
+  EXPECT_EQ(0, close_tree(tree));
+  expect_sound("F");
+}
+
+INSTANTIATE_TEST_SUITE_P(Trees, IndexCrash,
+                         ::testing::Values(CrashCase{"ndx_shared", nullptr, 4, 240, 1},
+                                           CrashCase{"ndx_shared_equal", nullptr, 2, 3, 1},
+                                           CrashCase{"ndx_exclusive", nullptr, 0, 240, 30},
+                                           CrashCase{"ndx_exclusive_equal", nullptr, 0, 3, 30},
+                                           CrashCase{"mdx_shared", "C100", 4, 240, 1},
+                                           CrashCase{"mdx_shared_unique", "C100U", 2, 240, 1},
+                                           CrashCase{"mdx_shared_descending", "C100D", 4, 240, 1},
+                                           CrashCase{"mdx_shared_equal", "C100", 4, 2, 1},
+                                           CrashCase{"mdx_exclusive", "C100", 0, 240, 40},
+                                           CrashCase{"mdx_exclusive_equal", "C100D", 0, 2, 40}),
+                         [](const auto& crash) { return std::string(crash.param.name); });
+
+}  // namespace
