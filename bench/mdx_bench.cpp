@@ -92,9 +92,17 @@ template <typename Family>
 std::vector<Key> make_keys(const Keys& keys) {
   std::vector<Key> made;
   made.reserve(customers().size());
+  Block block;
+  std::array<char, kRecordBytes> record;
   for (const Customer& customer : customers()) {
     Key key = customer.name;
-    if (&keys == &kAmounts) dUdtonk(Family::kNumberKind, customer.cents / 100.0, key.data());
+    if (&keys == &kAmounts) {
+      // As a build makes them: a packed decimal of the field's digits.
+      format_record(customer, record.data());
+      require(dUnftonk(block, Family::kNumberKind, record.data() + kAmountOffset, kAmountBytes,
+                       key.data()) == 0,
+              "dUnftonk");
+    }
     made.push_back(key);
   }
   return made;
