@@ -1070,11 +1070,12 @@ int32_t VQ_CALL GRPmember(VqDatabase* database, uint32_t kind, const char* name,
                           VqMember* out);
 
 /* Creates a table as dDcreat does, and its memo file when it has memo fields, over files of these
- * names; then removes files of the table's name with the extensions DD, MDX, NDX, CDX and IDX. Both
- * files are complete before the first of them replaces an older one. A memo file that is named
+ * names; then removes files of the table's name with the extensions DD, MDX, NDX, CDX and IDX. After
+ * a failure the older files are there, or the next open of the table completes the step as after
+ * DBcompact. A memo file that is named
  * behind a semicolon and is not the table's own must not exist: it may be another table's.
  *   6371 -11 that memo file is there already, or is the table, or belongs to the table copied from
- *   6372     the memo file cannot be put in its place */
+ *   6372     table and memo file cannot be put in their places */
 int32_t VQ_CALL DBcreat(VqBlock* block, const char* name, int32_t count, const char* const* fields);
 /* Makes an empty table of the structure of another, and its memo file, in the same way. */
 int32_t VQ_CALL DBcopy(VqBlock* block, const char* from, const char* to);

@@ -6,6 +6,7 @@
 #include "api/block.h"
 #include "api/open.h"
 #include "frame/file_name.h"
+#include "frame/replacements.h"
 #include "frame/system_file.h"
 #include "frame/temporary_file.h"
 #include "memo/creation.h"
@@ -15,6 +16,7 @@
 #include "platform/path.h"
 #include "table/copy.h"
 #include "table/create.h"
+#include "table/interrupted.h"
 
 namespace vqdb::api {
 namespace {
@@ -31,14 +33,15 @@ class NewFiles {
 
   // `source`, which may be null, is a table that stays.
   Result make(table::NewTable& table, const char* source);
-  // The table first: an older memo file without its table is worth nothing, but not the other way
-  // round.
+  // Both, or none after a failure (6372 where the next open may still complete what was begun).
   Result put_in_place();
 
  private:
   Result check_memo_name(const std::string& table_path, const std::string& memo_path,
                          const char* source) const;
   Result make_memo(const std::string& memo_path);
+  platform::Outcome place(TemporaryFile& first, TemporaryFile& second);
+  platform::Outcome replace_both();
 
   VqBlock& block_;
   const char* const name_;
@@ -80,11 +83,42 @@ Result NewFiles::make_memo(const std::string& memo_path) {
 }
 
 Result NewFiles::put_in_place() {
-  platform::Outcome placed = table_.put_in_place();
-  if (!placed.ok()) return fail(block_, open_result(placed.error), kCreateTable.detail(3));
-  if (!has_memo_) return Result::ok;
-  placed = memo_.put_in_place();
+  if (!has_memo_) {
+    const platform::Outcome placed = table_.put_in_place();
+    return placed.ok() ? Result::ok
+                       : fail(block_, open_result(placed.error), kCreateTable.detail(3));
+  }
+  const bool has_older_table = platform::exists(table_.target());
+  const bool has_older_memo = platform::exists(memo_.target());
+  const platform::Outcome placed = has_older_table && has_older_memo ? replace_both()
+                                   : has_older_memo                  ? place(table_, memo_)
+                                                                     : place(memo_, table_);
   return placed.ok() ? Result::ok : fail(block_, open_result(placed.error), kCreate.detail(2));
+}
+
+// The first replaces nothing, and goes again when the second cannot follow.
+platform::Outcome NewFiles::place(TemporaryFile& first, TemporaryFile& second) {
+  platform::Outcome placed = first.put_if_absent();
+  if (!placed.ok()) return placed;
+  placed = second.put_in_place();
+  if (!placed.ok()) (void)platform::remove(first.target());
+  return placed;
+}
+
+platform::Outcome NewFiles::replace_both() {
+  const std::array<std::string, 2> targets = {table_.target(), memo_.target()};
+  platform::Outcome placed;
+  for (TemporaryFile* const file : {&table_, &memo_}) {
+    const std::string growing = growing_beside(file->target());
+    (void)platform::remove(growing);  // a crash left it
+    if (placed.ok()) placed = file->put_at(growing);
+    if (placed.ok()) placed = file->file().close();
+  }
+  const std::string journal = table::journal_of(path_of(name_, "DBF"));
+  if (placed.ok()) placed = replace_together(journal, targets);
+  if (placed.ok() || platform::exists(journal)) return placed;
+  for (const std::string& target : targets) (void)platform::remove(growing_beside(target));
+  return placed;
 }
 
 }  // namespace

@@ -83,9 +83,9 @@ Outcome TemporaryFile::put_in_place() {
   return outcome;
 }
 
-Outcome TemporaryFile::put_if_absent() {
+Outcome TemporaryFile::put_at(const std::string& path) {
   Outcome outcome = file_.sync();
-  if (outcome.ok()) outcome = platform::rename_if_free(path_, target_);
+  if (outcome.ok()) outcome = platform::rename_if_free(path_, path);
   if (outcome.ok()) path_.clear();
   return outcome;
 }

@@ -28,6 +28,8 @@ class TemporaryFile {
   platform::Outcome make_beside(const std::string& target);
 
   const std::string& path() const { return path_; }
+  // Where it is to be put, over links.
+  const std::string& target() const { return target_; }
   // Open for reading and writing.
   platform::File& file() { return file_; }
 
@@ -38,7 +40,9 @@ class TemporaryFile {
   platform::Outcome put_in_place();
   // The same where there is no target by now; else already_exists, and what is there stays.
   // REQUIRES make_beside().
-  platform::Outcome put_if_absent();
+  platform::Outcome put_if_absent() { return put_at(target_); }
+  // The same with another name beside the target.
+  platform::Outcome put_at(const std::string& path);
 
  private:
   platform::Outcome make_in(std::string_view directory);
