@@ -19,6 +19,8 @@ Result open_result(platform::Error error) {
       return Result::access_denied;
     case platform::Error::disk_full:
       return Result::disk_full;
+    case platform::Error::linked:
+      return Result::not_allowed;
     default:
       return Result::io;
   }

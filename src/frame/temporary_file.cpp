@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 
 #include "frame/file_name.h"
@@ -14,27 +15,61 @@ namespace {
 using platform::Error;
 using platform::Outcome;
 
+// ~VQ, the number of the process, a point, sixteen digits as good as random, and the extension.
+constexpr std::string_view kStart = "~VQ";
+constexpr std::string_view kDecimals = "0123456789";
+constexpr std::string_view kDigits = "0123456789ABCDEF";
+constexpr std::size_t kRandomDigits = 16;
 constexpr std::string_view kExtension = ".VQT";
 
-// The last number used in a temporary name, by anyone in this process.
-std::atomic<std::uint32_t> last_number{0};
+constexpr int kMostTries = 100;
 
-// Offers one name after another to make(path), which answers already_exists for a taken one, until
-// every number has been tried.
-template <typename Make>
-Outcome under_new_name(std::string_view directory, Make make) {
-  const std::uint32_t start = last_number.load();
-  for (;;) {
-    const std::uint32_t number = ++last_number;
-    if (number == start) return {Error::already_exists, 0};
-    const std::string path =
-        platform::resolve(std::string(directory).append(std::to_string(number)).append(kExtension));
-    Outcome outcome = make(path);
-    if (outcome.error == Error::already_exists && platform::remove_abandoned(path)) {
-      outcome = make(path);
-    }
-    if (outcome.error != Error::already_exists) return outcome;
+std::uint64_t next_random() {
+  static std::atomic<std::uint64_t> calls{0};
+  const auto now = std::chrono::high_resolution_clock::now().time_since_epoch().count();
+  std::uint64_t bits = static_cast<std::uint64_t>(now) + ++calls * 0x9E3779B97F4A7C15;
+  bits = (bits ^ bits >> 30) * 0xBF58476D1CE4E5B9;
+  bits = (bits ^ bits >> 27) * 0x94D049BB133111EB;
+  return bits ^ bits >> 31;
+}
+
+std::string new_name() {
+  std::string name(kStart);
+  name.append(std::to_string(platform::process_number())).append(".");
+  std::uint64_t random = next_random();
+  for (std::size_t i = 0; i < kRandomDigits; ++i, random >>= 4) name += kDigits[random & 15];
+  return name.append(kExtension);
+}
+
+bool is_own_name(std::string_view name) {
+  if (!name.starts_with(kStart) || !name.ends_with(kExtension)) return false;
+  name = name.substr(kStart.size(), name.size() - kStart.size() - kExtension.size());
+  const std::size_t point = name.find('.');
+  if (point == 0 || point == name.npos || name.size() != point + 1 + kRandomDigits) return false;
+  return name.substr(0, point).find_first_not_of(kDecimals) == name.npos &&
+         name.substr(point + 1).find_first_not_of(kDigits) == name.npos;
+}
+
+// Removes what processes left there that have died.
+void clear_up(const std::string& directory) {
+  for (const std::string& name : platform::names_in(directory)) {
+    if (is_own_name(name)) static_cast<void>(platform::remove_abandoned(directory + name));
   }
+}
+
+// Offers names to make(path), which answers already_exists for a taken one.
+template <typename Make>
+Outcome under_new_name(const std::string& directory, Make make) {
+  Outcome outcome{Error::already_exists, 0};
+  for (int i = 0; i < kMostTries && outcome.error == Error::already_exists; ++i) {
+    outcome = make(directory + new_name());
+  }
+  return outcome;
+}
+
+// The directory that a path begins with, spelt as the system has it.
+std::string real_directory(std::string_view directory) {
+  return std::string(directory_of(platform::resolve(std::string(directory) + new_name())));
 }
 
 Outcome copy_bytes(platform::File& from, platform::File& to) {
@@ -54,7 +89,7 @@ Outcome copy_bytes(platform::File& from, platform::File& to) {
 }  // namespace
 
 TemporaryFile::~TemporaryFile() {
-  if (!path_.empty()) (void)platform::remove(path_);
+  if (!path_.empty() && file_.is_at(path_)) (void)platform::remove(path_);
 }
 
 Outcome TemporaryFile::make(const VqBlock& block, const std::string& target) {
@@ -67,7 +102,9 @@ Outcome TemporaryFile::make_beside(const std::string& target) {
   return make_in(directory_of(target_));
 }
 
-Outcome TemporaryFile::make_in(std::string_view directory) {
+Outcome TemporaryFile::make_in(std::string_view where) {
+  const std::string directory = real_directory(where);
+  clear_up(directory);
   return under_new_name(directory, [this](const std::string& path) {
     const Outcome outcome = file_.create_replacement(path, target_);
     if (outcome.ok()) path_ = path;
@@ -77,6 +114,11 @@ Outcome TemporaryFile::make_in(std::string_view directory) {
 
 Outcome TemporaryFile::put_in_place() {
   Outcome outcome = file_.sync();
+  // Whatever else came to stand under the name stays there.
+  if (outcome.ok() && !file_.is_at(path_)) {
+    path_.clear();
+    outcome = {Error::not_found, 0};
+  }
   if (outcome.ok()) outcome = platform::replace(path_, target_);
   if (outcome.error == Error::other_device) return copy_into_place();
   if (outcome.ok()) path_.clear();
@@ -98,7 +140,7 @@ Outcome TemporaryFile::copy_into_place() {
 }
 
 Outcome make_scratch_file(const VqBlock& block, platform::File& file) {
-  return under_new_name(block.temporary_directory,
+  return under_new_name(real_directory(block.temporary_directory),
                         [&](const std::string& path) { return file.create_scratch(path); });
 }
 

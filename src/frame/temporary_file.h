@@ -1,5 +1,5 @@
-// Files that exist while somebody works on them. Their names are numbers with the extension VQT, so
-// that they are told from a host's files.
+// Files that exist while somebody works on them. Their names are such as no host picks:
+// ~VQ4711.00FF36A91B2C4D5E.VQT, with the number of the process.
 #ifndef VQDBSYS_FRAME_TEMPORARY_FILE_H_
 #define VQDBSYS_FRAME_TEMPORARY_FILE_H_
 
@@ -13,7 +13,7 @@ namespace vqdb {
 
 // A file that takes the place of another once it is complete. It has that file's users and rights
 // from its first byte on. Removed when its owner goes out of scope before; when its process dies,
-// by the next one that works there and comes to its name.
+// by the next one that works there.
 class TemporaryFile {
  public:
   TemporaryFile() = default;
@@ -22,7 +22,8 @@ class TemporaryFile {
   TemporaryFile& operator=(const TemporaryFile&) = delete;
 
   // Makes an empty file in the block's temporary directory, for the place of `target`, which need
-  // not exist. A target that may not be written is access_denied.
+  // not exist. A target that may not be written is access_denied; one that has several names is
+  // linked, since all but one would keep the old file.
   platform::Outcome make(const VqBlock& block, const std::string& target);
   // The same beside the target, so that it can take its place without being copied.
   platform::Outcome make_beside(const std::string& target);
@@ -36,7 +37,8 @@ class TemporaryFile {
   // Hands what the file holds to the device and puts it in the place of the target, or of the file
   // that the target leads to over links, in one step that a crash cannot split. When they lie on
   // different devices a copy beside the target takes that step. On failure the target is untouched.
-  // REQUIRES that nobody else has the file open.
+  // Whoever has the old file open meets errors afterwards. REQUIRES that nobody else has the new
+  // one open.
   platform::Outcome put_in_place();
   // The same where there is no target by now; else already_exists, and what is there stays.
   // REQUIRES make_beside().

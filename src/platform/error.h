@@ -17,6 +17,7 @@ enum class Error : std::uint8_t {
   lock_refused,    // somebody else holds a byte of the range
   short_transfer,  // fewer bytes than asked for, and the system reports nothing
   other_device,    // a rename across devices
+  linked,          // the file has several names, of which a rename would replace one
   other,
 };
 

@@ -95,11 +95,14 @@ Outcome File::create(const std::string& path, Creation creation) {
 Outcome File::hold_work(const std::string& path) {
   const Outcome locked = system::lock_range(handle_, kWorkByte, 1);
   if (!locked.ok()) return locked;
+  return is_at(path) ? Outcome{} : Outcome{Error::already_exists, 0};
+}
+
+bool File::is_at(const std::string& path) {
   FileIdentity here;
   FileIdentity there;
-  const bool same = system::file_identity(handle_, here).ok() &&
-                    system::path_identity(path, there).ok() && here == there;
-  return same ? Outcome{} : Outcome{Error::already_exists, 0};
+  return system::file_identity(handle_, here).ok() && system::path_identity(path, there).ok() &&
+         here == there;
 }
 
 Outcome File::create_replacement(const std::string& path, const std::string& replaced) {

@@ -67,7 +67,8 @@ class File {
   Outcome create(const std::string& path, Creation creation);
   // Makes a new file for the place of `replaced`, with the users and rights of the file there from
   // its first byte on, or those of any new file. A taken path is already_exists, a `replaced` that
-  // may not be written access_denied. The path can be given to replace() while the file is open.
+  // may not be written access_denied, one with several names linked. The path can be given to
+  // replace() while the file is open.
   Outcome create_replacement(const std::string& path, const std::string& replaced);
   // Makes a new file for this user alone, which is gone when it is closed.
   Outcome create_scratch(const std::string& path);
@@ -97,6 +98,8 @@ class File {
   Outcome identity(FileIdentity& identity);
   // How many names lead to the file: none once it was removed, or another one took its place.
   Outcome names(std::uint32_t& count);
+  // Whether the path leads to this file.
+  bool is_at(const std::string& path);
   // Cuts the file off behind so many bytes.
   Outcome truncate(std::uint64_t bytes);
   // Hands everything written to the device.
@@ -124,14 +127,17 @@ class File {
 bool exists(const std::string& path);
 // Whether both paths lead to one file, over links or not.
 bool same_file(const std::string& a, const std::string& b);
-// The path of the file that this one leads to over links; itself where there is no file.
+// The path of the file that this one leads to over links, be it there or not; itself where there is
+// no link.
 std::string real_path(const std::string& path);
 Outcome remove(const std::string& path);
 // Removes a file that create_replacement made in a process that has died since. False for any that
 // is still worked on.
 bool remove_abandoned(const std::string& path);
 // Puts `from` in the place of `to`, which need not exist, in one step that a crash cannot split,
-// and keeps a crash from undoing it where the system can. Different devices are other_device.
+// and keeps a crash from undoing it where the system can. Different devices are other_device, a
+// `to` with several names is linked. Where the system replaces open files, the old one is emptied,
+// so that whoever has it open meets errors instead of working on in a file that is gone.
 Outcome replace(const std::string& from, const std::string& to);
 // The same where no file has the name `to`; already_exists, in the same step, where one has.
 Outcome rename_if_free(const std::string& from, const std::string& to);

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -115,24 +116,68 @@ TEST(TemporaryFiles, reach_another_device_by_a_copy_beside_the_target) {
   fs::remove_all(other);
 }
 
-TEST(TemporaryFiles, take_names_that_are_free_or_that_a_dead_process_left) {
+TEST(TemporaryFiles, remove_what_a_dead_process_left_and_nothing_else) {
   TemporaryFolder folder;
   const VqBlock block = block_with(folder.path());
   TemporaryFile first;
   ASSERT_TRUE(first.make(block, folder.file("T")).ok());
-  const int next = std::stoi(fs::path(first.path()).stem().string()) + 1;
-  const auto named = [&](int number) { return folder.file(std::to_string(number) + ".VQT"); };
-  EXPECT_FALSE(platform::remove_abandoned(first.path())) << "its maker works on it";
-  // A directory is no such file, one that nobody works on is removed for the next.
-  fs::create_directory(named(next));
-  write_file(named(next + 1), "left");
+  const std::string left = "~VQ1.0123456789ABCDEF.VQT";
+  Names names = {"1.VQT", "~VQ.0123456789ABCDEF.VQT", "~VQ1.0123456789ABCDE.VQT",
+                 "~VQ1.0123456789ABCDEX.VQT", "~VQ1.0123456789ABCDEF.DBF"};
+  for (const std::string& name : names) write_file(folder.file(name), "host's");
+  write_file(folder.file(left), "left");
   TemporaryFile second;
   ASSERT_TRUE(second.make(block, folder.file("T")).ok());
-  EXPECT_EQ(named(next + 1), second.path());
-  EXPECT_EQ("", read_file(second.path()));
+  for (const TemporaryFile* file : {&first, &second}) {
+    names.push_back(fs::path(file->path()).filename().string());
+  }
+  std::sort(names.begin(), names.end());
+  EXPECT_EQ(names, folder.list());
   EXPECT_EQ(Error::none, finish(second, "2"));
-  EXPECT_EQ(Error::none, finish(first, "1"));
-  EXPECT_EQ("1", read_file(folder.file("T")));
+  EXPECT_EQ("2", read_file(folder.file("T")));
+  // What a host has put under the name meanwhile takes nobody's place.
+  fs::rename(first.path(), folder.file("AWAY"));
+  write_file(first.path(), "host's");
+  EXPECT_NE(Error::none, finish(first, "1"));
+  EXPECT_EQ("2", read_file(folder.file("T")));
+}
+
+TEST(TemporaryFiles, take_the_place_that_a_link_to_nothing_names) {
+  TemporaryFolder folder;
+  fs::create_directory(folder.path() / "D");
+  fs::create_symlink("D/OTHER", folder.path() / "LINK");
+  fs::create_symlink("NONE", folder.path() / "D/OTHER");
+  TemporaryFile file;
+  ASSERT_TRUE(file.make_beside(folder.file("LINK")).ok());
+  EXPECT_EQ(Error::none, finish(file, "new"));
+  EXPECT_TRUE(fs::is_symlink(folder.path() / "D/OTHER"));
+  EXPECT_EQ("new", read_file(folder.file("D/NONE")));
+}
+
+TEST(TemporaryFiles, never_part_the_names_of_a_file) {
+  TemporaryFolder folder;
+  write_file(folder.file("T"), "old");
+  TemporaryFile early, late;
+  ASSERT_TRUE(late.make_beside(folder.file("T")).ok());
+  fs::create_hard_link(folder.file("T"), folder.file("OTHER"));
+  EXPECT_EQ(Error::linked, early.make_beside(folder.file("T")).error);
+  EXPECT_EQ(Error::linked, finish(late, "new"));
+  EXPECT_EQ("old", read_file(folder.file("OTHER")));
+  fs::remove(folder.file("OTHER"));
+  EXPECT_EQ(Error::none, finish(late, "new"));
+}
+
+TEST(TemporaryFiles, leave_the_replaced_file_empty_to_those_who_have_it_open) {
+  TemporaryFolder folder;
+  write_file(folder.file("T"), "old");
+  platform::File open;
+  ASSERT_TRUE(open.open(folder.file("T"), platform::Access::read_only).ok());
+  TemporaryFile file;
+  ASSERT_TRUE(file.make_beside(folder.file("T")).ok());
+  EXPECT_EQ(Error::none, finish(file, "new"));
+  std::uint64_t size = 1;
+  EXPECT_TRUE(open.size(size).ok());
+  EXPECT_EQ(0u, size);
 }
 
 TEST(ScratchFiles, leave_nothing_however_their_process_ends) {

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -16,6 +17,8 @@
 
 namespace vqdb::platform {
 namespace {
+
+constexpr int kMostLinks = 40;  // that lead from one to the next
 
 Outcome outcome_of(int number) {
   switch (number) {
@@ -113,14 +116,34 @@ FileIdentity identity_of(const struct stat& about) {
   return {static_cast<std::uint64_t>(about.st_dev), static_cast<std::uint64_t>(about.st_ino)};
 }
 
+bool has_several_names(const struct stat& about) {
+  return S_ISREG(about.st_mode) && about.st_nlink > 1;
+}
+
+// What a link says, from the directory that it lies in; empty where there is no link.
+std::string behind_link(const std::string& path) {
+  std::string text(PATH_MAX, '\0');
+  const ssize_t length = ::readlink(path.c_str(), text.data(), text.size());
+  if (length <= 0) return {};
+  text.resize(static_cast<std::size_t>(length));
+  return text.front() == '/' ? text : path.substr(0, path.rfind('/') + 1) + text;
+}
+
 }  // namespace
 
 bool exists(const std::string& path) { return ::access(path.c_str(), F_OK) == 0; }
 
 std::string real_path(const std::string& path) {
   const auto release = [](char* text) { std::free(text); };
-  const std::unique_ptr<char, decltype(release)> real(::realpath(path.c_str(), nullptr), release);
-  return real == nullptr ? path : real.get();
+  std::string end = path;
+  for (int links = 0; links < kMostLinks; ++links) {
+    const std::unique_ptr<char, decltype(release)> real(::realpath(end.c_str(), nullptr), release);
+    if (real != nullptr) return real.get();
+    const std::string next = behind_link(end);
+    if (next.empty()) return end;
+    end = next;
+  }
+  return path;
 }
 
 namespace system {
@@ -139,6 +162,7 @@ Outcome create_replacement(const std::string& path, const std::string& replaced,
   struct stat about = {};
   if (::stat(replaced.c_str(), &about) != 0) return open_descriptor(path, kNew, file);
   if (::faccessat(AT_FDCWD, replaced.c_str(), W_OK, AT_EACCESS) != 0) return outcome_of(errno);
+  if (has_several_names(about)) return {Error::linked, EMLINK};
   Outcome outcome = open_descriptor(path, kNew, file, 0600);
   if (!outcome.ok()) return outcome;
   const int made = descriptor(file);
@@ -254,9 +278,18 @@ void sync_directory_of(const std::string& path) {
 }
 
 Outcome replace_file(const std::string& from, const std::string& to) {
-  if (::rename(from.c_str(), to.c_str()) != 0) return outcome_of(errno);
-  sync_directory_of(to);
-  return {};
+  const int old = uninterrupted([&] { return ::open(to.c_str(), O_RDWR | O_CLOEXEC); });
+  struct stat about = {};
+  const bool is_linked = old >= 0 && ::fstat(old, &about) == 0 && has_several_names(about);
+  Outcome outcome = is_linked ? Outcome{Error::linked, EMLINK}
+                              : outcome_if(::rename(from.c_str(), to.c_str()) == 0);
+  if (outcome.ok()) sync_directory_of(to);
+  if (old < 0) return outcome;
+  // A name that it was given meanwhile keeps what it holds.
+  const bool is_gone = outcome.ok() && ::fstat(old, &about) == 0 && about.st_nlink == 0;
+  if (is_gone) static_cast<void>(::ftruncate(old, 0) == 0);
+  ::close(old);
+  return outcome;
 }
 
 // Not every kind of file system can refuse a taken name in a rename, and not every other one has

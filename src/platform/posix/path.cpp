@@ -2,6 +2,7 @@
 
 #include <dirent.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <memory>
 #include <optional>
@@ -16,19 +17,23 @@ bool is_directory(const std::string& path) {
   return ::stat(path.c_str(), &about) == 0 && S_ISDIR(about.st_mode);
 }
 
-// The first entry of the directory, in sorted order, that equals the name but for case.
-std::optional<std::string> match(const std::string& directory, std::string_view name) {
+template <typename Visit>
+void for_each_name_in(const std::string& directory, Visit visit) {
   const auto close = [](DIR* stream) { ::closedir(stream); };
   const std::unique_ptr<DIR, decltype(close)> stream(
       ::opendir(directory.empty() ? "." : directory.c_str()), close);
-  if (stream == nullptr) return std::nullopt;
+  if (stream == nullptr) return;
+  while (const dirent* entry = ::readdir(stream.get())) visit(std::string_view(entry->d_name));
+}
+
+// The first entry of the directory, in sorted order, that equals the name but for case.
+std::optional<std::string> match(const std::string& directory, std::string_view name) {
   const std::string wanted = upper_case(name);
   std::optional<std::string> best;
-  while (const dirent* entry = ::readdir(stream.get())) {
-    const std::string_view candidate = entry->d_name;
-    if (candidate.size() != wanted.size() || upper_case(candidate) != wanted) continue;
+  for_each_name_in(directory, [&](std::string_view candidate) {
+    if (candidate.size() != wanted.size() || upper_case(candidate) != wanted) return;
     if (!best || candidate < *best) best = std::string(candidate);
-  }
+  });
   return best;
 }
 
@@ -68,6 +73,14 @@ std::string resolve(std::string_view name) {
   if (const auto found = match(directory, file)) return directory + *found;
   return directory + upper_file;
 }
+
+std::vector<std::string> names_in(const std::string& directory) {
+  std::vector<std::string> names;
+  for_each_name_in(directory, [&](std::string_view name) { names.emplace_back(name); });
+  return names;
+}
+
+std::uint32_t process_number() { return static_cast<std::uint32_t>(::getpid()); }
 
 char separator() { return '/'; }
 

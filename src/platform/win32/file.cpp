@@ -98,6 +98,15 @@ Outcome lock_outcome(BOOL succeeded) {
   return outcome_of(number);
 }
 
+bool has_several_names(const std::string& path) {
+  system::Handle file = 0;
+  if (!create_handle(path, 0, OPEN_EXISTING, file, kShare | FILE_SHARE_DELETE).ok()) return false;
+  BY_HANDLE_FILE_INFORMATION about = {};
+  const bool known = ::GetFileInformationByHandle(handle_of(file), &about) != 0;
+  ::CloseHandle(handle_of(file));
+  return known && about.nNumberOfLinks > 1;
+}
+
 }  // namespace
 
 bool exists(const std::string& path) {
@@ -137,6 +146,7 @@ Outcome create_replacement(const std::string& path, const std::string& replaced,
   if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0) {
     return outcome_of(ERROR_ACCESS_DENIED);
   }
+  if (has_several_names(replaced)) return {Error::linked, ERROR_TOO_MANY_LINKS};
   return create_handle(path, kReadWrite, CREATE_NEW, file, kShare | FILE_SHARE_DELETE);
 }
 
@@ -249,6 +259,7 @@ Outcome test_range(Handle file, std::uint64_t offset, std::uint64_t length) {
 Outcome remove_file(const std::string& path) { return outcome_if(::DeleteFileA(path.c_str())); }
 
 Outcome replace_file(const std::string& from, const std::string& to) {
+  if (has_several_names(to)) return {Error::linked, ERROR_TOO_MANY_LINKS};
   return outcome_if(
       ::MoveFileExA(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH));
 }
