@@ -263,8 +263,8 @@ typedef struct VqField {
  * 2 * count texts: name, type, name, type, ... Types: C1..C254; N1..N20 and F1..F20 with decimals
  * behind a point ("N10.2", at most length - 2); D (8 bytes); L (1); M (10); B and G (10, kinds with
  * bit 4); P (10, kinds with bit 8). Names: up to 10 letters, digits and `_`, no digit first; they
- * are put into capitals. What is refused leaves an older file alone; a failure to write (155, 163,
- * 164) removes it.
+ * are put into capitals. What is refused leaves an older file alone, and one that somebody else has
+ * locked is refused (-38, 10431; -40, 10432); a failure to write (155, 163, 164) removes it.
  *   151 -4  count (1..255, with kind bit 4 1..1024)      152 -14 no memory
  *   153     file not created: -5, -17 to -20             155 -17 descriptors not written
  *   156 -4  name longer than 10 characters               157 -11 character in a name
@@ -332,11 +332,14 @@ int32_t VQ_CALL dDupdrec(VqTable* table, uint32_t recno, const void* record);
 int32_t VQ_CALL dDdelrec(VqTable* table, uint32_t recno);
 int32_t VQ_CALL dDrclrec(VqTable* table, uint32_t recno);
 
-/* Inserts a record before the given one; recno may be the last plus 1. 272 (-11) shared, 273 (-16)
- * read-only, 274 (-4) number, 275 (-14) no memory; else as for dDapprec. */
+/* Inserts a record before the given one; recno may be the last plus 1. What waits in the buffers is
+ * written first, then the records behind move in the file, so that whatever stops it each of them
+ * stays there, one perhaps twice. 272 (-11) shared, 273 (-16) read-only, 274 (-4) number, 275 (-14)
+ * no memory; else as for dDapprec and dDflush. */
 int32_t VQ_CALL dDinsrec(VqTable* table, uint32_t recno, const void* record);
-/* Removes a record; those behind it move up. The file keeps its length. 402 (-11) shared, 403 (-16)
- * read-only, 404 (-4) number, 405 (-14) no memory. */
+/* Removes a record; those behind it move up, as safely. The file keeps its length, but in dialect
+ * 16. 402 (-11) shared, 403 (-16) read-only, 404 (-4) number, 405 (-14) no memory; else as for
+ * dDinsrec. */
 int32_t VQ_CALL dDrmrec(VqTable* table, uint32_t recno);
 /* The deletion flag of a record, 0x20 or 0x2A. Makes no signature test; a closed handle has no
  * records. 382 (-4) number below 1, 383 (-4) beyond the last record, 384 (-17) not read. */
@@ -350,8 +353,11 @@ int32_t VQ_CALL dDflush(VqTable* table);
 int32_t VQ_CALL dDclearbuf(VqTable* table);
 
 /* Tables as whole files: none of them may be open. What of a table that is packed or appended to
- * somebody else has locked is refused (-38, 483 or 484). Two names of one file, over links or by
- * other paths, count as the same. */
+ * somebody else has locked is refused (-38, 483 or 484), and so is replacing a table that somebody
+ * else has locked (-38, 10431; -40, 10432). Handles that have a table open which was replaced get
+ * -17 from then on; close them. A file with several names (hard links) is not replaced:
+ * VQ_E_NOT_ALLOWED with the detail of the step. Two names of one file, over links or by other
+ * paths, count as the same. */
 
 /* Creates table `to` with the fields of table `from` and no records. Field names pass the tests of
  * dDcreat again (151..164); types are taken as they are. 141 (-11) a name is null or both are the
@@ -753,6 +759,7 @@ int32_t VQ_CALL dNreindex(VqTable* table, const char* name);
 
 /* Copies an index file; the copy takes the place of `to` in one step when it is complete.
  *   10421 -5  not found          10422     not opened           3012 -11 the same file
+ *   10431 -38 somebody else has locked the file that is there
  *   3013      not created        3014 -17 not read              3015, 3016 -17 not written */
 int32_t VQ_CALL dNcopy(VqBlock* block, const char* from, const char* to);
 
@@ -864,7 +871,7 @@ int32_t VQ_CALL dXlkfsta(VqIndex* file);
  *   1108     key type (-11), or not that of the expression (-9)
  *   6511 -11 the FOR expression is not logical
  *   10314 -17 the tag is there, but the table's production flag could not be set
- *   10315 -5  others have removed the file, or put another in its place: open it again
+ *   10315 -5  others have removed the file: open it again
  *   and what dNindex reports of expressions, records, sorting and progress */
 int32_t VQ_CALL dXindex(VqIndex* file, const char* tag, const char* key, const char* format,
                         const char* filter);
@@ -976,6 +983,7 @@ int32_t VQ_CALL dTmemuse(VqBlock* block, const char* name);
  *
  * VQ_E_CANCELLED: see dUsetprog. The details of the calls that it is made of, and
  *   1234 -14 no memory; -14 without a detail as well
+ *   10431 -38 somebody else has locked the memo file
  *   19876 -17 the old file is in use            19877 -17 the new one cannot take its place */
 int32_t VQ_CALL dToptimize(VqBlock* block, const char* name);
 
@@ -1396,13 +1404,13 @@ int32_t VQ_CALL dXcheck(VqBlock* block, const char* name, const VqCheckOptions* 
  * file says, where only one value can be meant; a deletion flag that is none becomes a blank, so
  * that the record is kept. Records are never dropped; a last record that the file does not hold
  * whole is in the backup only. A table of which nothing tells where its records are stays as it is.
- * Memo files: every memo that a field names keeps its place, or, where another memo has it too, gets
- * one of its own at the end; so do memos that no field names, which DBcompact takes away; all other
- * blocks are free again. A field that names no memo becomes blank, unless none of the memos that the
- * table names is in the file: then it is another table's, and both stay as they are. Bytes that a
- * field's type does not have stay as they are.
- * Indexes that do not check are built again from their own header or, where that does not tell
- * their key, from the host's list; keys are not unique where the header contradicts itself.
+ * Memo files: every memo that a field names keeps its place, or, where another memo has it too,
+ * gets one of its own at the end; so do memos that no field names, which DBcompact takes away; all
+ * other blocks are free again. A field that names no memo becomes blank, unless none of the memos
+ * that the table names is in the file: then it is another table's, and both stay as they are. Bytes
+ * that a field's type does not have stay as they are. Indexes that do not check are built again
+ * from their own header or, where that does not tell their key, from the host's list; keys are not
+ * unique where the header contradicts itself.
  *
  * 6611: not written; 6612: backup not made; 6613 (VQ_E_NO_MEMORY); 6614: a file cannot take its
  * place, since it is open elsewhere; and those of DBcheck and of building indexes. */
@@ -1411,10 +1419,11 @@ int32_t VQ_CALL DBrepair(VqBlock* block, const char* name, const VqCheckOptions*
 /* Compacts the memo file of a table ("orders", or "orders;notes"), and rewrites the references in
  * the table with it: the safe way, where dToptimize leaves them as they are. Only memos that fields
  * of the types M, B, G and P name are kept, whole, whatever their length, in the order of records
- * and fields and in blocks of the size that the file has. Nothing else may have the files open. Both are copied and take their places together: after a crash between
- * the two, the next dDopen, dTopen, DBopen or check completes the step by the journal beside the
- * table (its name with a "$" behind it; the new files have "$NEW"), so until then no other program
- * may write to them. A table without memo file is left as it is.
+ * and fields and in blocks of the size that the file has. Nothing else may have the files open.
+ * Both are copied and take their places together: after a crash between the two, the next dDopen,
+ * dTopen, DBopen or check completes the step by the journal beside the table (its name with a "$"
+ * behind it; the new files have "$NEW"), so until then no other program may write to them. A table
+ * without memo file is left as it is.
  *
  * 6621 (VQ_E_FORMAT): a check finds errors, or bytes in a memo field that may have named a memo, to
  * be mended first; 6622: the new files cannot take their places; 6611, 6613 and those of DBcheck.

@@ -17,6 +17,7 @@
 #include "table/copy.h"
 #include "table/create.h"
 #include "table/interrupted.h"
+#include "table/locks.h"
 
 namespace vqdb::api {
 namespace {
@@ -45,6 +46,8 @@ class NewFiles {
 
   VqBlock& block_;
   const char* const name_;
+  platform::File old_table_;  // with its lock
+  platform::File old_memo_;
   TemporaryFile table_;
   TemporaryFile memo_;
   bool has_memo_ = false;
@@ -59,6 +62,8 @@ Result NewFiles::make(table::NewTable& table, const char* source) {
     const Result result = check_memo_name(table_path, memo_path, source);
     if (!ok(result)) return result;
   }
+  const Result claimed = table::claim_table_at(block_, table_path, old_table_);
+  if (!ok(claimed)) return claimed;
   const platform::Outcome made = table_.make_beside(table_path);
   if (!made.ok()) return fail(block_, open_result(made.error), kCreateTable.detail(3));
   const Result written = table.write(table_.file());
@@ -79,10 +84,15 @@ Result NewFiles::check_memo_name(const std::string& table_path, const std::strin
 Result NewFiles::make_memo(const std::string& memo_path) {
   const auto layout =
       memo_column(block_) == memo::kDbase4Column ? memo::Layout::dbase4 : memo::Layout::dbase3;
-  return memo::make_beside(block_, memo_, memo_path, layout);
+  const Result claimed = table::claim_file_at(block_, memo_path, old_memo_);
+  return ok(claimed) ? memo::make_beside(block_, memo_, memo_path, layout) : claimed;
 }
 
 Result NewFiles::put_in_place() {
+  if constexpr (!platform::kReplacesOpenFiles) {
+    (void)old_table_.close();
+    (void)old_memo_.close();
+  }
   if (!has_memo_) {
     const platform::Outcome placed = table_.put_in_place();
     return placed.ok() ? Result::ok

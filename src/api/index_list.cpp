@@ -107,7 +107,8 @@ HeldList::Change HeldList::put(std::string_view text) {
   if (!fresh.file().write_at(0, text.data(), text.size()).ok()) return Change::not_written;
   const bool is_first = !file_.is_open();
   if constexpr (!platform::kReplacesOpenFiles) let_go();
-  const platform::Outcome placed = is_first ? fresh.put_if_absent() : fresh.put_in_place();
+  const platform::Outcome placed =
+      is_first ? fresh.put_if_absent() : fresh.put_in_place(nullptr, platform::Replaced::kept);
   if (placed.error == platform::Error::already_exists) return Change::overtaken;
   return placed.ok() ? Change::done : Change::not_written;
 }

@@ -112,31 +112,33 @@ Outcome TemporaryFile::make_in(std::string_view where) {
   });
 }
 
-Outcome TemporaryFile::put_in_place() {
-  Outcome outcome = file_.sync();
-  // Whatever else came to stand under the name stays there.
-  if (outcome.ok() && !file_.is_at(path_)) {
-    path_.clear();
-    outcome = {Error::not_found, 0};
-  }
-  if (outcome.ok()) outcome = platform::replace(path_, target_);
-  if (outcome.error == Error::other_device) return copy_into_place();
+// Whatever else came to stand under the name stays there.
+Outcome TemporaryFile::complete() {
+  const Outcome outcome = file_.sync();
+  return !outcome.ok() || file_.is_at(path_) ? outcome : Outcome{Error::not_found, 0};
+}
+
+Outcome TemporaryFile::put_in_place(platform::File* replaced, platform::Replaced old) {
+  Outcome outcome = complete();
+  if (!platform::kReplacesOpenFiles && replaced != nullptr) (void)replaced->close();
+  if (outcome.ok()) outcome = platform::replace(path_, target_, old);
+  if (outcome.error == Error::other_device) return copy_into_place(old);
   if (outcome.ok()) path_.clear();
   return outcome;
 }
 
 Outcome TemporaryFile::put_at(const std::string& path) {
-  Outcome outcome = file_.sync();
+  Outcome outcome = complete();
   if (outcome.ok()) outcome = platform::rename_if_free(path_, path);
   if (outcome.ok()) path_.clear();
   return outcome;
 }
 
-Outcome TemporaryFile::copy_into_place() {
+Outcome TemporaryFile::copy_into_place(platform::Replaced old) {
   TemporaryFile copy;
   Outcome outcome = copy.make_beside(target_);
   if (outcome.ok()) outcome = copy_bytes(file_, copy.file_);
-  return outcome.ok() ? copy.put_in_place() : outcome;
+  return outcome.ok() ? copy.put_in_place(nullptr, old) : outcome;
 }
 
 Outcome make_scratch_file(const VqBlock& block, platform::File& file) {

@@ -37,9 +37,10 @@ class TemporaryFile {
   // Hands what the file holds to the device and puts it in the place of the target, or of the file
   // that the target leads to over links, in one step that a crash cannot split. When they lie on
   // different devices a copy beside the target takes that step. On failure the target is untouched.
-  // Whoever has the old file open meets errors afterwards. REQUIRES that nobody else has the new
-  // one open.
-  platform::Outcome put_in_place();
+  // `replaced` is the old file where the caller holds locks on it: it keeps them meanwhile, where
+  // the system replaces open files. REQUIRES that nobody else has the new one open.
+  platform::Outcome put_in_place(platform::File* replaced = nullptr,
+                                 platform::Replaced old = platform::Replaced::emptied);
   // The same where there is no target by now; else already_exists, and what is there stays.
   // REQUIRES make_beside().
   platform::Outcome put_if_absent() { return put_at(target_); }
@@ -48,7 +49,8 @@ class TemporaryFile {
 
  private:
   platform::Outcome make_in(std::string_view directory);
-  platform::Outcome copy_into_place();
+  platform::Outcome copy_into_place(platform::Replaced old);
+  platform::Outcome complete();
 
   platform::File file_;
   std::string path_;

@@ -20,6 +20,7 @@
 #include "memo/names.h"
 #include "memo/reference.h"
 #include "platform/path.h"
+#include "table/locks.h"
 #include "table/records.h"
 #include "table/table.h"
 
@@ -38,6 +39,7 @@ constexpr std::int32_t kLeastWorkBytes = 512;
 struct Files {
   VqBlock& block;
   const Driver& driver;
+  platform::File replaced;  // with its lock
   TemporaryFile temporary;
   Memo* old = nullptr;
   Memo* fresh = nullptr;
@@ -86,6 +88,8 @@ Result open_files(Files& files, const char* name, const std::string& table, Layo
   if (files.table == nullptr) return last_result(block);
 
   const std::string path = memo_path(name);
+  const Result claimed = table::claim_file_at(block, path, files.replaced);
+  if (!ok(claimed)) return claimed;
   const platform::Outcome made = files.temporary.make(block, path);
   if (!made.ok()) return fail(block, open_result(made.error), kNewFileStays);
   const std::string& temporary = files.temporary.path();
@@ -167,13 +171,13 @@ Result compact(VqBlock& block, const char* name) {
   Layout layout = Layout::none;
   Result result = layout_of_table(block, platform::resolve(table), layout);
   if (!ok(result)) return result;
-  Files files{block, driver(layout == Layout::dbase4 ? kDbase4Column : kDbase3Column), {}};
+  Files files{block, driver(layout == Layout::dbase4 ? kDbase4Column : kDbase3Column), {}, {}};
   result = open_files(files, name, table, layout);
   if (ok(result)) result = copy_memos(files, work);
   if (ok(result)) result = files.close_all();
   if (!ok(result)) return result;
 
-  const platform::Outcome placed = files.temporary.put_in_place();
+  const platform::Outcome placed = files.temporary.put_in_place(&files.replaced);
   if (placed.ok()) return Result::ok;
   const bool in_use = placed.error == platform::Error::access_denied;
   return fail(block, Result::io, in_use ? kOldFileStays : kNewFileStays);

@@ -9,6 +9,7 @@
 #include "memo/file_layout.h"
 #include "memo/names.h"
 #include "platform/path.h"
+#include "table/locks.h"
 
 namespace vqdb::memo {
 namespace {
@@ -54,12 +55,15 @@ Result make_beside(VqBlock& block, TemporaryFile& file, const std::string& path,
 // The table is marked while its older memo file still stands: from then on the new one is missing
 // at worst, and made when the table is opened.
 Result create_for_table(VqBlock& block, const char* name, Layout layout) {
+  const std::string path = memo_path(name);
+  platform::File replaced;
+  Result result = table::claim_file_at(block, path, replaced);
   TemporaryFile file;
-  Result result = make_beside(block, file, memo_path(name), layout);
+  if (ok(result)) result = make_beside(block, file, path, layout);
   TableMark mark;
   if (ok(result)) result = mark.set(block, platform::resolve(table_name(name)), layout);
   if (!ok(result)) return result;
-  const platform::Outcome placed = file.put_in_place();
+  const platform::Outcome placed = file.put_in_place(&replaced);
   if (placed.ok()) return Result::ok;
   mark.take_back();
   return fail(block, open_result(placed.error), operation_of(layout).detail(1));

@@ -86,6 +86,10 @@ Outcome File::open(const std::string& path, Access access) {
   return outcome;
 }
 
+Outcome File::open_replaceable(const std::string& path) {
+  return pass(Call::open, [&] { return system::open_removable(path, handle_); });
+}
+
 Outcome File::create(const std::string& path, Creation creation) {
   return pass(Call::create, [&] { return system::create_file(path, creation, handle_); });
 }
@@ -243,8 +247,8 @@ bool remove_abandoned(const std::string& path) {
   return file.open_abandoned(path).ok() && remove(path).ok();
 }
 
-Outcome replace(const std::string& from, const std::string& to) {
-  return pass(Call::replace, [&] { return system::replace_file(from, to); });
+Outcome replace(const std::string& from, const std::string& to, Replaced old) {
+  return pass(Call::replace, [&] { return system::replace_file(from, to, old); });
 }
 
 Outcome rename_if_free(const std::string& from, const std::string& to) {

@@ -25,6 +25,13 @@ inline constexpr bool kReplacesOpenFiles = false;
 inline constexpr bool kReplacesOpenFiles = true;
 #endif
 
+// What those get who have a file open, where the system replaces such files, when another has taken
+// its place.
+enum class Replaced : std::uint8_t {
+  emptied,  // errors, instead of working on in a file that is gone
+  kept,     // what they began to read
+};
+
 // A piece of memory of a transfer that gathers from, or scatters to, several places.
 struct Piece {
   void* data;
@@ -64,6 +71,8 @@ class File {
   File& operator=(const File&) = delete;
 
   Outcome open(const std::string& path, Access access);
+  // Opens for reading and writing a file that will be replaced or removed meanwhile.
+  Outcome open_replaceable(const std::string& path);
   Outcome create(const std::string& path, Creation creation);
   // Makes a new file for the place of `replaced`, with the users and rights of the file there from
   // its first byte on, or those of any new file. A taken path is already_exists, a `replaced` that
@@ -136,9 +145,8 @@ Outcome remove(const std::string& path);
 bool remove_abandoned(const std::string& path);
 // Puts `from` in the place of `to`, which need not exist, in one step that a crash cannot split,
 // and keeps a crash from undoing it where the system can. Different devices are other_device, a
-// `to` with several names is linked. Where the system replaces open files, the old one is emptied,
-// so that whoever has it open meets errors instead of working on in a file that is gone.
-Outcome replace(const std::string& from, const std::string& to);
+// `to` with several names is linked.
+Outcome replace(const std::string& from, const std::string& to, Replaced old = Replaced::emptied);
 // The same where no file has the name `to`; already_exists, in the same step, where one has.
 Outcome rename_if_free(const std::string& from, const std::string& to);
 

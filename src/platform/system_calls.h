@@ -47,7 +47,7 @@ Outcome unlock_range(Handle file, std::uint64_t offset, std::uint64_t length);
 Outcome test_range(Handle file, std::uint64_t offset, std::uint64_t length);
 
 Outcome remove_file(const std::string& path);
-Outcome replace_file(const std::string& from, const std::string& to);
+Outcome replace_file(const std::string& from, const std::string& to, Replaced old);
 Outcome rename_if_free(const std::string& from, const std::string& to);
 
 }  // namespace vqdb::platform::system

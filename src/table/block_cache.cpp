@@ -115,6 +115,7 @@ void BlockCache::mark_changed() {
   if (buffer.block == ahead_block_) ahead_block_ = 0;
   if (buffer.changed) return;
   buffer.changed = true;
+  was_changed_ = true;
   if (changed_count_++ == 0) {
     changed_low_ = changed_high_ = buffer.block;
   } else {

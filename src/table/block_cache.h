@@ -84,6 +84,10 @@ class BlockCache {
   // Writes the end mark behind record `last`, whatever the buffers hold of the records behind it.
   void end_file_behind(std::uint32_t last);
 
+  // Whether anything was changed, and perhaps written, since settle().
+  bool was_changed() const { return was_changed_; }
+  void settle() { was_changed_ = false; }
+
   // Writes every changed block; details of a failure under `detail`.
   Result write_changed(std::int32_t detail);
   // Empties every buffer. REQUIRES that none is changed.
@@ -150,6 +154,7 @@ class BlockCache {
   std::uint32_t ahead_block_ = 0;    // a changed block of which ...
   std::uint32_t ahead_bytes_ = 0;    // ... so many bytes have been written since; 0 when none
   std::uint32_t changed_count_ = 0;
+  bool was_changed_ = false;
   std::uint32_t changed_low_ = 0;  // changed blocks lie between these two
   std::uint32_t changed_high_ = 0;
 };

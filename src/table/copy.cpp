@@ -36,7 +36,7 @@ Result add_fields_of(VqBlock& block, const char* from, const char* to, NewTable&
 Result copy_structure(VqBlock& block, const char* from, const char* to) {
   NewTable table(block);
   const Result result = add_fields_of(block, from, to, table);
-  return ok(result) ? table.write(path_of(to, "DBF")) : result;
+  return ok(result) ? table.replace(path_of(to, "DBF")) : result;
 }
 
 Result compare_structures(VqBlock& block, const char* first, const char* second) {

@@ -7,6 +7,7 @@
 #include "frame/system_file.h"
 #include "table/field_type.h"
 #include "table/header.h"
+#include "table/locks.h"
 
 namespace vqdb::table {
 namespace {
@@ -78,7 +79,14 @@ Byte NewTable::version() const {
   return (block_.kind & dialect::kFoxpro) != 0 ? version::kFoxproMemo : version::kDbase3Memo;
 }
 
-Result NewTable::write(const std::string& path) {
+Result NewTable::replace(const std::string& path) {
+  platform::File replaced;
+  const Result result = claim_table_at(block_, path, replaced);
+  return ok(result) ? write(path) : result;
+}
+
+Result NewTable::write(const std::string& name) {
+  const std::string path = platform::real_path(name);  // a link stays
   platform::File file;
   const platform::Outcome made = file.create(path, platform::Creation::truncate);
   if (!made.ok()) return fail(block_, open_result(made.error), kCreate.detail(3));
@@ -140,7 +148,7 @@ Result NewTable::add_like(std::span<const Field> fields) {
 Result create(VqBlock& block, const char* name, std::int32_t count, const char* const* fields) {
   NewTable table(block);
   const Result result = table.add_described(count, fields);
-  return ok(result) ? table.write(path_of(name, "DBF")) : result;
+  return ok(result) ? table.replace(path_of(name, "DBF")) : result;
 }
 
 Result create(VqBlock& block, const std::string& path, std::span<const Field> fields,

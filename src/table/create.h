@@ -19,7 +19,8 @@
 namespace vqdb::table {
 
 // Creates the table (default extension "DBF") with `count` fields given as pairs of texts, name and
-// type ("C20", "N10.2", "D"). An existing file of that name is overwritten.
+// type ("C20", "N10.2", "D"). An existing file of that name is overwritten, unless somebody else
+// has locked it (claim_table_at).
 Result create(VqBlock& block, const char* name, std::int32_t count, const char* const* fields);
 
 // The same with these fields, their types, lengths and decimals taken as they are. Tells whether
@@ -41,7 +42,9 @@ class NewTable {
   // Adds fields as they are, but for their names.
   Result add_like(std::span<const Field> fields);
 
-  Result write(const std::string& path);
+  Result write(const std::string& name);
+  // The same over a table that others may have locked.
+  Result replace(const std::string& path);
   // To a file that is empty.
   Result write(platform::File& file);
 

@@ -19,7 +19,17 @@ void settle_count(Table& table) {
   table.block->detail = detail;
 }
 
+// A file that another took the place of is empty, or has been: what is written there is lost.
+Result check_in_place(Table& table) {
+  Byte version = 0;
+  const bool has_header = table.records.file.read_exactly(0, &version, 1).ok() && version != 0;
+  return has_header ? Result::ok : fail(table.block, Result::io, kFlush.detail(2));
+}
+
 Result write_all(Table& table) {
+  if (table.header_dirty || table.end_mark_stale || table.cache.was_changed()) {
+    if (const Result result = check_in_place(table); !ok(result)) return result;
+  }
   if (const Result result = table.cache.write_changed(kFlush.detail(2)); !ok(result)) {
     settle_count(table);
     return result;
@@ -37,6 +47,7 @@ Result write_all(Table& table) {
     if (!ok(result)) return result;
     table.header_dirty = false;
   }
+  table.cache.settle();
   return Result::ok;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "frame/system_file.h"
 #include "table/lock_scheme.h"
 #include "table/table_handle.h"
 
@@ -15,6 +16,7 @@ constexpr Operation kUnlock{49};
 constexpr Operation kLockRecord{50};
 constexpr Operation kWholeFile{1043};
 constexpr Operation kStatus{1045};
+constexpr std::int32_t kOpenFailed = 10422;
 
 // Null for a table whose scheme has no locks.
 const LockScheme* scheme_of(const Table& table) {
@@ -120,6 +122,14 @@ Result unlock(Table& table, std::uint32_t lock) {
   }
   if (!table.locks.holds(lock)) return fail(table.block, Result::not_locked, kUnlock.detail(3));
   return release(table, lock);
+}
+
+// Leaves closed what is not there, or may not be written, which making the other file will tell.
+Result open_claimed(VqBlock& block, const std::string& path, platform::File& file) {
+  const platform::Error error = file.open_replaceable(path).error;
+  const bool is_known = error == platform::Error::none || error == platform::Error::not_found ||
+                        error == platform::Error::access_denied;
+  return is_known ? Result::ok : fail(block, open_result(error), kOpenFailed);
 }
 
 }  // namespace
@@ -308,6 +318,19 @@ Result lock_unopened_table(VqBlock& block, platform::File& file, std::uint32_t s
   return answer(
       block, outcome,
       {Result::file_locked, kWholeFile.detail(1), Result::lock_refused, kWholeFile.detail(2)});
+}
+
+Result claim_table_at(VqBlock& block, const std::string& path, platform::File& file) {
+  if (!lock_scheme_of(block.index_kind).has_locks) return Result::ok;
+  const Result result = open_claimed(block, path, file);
+  UnopenedLock held;
+  return ok(result) && file.is_open() ? lock_unopened_table(block, file, block.index_kind, held)
+                                      : result;
+}
+
+Result claim_file_at(VqBlock& block, const std::string& path, platform::File& file) {
+  const Result result = open_claimed(block, path, file);
+  return ok(result) && file.is_open() ? lock_whole_file(block, file, block.index_kind) : result;
 }
 
 }  // namespace vqdb::table

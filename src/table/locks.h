@@ -6,6 +6,7 @@
 #define VQDBSYS_TABLE_LOCKS_H_
 
 #include <cstdint>
+#include <string>
 
 #include "platform/file.h"
 #include "table/table.h"
@@ -76,6 +77,13 @@ struct UnopenedLock {
 };
 Result lock_unopened_table(VqBlock& block, platform::File& file, std::uint32_t scheme,
                            UnopenedLock& held);
+
+// Takes the lock of a file whose place another will take, by the block's scheme; `file` holds it
+// until it is closed. Without a file there, or one that may not be written, nothing is taken.
+// Nor is anything of a table file where the scheme has no locks. Whatever somebody else has locked
+// is file_locked. Details 10431, 10432, 10422 (not opened).
+Result claim_table_at(VqBlock& block, const std::string& path, platform::File& file);
+Result claim_file_at(VqBlock& block, const std::string& path, platform::File& file);
 
 }  // namespace vqdb::table
 

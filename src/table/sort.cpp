@@ -6,6 +6,7 @@
 #include "frame/temporary_file.h"
 #include "sort/external_sort.h"
 #include "table/create.h"
+#include "table/locks.h"
 #include "table/records.h"
 #include "table/scoped_table.h"
 #include "table/sort_key.h"
@@ -70,12 +71,15 @@ Result sort(VqBlock& block, const char* source, const char* target, const char* 
   if (from == to || platform::same_file(from, to)) {
     return fail(block, Result::not_allowed, kSort.detail(1));
   }
+  platform::File replaced;
+  Result result = claim_table_at(block, to, replaced);
+  if (!ok(result)) return result;
   TemporaryFile sorted;
   const platform::Outcome made = sorted.make(block, to);
   if (!made.ok()) return fail(block, open_result(made.error), kSort.detail(3));
-  const Result result = sort_into(block, from, sorted.path(), keys);
+  result = sort_into(block, from, sorted.path(), keys);
   if (!ok(result)) return result;
-  const platform::Outcome placed = sorted.put_in_place();
+  const platform::Outcome placed = sorted.put_in_place(&replaced);
   return placed.ok() ? Result::ok : fail(block, open_result(placed.error), kSort.detail(3));
 }
 

@@ -163,15 +163,17 @@ TEST(RefusedLock, leaves_everything_as_it_was) {
 template <typename Open>
 std::set<std::int32_t> refusals(VqBlock& block, const std::vector<std::string>& files, Open open) {
   std::set<std::int32_t> details;
-  // The first opening ever takes memory for the pools of handles as well.
-  VqDatabase* first = nullptr;
-  EXPECT_EQ(0, open(&first));
-  EXPECT_EQ(0, lib.DBclose(first));
-  for (std::uint64_t n = 1; n < kMaxCalls; ++n) {
+  std::int32_t before = -1;
+  for (std::uint64_t n = 1; n < kMaxCalls;) {
     VqDatabase* database = nullptr;
     block.detail = 0;
     const auto [result, struck] = under_fault(
         n, Verdict::fail, [&] { return open(&database); }, kAllocations);
+    // Now and then a pool of handles grows, which takes memory once and shifts what is the n-th.
+    if (std::exchange(before, block.detail) == block.detail) {
+      ++n;
+      before = -1;
+    }
     if (result == 0) {
       EXPECT_EQ(0, lib.DBclose(database));
       if (!struck) return details;
@@ -196,16 +198,15 @@ TEST(FailingOpen, tells_which_memory_ran_out_and_leaves_nothing_open) {
       refusals(orders.block, {memo_table + ".DBF", memo_table + ".DBT"}, [&](VqDatabase** out) {
         return lib.DBopen(&orders.block, memo_table.c_str(), 0, 1, 1, 0, nullptr, out, nullptr);
       });
-  // Whether a handle and its names take memory (6116, 6117) depends on those closed before.
-  EXPECT_FALSE(details.empty());
+  EXPECT_TRUE(std::ranges::includes(details, std::set{6116, 6117}));
 
   orders.create();
   ASSERT_EQ(0, lib.DBclose(orders.open()));
   details = refusals(
       orders.block, {orders.file("ORDERS.DBF"), orders.file("NAMES.NDX")},
       [&](VqDatabase** out) { return lib.DBuse(&orders.block, orders.table().c_str(), 0, out); });
-  EXPECT_TRUE(
-      std::ranges::includes(details, std::set{6113, 6115, 6126, 6301, 6304, 6306, 6308, 6312}));
+  EXPECT_TRUE(std::ranges::includes(
+      details, std::set{6113, 6115, 6116, 6126, 6301, 6304, 6306, 6308, 6312}));
 }
 
 // What was there before a new table with a memo file stays whole, or gives way as a whole; what was

@@ -167,17 +167,19 @@ TEST(TemporaryFiles, never_part_the_names_of_a_file) {
   EXPECT_EQ(Error::none, finish(late, "new"));
 }
 
-TEST(TemporaryFiles, leave_the_replaced_file_empty_to_those_who_have_it_open) {
+TEST(TemporaryFiles, tell_those_who_have_the_replaced_file_open) {
   TemporaryFolder folder;
-  write_file(folder.file("T"), "old");
-  platform::File open;
-  ASSERT_TRUE(open.open(folder.file("T"), platform::Access::read_only).ok());
-  TemporaryFile file;
-  ASSERT_TRUE(file.make_beside(folder.file("T")).ok());
-  EXPECT_EQ(Error::none, finish(file, "new"));
-  std::uint64_t size = 1;
-  EXPECT_TRUE(open.size(size).ok());
-  EXPECT_EQ(0u, size);
+  for (const auto old : {platform::Replaced::emptied, platform::Replaced::kept}) {
+    write_file(folder.file("T"), "old");
+    platform::File open;
+    ASSERT_TRUE(open.open(folder.file("T"), platform::Access::read_only).ok());
+    TemporaryFile file;
+    ASSERT_TRUE(file.make_beside(folder.file("T")).ok());
+    EXPECT_TRUE(file.put_in_place(nullptr, old).ok());
+    std::uint64_t size = 1;
+    EXPECT_TRUE(open.size(size).ok());
+    EXPECT_EQ(old == platform::Replaced::kept ? 3u : 0u, size);
+  }
 }
 
 TEST(ScratchFiles, leave_nothing_however_their_process_ends) {

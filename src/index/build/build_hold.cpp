@@ -29,17 +29,13 @@ Result TableHold::release_after(Result work) {
 
 Result ReplacedFile::take(const std::string& path, std::int32_t locked_detail) {
   // What does not open is judged when the new file takes the place.
-  if (!file_.open(path, platform::Access::read_write_or_read).ok()) return Result::ok;
+  if (!file_.open_replaceable(path).ok()) return Result::ok;
   const Result result = table::lock_whole_file(block_, file_, scheme_);
   return result == Result::file_locked ? fail(block_, result, locked_detail) : result;
 }
 
-void ReplacedFile::let_go() {
-  if (!file_.is_open()) return;
-  const std::int32_t detail = block_.detail;
-  static_cast<void>(table::unlock_whole_file(block_, file_, scheme_));
-  static_cast<void>(file_.close());
-  block_.detail = detail;
+platform::Outcome ReplacedFile::give_way_to(TemporaryFile& complete) {
+  return complete.put_in_place(&file_);
 }
 
 }  // namespace vqdb::index

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "frame/result.h"
+#include "frame/temporary_file.h"
 #include "platform/file.h"
 #include "table/table.h"
 
@@ -37,8 +38,9 @@ class ReplacedFile {
 
   // A file that somebody else has locked is refused: file_locked, with this detail code.
   Result take(const std::string& path, std::int32_t locked_detail);
-  // Before the new file takes the place.
-  void let_go();
+  // Puts the new file in the place. Until it is there, and as long as this object lives, nobody
+  // else gets hold of the old one, where the system replaces open files.
+  platform::Outcome give_way_to(TemporaryFile& complete);
 
  private:
   VqBlock& block_;

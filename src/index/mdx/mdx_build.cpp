@@ -335,8 +335,7 @@ Result rebuild_held(table::Table& table, const std::string& path, ReplacedFile& 
     return result;
   }
   if (!ok(closed)) return closed;
-  replaced.let_go();
-  const auto placed = growing.put_in_place();
+  const auto placed = replaced.give_way_to(growing);
   if (!placed.ok()) return fail(block, open_result(placed.error), kRebuild.detail(5));
   // Packing the table has taken its mark away.
   return head.header.production ? table::mark_production(table, kRebuild.detail(6)) : Result::ok;

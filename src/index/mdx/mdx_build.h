@@ -23,7 +23,7 @@ struct TagRequest {
 };
 
 // Adds a tag to an open file. It is there when it is complete, and not at all after a failure.
-// Details 1100 and 1102 to 1108, 10315 (others have removed or replaced the file), 6511 (FOR
+// Details 1100 and 1102 to 1108, 10315 (others have removed the file), 6511 (FOR
 // expression not logical), and those of sort and keys.
 Result add_tag(MdxFile& file, const TagRequest& request);
 

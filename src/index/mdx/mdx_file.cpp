@@ -119,8 +119,8 @@ Result create_mdx(table::Table& table, std::string_view name) {
   TemporaryFile growing;
   if (ok(result)) result = write_empty(table, path_of(name, "MDX"), growing);
   if (!ok(result)) return result;
-  replaced.let_go();
-  return growing.put_in_place().ok() ? Result::ok : fail(block, Result::io, kCreate.detail(6));
+  return replaced.give_way_to(growing).ok() ? Result::ok
+                                            : fail(block, Result::io, kCreate.detail(6));
 }
 
 Result create_missing_mdx(table::Table& table, std::string_view name, bool& made) {

@@ -60,8 +60,7 @@ Result build_file(table::Table& table, expr::Expression& expression, const NdxHe
   if (const Result result = write_index(table, expression, header, growing.file()); !ok(result)) {
     return result;
   }
-  replaced.let_go();
-  const auto placed = growing.put_in_place();
+  const auto placed = replaced.give_way_to(growing);
   return placed.ok() ? Result::ok : fail(block, open_result(placed.error), kBuild.detail(3));
 }
 

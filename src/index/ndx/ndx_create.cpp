@@ -62,7 +62,6 @@ Result create_ndx(VqBlock& block, std::string_view name, std::string_view expres
   // No table says which bytes its handles lock: the block's scheme is that of tables opened now.
   ReplacedFile replaced(block, block.index_kind);
   if (const Result result = replaced.take(path, kCreate.detail(7)); !ok(result)) return result;
-  replaced.let_go();
   platform::File file;
   if (const auto made = file.create(path, platform::Creation::truncate); !made.ok()) {
     return fail(block, open_result(made.error), kCreate.detail(5));

@@ -6,6 +6,7 @@
 #include "frame/file_name.h"
 #include "frame/system_file.h"
 #include "frame/temporary_file.h"
+#include "table/locks.h"
 
 namespace vqdb::index {
 namespace {
@@ -39,12 +40,16 @@ Result copy_index_file(VqBlock& block, std::string_view from, std::string_view t
       !ok(result)) {
     return result;
   }
+  platform::File replaced;
+  if (const Result result = table::claim_file_at(block, target_path, replaced); !ok(result)) {
+    return result;
+  }
   TemporaryFile growing;
   const auto made = growing.make_beside(target_path);
   if (!made.ok()) return fail(block, open_result(made.error), operation.detail(3));
   if (const Result result = copy_bytes(block, source, growing.file(), operation); !ok(result))
     return result;
-  const auto placed = growing.put_in_place();
+  const auto placed = growing.put_in_place(&replaced);
   return placed.ok() ? Result::ok : fail(block, Result::io, operation.detail(6));
 }
 

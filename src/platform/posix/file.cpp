@@ -277,7 +277,7 @@ void sync_directory_of(const std::string& path) {
   ::close(opened);
 }
 
-Outcome replace_file(const std::string& from, const std::string& to) {
+Outcome replace_file(const std::string& from, const std::string& to, Replaced replaced) {
   const int old = uninterrupted([&] { return ::open(to.c_str(), O_RDWR | O_CLOEXEC); });
   struct stat about = {};
   const bool is_linked = old >= 0 && ::fstat(old, &about) == 0 && has_several_names(about);
@@ -287,7 +287,7 @@ Outcome replace_file(const std::string& from, const std::string& to) {
   if (old < 0) return outcome;
   // A name that it was given meanwhile keeps what it holds.
   const bool is_gone = outcome.ok() && ::fstat(old, &about) == 0 && about.st_nlink == 0;
-  if (is_gone) static_cast<void>(::ftruncate(old, 0) == 0);
+  if (is_gone && replaced == Replaced::emptied) static_cast<void>(::ftruncate(old, 0) == 0);
   ::close(old);
   return outcome;
 }
@@ -310,7 +310,7 @@ Outcome rename_if_free(const std::string& from, const std::string& to) {
   Outcome outcome = create_file(to, Creation::exclusive, taken);
   if (!outcome.ok()) return outcome;
   ::close(descriptor(taken));
-  outcome = replace_file(from, to);
+  outcome = replace_file(from, to, Replaced::kept);
   if (!outcome.ok()) ::unlink(to.c_str());
   return outcome;
 }

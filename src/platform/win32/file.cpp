@@ -258,7 +258,7 @@ Outcome test_range(Handle file, std::uint64_t offset, std::uint64_t length) {
 
 Outcome remove_file(const std::string& path) { return outcome_if(::DeleteFileA(path.c_str())); }
 
-Outcome replace_file(const std::string& from, const std::string& to) {
+Outcome replace_file(const std::string& from, const std::string& to, Replaced) {
   if (has_several_names(to)) return {Error::linked, ERROR_TOO_MANY_LINKS};
   return outcome_if(
       ::MoveFileExA(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH));
