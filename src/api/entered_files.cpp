@@ -1,7 +1,6 @@
 #include "api/entered_files.h"
 
 #include <algorithm>
-#include <ranges>
 
 #include "api/first_failure.h"
 
@@ -64,7 +63,9 @@ Result EnteredFiles::enter() {
 Result EnteredFiles::leave_after(Result work) {
   FirstFailure failure(database_.owner_block());
   failure.note(work);
-  for (Member* const file : database_.file_order | std::views::reverse) {
+  const FileOrder& order = database_.file_order;
+  for (std::size_t at = order.size(); at-- > 0;) {
+    Member* const file = order[at];
     file->wanted = false;
     if (!file->entered) continue;
     file->entered = false;

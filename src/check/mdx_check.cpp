@@ -47,8 +47,7 @@ class MdxPass {
  public:
   MdxPass(HeldFile& file, const IndexedTable& table, FileFindings& findings, Progress& progress,
           const MdxHeader& header)
-      : file_(file),
-        block_(file.block()),
+      : block_(file.block()),
         table_(table),
         findings_(findings),
         progress_(progress),
@@ -150,7 +149,6 @@ class MdxPass {
     return Result::ok;
   }
 
-  HeldFile& file_;
   VqBlock& block_;
   const IndexedTable& table_;
   FileFindings& findings_;

@@ -28,6 +28,7 @@ bool is_head(const Byte* bytes) { return std::equal(kSignature.begin(), kSignatu
 
 template <typename Visit>
 void RedoLog::each(Visit visit) const {
+  if (records_ == 0) return;  // there may be no memory
   const Byte* at = bytes_.get() + kHeadBytes;
   for (std::uint32_t i = 0; i < records_; ++i) {
     const std::uint32_t size = load_le32(at + sizeof(PageNumber));
