@@ -138,9 +138,13 @@ void Change::close() {
   if (database_ != nullptr) DBclose(std::exchange(database_, nullptr));
 }
 
-void Change::release() {
+void Change::leave_indexes() {
   for (const IndexLock& lock : index_locks_) lock.close(lock.index);
   index_locks_.clear();
+}
+
+void Change::release() {
+  leave_indexes();
   if (lock_ != nullptr) dDclose(std::exchange(lock_, nullptr));
 }
 

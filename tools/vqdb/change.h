@@ -35,6 +35,8 @@ class Change {
 
   // To be called before the first of several steps.
   void back_up();
+  // Lets others read the indexes, which nobody changes without the table.
+  void leave_indexes();
   // Lets go of the locks for a build of indexes, which takes its own.
   void leave_locks_to_library() { release(); }
   // Writes everything out and closes it.

@@ -11,7 +11,6 @@
 namespace tool {
 namespace {
 
-constexpr std::streamoff kProductionOffset = 28;
 constexpr std::streamoff kLanguageOffset = 29;
 
 void write_header_byte(const std::string& table_path, std::streamoff offset, std::uint8_t byte) {
@@ -72,8 +71,7 @@ void mark_code_page(const std::string& table_path, const std::string& code_page)
   if (!file.flush()) stop_failed("{}: cannot be written", path);
 }
 
-void restore_marks(const std::string& table_path, const Header& header) {
-  if (header.production != 0) write_header_byte(table_path, kProductionOffset, header.production);
+void restore_language(const std::string& table_path, const Header& header) {
   if (header.language != 0) write_language_byte(table_path, header.language);
 }
 

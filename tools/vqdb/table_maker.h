@@ -35,9 +35,8 @@ void create_table(const std::string& name, const std::vector<FieldSpec>& fields,
 // Marks the table with a code page: in its header where a language byte stands for it, else in a
 // .cpg file.
 void mark_code_page(const std::string& table_path, const std::string& code_page);
-// Gives a table that was made from another the language byte of its header, and the mark of the MDX
-// file beside it.
-void restore_marks(const std::string& table_path, const Header& header);
+// Gives a table that was made from another the language byte of its header.
+void restore_language(const std::string& table_path, const Header& header);
 void write_language_byte(const std::string& table_path, std::uint8_t language);
 
 }  // namespace tool

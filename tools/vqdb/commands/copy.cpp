@@ -38,6 +38,7 @@ Exit copy(const Options& options) {
   const Table table(options.from, {});
   check_target(table, options.to);
   Change source(options.from, {});  // nobody changes it meanwhile
+  source.leave_indexes();
   NewTable target(options.to, options.force);
   const auto block = working_block(table.header());
   Progress progress("copying");
@@ -60,6 +61,7 @@ Exit sort(const Options& options) {
   const Table table(options.from, {});
   check_target(table, options.to);
   Change source(options.from, {});
+  source.leave_indexes();
   NewTable target(options.to, options.force);
   const auto block = working_block(table.header());
   Progress progress("sorting");
@@ -70,7 +72,7 @@ Exit sort(const Options& options) {
             options.keys);
   }
   const std::string path = target.path();
-  restore_marks(path, table.header());
+  restore_language(path, table.header());
   copy_code_page(table.path(), path);
   copy_memo_file(table, path);
   progress.look(1, 1);

@@ -59,8 +59,6 @@ Exit run(const Options& options) {
       const Progress::Watch watch(*block, progress);
       require(*block, DBpack(block.get(), name.c_str()), path);
     }
-    // The library writes the header anew.
-    restore_marks(name, header);
   } catch (...) {
     for (FileBackup& backup : backups) backup.restore();
     throw;
