@@ -169,7 +169,8 @@ void check_lengths(const Lengths& lengths, const Head& head, FileFindings& findi
                  numbered("Records have ", lengths.record - bytes_of(lengths.fields),
                           " bytes that belong to no field."));
   }
-  if (form.fields_end == head.bytes.size() || head.bytes[form.fields_end] != table::kHeaderEnd) {
+  const auto end = static_cast<std::size_t>(form.fields_end);
+  if (end == head.bytes.size() || head.bytes[end] != table::kHeaderEnd) {
     form.ends_fields = false;
     findings.add(VQ_F_FIELDS_END, {.offset = form.fields_end}, "Nothing ends the field list.");
   }

@@ -153,7 +153,10 @@ void RedoLog::patch(std::uint64_t offset, std::span<Byte> bytes) const {
   each([&](std::uint64_t at, std::span<const Byte> record) {
     const std::uint64_t begin = std::max(at, offset);
     const std::uint64_t end = std::min(at + record.size(), offset + bytes.size());
-    if (begin < end) std::memcpy(&bytes[begin - offset], &record[begin - at], end - begin);
+    if (begin >= end) return;
+    std::memcpy(&bytes[static_cast<std::size_t>(begin - offset)],
+                &record[static_cast<std::size_t>(begin - at)],
+                static_cast<std::size_t>(end - begin));
   });
 }
 
