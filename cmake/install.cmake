@@ -82,7 +82,13 @@ else()
 endif()
 
 if(TARGET vqdb)
-  if(NOT WIN32)
+  if(WIN32)
+    # What the program has in it of others.
+    foreach(package libcli11-dev libfmt-dev nlohmann-json3-dev libcsv-dev)
+      install(FILES /usr/share/doc/${package}/copyright DESTINATION doc/licenses
+              RENAME ${package}.txt COMPONENT tools OPTIONAL)
+    endforeach()
+  else()
     file(RELATIVE_PATH to_library "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
     set_target_properties(vqdb PROPERTIES INSTALL_RPATH "\$ORIGIN/${to_library}")
   endif()

@@ -4,6 +4,8 @@
 #include <filesystem>
 #include <vector>
 
+#include "system.h"
+
 namespace tool {
 namespace {
 
@@ -43,7 +45,7 @@ std::string to_lower(std::string_view text) {
 std::optional<std::string> find_file(const std::string& name) {
   namespace fs = std::filesystem;
   std::error_code error;
-  if (fs::exists(name, error)) return name;
+  if (fs::exists(name, error)) return spelling_of(name);
   const std::string folder = folder_of(name);
   const std::string base = name.substr(folder.size());
   std::vector<std::string> matches;

@@ -40,6 +40,8 @@ void close_pipe(std::FILE* pipe);
 // From now on writing to a pipe that nobody reads fails instead of ending the program.
 void ignore_broken_pipe();
 
+// A name under which there is a file, as the folder spells it.
+std::string spelling_of(const std::string& name);
 // Replaces `to` by `from` in one step.
 bool replace_file(const std::string& from, const std::string& to);
 int process_number();

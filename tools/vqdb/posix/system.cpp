@@ -61,6 +61,8 @@ void close_pipe(std::FILE* pipe) { ::pclose(pipe); }
 
 void ignore_broken_pipe() { std::signal(SIGPIPE, SIG_IGN); }
 
+std::string spelling_of(const std::string& name) { return name; }
+
 bool replace_file(const std::string& from, const std::string& to) {
   return std::rename(from.c_str(), to.c_str()) == 0;
 }

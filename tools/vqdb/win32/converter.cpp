@@ -32,6 +32,12 @@ bool convert(std::string_view bytes, UINT from, UINT to, std::string& out) {
   const int units = ::MultiByteToWideChar(from, MB_ERR_INVALID_CHARS, bytes.data(), length,
                                           wide.data(), static_cast<int>(wide.size()));
   if (units == 0) return false;
+  // What the Windows pages leave out, the system reads as control characters.
+  const bool has_gaps = from >= 1250 && from <= 1258;
+  if (has_gaps && std::any_of(wide.begin(), wide.begin() + units,
+                              [](wchar_t c) { return c >= 0x80 && c <= 0x9F; })) {
+    return false;
+  }
   std::vector<char> narrow(static_cast<std::size_t>(units) * 4);
   BOOL replaced = FALSE;
   const bool to_page = to != CP_UTF8;

@@ -28,6 +28,7 @@ void prepare_streams() {
   ::_setmode(_fileno(stdout), _O_BINARY);
   ::_setmode(_fileno(stderr), _O_BINARY);
   ::_setmode(_fileno(stdin), _O_BINARY);
+  std::setvbuf(stderr, nullptr, _IONBF, 0);
   ::SetConsoleOutputCP(CP_UTF8);
   for (const Stream stream : {Stream::output, Stream::error}) {
     DWORD mode = 0;
@@ -66,6 +67,15 @@ std::FILE* open_pipe_to(const std::string& command) { return ::_popen(command.c_
 void close_pipe(std::FILE* pipe) { ::_pclose(pipe); }
 
 void ignore_broken_pipe() {}
+
+std::string spelling_of(const std::string& name) {
+  WIN32_FIND_DATAA found = {};
+  const HANDLE search = ::FindFirstFileA(name.c_str(), &found);
+  if (search == INVALID_HANDLE_VALUE) return name;
+  ::FindClose(search);
+  const std::size_t folder = name.find_last_of("/\\:");
+  return name.substr(0, folder == std::string::npos ? 0 : folder + 1) + found.cFileName;
+}
 
 bool replace_file(const std::string& from, const std::string& to) {
   return ::MoveFileExA(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING) != 0;
