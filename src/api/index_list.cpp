@@ -43,15 +43,6 @@ bool begins_with(const std::string& path, std::string_view text) {
          file.read_exactly(0, present.data(), present.size()).ok() && present == text;
 }
 
-// Whether the path still leads to this open file.
-bool leads_to(const std::string& path, platform::File& file) {
-  platform::File there;
-  platform::FileIdentity a;
-  platform::FileIdentity b;
-  return there.open(path, platform::Access::read_only).ok() && file.identity(a).ok() &&
-         there.identity(b).ok() && a == b;
-}
-
 // A list, or the place of one, that nobody else changes meanwhile.
 class HeldList {
  public:
@@ -59,7 +50,7 @@ class HeldList {
     done,
     not_made,     // nothing came of it
     not_written,  // there was no room for it
-    overtaken,    // somebody else has made a list where none was
+    overtaken,    // by somebody else who makes, or reads, a list there
   };
 
   explicit HeldList(const char* table_name) : path_(list_path(table_name)) {}
@@ -85,7 +76,7 @@ bool HeldList::take(std::string& text) {
     if (opened.error == platform::Error::not_found) return true;
     if (!opened.ok()) return false;
     const platform::Outcome locked = file_.lock(kHoldByte, 1);
-    if (locked.error != platform::Error::lock_refused && leads_to(path_, file_)) {
+    if (locked.error != platform::Error::lock_refused && file_.is_at(path_)) {
       std::uint64_t size = 0;
       if (!file_.size(size).ok() || size > kLongestList) return false;
       text.resize(static_cast<std::size_t>(size));
@@ -109,8 +100,11 @@ HeldList::Change HeldList::put(std::string_view text) {
   if constexpr (!platform::kReplacesOpenFiles) let_go();
   const platform::Outcome placed =
       is_first ? fresh.put_if_absent() : fresh.put_in_place(nullptr, platform::Replaced::kept);
-  if (placed.error == platform::Error::already_exists) return Change::overtaken;
-  return placed.ok() ? Change::done : Change::not_written;
+  const bool is_busy =
+      placed.error == platform::Error::already_exists ||
+      (!platform::kReplacesOpenFiles && placed.error == platform::Error::access_denied);
+  if (is_busy) return Change::overtaken;
+  return placed.ok() ? Change::done : Change::not_made;
 }
 
 HeldList::Change HeldList::remove() {
@@ -128,6 +122,7 @@ HeldList::Change change(const char* table_name, Edit edit) {
     if (!list.take(text) || !edit(text)) return HeldList::Change::not_made;
     const HeldList::Change put = list.put(text);
     if (put != HeldList::Change::overtaken) return put;
+    platform::pause(1);
   }
   return HeldList::Change::not_made;
 }
