@@ -85,7 +85,9 @@ class MemoPass {
     return result;
   }
 
-  // The block size of the header, unless another one, and no third, leads to more memos.
+  // The block size of the header, unless another one, and no third, leads to more memos, and to
+  // most of all: in a file that was cut off, a smaller size leads to some other memo here and
+  // there.
   Result find_block_size(std::uint32_t stored) {
     std::size_t most = 0;
     std::size_t tried = 0;
@@ -104,7 +106,7 @@ class MemoPass {
       const Result result = count_marks(file_, reader_, owner_.references, size, marks, tried);
       if (!ok(result)) return result;
       if (best != 0 && marks == most) alone = false;
-      if (marks <= most) continue;
+      if (marks <= most || marks < tried - tried / 4) continue;
       most = marks;
       best = size;
       alone = true;

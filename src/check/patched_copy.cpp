@@ -6,6 +6,7 @@
 #include "check/operations.h"
 #include "frame/file_name.h"
 #include "frame/progress.h"
+#include "frame/replacements.h"
 #include "frame/system_file.h"
 #include "platform/memory.h"
 #include "platform/path.h"
@@ -83,7 +84,7 @@ Result write_again(HeldFile& from, std::uint64_t offset, std::uint64_t size, pla
   return copy_stretch(from, offset, size, to, target, [](std::uint64_t, std::span<Byte>) {});
 }
 
-Result back_up(HeldFile& file, const char* directory, FileFindings& findings) {
+Result Backup::make(HeldFile& file, const char* directory) {
   VqBlock& block = file.block();
   std::string path = file.path();
   if (directory != nullptr && *directory != '\0') {
@@ -92,27 +93,40 @@ Result back_up(HeldFile& file, const char* directory, FileFindings& findings) {
         std::string_view("\\/:").find(std::string_view(directory).back()) != std::string_view::npos;
     path.insert(0, ended ? std::string(directory) : std::string(directory) + platform::separator());
   }
+  // Grows under another name: what has a backup's name is whole, also after a crash.
+  const std::string growing = growing_beside(path);
+  (void)platform::remove(growing);
   platform::File copy;
-  std::string name;
-  for (std::uint32_t number = 0; number < kMostBackups; ++number) {
-    name = path + (number == 0 ? ".BAK" : ".BA" + std::to_string(number));
-    const platform::Outcome made = copy.create_replacement(name, file.path());
-    if (made.ok()) break;
-    if (made.error != platform::Error::already_exists) {
-      return fail(block, open_result(made.error), kRepair.detail(2));
-    }
-  }
-  if (!copy.is_open()) return fail(block, Result::io, kRepair.detail(2));
+  const platform::Outcome made = copy.create_replacement(growing, file.path());
+  if (!made.ok()) return fail(block, open_result(made.error), kRepair.detail(2));
   Result result = write_again(file, 0, file.size(), copy, 0);
   const bool kept = copy.sync().ok();
   const bool closed = copy.close().ok();
   if (ok(result) && !(kept && closed)) result = fail(block, Result::io, kRepair.detail(1));
-  if (ok(result)) {
-    findings.add(VQ_F_BACKUP, {.name = name.c_str()}, "The file as it was is kept as " + name);
-  } else {
-    (void)platform::remove(name);
-  }
+  if (ok(result)) result = give_name(block, growing, path);
+  if (!ok(result)) (void)platform::remove(growing);
   return result;
+}
+
+Result Backup::give_name(VqBlock& block, const std::string& growing, const std::string& path) {
+  platform::Outcome named = {platform::Error::already_exists, 0};
+  for (std::uint32_t number = 0;
+       number < kMostBackups && named.error == platform::Error::already_exists; ++number) {
+    path_ = path + (number == 0 ? ".BAK" : ".BA" + std::to_string(number));
+    named = platform::rename_if_free(growing, path_);
+  }
+  is_made_ = named.ok();
+  return is_made_ ? Result::ok : fail(block, open_result(named.error), kRepair.detail(2));
+}
+
+void Backup::report(FileFindings& findings) const {
+  if (!is_made_) return;
+  findings.add(VQ_F_BACKUP, {.name = path_.c_str()}, "The file as it was is kept as " + path_);
+}
+
+void Backup::discard() {
+  if (is_made_) (void)platform::remove(path_);
+  is_made_ = false;
 }
 
 }  // namespace vqdb::check

@@ -33,9 +33,24 @@ Result write_patches_behind(HeldFile& from, std::uint64_t size, std::span<const 
 Result write_again(HeldFile& from, std::uint64_t offset, std::uint64_t size, platform::File& to,
                    std::uint64_t target);
 
-// Puts a copy of the file into the directory (null or empty: its own) under its name with BAK, BA1,
-// BA2, ... behind it, the first that is free. Details 6611, 6612: not made.
-Result back_up(HeldFile& file, const char* directory, FileFindings& findings);
+// A file as it is before it is mended.
+class Backup {
+ public:
+  // Puts a copy of the file into the directory (null or empty: its own) under its name with BAK,
+  // BA1, BA2, ... behind it, the first that is free. Details 6611, 6612: not made.
+  Result make(HeldFile& file, const char* directory);
+  // Tells the host where it is, if one was made.
+  void report(FileFindings& findings) const;
+  // For a file that stays as it is after all.
+  void discard();
+
+ private:
+  // The first name that is free.
+  Result give_name(VqBlock& block, const std::string& growing, const std::string& path);
+
+  std::string path_;
+  bool is_made_ = false;
+};
 
 }  // namespace vqdb::check
 

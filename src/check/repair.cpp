@@ -83,12 +83,14 @@ class Repair {
     Progress progress(block_, table.record_count());
     if (ok(result)) result = table.check_records(progress, findings_);
     if (!ok(result) || !table.form().has_records) return result;
-    if (!table.form().has_sure_lengths && !table.facts().wild_flags.empty()) {
+    std::vector<Patch> patches = table_patches(table.form(), table.facts());
+    if (!table.form().has_sure_lengths && !patches.empty()) {
       table.findings().add(VQ_F_NOT_MENDED, {},
                            "Nothing tells for certain where the records of the table are.");
+      indexes.clear();  // made of such records they would be worth nothing
+      gave_up_ = true;
       return Result::ok;
     }
-    std::vector<Patch> patches = table_patches(table.form(), table.facts());
     if (table.memo_form().is_memo_file) result = mend_memo_file(table, patches);
     if (!ok(result) || patches.empty()) return result;
     sort_patches(patches);
@@ -138,8 +140,10 @@ class Repair {
   // until then, where the system lets an open file be replaced; the file is closed.
   template <typename Write>
   Result rewrite(HeldFile& file, FileFindings& findings, Write write) {
-    Result result = back_up(file, request_.options.backup, findings);
+    Backup backup;
+    Result result = backup.make(file, request_.options.backup);
     if (!ok(result)) return result;
+    backup.report(findings);
     TemporaryFile fresh;
     const auto made = fresh.make_beside(file.path());
     if (!made.ok()) return fail(block_, open_result(made.error), kRepair.detail(1));
@@ -187,37 +191,39 @@ class Repair {
     index::NdxPageBytes page = {};
     const bool has_header = file.is_open() && file.size() >= page.size();
     Result result = has_header ? file.read(0, page.data(), page.size()) : Result::ok;
-    if (ok(result) && file.is_open()) result = back_up(file, request_.options.backup, findings);
+    Backup backup;
+    if (ok(result) && file.is_open()) result = backup.make(file, request_.options.backup);
     if (!ok(result)) return result;
     file.close();
     if (has_header) result = build_by_header(table, index, page);
     if (!has_header || tells_nothing(result)) {
       const VqIndexDef* const def = index.defs.empty() ? nullptr : index.defs.front();
-      if (def == nullptr || def->key == nullptr) return give_up(findings);
+      if (def == nullptr || def->key == nullptr) return give_up(backup, findings);
       const bool unique = (def->options & index::build_option::kUnique) != 0;
       result = index::build_ndx(table, index.path, def->key, ndx_options(index, unique));
     }
-    return rebuilt(result, findings);
+    return rebuilt(result, backup, findings);
   }
 
   // The same for a file of tags; the host's list gives all of them or none.
   Result rebuild_mdx(const ListedIndex& index, HeldFile& file, table::Table& table,
                      FileFindings& findings) {
-    const bool is_there = file.is_open();
-    Result result = is_there ? back_up(file, request_.options.backup, findings) : Result::ok;
+    const bool has_head = file.is_open() && file.size() >= index::kMdxHeadBytes;
+    Backup backup;
+    Result result = file.is_open() ? backup.make(file, request_.options.backup) : Result::ok;
     if (!ok(result)) return result;
     file.close();
-    if (is_there) result = index::rebuild_mdx(table, index.path.c_str());
-    if (!is_there || tells_nothing(result)) {
+    if (has_head) result = index::rebuild_mdx(table, index.path.c_str());
+    if (!has_head || tells_nothing(result)) {
       const auto is_whole = [](const VqIndexDef* def) {
         return def->tag != nullptr && def->key != nullptr;
       };
       if (index.defs.empty() || !std::all_of(index.defs.begin(), index.defs.end(), is_whole)) {
-        return give_up(findings);
+        return give_up(backup, findings);
       }
       result = build_tags(index, table);
     }
-    return rebuilt(result, findings);
+    return rebuilt(result, backup, findings);
   }
 
   Result build_tags(const ListedIndex& index, table::Table& table) {
@@ -237,12 +243,15 @@ class Repair {
     return result;
   }
 
-  Result give_up(FileFindings& findings) {
+  // The file stays as it is.
+  Result give_up(Backup& backup, FileFindings& findings) {
     gave_up_ = true;
+    backup.discard();
     findings.add(VQ_F_NOT_MENDED, {}, "Nothing tells what the keys of the index are.");
     return Result::ok;
   }
-  static Result rebuilt(Result result, FileFindings& findings) {
+  static Result rebuilt(Result result, const Backup& backup, FileFindings& findings) {
+    backup.report(findings);
     if (ok(result)) findings.add(VQ_F_REBUILT, {}, "The index has been built again.");
     return result;
   }
@@ -286,7 +295,7 @@ class Repair {
   const Request& request_;
   VqBlock& block_;
   Findings findings_;
-  bool gave_up_ = false;  // an index that nothing tells the key of
+  bool gave_up_ = false;  // a table or an index that cannot be told
 };
 
 }  // namespace

@@ -104,6 +104,11 @@ TEST(MdxCheck, names_what_was_damaged_and_repairs_it) {
     }
     write_file(group.mdx(), sound);
   }
+  // Too short for any tag.
+  write_file(group.mdx(), sound.substr(0, 860));
+  EXPECT_EQ(1, group.repair().result);
+  EXPECT_EQ(0, group.repair(&options).result);
+  EXPECT_EQ(walked, group.walk());
 }
 
 TEST(MdxCheck, finds_every_damaged_byte_that_a_reader_would_notice) {

@@ -172,6 +172,12 @@ TEST_F(Repairs, leave_alone_what_they_cannot_tell) {
   write_file(table, moved);
   EXPECT_LT(0, repair().result);
   EXPECT_EQ(moved, read_file(table));
+  // A longer record and a higher count, by which the file holds no record at all.
+  moved = records;
+  moved[5] = moved[11] = '\x20';
+  write_file(table, moved);
+  EXPECT_LT(0, repair().result);
+  EXPECT_EQ(moved, read_file(table));
   write_file(table, records);
   // Another table's memo file.
   std::string other = memos;
@@ -187,6 +193,25 @@ TEST_F(Repairs, leave_alone_what_they_cannot_tell) {
   EXPECT_EQ(0, repair().result);
   EXPECT_EQ(records, read_file(table));
   EXPECT_EQ(memos.substr(512), read_file(memo).substr(512));
+}
+
+// Half the block size leads to some memo for more of the fields than the cut file has memos.
+TEST_F(Repairs, keep_the_block_size_of_a_memo_file_that_was_cut_off) {
+  std::string memos(8 * 1024, ' ');
+  memos.replace(0, 24, std::string("\x19\0\0\0\0\0\0\0ITEMS\0\0\0\0\0\x02\x01\0\x04\0\0", 24));
+  for (std::size_t at = 1024; at < memos.size(); at += 1024) {
+    memos.replace(at, 8, std::string("\xFF\xFF\x08\0\x0C\0\0\0", 8));
+  }
+  write_file(group.file("ITEMS.DBT"), memos);
+  for (std::size_t i = 1; i <= CheckedGroup::kRecords; ++i) {
+    const std::string number = std::to_string(100 + 2 * i).substr(1);
+    write_bytes(group.file("ITEMS.DBF"), CheckedGroup::at(i, 28), "00000000" + number);
+    write_bytes(group.file("ITEMS.DBF"), CheckedGroup::at(i, 38), std::string(10, ' '));
+  }
+  EXPECT_EQ(std::string::npos, group.check().summary().find("202 "));
+  EXPECT_EQ(0, repair().result);
+  EXPECT_EQ("0000000006", read_bytes(group.file("ITEMS.DBF"), CheckedGroup::at(3, 28), 10));
+  EXPECT_EQ(std::string(10, ' '), read_bytes(group.file("ITEMS.DBF"), CheckedGroup::at(4, 28), 10));
 }
 
 TEST_F(Repairs, keep_memos_that_a_damaged_field_may_have_named) {
@@ -225,7 +250,9 @@ TEST_F(Repairs, build_lost_indexes_from_the_hosts_list) {
   write_bytes(group.file("BYNAME.NDX"), 12, std::string(60, '\x01'));
   VqDatabase* database = nullptr;
   ASSERT_GT(0, lib.DBuse(&group.block, group.table().c_str(), 0, &database));
+  const std::vector<std::string> files = group.folder.list();
   EXPECT_EQ(2, repair().result);
+  EXPECT_EQ(files, group.folder.list());
   const VqIndexDef defs[] = {
       {64, group.index_names[0].c_str(), nullptr, "NAME+SPACE(80)", nullptr, 0},
       {128, group.index_names[1].c_str(), nullptr, "DUE", nullptr, 0},
