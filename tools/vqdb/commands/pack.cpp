@@ -46,7 +46,7 @@ Exit run(const Options& options) {
     for (IndexFile& file : group) file.path = std::filesystem::absolute(file.path).string();
   }
   const std::string name = enter_folder_of(path);
-  const std::string folder = std::filesystem::current_path().string() + "/";
+  const std::string folder = (std::filesystem::current_path() / "").string();
   backups.emplace_back(name);
   for (const IndexFile& file : group) backups.emplace_back(file.path);
   if (const auto list = find_file(replace_extension(name, "dd"))) backups.emplace_back(*list);
