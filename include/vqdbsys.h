@@ -1427,8 +1427,8 @@ int32_t VQ_CALL DBrepair(VqBlock* block, const char* name, const VqCheckOptions*
  *
  * 6621 (VQ_E_FORMAT): a check finds errors, or bytes in a memo field that may have named a memo, to
  * be mended first; 6622: the new files cannot take their places; 6611, 6613 and those of DBcheck.
- * After a failure all is as it was, or the next open completes the step. 10049, from dDopen, dTopen
- * and the checks: the step cannot be completed. */
+ * After a failure all is as it was, or the next open completes the step. 10049, from dDopen, dTopen,
+ * dDapart, dDcreat, dTcreat and the checks: the step cannot be completed. */
 int32_t VQ_CALL DBcompact(VqBlock* block, const char* name);
 
 /* The shut-down entry of old systems; does nothing and returns 1. */

@@ -126,17 +126,20 @@ Outcome forget(const std::string& journal, const std::vector<Step>& steps) {
 enum class State : std::uint8_t {
   ready,
   taken,
-  lost,  // someone else has changed the file, or removed the new one
+  lost,     // someone else has changed the file, or removed the new one
+  unknown,  // the new file has gone, and this is neither it nor what was here before
 };
 
 Outcome look_at(const Step& step, State& state) {
   std::uint64_t sum = 0;
   Outcome outcome = sum_of(step.target, sum);
-  if (outcome.error == Error::not_found) outcome = {};
+  const bool is_there = outcome.error != Error::not_found;
+  if (!is_there) outcome = {};
   const bool is_new_there = platform::exists(growing_beside(step.target));
-  state = is_new_there && sum == step.before   ? State::ready
-          : !is_new_there && sum == step.after ? State::taken
-                                               : State::lost;
+  state = is_new_there && sum == step.before                ? State::ready
+          : !is_new_there && sum == step.after              ? State::taken
+          : is_new_there || !is_there || sum == step.before ? State::lost
+                                                            : State::unknown;
   return outcome;
 }
 
@@ -160,7 +163,9 @@ Outcome take_steps(const std::string& journal, const std::vector<Step>& steps, b
     if (!platform::exists(journal)) return {};
     if (!outcome.ok()) return outcome;
     done = false;
-    return &step == &steps.front() ? forget(journal, steps) : Outcome{Error::other, 0};
+    // The first file may have been replaced, and changed since: then the others belong to it.
+    const bool none_taken = &step == &steps.front() && state == State::lost;
+    return none_taken ? forget(journal, steps) : Outcome{Error::other, 0};
   }
   return forget(journal, {});
 }

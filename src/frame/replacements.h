@@ -22,7 +22,8 @@ platform::Outcome replace_together(const std::string& journal,
 
 // Completes what a journal tells; nothing to do without one. A file that someone else has changed
 // since, or whose replacement has gone, is not replaced: when that is the first of them, none is
-// and all is as it was before; else `other`.
+// and all is as it was before; else `other`. It is `other` as well where both are so, since the
+// first file may have been replaced before it was changed.
 platform::Outcome complete_replacements(const std::string& journal);
 
 }  // namespace vqdb

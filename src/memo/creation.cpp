@@ -57,7 +57,8 @@ Result make_beside(VqBlock& block, TemporaryFile& file, const std::string& path,
 Result create_for_table(VqBlock& block, const char* name, Layout layout) {
   const std::string path = memo_path(name);
   platform::File replaced;
-  Result result = table::claim_file_at(block, path, replaced);
+  Result result = complete_interrupted(block, name);
+  if (ok(result)) result = table::claim_file_at(block, path, replaced);
   TemporaryFile file;
   if (ok(result)) result = make_beside(block, file, path, layout);
   TableMark mark;

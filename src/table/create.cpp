@@ -7,6 +7,7 @@
 #include "frame/system_file.h"
 #include "table/field_type.h"
 #include "table/header.h"
+#include "table/interrupted.h"
 #include "table/locks.h"
 
 namespace vqdb::table {
@@ -81,7 +82,8 @@ Byte NewTable::version() const {
 
 Result NewTable::replace(const std::string& path) {
   platform::File replaced;
-  const Result result = claim_table_at(block_, path, replaced);
+  Result result = complete_interrupted(block_, path);
+  if (ok(result)) result = claim_table_at(block_, path, replaced);
   return ok(result) ? write(path) : result;
 }
 

@@ -5,6 +5,7 @@
 #include "frame/file_name.h"
 #include "frame/system_file.h"
 #include "table/header.h"
+#include "table/interrupted.h"
 
 namespace vqdb::table {
 namespace {
@@ -14,10 +15,11 @@ constexpr Operation kApart{10};
 }  // namespace
 
 Result detach_production_index(VqBlock& block, const char* name) {
+  const std::string path = path_of(name, "DBF");
   platform::File file;
-  if (const Result result = open_file(block, path_of(name, "DBF"), 0, file); !ok(result)) {
-    return result;
-  }
+  Result result = complete_interrupted(block, path);
+  if (ok(result)) result = open_file(block, path, 0, file);
+  if (!ok(result)) return result;
   std::array<Byte, kHeaderBytes> bytes;
   if (!file.read_exactly(0, bytes.data(), bytes.size()).ok()) {
     return fail(block, Result::io, kApart.detail(1));

@@ -152,6 +152,7 @@ TEST(CutOffCompaction, takes_no_missing_or_changed_file_for_its_own) {
                         {"table done", 3, "", false, "both new"},
                         {"new table removed", 2, "ITEMS.DBF$NEW", true, "both old"},
                         {"table changed", 2, "ITEMS.DBF", false, "both old"},
+                        {"new table changed", 3, "ITEMS.DBF", false, "refused"},
                         {"new memo file removed", 3, "ITEMS.DBT$NEW", true, "refused"},
                         {"memo file changed", 3, "ITEMS.DBT", false, "refused"}};
   for (const Case& each : cases) {
@@ -178,8 +179,10 @@ TEST(CutOffCompaction, takes_no_missing_or_changed_file_for_its_own) {
     } else if (*each.file != '\0') {
       write_bytes(touched, read_file(touched).size(), "x");
     }
+    const std::int32_t apart = lib.dDapart(&group.block, group.table().c_str());
     VqTable* const table = lib.dDopen(&group.block, group.table().c_str(), 0, 4);
     if (each.now == std::string("refused")) {
+      EXPECT_EQ(VQ_E_IO, apart);
       EXPECT_EQ(nullptr, table);
       EXPECT_EQ(10049, group.block.detail);
       continue;
