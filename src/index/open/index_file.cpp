@@ -39,12 +39,21 @@ Result IndexFile::flush() {
   if (!stale_) {
     if (const Result result = cache.write_changed(); !ok(result)) return result;
     if (cache.is_unfinished()) return fail(block, Result::io, kUnfinished);
+    if (is_entered()) cache.cut_log();
   }
   const bool forced = is_read_only() || force_out(block, system_file).ok();
   return forced ? Result::ok : fail(block, Result::io, kForceFailed);
 }
 
 Result IndexFile::close(std::int32_t close_detail) {
+  if (is_shared() && cache.leaves_log()) {
+    const std::int32_t detail = block.detail;
+    if (ok(enter())) {
+      cache.cut_log();
+      static_cast<void>(leave());
+    }
+    block.detail = detail;
+  }
   const Result flushed = flush();
   const auto closed = system_file.close();
   return ok(flushed) && !closed.ok() ? fail(block, Result::io, close_detail) : flushed;

@@ -252,15 +252,15 @@ Result PageCache::commit_log(std::span<const Frame> joint) {
   return Result::ok;
 }
 
-// What the log says is done; the headers may have changed again since. A log that stays behind the
-// file's end does no harm.
+// What the log says is done; the headers may have changed again since. The log stays, as the next
+// one mostly takes its place: cutting it off costs more than writing it.
 Result PageCache::end_log() {
   constexpr Byte kFinished = 0;
   auto outcome = file_.write_at(store_.mark_offset(), &kFinished, 1);
   if (!outcome.ok()) outcome = file_.write_at(store_.mark_offset(), &kFinished, 1);
   if (!outcome.ok()) return fail(block_, transfer_result(outcome), kLog.detail(5));
-  static_cast<void>(file_.truncate(offset_of(log_at_)));
   forget_log();
+  leaves_log_ = true;
   return Result::ok;
 }
 
@@ -274,6 +274,11 @@ Result PageCache::finish_log() {
 void PageCache::forget_log() {
   log_.start(0);
   unfinished_ = false;
+}
+
+void PageCache::cut_log() {
+  if (!leaves_log_ || unfinished_) return;
+  leaves_log_ = !file_.truncate(offset_of(limit_)).ok();
 }
 
 Result PageCache::take_up_log(bool for_reading, bool& found) {

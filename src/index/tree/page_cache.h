@@ -12,7 +12,7 @@
 //   2. pages behind the end that it has, which nothing in it leads to,
 //   3. the header with the mark of an unfinished flush: from here on the log is as good as done,
 //   4. what the log says,
-//   5. the header without the mark; the log is cut off,
+//   5. the header without the mark,
 //   6. leaves that changed alone.
 //
 // Therefore a changed page is never written alone: when one has to make room, all are written.
@@ -86,6 +86,10 @@ class PageCache {
   // is no such log.
   Result take_up_log(bool for_reading, bool& found);
   void forget_log();
+  // Cuts off what logs of this cache have left behind the pages. REQUIRES that nobody else works on
+  // the file.
+  void cut_log();
+  bool leaves_log() const { return leaves_log_; }
   // Reads bytes of the file past the buffers, as the log has them.
   platform::Outcome read_past(std::uint64_t offset, std::span<Byte> bytes);
   // Forgets every page, changed ones too.
@@ -151,6 +155,7 @@ class PageCache {
 
   RedoLog log_;
   PageNumber log_at_ = 0;    // where it begins in the file
+  bool leaves_log_ = false;  // behind the pages, with nothing to say any more
   bool unfinished_ = false;  // the file has the mark, and what the log says may not be done
 
   platform::Bytes images_;

@@ -43,10 +43,15 @@ void RedoLog::start(PageNumber old_end) {
   records_ = 0;
 }
 
-// Room for so many bytes and the head behind them.
+std::size_t RedoLog::padded() const {
+  return (size_ + kHeadBytes + unit_bytes_ - 1) / unit_bytes_ * unit_bytes_;
+}
+
+// Room for so many bytes, and for what goes behind them.
 bool RedoLog::reserve(std::size_t bytes) {
-  if (bytes + kHeadBytes <= capacity_) return true;
-  const std::size_t capacity = std::max(2 * capacity_, bytes + kHeadBytes);
+  const std::size_t wanted = bytes + kHeadBytes + unit_bytes_;
+  if (wanted <= capacity_) return true;
+  const std::size_t capacity = std::max(2 * capacity_, wanted);
   platform::Bytes grown = platform::allocate_bytes(capacity);
   if (grown == nullptr) return false;
   if (capacity_ > 0) std::memcpy(grown.get(), bytes_.get(), capacity_);
@@ -86,12 +91,14 @@ Outcome RedoLog::write(platform::File& file, PageNumber end) {
   store_le32(head + kOldEndAt + sizeof old_end_, 0);
   const std::uint64_t sum = checksum();
   std::memcpy(head + kChecksumAt, &sum, sizeof sum);
-  std::memcpy(head + size_, head, kHeadBytes);
-  if (size_ + kHeadBytes > platform::kChunkBytes) {
-    const Outcome outcome = file.write_at(offset_of(end) + size_, head, kHeadBytes);
+  const std::size_t whole = padded();
+  std::memset(head + size_, 0, whole - size_);
+  std::memcpy(head + whole - kHeadBytes, head, kHeadBytes);
+  if (whole > platform::kChunkBytes) {
+    const Outcome outcome = file.write_at(offset_of(end) + whole - kHeadBytes, head, kHeadBytes);
     if (!outcome.ok()) return outcome;
   }
-  return file.write_at(offset_of(end), head, size_ + kHeadBytes);
+  return file.write_at(offset_of(end), head, whole);
 }
 
 Outcome RedoLog::apply(platform::File& file) const {

@@ -2,14 +2,14 @@
 // the halves of a split and the page above them, a separator and the last key below it, the links
 // of pages that become free. They stand behind the file's last page before the first of them is
 // made; then the header says so by its mark, and whoever finds the mark makes them (again). When
-// all are made the mark goes, and the log is cut off.
+// all are made the mark goes; the next log takes this one's place, or it is cut off.
 //
 //   pages of the file | pages that are new | head | record | record | ... | head
 //                     ^ old_end            ^ where the header says that the file ends
 //
 // A record is a page number, a count of bytes, and the bytes that belong at the front of that page.
-// The head stands at the end as well: a file that ends in one holds nothing else behind old_end,
-// when its header counts no page there.
+// The log fills whole units, with the head at their end as well: a file that ends in one holds
+// nothing else behind old_end, when its header counts no page there.
 #ifndef VQDBSYS_INDEX_TREE_REDO_LOG_H_
 #define VQDBSYS_INDEX_TREE_REDO_LOG_H_
 
@@ -67,10 +67,13 @@ class RedoLog {
   std::uint64_t checksum() const;
   std::uint64_t offset_of(PageNumber page) const { return std::uint64_t{page} * unit_bytes_; }
 
+  // What the log takes up in the file: whole units, and room for the head at the end.
+  std::size_t padded() const;
+
   const std::uint32_t unit_bytes_;
   platform::Bytes bytes_;  // the log as it stands in the file, heads included
   std::size_t capacity_ = 0;
-  std::size_t size_ = 0;  // without the head at the end
+  std::size_t size_ = 0;  // without padding and the head at the end
   std::uint32_t records_ = 0;
   PageNumber old_end_ = 0;
 };
