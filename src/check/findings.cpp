@@ -4,6 +4,7 @@
 #include <array>
 #include <limits>
 
+#include "check/held_file.h"
 #include "frame/progress.h"
 
 namespace vqdb::check {
@@ -47,6 +48,16 @@ void Findings::add(const char* file, std::int32_t code, const Place& place, cons
 
 Result Findings::proceed() const {
   return stopped_ ? fail(block_, Result::cancelled, kCancelledDetail) : Result::ok;
+}
+
+Result complete_index(HeldFile& file, FileFindings& findings, std::uint32_t end) {
+  bool found = false;
+  const Result result = file.take_up_log(end, found);
+  if (!ok(result)) return result;
+  if (!found) {
+    findings.add(VQ_F_INDEX_HEADER, {}, "A flush stopped, and nothing tells what is missing.");
+  }
+  return Result::ok;
 }
 
 std::string numbered(std::string_view before, std::uint64_t number, std::string_view behind) {

@@ -60,6 +60,12 @@ class FileFindings {
   std::uint64_t errors_ = 0;
 };
 
+class HeldFile;
+
+// An index file whose header has the mark of an unfinished flush, and counts pages up to this one,
+// is read as its redo log completes it.
+Result complete_index(HeldFile& file, FileFindings& findings, std::uint32_t end);
+
 // "record 7", "3 pages": a number in a text.
 std::string numbered(std::string_view before, std::uint64_t number, std::string_view behind = "");
 

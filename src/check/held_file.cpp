@@ -55,8 +55,17 @@ Result HeldFile::confirm_unchanged() {
   return fail(block_, Result::file_locked, kCheck.detail(2));
 }
 
+Result HeldFile::take_up_log(std::uint32_t page, bool& found) {
+  const index::RedoLog::Found log = log_.read(file_, page);
+  found = log == index::RedoLog::Found::log;
+  if (log == index::RedoLog::Found::unreadable) return fail(block_, Result::io, kCheck.detail(1));
+  if (log != index::RedoLog::Found::no_memory) return Result::ok;
+  return fail(block_, Result::no_memory, kCheck.detail(3));
+}
+
 Result HeldFile::read(std::uint64_t offset, void* data, std::size_t size) {
   const platform::Outcome outcome = file_.read_exactly(offset, data, size);
+  log_.patch(offset, {static_cast<Byte*>(data), size});
   return outcome.ok() ? Result::ok : fail(block_, Result::io, kCheck.detail(1));
 }
 

@@ -8,6 +8,7 @@
 
 #include "frame/bytes.h"
 #include "frame/result.h"
+#include "index/tree/redo_log.h"
 #include "platform/file.h"
 
 namespace vqdb::check {
@@ -28,6 +29,10 @@ class HeldFile {
   // Fails when its first bytes or its size are other than at opening, with detail 6602.
   Result confirm_unchanged();
 
+  // From now on an index file reads as the redo log at this page of 512 bytes says that it is to
+  // be; found is false when there is none. Details 6601, 6603 (no memory).
+  Result take_up_log(std::uint32_t page, bool& found);
+
   // Reads exactly so many bytes. Detail 6601.
   Result read(std::uint64_t offset, void* data, std::size_t size);
 
@@ -47,6 +52,7 @@ class HeldFile {
   std::string path_;
   std::uint64_t size_ = 0;
   std::array<Byte, 32> head_ = {};
+  index::RedoLog log_{512};
 };
 
 }  // namespace vqdb::check

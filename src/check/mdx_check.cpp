@@ -176,6 +176,10 @@ Result check_mdx(HeldFile& file, const IndexedTable& table, FileFindings& findin
   std::optional<MdxHeader> header;
   const Result result = read_head(file, &findings, bytes, header);
   if (!ok(result) || !header) return result;
+  if (header->unfinished) {
+    const Result completed = complete_index(file, findings, header->pages);
+    if (!ok(completed)) return completed;
+  }
   index::TagTableBytes tags;
   std::copy_n(bytes.begin() + index::kTagTableAt, tags.size(), tags.begin());
   return MdxPass(file, table, findings, progress, *header).run(tags);

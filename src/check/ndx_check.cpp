@@ -45,7 +45,7 @@ Result read_header(HeldFile& file, FileFindings& findings, index::NdxPageBytes& 
   }
   check_flags(header, findings);
   sound = true;
-  return Result::ok;
+  return header.unfinished ? complete_index(file, findings, header.next_free) : Result::ok;
 }
 
 }  // namespace
