@@ -5,7 +5,7 @@
 
 #include "support/fault_plan.h"
 #include "support/mdx_fixture.h"
-#include "support/ndx_checker.h"
+#include "support/ndx_fixture.h"
 #include "support/test.h"
 
 namespace {
@@ -269,5 +269,118 @@ INSTANTIATE_TEST_SUITE_P(Trees, IndexCrash,
                                            CrashCase{"mdx_exclusive", "C100", 0, 240, 40},
                                            CrashCase{"mdx_exclusive_equal", "C100D", 0, 2, 40}),
                          [](const auto& crash) { return std::string(crash.param.name); });
+
+// What a handle leaves undone is the next one's that locks the file, whatever came between.
+class SharedCrash : public NdxFixture {
+ protected:
+  static std::string key(std::uint32_t n) {
+    return text_key("K" + std::to_string(100000 + n * 377 % 1000), 100);
+  }
+  static std::int32_t put(VqIndex* index, std::uint32_t n) {
+    return lib.dNputkey(index, key(n).data(), n);
+  }
+  VqIndex* make_filled(std::uint32_t keys) {
+    VqIndex* const index = make("F", "C100", 4);
+    for (std::uint32_t n = 1; n <= keys; ++n) EXPECT_EQ(0, put(index, n));
+    return index;
+  }
+  std::size_t entries() {
+    const NdxTree tree = read("F");
+    EXPECT_EQ("", tree.all_faults());
+    return tree.entries.size();
+  }
+  // Fails the writes from the n-th on, so many of them.
+  static FaultPlan fail_writes(std::uint64_t n, std::uint64_t count) {
+    return FaultPlan(
+        1, Verdict::fail,
+        [n, count, seen = std::uint64_t{0}](Call call) mutable {
+          return call == Call::write && ++seen >= n && seen < n + count;
+        },
+        true);
+  }
+};
+
+TEST_F(SharedCrash, a_handle_writes_nothing_old_over_what_others_wrote_since) {
+  constexpr std::uint32_t kKeys = 40;
+  bool struck = true;
+  for (std::uint64_t n = 1; struck; ++n) {
+    SCOPED_TRACE(n);
+    VqIndex* const first = make_filled(kKeys);
+    VqIndex* const second = open("F", 4);
+    std::uint32_t present = kKeys;
+    struck = false;
+    for (std::uint32_t i = 1; i <= 6; ++i) {
+      const FaultPlan plan = fail_writes(n, 2);
+      if (put(first, kKeys + i) == 0) ++present;
+      struck = struck || plan.struck();
+    }
+    for (std::uint32_t i = 1; i <= 60; ++i) EXPECT_EQ(0, put(second, 100 + i));
+    EXPECT_EQ(0, lib.dNflush(first));
+    EXPECT_EQ(0, lib.dNclose(first));
+    EXPECT_EQ(0, lib.dNclose(second));
+    EXPECT_EQ(present + 60, entries());
+    ASSERT_FALSE(HasFailure());
+    ASSERT_EQ(0, std::remove(folder.file("F.NDX").c_str()));
+  }
+}
+
+TEST_F(SharedCrash, an_update_loses_no_record) {
+  constexpr std::uint32_t kKeys = 120;
+  ASSERT_EQ(0, lib.dNclose(make_filled(kKeys)));
+  const std::string start = read_file(folder.file("F.NDX"));
+  for (std::uint32_t n = 1; n <= kKeys; ++n) {
+    bool struck = true;
+    for (std::uint64_t strike = 1; struck; ++strike) {
+      SCOPED_TRACE(std::to_string(n) + " " + std::to_string(strike));
+      write_file(folder.file("F.NDX"), start);
+      VqIndex* index = open("F", 4);
+      {
+        const FaultPlan plan = fail_writes(strike, 1000);
+        (void)lib.dNupdkey(index, key(n).data(), key(500 + n).data(), n);
+        struck = plan.struck();
+        (void)lib.dNclose(index);
+      }
+      index = open("F", 4);
+      std::uint32_t recno = 0;
+      EXPECT_TRUE(lib.dNgetrno(index, key(n).data(), &recno) == 0 ||
+                  lib.dNgetrno(index, key(500 + n).data(), &recno) == 0);
+      ASSERT_EQ(0, lib.dNclose(index));
+      ASSERT_FALSE(HasFailure());
+    }
+  }
+}
+
+// A log that a dead process left goes away between two looks of one that opens the file.
+TEST_F(SharedCrash, opening_meets_a_log_that_goes_away) {
+  const auto size = [&] { return read_file(folder.file("F.NDX")).size(); };
+  bool came = true;
+  for (std::uint64_t n = 1; came; ++n) {
+    SCOPED_TRACE(n);
+    ASSERT_EQ(0, lib.dNclose(make_filled(60)));
+    const std::size_t pages = size();
+    VqIndex* const dying = open("F", 4);
+    std::uint32_t next = 61;
+    while (size() == pages) {
+      const FaultPlan plan = fail_writes(2, 1000);
+      (void)put(dying, next++);
+    }
+    EXPECT_EQ(0, lib.dNclose(dying));
+    const std::size_t left = size();
+    const auto [opened, got_there] = beside_another(
+        n, [&] { return open("F", 4); },
+        [&] {
+          while (size() >= left && next < 100) {
+            VqIndex* const other = open("F", 4);
+            EXPECT_EQ(0, put(other, next++));
+            EXPECT_EQ(0, lib.dNclose(other));
+          }
+          EXPECT_GT(left, size());
+        });
+    came = got_there;
+    ASSERT_NE(nullptr, opened) << block.result << " " << block.detail;
+    EXPECT_EQ(0, lib.dNclose(opened));
+    ASSERT_EQ(0, std::remove(folder.file("F.NDX").c_str()));
+  }
+}
 
 }  // namespace

@@ -40,11 +40,10 @@ Result read_mdx_head(VqBlock& block, platform::File& file, PageNumber known_page
   head.pages_in_file = known_pages;
   // The header may count more pages than are known to be there.
   if (!parse_mdx_header(header_bytes, known_pages, head.header)) {
-    std::uint64_t size = 0;
-    if (!file.size(size).ok()) return fail(block, Result::io, kHead.detail(1));
     const PageNumber counted = load_le32(&header_bytes[kMdxPagesAt]);
+    std::uint64_t size = 0;
     std::uint64_t pages = 0;
-    if (!RedoLog::find_end(file, size, kMdxUnitBytes, counted, pages)) {
+    if (!RedoLog::find_end(file, kMdxUnitBytes, counted, size, pages)) {
       return fail(block, Result::io, kHead.detail(1));
     }
     pages = std::min(pages, size / kMdxUnitBytes);

@@ -78,7 +78,7 @@ Result count_ndx_pages(VqBlock& block, platform::File& file, PageNumber counted,
                        PageNumber& pages) {
   std::uint64_t size = 0;
   std::uint64_t end = 0;
-  if (!file.size(size).ok() || !RedoLog::find_end(file, size, kNdxPageBytes, counted, end)) {
+  if (!RedoLog::find_end(file, kNdxPageBytes, counted, size, end)) {
     return fail(block, Result::io, kRefresh.detail(2));
   }
   if (end < counted || end > std::numeric_limits<PageNumber>::max()) {

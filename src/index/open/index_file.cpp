@@ -36,10 +36,13 @@ bool IndexFile::attach(platform::File&& file, std::uint32_t open_mode, std::uint
 }
 
 Result IndexFile::flush() {
-  if (!stale_) {
+  if (is_entered()) {
     if (const Result result = cache.write_changed(); !ok(result)) return result;
     if (cache.is_unfinished()) return fail(block, Result::io, kUnfinished);
-    if (is_entered()) cache.cut_log();
+    cache.cut_log();
+  } else if (cache.is_unfinished()) {
+    const Result result = in_bracket(*this, [] { return Result::ok; });
+    if (!ok(result)) return result;
   }
   const bool forced = is_read_only() || force_out(block, system_file).ok();
   return forced ? Result::ok : fail(block, Result::io, kForceFailed);
@@ -133,9 +136,11 @@ Result IndexFile::check_whole() const {
   return torn_ ? fail(block, Result::page_error, kLog.detail(4)) : Result::ok;
 }
 
+// What is left unfinished others may finish, and go on from, as soon as they have the lock: then it
+// is the file that says what is still to be done.
 Result IndexFile::write_back() {
   const Result result = cache.write_changed();
-  if (!ok(result)) stale_ = true;
+  if (!ok(result) || cache.is_unfinished()) stale_ = true;
   return result;
 }
 

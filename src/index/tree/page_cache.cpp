@@ -14,6 +14,11 @@ namespace {
 constexpr Operation kPages{1024};
 constexpr Operation kLog{1034};
 
+// So few changes of leaves, as one operation makes, are written in the order in which they were
+// made: an update's new entry before its old one goes. With changes that hold only together they
+// go by the same log.
+constexpr std::ptrdiff_t kFewAlone = 8;
+
 // What the file relies on, cut short, is worse than a late success.
 template <typename Work>
 Result twice(Work work) {
@@ -225,8 +230,9 @@ Result PageCache::write_together(std::span<const Frame> added, std::span<const F
   if (!is_single) {
     const std::int32_t detail = block_.detail;
     const Result logged = write_log();
-    const bool has_new =
-        !added.empty() || std::ranges::any_of(joint, [&](Frame f) { return frames_[f].fresh; });
+    // New pages that an earlier try has written, too.
+    const bool has_new = limit_ > store_.file_end() ||
+                         std::ranges::any_of(joint, [&](Frame f) { return frames_[f].fresh; });
     if (!ok(logged) && has_new) return logged;
     if (ok(logged)) {
       const Result result = write_frames(added);
@@ -240,15 +246,15 @@ Result PageCache::write_together(std::span<const Frame> added, std::span<const F
   return has_header ? twice([&] { return store_.write_header(false); }) : Result::ok;
 }
 
+// With the mark the change is made; what then fails is done by the next flush.
 Result PageCache::commit_log(std::span<const Frame> joint) {
   if (const Result result = twice([&] { return store_.write_header(true); }); !ok(result)) {
     return result;
   }
   unfinished_ = true;
   settle(joint);
-  if (const Result result = twice([&] { return apply_log(); }); !ok(result)) return result;
   const std::int32_t detail = block_.detail;
-  if (!ok(end_log())) block_.detail = detail;
+  if (!ok(finish_log())) block_.detail = detail;
   return Result::ok;
 }
 
@@ -306,37 +312,46 @@ platform::Outcome PageCache::read_past(std::uint64_t offset, std::span<Byte> byt
   return outcome;
 }
 
+// The changed pages, those that are abandoned left out: behind the file's end, joint, alone.
+PageCache::Parts PageCache::divide_changed() {
+  Frame* const begin = changed_.get();
+  Frame* const end = std::remove_if(begin, begin + changed_count_, [&](Frame frame) {
+    FrameState& state = frames_[frame];
+    if (state.page != 0) return false;
+    state.changed = state.fresh = state.joint = false;
+    return true;
+  });
+  changed_count_ = static_cast<std::uint32_t>(end - begin);
+  const PageNumber file_end = store_.file_end();
+  Frame* alone = std::stable_partition(begin, end, [&](Frame f) { return frames_[f].joint; });
+  Frame* const joint = std::partition(
+      begin, alone, [&](Frame f) { return frames_[f].fresh && frames_[f].page >= file_end; });
+  const auto rank_of = [&](Frame f) { return std::tuple(frames_[f].height, frames_[f].page); };
+  const auto by_page = [&](Frame a, Frame b) { return frames_[a].page < frames_[b].page; };
+  std::sort(begin, joint, by_page);
+  std::sort(joint, alone, [&](Frame a, Frame b) { return rank_of(a) < rank_of(b); });
+  if (end - alone > kFewAlone) {
+    std::sort(alone, end, by_page);
+  } else if (alone != begin || store_.has_changes()) {
+    alone = end;
+  }
+  return {{begin, joint}, {joint, alone}, {alone, end}};
+}
+
 Result PageCache::write_changed() {
   if (const Result result = finish_log(); !ok(result)) return result;
-  Frame* const begin = changed_.get();
-  Frame* end = begin + changed_count_;
-  end = std::partition(begin, end, [&](Frame frame) {
-    if (frames_[frame].page != 0) return true;
-    frames_[frame].changed = frames_[frame].fresh = frames_[frame].joint = false;  // abandoned
-    return false;
-  });
-  const PageNumber file_end = store_.file_end();
-  enum : std::uint8_t { kAdded, kJoint, kAlone };
-  const auto part_of = [&](Frame frame) {
-    const FrameState& state = frames_[frame];
-    return state.fresh && state.page >= file_end ? kAdded : (state.joint ? kJoint : kAlone);
-  };
-  const auto rank_of = [&](Frame frame) {
-    const std::uint8_t height = part_of(frame) == kJoint ? frames_[frame].height : std::uint8_t{0};
-    return std::tuple(part_of(frame), height, frames_[frame].page);
-  };
-  std::sort(begin, end, [&](Frame a, Frame b) { return rank_of(a) < rank_of(b); });
-  Frame* const joint = std::find_if(begin, end, [&](Frame f) { return part_of(f) != kAdded; });
-  Frame* const alone = std::find_if(joint, end, [&](Frame f) { return part_of(f) == kAlone; });
+  const auto [added, joint, alone] = divide_changed();
   Result result = Result::ok;
-  if (alone != begin || store_.has_changes()) {
-    result = write_together({begin, joint}, {joint, alone});
+  if (!added.empty() || !joint.empty() || store_.has_changes()) {
+    result = write_together(added, joint);
     if (!unfinished_) forget_log();
   }
   // The log would be made again over what is written now.
-  if (ok(result) && unfinished_ && alone != end) result = finish_log();
-  if (ok(result)) result = twice([&] { return write_frames({alone, end}); });
-  const auto left = std::remove_if(begin, end, [&](Frame f) { return !frames_[f].changed; });
+  if (ok(result) && unfinished_ && !alone.empty()) result = finish_log();
+  if (ok(result)) result = twice([&] { return write_frames(alone); });
+  Frame* const begin = changed_.get();
+  const auto left =
+      std::remove_if(begin, begin + changed_count_, [&](Frame f) { return !frames_[f].changed; });
   changed_count_ = static_cast<std::uint32_t>(left - begin);
   return result;
 }

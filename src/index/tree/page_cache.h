@@ -13,7 +13,7 @@
 //   3. the header with the mark of an unfinished flush: from here on the log is as good as done,
 //   4. what the log says,
 //   5. the header without the mark,
-//   6. leaves that changed alone.
+//   6. leaves that changed alone; few of them go by the log as well.
 //
 // Therefore a changed page is never written alone: when one has to make room, all are written.
 #ifndef VQDBSYS_INDEX_TREE_PAGE_CACHE_H_
@@ -136,6 +136,12 @@ class PageCache {
   void forget(Frame frame);
   Result write_run(std::span<const Frame> frames);
   Result write_frames(std::span<const Frame> frames);
+  struct Parts {
+    std::span<const Frame> added;
+    std::span<const Frame> joint;
+    std::span<const Frame> alone;
+  };
+  Parts divide_changed();
   // The pages behind the file's end, and those that changed together with others.
   Result write_together(std::span<const Frame> added, std::span<const Frame> joint);
   Result fill_log(std::span<const Frame> joint);

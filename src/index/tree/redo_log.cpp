@@ -15,6 +15,8 @@ constexpr std::size_t kOldEndAt = 16;
 constexpr std::size_t kChecksumAt = 24;
 constexpr std::size_t kHeadBytes = 32;
 constexpr std::size_t kRecordHead = 8;  // page, count of bytes
+// How often a file is looked at that others cut off meanwhile.
+constexpr int kMostTries = 100;
 
 std::uint64_t load_word(const Byte* from) {
   std::uint64_t value = 0;
@@ -167,15 +169,21 @@ void RedoLog::patch(std::uint64_t offset, std::span<Byte> bytes) const {
   });
 }
 
-bool RedoLog::find_end(platform::File& file, std::uint64_t size, std::uint32_t unit_bytes,
-                       PageNumber counted, std::uint64_t& end) {
-  end = (size + unit_bytes - 1) / unit_bytes;
-  if (end <= counted) return true;
+bool RedoLog::find_end(platform::File& file, std::uint32_t unit_bytes, PageNumber counted,
+                       std::uint64_t& size, std::uint64_t& end) {
   std::array<Byte, kHeadBytes> head;
-  if (!file.read_exactly(size - kHeadBytes, head.data(), head.size()).ok()) return false;
-  const PageNumber old_end = load_le32(&head[kOldEndAt]);
-  if (is_head(head.data()) && old_end < end) end = std::max(old_end, counted);
-  return true;
+  for (int tries = 0; tries < kMostTries; ++tries) {
+    if (!file.size(size).ok()) return false;
+    end = (size + unit_bytes - 1) / unit_bytes;
+    if (end <= counted) return true;
+    std::size_t got = 0;
+    if (!file.read_at(size - kHeadBytes, head.data(), head.size(), got).ok()) return false;
+    if (got < head.size()) continue;  // somebody else has cut the file off since
+    const PageNumber old_end = load_le32(&head[kOldEndAt]);
+    if (is_head(head.data()) && old_end < end) end = std::max(old_end, counted);
+    return true;
+  }
+  return false;
 }
 
 }  // namespace vqdb::index

@@ -51,11 +51,11 @@ class RedoLog {
   // Lays what the log holds over bytes that were read from the file.
   void patch(std::uint64_t offset, std::span<Byte> bytes) const;
 
-  // The end of a file of this many bytes, whose header counts pages up to `counted` and has no
-  // mark: what a log and its new pages take up behind them does not count. False when the file
-  // cannot be read.
-  static bool find_end(platform::File& file, std::uint64_t size, std::uint32_t unit_bytes,
-                       PageNumber counted, std::uint64_t& end);
+  // The size in bytes and the end in pages of a file whose header counts pages up to `counted` and
+  // has no mark: what a log and its new pages take up behind them does not count. Others may work
+  // on the file meanwhile. False when it cannot be read.
+  static bool find_end(platform::File& file, std::uint32_t unit_bytes, PageNumber counted,
+                       std::uint64_t& size, std::uint64_t& end);
 
  private:
   struct Head;
