@@ -178,32 +178,6 @@ INSTANTIATE_TEST_SUITE_P(
                       Setting{"shared_all_after", 4, 30, Verdict::fail, true}),
     [](const auto& setting) { return std::string(setting.param.name); });
 
-// An update whose old entry cannot be removed takes its new one back.
-TEST_F(NdxFixture, a_failed_update_leaves_the_old_key_alone) {
-  constexpr std::uint32_t kKeys = 3000;
-  for (std::uint64_t n = 1;; ++n) {
-    SCOPED_TRACE(n);
-    VqIndex* index = make("F", "N", 0, 98);
-    for (std::uint32_t i = 1; i <= kKeys; ++i) {
-      ASSERT_EQ(0, lib.dNputkey(index, number_key(i).data(), i));
-    }
-    const std::string old_key = number_key(7);
-    const std::string new_key = number_key(2500.5);
-    const auto [result, struck] = under_fault(
-        n, Verdict::fail, [&] { return lib.dNupdkey(index, old_key.data(), new_key.data(), 7); },
-        only(Call::read));
-    std::uint32_t recno = 0;
-    EXPECT_EQ(result == 0 ? -5 : 0, lib.dNgetrno(index, old_key.data(), &recno));
-    EXPECT_EQ(result == 0 ? 0 : -5, lib.dNgetrno(index, new_key.data(), &recno));
-    ASSERT_EQ(0, lib.dNclose(index));
-    ASSERT_EQ(0, std::remove(folder.file("F.NDX").c_str()));
-    if (!struck) {
-      EXPECT_GT(n, 2u) << "nothing had to be read";
-      break;
-    }
-  }
-}
-
 // Opening, creating and copying either work or leave nothing behind and say why.
 TEST_F(NdxFixture, files_are_made_whole_or_not_at_all) {
   VqIndex* index = make("SOURCE", "N");
