@@ -26,7 +26,7 @@ namespace vqdb::testing {
 
 // A result with the detail beside it, as `-4/3162`. Every detail has words.
 inline std::string codes(std::int32_t result, std::int32_t detail) {
-  const bool has_words = result >= 0 || detail == 0 || *vqDetailText(detail) != '\0';
+  const bool has_words = result >= 0 || detail == 0 || *lib.vqDetailText(detail) != '\0';
   return std::to_string(result) + "/" + std::to_string(detail) + (has_words ? "" : " (no words)");
 }
 inline std::string codes(std::int32_t result, const VqBlock& block) {
