@@ -348,7 +348,7 @@ Result PageCache::write_changed() {
   }
   // The log would be made again over what is written now.
   if (ok(result) && unfinished_ && !alone.empty()) result = finish_log();
-  if (ok(result)) result = twice([&] { return write_frames(alone); });
+  if (ok(result)) result = twice([&, lone = alone] { return write_frames(lone); });
   Frame* const begin = changed_.get();
   const auto left =
       std::remove_if(begin, begin + changed_count_, [&](Frame f) { return !frames_[f].changed; });
