@@ -209,11 +209,13 @@ TEST_F(MdxBuild, a_file_that_others_use_is_not_replaced) {
   EXPECT_EQ("-11/1182", codes(lib.dXreindx(table, name("R").c_str()), block));
   EXPECT_EQ(before, read_file(name("R.MDX")));
   EXPECT_EQ(0, lib.dXcreat(table, name("NEW").c_str()));
+#if !defined(_WIN32)  // where no open file is replaced
   // Nor does a tag go into a file that was replaced all the same.
   VqIndex* file = open("NEW", 4);
   ASSERT_EQ(0, lib.dXcopy(&block, name("R").c_str(), name("NEW").c_str()));
   EXPECT_EQ("-17/10301", codes(lib.dXindex(file, "B", "NAME", "C20", nullptr), block));
   EXPECT_EQ(0, lib.dXclose(file));
+#endif
 }
 
 // Four keys a page and one: the last page of a level comes out with any number of children.
