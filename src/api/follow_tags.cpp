@@ -17,7 +17,12 @@ Result take_up(Database& database, MemberList::iterator file) {
   if (const Result result = bracket.enter(*file->index); !ok(result)) return result;
   FirstFailure failure(database.owner_block());
   if (bracket.tagst(*file->index) != file->tags_seen || file->tags_seen == 0) {
-    failure.note(take_up_tags(database, file));
+    try {
+      failure.note(take_up_tags(database, file));
+    } catch (...) {  // memory ran out
+      static_cast<void>(bracket.leave(*file->index));
+      throw;
+    }
   }
   file->tags_seen = ok(failure.result()) ? bracket.tagst(*file->index) : 0;
   failure.note(bracket.leave(*file->index));

@@ -1,5 +1,7 @@
 #include "api/pack.h"
 
+#include <memory>
+
 #include "api/building.h"
 #include "api/first_failure.h"
 #include "api/index_list.h"
@@ -21,9 +23,14 @@ Result with_group(VqBlock& block, const char* name, ListedIndexes& indexes, Work
   Database* database = nullptr;
   VqIndexSpec* failed = nullptr;
   if (const Result result = open(block, request, database, failed); !ok(result)) return result;
+  // Also where memory runs out on the way.
+  struct Close {
+    void operator()(Database* open) const { (void)close(*open); }
+  };
+  std::unique_ptr<Database, Close> owner(database);
   FirstFailure failure(block);
   failure.note(work(*database));
-  failure.note(close(*database));
+  failure.note(close(*owner.release()));
   return failure.result();
 }
 

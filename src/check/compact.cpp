@@ -25,11 +25,11 @@ namespace {
 // says that it will.
 class Pending {
  public:
-  explicit Pending(const std::string& target)
-      : target_(platform::real_path(target)), path_(growing_beside(target_)) {}
+  Pending(const std::string& target, const std::string& journal)
+      : target_(platform::real_path(target)), path_(growing_beside(target_)), journal_(journal) {}
   ~Pending() {
     (void)file_.close();
-    if (made_) (void)platform::remove(path_);
+    if (made_ && !platform::exists(journal_)) (void)platform::remove(path_);
   }
   Pending(const Pending&) = delete;
   Pending& operator=(const Pending&) = delete;
@@ -54,6 +54,7 @@ class Pending {
  private:
   const std::string target_;
   const std::string path_;
+  const std::string& journal_;
   platform::File file_;
   bool made_ = false;
 };
@@ -119,8 +120,9 @@ class Compaction {
     const bool is_known = unheard.errors() == 0 && table.facts().wild_references == 0;
     if (!is_known) return fail(block_, Result::bad_format, kCompact.detail(1));
     if (!table.memo_form().is_memo_file) return Result::ok;
-    Pending new_memo(table.memo_file().path());
-    Pending new_table(table.file().path());
+    const std::string journal = table::journal_of(table.file().path());
+    Pending new_memo(table.memo_file().path(), journal);
+    Pending new_table(table.file().path(), journal);
     std::vector<Patch> patches;
     result = write_memos(table, new_memo, patches, progress);
     if (ok(result)) result = write_table(table, new_table, patches);
@@ -128,7 +130,6 @@ class Compaction {
     if (!ok(result)) return result;
     result = table.confirm_unchanged();
     if (!ok(result)) return result;
-    const std::string journal = table::journal_of(table.file().path());
     if constexpr (!platform::kReplacesOpenFiles) {
       table.memo_file().close();
       table.file().close();
@@ -136,7 +137,7 @@ class Compaction {
     // The table goes first, since others change it more.
     const std::array<std::string, 2> files = {new_table.target(), new_memo.target()};
     const platform::Outcome placed = replace_together(journal, files);
-    if (placed.ok() || platform::exists(journal)) {
+    if (placed.ok()) {
       new_memo.keep();
       new_table.keep();
     }

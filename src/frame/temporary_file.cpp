@@ -106,8 +106,9 @@ Outcome TemporaryFile::make_in(std::string_view where) {
   const std::string directory = real_directory(where);
   clear_up(directory);
   return under_new_name(directory, [this](const std::string& path) {
+    std::string name = path;  // before there is a file that nobody would remove
     const Outcome outcome = file_.create_replacement(path, target_);
-    if (outcome.ok()) path_ = path;
+    if (outcome.ok()) path_.swap(name);
     return outcome;
   });
 }

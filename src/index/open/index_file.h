@@ -89,12 +89,19 @@ class IndexFile : public PageStore {
   bool stale_ = false;            // memory and file may differ: refresh before the next operation
 };
 
-// Runs the work inside a bracket. The first failure counts, with its detail code.
+// Runs the work inside a bracket, which is left however the work ends. The first failure counts,
+// with its detail code.
 template <typename Work>
 Result in_bracket(IndexFile& file, Work work) {
   if (!file.is_shared()) return work();
   if (const Result result = file.enter(); !ok(result)) return result;
-  const Result result = work();
+  Result result = Result::ok;
+  try {
+    result = work();
+  } catch (...) {
+    static_cast<void>(file.leave());
+    throw;
+  }
   const std::int32_t detail = file.block.detail;
   const Result left = file.leave();
   if (ok(result)) return left;
