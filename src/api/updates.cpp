@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include "api/entered_files.h"
@@ -44,6 +45,10 @@ bool is_read_only(const table::Table& table) {
 class RecordLock {
  public:
   RecordLock(table::Table& table, std::uint32_t recno) : table_(table), recno_(recno) {}
+  // Where memory ran out on the way.
+  ~RecordLock() { (void)release_after(Result::ok); }
+  RecordLock(const RecordLock&) = delete;
+  RecordLock& operator=(const RecordLock&) = delete;
 
   Result take() {
     if (!locks_changes(table_) || ok(table::record_lock_status(table_, recno_))) return Result::ok;
@@ -56,7 +61,7 @@ class RecordLock {
   Result release_after(Result change) {
     FirstFailure failure(table::block_of(table_));
     failure.note(change);
-    if (taken_) failure.note(table::pop_lock(table_));
+    if (std::exchange(taken_, false)) failure.note(table::pop_lock(table_));
     return failure.result();
   }
 
