@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <bit>
 
-#include "table/block_transfer.h"
-
 namespace vqdb::table {
 namespace {
 
@@ -19,12 +17,14 @@ bool BlockCache::allocate(std::uint32_t buffers, bool reads_ahead) {
   const std::size_t buckets = std::bit_ceil(std::size_t{buffers});
   const std::size_t buffer_bytes = (std::size_t{buffers} + 1) * sizeof(Buffer);
   const std::size_t bucket_bytes = buckets * sizeof(std::uint32_t);
-  memory_ = platform::allocate_bytes(buffer_bytes + bucket_bytes +
+  const std::size_t queue_bytes = (kQueueRoom + std::size_t{buffers}) * sizeof(Place);
+  memory_ = platform::allocate_bytes(buffer_bytes + bucket_bytes + queue_bytes +
                                      std::size_t{buffers} * file_.block_size);
   if (memory_ == nullptr) return false;
-  buffers_ = reinterpret_cast<Buffer*>(memory_.get());
-  buckets_ = reinterpret_cast<std::uint32_t*>(memory_.get() + buffer_bytes);
-  data_ = memory_.get() + buffer_bytes + bucket_bytes;
+  queue_ = reinterpret_cast<Place*>(memory_.get());
+  buffers_ = reinterpret_cast<Buffer*>(memory_.get() + queue_bytes);
+  buckets_ = reinterpret_cast<std::uint32_t*>(memory_.get() + queue_bytes + buffer_bytes);
+  data_ = memory_.get() + queue_bytes + buffer_bytes + bucket_bytes;
   buffer_count_ = buffers;
   hash_mask_ = static_cast<std::uint32_t>(buckets - 1);
   clear();
@@ -34,11 +34,12 @@ bool BlockCache::allocate(std::uint32_t buffers, bool reads_ahead) {
 void BlockCache::clear() {
   if (!has_buffers()) return;
   for (std::uint32_t i = 0; i <= buffer_count_; ++i) {
-    const std::uint32_t older = i == 0 ? none() : i - 1;
-    const std::uint32_t newer = i == none() ? 0 : i + 1;
-    buffers_[i] = {0, none(), older, newer, 0, 0, false};
+    buffers_[i] = {0, std::min(i + 1, none()), kNotUsed, 0, 0, false};
   }
   std::fill_n(buckets_, std::size_t{hash_mask_} + 1, none());
+  empty_ = 0;
+  clock_ = kClockStart;
+  queue_next_ = queue_end_ = 0;
   leave_current();
   next_block_ = 1;
   ahead_block_ = 0;
@@ -56,26 +57,69 @@ std::uint32_t BlockCache::expected_records(std::uint32_t block) const {
   return file_.count < first ? 0 : std::min(file_.records_per_block, file_.count - first + 1);
 }
 
-// Takes the buffer from its place in the ring and puts it behind another.
-void BlockCache::move_behind(std::uint32_t buffer, std::uint32_t older) {
-  const Buffer moved = buffers_[buffer];
-  buffers_[moved.older].newer = moved.newer;
-  buffers_[moved.newer].older = moved.older;
-  put_behind(buffer, older);
-}
-
-void BlockCache::put_behind(std::uint32_t buffer, std::uint32_t older) {
-  Buffer& put = buffers_[buffer];
-  put.older = older;
-  put.newer = buffers_[older].newer;
-  buffers_[put.newer].older = buffer;
-  buffers_[older].newer = buffer;
-}
-
 void BlockCache::make_current(std::uint32_t buffer) {
   current_ = buffer;
   current_first_ = file_.first_of(buffers_[buffer].block);
-  if (newest() != buffer) move_behind(buffer, newest());
+  buffers_[buffer].used = ++clock_;
+  if (clock_ == kNotUsed - 1) start_clock();
+}
+
+// Brings the clock back to the beginning; the buffers keep their order.
+void BlockCache::start_clock() {
+  const std::span<Place> all = list_used_until(kNotUsed - 1);
+  std::ranges::sort(all);
+  clock_ = 0;
+  for (const Place place : all) {
+    if (used_at(place) != 0) buffers_[buffer_at(place)].used = ++clock_;
+  }
+  queue_next_ = queue_end_;
+}
+
+// The buffers that were not used later, where the queue was.
+std::span<BlockCache::Place> BlockCache::list_used_until(std::uint32_t time) {
+  std::uint32_t end = kQueueRoom;
+  for (std::uint32_t i = 0; i < buffer_count_; ++i) {
+    queue_[end] = place_of(i);
+    end += buffers_[i].used <= time ? 1 : 0;
+  }
+  return {queue_ + kQueueRoom, queue_ + end};
+}
+
+// A time until which some of the buffers were used last, about an eighth of them: judged by
+// some that lie evenly among them.
+std::uint32_t BlockCache::early_time() const {
+  std::array<std::uint32_t, 64> times;
+  if (buffer_count_ < 2 * times.size()) return kNotUsed - 1;
+  for (std::size_t i = 0; i < times.size(); ++i) {
+    times[i] = buffers_[i * buffer_count_ / times.size()].used;
+  }
+  std::ranges::nth_element(times, times.begin() + times.size() / 8);
+  return std::min(times[times.size() / 8], kNotUsed - 1);
+}
+
+// Puts the buffers that go first in order: those never used, then those used longest ago. Only some
+// of them at once, so that few are used again before they are asked for.
+void BlockCache::make_queue() {
+  const std::span<Place> first = list_used_until(early_time());
+  std::ranges::sort(first);
+  queue_next_ = kQueueRoom;
+  queue_end_ = kQueueRoom + static_cast<std::uint32_t>(first.size());
+}
+
+// The buffer that goes first. REQUIRES that all hold blocks, but for those that were taken.
+std::uint32_t BlockCache::oldest() {
+  for (;; ++queue_next_) {
+    if (queue_next_ == queue_end_) make_queue();
+    const std::uint32_t buffer = buffer_at(queue_[queue_next_]);
+    if (place_of(buffer) == queue_[queue_next_]) return buffer;
+  }
+}
+
+// A buffer that was read ahead goes before those in the queue. Without room for it the queue is
+// made anew.
+void BlockCache::queue_unused(std::uint32_t buffer) {
+  if (queue_next_ == 0) queue_next_ = queue_end_;
+  if (queue_next_ != queue_end_) queue_[--queue_next_] = place_of(buffer);
 }
 
 // No record is at hand: the buffer behind the last holds none, and no record has the number 0.
@@ -84,30 +128,47 @@ void BlockCache::leave_current() {
   current_first_ = 0;
 }
 
+std::uint32_t BlockCache::take_empty() {
+  const std::uint32_t buffer = empty_;
+  empty_ = buffers_[buffer].chained;
+  return buffer;
+}
+
+void BlockCache::give_back(std::uint32_t buffer) {
+  buffers_[buffer].chained = empty_;
+  empty_ = buffer;
+}
+
 void BlockCache::install(std::uint32_t buffer, std::uint32_t block, std::uint32_t held) {
   Buffer& installed = buffers_[buffer];
   std::uint32_t& bucket = buckets_[block & hash_mask_];
   installed.block = block;
+  installed.used = 0;
   installed.held = static_cast<std::uint16_t>(held);
   installed.stored = installed.held;
   installed.chained = bucket;
   bucket = buffer;
 }
 
-void BlockCache::forget(std::uint32_t buffer) {
-  Buffer& forgotten = buffers_[buffer];
-  if (forgotten.block == 0) return;
-  std::uint32_t* link = &buckets_[forgotten.block & hash_mask_];
+// Takes the block out of a buffer that holds one.
+void BlockCache::remove_block(std::uint32_t buffer) {
+  Buffer& removed = buffers_[buffer];
+  std::uint32_t* link = &buckets_[removed.block & hash_mask_];
   while (*link != buffer) link = &buffers_[*link].chained;
-  *link = forgotten.chained;
-  if (forgotten.changed) --changed_count_;
-  if (forgotten.block == ahead_block_) ahead_block_ = 0;
-  forgotten.block = 0;
-  forgotten.held = 0;
-  forgotten.stored = 0;
-  forgotten.changed = false;
+  *link = removed.chained;
+  if (removed.changed) --changed_count_;
+  if (removed.block == ahead_block_) ahead_block_ = 0;
+  removed.block = 0;
+  removed.used = kNotUsed;
+  removed.held = 0;
+  removed.stored = 0;
+  removed.changed = false;
   if (current_ == buffer) leave_current();
-  if (oldest() != buffer) move_behind(buffer, none());
+}
+
+void BlockCache::forget(std::uint32_t buffer) {
+  remove_block(buffer);
+  give_back(buffer);
 }
 
 void BlockCache::mark_changed() {
@@ -133,7 +194,7 @@ Result BlockCache::find_block(std::uint32_t recno, Load load, Byte*& record) {
     result = read_in(block, buffer);
   } else if (load == Load::reload || position >= buffers_[buffer].held) {
     result = write_out(buffer, kCache.detail(2));
-    if (ok(result)) result = read_block(block, buffer);
+    if (ok(result)) result = reread_block(block, buffer);
   }
   if (!ok(result)) return result;
   if (position >= buffers_[buffer].held) return fail(block_, Result::io, kCache.detail(4));
@@ -155,10 +216,9 @@ Result BlockCache::find_append_block(Byte*& record) {
     } else if (const Result result = read_block(block, buffer); !ok(result)) {
       return result;
     }
-  }
-  if (buffers_[buffer].held < position && !buffers_[buffer].changed) {
+  } else if (buffers_[buffer].held < position && !buffers_[buffer].changed) {
     // An earlier read may have come up short.
-    if (const Result result = read_block(block, buffer); !ok(result)) return result;
+    if (const Result result = reread_block(block, buffer); !ok(result)) return result;
   }
   // Short of records that the header counts, the place behind them is not the record's.
   if (buffers_[buffer].held != position) return fail(block_, Result::io, kCache.detail(4));
@@ -167,11 +227,14 @@ Result BlockCache::find_append_block(Byte*& record) {
   return Result::ok;
 }
 
-// An empty buffer: the one used longest ago, its block written if changed.
+// Takes an empty buffer; if there is none, the oldest, its block written if changed.
 Result BlockCache::make_room(std::int32_t detail, std::uint32_t& buffer) {
-  buffer = oldest();
-  if (const Result result = write_out(buffer, detail); !ok(result)) return result;
-  forget(buffer);
+  if (empty_ == none()) {
+    const std::uint32_t leaving = oldest();
+    if (const Result result = write_out(leaving, detail); !ok(result)) return result;
+    forget(leaving);
+  }
+  buffer = take_empty();
   return Result::ok;
 }
 
@@ -180,21 +243,27 @@ Result BlockCache::make_room(std::int32_t detail, std::uint32_t& buffer) {
 Result BlockCache::read_in(std::uint32_t block, std::uint32_t& buffer) {
   if (const Result result = make_room(kCache.detail(1), buffer); !ok(result)) return result;
   const bool in_order = reads_ahead_ && (block == 1 || block == next_block_);
-  const std::size_t length = in_order ? read_ahead_length(block) : 1;
-  return length == 1 ? read_block(block, buffer) : read_run(block, buffer, length);
+  if (!in_order) return read_block(block, buffer);
+  std::array<std::uint32_t, BlockTransfer::kMaxBlocks> run{buffer};
+  const std::size_t length = take_run(block, run);
+  return length == 1 ? read_block(block, buffer) : read_run(block, {run.data(), length}, buffer);
 }
 
-// How many blocks from this one on are read into the oldest buffers: up to the first buffer that
-// is changed, and the first block that is cached already.
-std::size_t BlockCache::read_ahead_length(std::uint32_t block) const {
+// Takes buffers for this block, in the first of the run, and for those behind it: up to the first
+// that would have to be written, and the first block that is cached already.
+std::size_t BlockCache::take_run(std::uint32_t block, std::span<std::uint32_t> run) {
   const std::size_t most = std::min<std::size_t>({BlockTransfer::blocks_of(file_.block_size),
                                                   std::max(buffer_count_ / 2, 1u),
                                                   std::size_t{file_.last_block() - block} + 1});
   std::size_t length = 1;
-  std::uint32_t buffer = buffers_[oldest()].newer;
-  for (; length < most && !buffers_[buffer].changed; ++length) {
+  for (; length < most; ++length) {
     if (lookup(static_cast<std::uint32_t>(block + length)) != none()) break;
-    buffer = buffers_[buffer].newer;
+    if (empty_ == none()) {
+      const std::uint32_t leaving = oldest();
+      if (buffers_[leaving].changed) break;
+      forget(leaving);
+    }
+    run[length] = take_empty();
   }
   return length;
 }
@@ -206,44 +275,58 @@ std::uint32_t BlockCache::records_in(std::uint32_t block, std::size_t bytes) con
   return complete ? expected : static_cast<std::uint32_t>(bytes / file_.record_length);
 }
 
-// The block may end up short, or, when the file ends before it, not in the cache at all.
-Result BlockCache::read_block(std::uint32_t block, std::uint32_t buffer) {
-  forget(buffer);
+// Keeps what was read of a block in a buffer that was taken for it, or gives the buffer back.
+std::uint32_t BlockCache::keep(std::uint32_t buffer, std::uint32_t block, std::uint32_t held) {
+  if (held == 0) {
+    give_back(buffer);
+    return none();
+  }
+  install(buffer, block, held);
+  return buffer;
+}
+
+// Reads a block into a buffer that was taken for it. The block may end up short, or, when the file
+// ends before it, not in the cache at all.
+Result BlockCache::read_block(std::uint32_t block, std::uint32_t& buffer) {
   std::size_t bytes = 0;
   const platform::Outcome outcome = file_.file.read_at(file_.offset_of(file_.first_of(block)),
                                                        data_of(buffer), file_.block_size, bytes);
+  buffer = keep(buffer, block, outcome.ok() ? records_in(block, bytes) : 0);
   if (!outcome.ok()) return fail(block_, transfer_result(outcome), kCache.detail(3));
   next_block_ = block + 1;
-  if (const std::uint32_t held = records_in(block, bytes); held > 0) install(buffer, block, held);
   return Result::ok;
 }
 
-// Reads blocks into the oldest buffers, of which `buffer` is the first. Blocks behind the first
-// are kept only when they hold all that the record count promises.
-Result BlockCache::read_run(std::uint32_t block, std::uint32_t buffer, std::size_t length) {
-  std::array<std::uint32_t, BlockTransfer::kMaxBlocks> run;
+Result BlockCache::reread_block(std::uint32_t block, std::uint32_t& buffer) {
+  remove_block(buffer);
+  return read_block(block, buffer);
+}
+
+// Reads blocks into the buffers that were taken for them; the first is the one asked for. Blocks
+// behind it are kept only when they hold all that the record count promises.
+Result BlockCache::read_run(std::uint32_t block, std::span<const std::uint32_t> run,
+                            std::uint32_t& first) {
   BlockTransfer transfer;
-  for (std::size_t i = 0; i < length; ++i) {
-    run[i] = buffer;
-    buffer = buffers_[buffer].newer;
-  }
-  for (std::size_t i = 0; i < length; ++i) {
-    forget(run[i]);
-    transfer.add(data_of(run[i]), file_.block_size);
-  }
+  for (const std::uint32_t buffer : run) transfer.add(data_of(buffer), file_.block_size);
   std::size_t bytes = 0;
   const platform::Outcome outcome =
       transfer.read(file_.file, file_.offset_of(file_.first_of(block)), bytes);
-  if (!outcome.ok()) return fail(block_, transfer_result(outcome), kCache.detail(3));
-  next_block_ = block + static_cast<std::uint32_t>(length);
-  for (std::size_t i = length; i-- > 0;) {
+  for (std::size_t i = 0; i < run.size(); ++i) {
     const auto read = static_cast<std::uint32_t>(block + i);
     const std::size_t start = i * file_.block_size;
     const std::size_t here =
-        bytes > start ? std::min<std::size_t>(bytes - start, file_.block_size) : 0;
+        outcome.ok() && bytes > start ? std::min<std::size_t>(bytes - start, file_.block_size) : 0;
     const std::uint32_t held = records_in(read, here);
-    if (held > 0 && (i == 0 || held == expected_records(read))) install(run[i], read, held);
+    const bool whole = held == expected_records(read);
+    const std::uint32_t kept = keep(run[i], read, i == 0 || whole ? held : 0);
+    if (i == 0) {
+      first = kept;
+    } else if (kept != none()) {
+      queue_unused(kept);
+    }
   }
+  if (!outcome.ok()) return fail(block_, transfer_result(outcome), kCache.detail(3));
+  next_block_ = block + static_cast<std::uint32_t>(run.size());
   return Result::ok;
 }
 

@@ -1,8 +1,9 @@
 // The block buffers of an open table. The buffer used longest ago goes first; one that was read
-// ahead and never used goes before any that was. Blocks are found by hash, read ahead while a table
-// is read in order, and written together with their changed neighbours, so that a sequence of
-// blocks takes one transfer of the system. A failed transfer loses nothing: a changed block stays
-// changed until it has been written whole.
+// ahead and never used goes before any that was. A use leaves no more than its time with the
+// buffer: the order is worked out from these when a block has to make room. Blocks are found by
+// hash, read ahead while a table is read in order, and written together with their changed
+// neighbours, so that a sequence of blocks takes one transfer of the system. A failed transfer
+// loses nothing: a changed block stays changed until it has been written whole.
 #ifndef VQDBSYS_TABLE_BLOCK_CACHE_H_
 #define VQDBSYS_TABLE_BLOCK_CACHE_H_
 
@@ -14,6 +15,7 @@
 #include "frame/result.h"
 #include "frame/system_file.h"
 #include "platform/memory.h"
+#include "table/block_transfer.h"
 #include "table/record_file.h"
 
 namespace vqdb::table {
@@ -95,17 +97,27 @@ class BlockCache {
 
  private:
   // Buffers are named by index; the index behind the last buffer stands for "none". As that one
-  // holds no record, it also serves as the current buffer when there is none; and it closes the
-  // ring of buffers by their use, so that the oldest is newer than it and the newest is older.
+  // holds no record, it also serves as the current buffer when there is none.
   struct Buffer {
     std::uint32_t block;    // 0 when empty
-    std::uint32_t chained;  // next buffer of the same hash
-    std::uint32_t older;
-    std::uint32_t newer;
-    std::uint16_t held;    // records
-    std::uint16_t stored;  // records at the front that the file holds, in some state
+    std::uint32_t chained;  // next buffer of the same hash, or next empty one
+    std::uint32_t used;     // when last; 0 since it was read ahead, kNotUsed while empty
+    std::uint16_t held;     // records
+    std::uint16_t stored;   // records at the front that the file holds, in some state
     bool changed;
   };
+
+  // Uses are counted from here, so that the clock comes round soon once, and then hardly ever.
+  static constexpr std::uint32_t kClockStart = UINT32_MAX - 5000;
+  static constexpr std::uint32_t kNotUsed = UINT32_MAX;
+  // The queue has so many places in front for buffers that are read ahead.
+  static constexpr std::uint32_t kQueueRoom = BlockTransfer::kMaxBlocks;
+
+  // A buffer in the order of use: the time of its use, and below it the buffer.
+  using Place = std::uint64_t;
+  static std::uint32_t buffer_at(Place place) { return static_cast<std::uint32_t>(place); }
+  static std::uint32_t used_at(Place place) { return static_cast<std::uint32_t>(place >> 32); }
+  Place place_of(std::uint32_t buffer) const { return Place{buffers_[buffer].used} << 32 | buffer; }
 
   std::uint32_t none() const { return buffer_count_; }
   Byte* data_of(std::uint32_t buffer) const {
@@ -114,22 +126,29 @@ class BlockCache {
   std::uint32_t lookup(std::uint32_t block) const;
   std::uint32_t expected_records(std::uint32_t block) const;
 
-  std::uint32_t oldest() const { return buffers_[none()].newer; }
-  std::uint32_t newest() const { return buffers_[none()].older; }
-  void put_behind(std::uint32_t buffer, std::uint32_t older);
-  void move_behind(std::uint32_t buffer, std::uint32_t older);
   void make_current(std::uint32_t buffer);
   void leave_current();
+  void start_clock();
+  std::span<Place> list_used_until(std::uint32_t time);
+  std::uint32_t early_time() const;
+  void make_queue();
+  std::uint32_t oldest();
+  void queue_unused(std::uint32_t buffer);
+  std::uint32_t take_empty();
+  void give_back(std::uint32_t buffer);
   void install(std::uint32_t buffer, std::uint32_t block, std::uint32_t held);
+  void remove_block(std::uint32_t buffer);
   void forget(std::uint32_t buffer);
 
   Result find_block(std::uint32_t recno, Load load, Byte*& record);
   Result find_append_block(Byte*& record);
   Result make_room(std::int32_t detail, std::uint32_t& buffer);
   Result read_in(std::uint32_t block, std::uint32_t& buffer);
-  std::size_t read_ahead_length(std::uint32_t block) const;
-  Result read_block(std::uint32_t block, std::uint32_t buffer);
-  Result read_run(std::uint32_t block, std::uint32_t buffer, std::size_t length);
+  std::size_t take_run(std::uint32_t block, std::span<std::uint32_t> run);
+  Result read_block(std::uint32_t block, std::uint32_t& buffer);
+  Result reread_block(std::uint32_t block, std::uint32_t& buffer);
+  Result read_run(std::uint32_t block, std::span<const std::uint32_t> run, std::uint32_t& first);
+  std::uint32_t keep(std::uint32_t buffer, std::uint32_t block, std::uint32_t held);
   std::uint32_t records_in(std::uint32_t block, std::size_t bytes) const;
   std::uint32_t start_of_run(std::uint32_t buffer) const;
   // Writes a block if it is changed, and neighbours with it.
@@ -144,10 +163,15 @@ class BlockCache {
   platform::Bytes memory_;
   Buffer* buffers_ = nullptr;         // one more than buffer_count_
   std::uint32_t* buckets_ = nullptr;  // hash_mask_ + 1
+  Place* queue_ = nullptr;            // kQueueRoom + buffer_count_
   Byte* data_ = nullptr;
   std::uint32_t buffer_count_ = 0;
   std::uint32_t hash_mask_ = 0;
   bool reads_ahead_ = false;
+  std::uint32_t empty_ = 0;       // the first empty buffer
+  std::uint32_t clock_ = 0;       // of uses
+  std::uint32_t queue_next_ = 0;  // the oldest buffers lie in the queue from here ...
+  std::uint32_t queue_end_ = 0;   // ... to here
   std::uint32_t current_ = 0;
   std::uint32_t current_first_ = 0;  // first record of the current block
   std::uint32_t next_block_ = 1;     // the block that continues what was read last

@@ -49,16 +49,19 @@ TEST(Calls, reading_in_order_takes_one_a_block_or_less_and_none_when_cached) {
 }
 
 TEST(Calls, the_block_used_longest_ago_makes_room) {
-  for (const std::size_t buffers : {1u, 2u, 3u}) {
+  // So many buffers and steps that the order is worked out often and the clock comes round.
+  for (const auto& [buffers, steps] : {std::pair{1u, 1000}, {2u, 1000}, {3u, 1000}, {200u, 9000}}) {
     ScratchTable scratch;
-    scratch.append(1, kRecords);
+    scratch.append(1, (4 * buffers + 8) * ScratchTable::kRecordsPerBlock);
     OpenTable table(scratch.block, scratch.name, 0, static_cast<std::int32_t>(buffers));
     std::list<std::uint32_t> cached;  // the block used last in front
     std::uint64_t misses = 0;
     std::mt19937 random(3);
-    const auto read = [&] {
-      for (int i = 0; i < 1000; ++i) {
-        const auto block = static_cast<std::uint32_t>(1 + 2 * (random() % (random() % 6 + 1)));
+    const auto read = [&, buffers = buffers, steps = steps] {
+      for (int i = 0; i < steps; ++i) {
+        // Every other block, as those in order are read ahead.
+        const auto block =
+            static_cast<std::uint32_t>(3 + 2 * (random() % (random() % (2 * buffers + 2) + 1)));
         std::string out(ScratchTable::kRecordBytes, '?');
         const std::uint32_t recno = (block - 1) * ScratchTable::kRecordsPerBlock + 1;
         ASSERT_EQ(0, lib.dDgetrec(table, recno, out.data()));
@@ -71,6 +74,22 @@ TEST(Calls, the_block_used_longest_ago_makes_room) {
     const std::uint64_t calls = calls_of(read);
     EXPECT_EQ(misses, calls) << buffers;
   }
+}
+
+TEST(Calls, blocks_read_ahead_and_never_used_make_room_before_any_that_was) {
+  ScratchTable scratch;
+  scratch.append(1, kRecords);
+  OpenTable table(scratch.block, scratch.name, 0, 8);
+  // 1 and 29 bring three blocks behind them, which go for 28 and 29, and for 40, 42 and 44.
+  const auto read = [&](std::initializer_list<std::uint32_t> blocks) {
+    std::string out(ScratchTable::kRecordBytes, '?');
+    for (const std::uint32_t block : blocks) {
+      const std::uint32_t recno = (block - 1) * ScratchTable::kRecordsPerBlock + 1;
+      ASSERT_EQ(0, lib.dDgetrec(table, recno, out.data()));
+    }
+  };
+  EXPECT_EQ(10u, calls_of([&] { read({1, 20, 22, 24, 26, 28, 29, 40, 42, 44}); }));
+  EXPECT_EQ(0u, calls_of([&] { read({22, 24, 26, 28, 29}); }));
 }
 
 TEST(Calls, changed_blocks_are_written_together) {
