@@ -1,21 +1,17 @@
 // Any text as an expression, under some dialect and settings, over a table with a field of every
 // type and any bytes for a record.
 
-#include <unistd.h>
-
-#include <algorithm>
 #include <array>
-#include <cstdint>
-#include <cstdlib>
-#include <filesystem>
-#include <span>
-#include <string>
 #include <string_view>
-#include <vector>
 
+#include "folder.h"
 #include "vqdbsys.h"
 
 namespace {
+
+using vqdb::fuzz::Folder;
+using vqdb::fuzz::Input;
+using vqdb::fuzz::take_byte;
 
 constexpr std::array<std::uint32_t, 7> kDialects = {1, 2, 4, 7, 8, 32776, 16};
 constexpr std::array<std::uint32_t, 6> kKeyForms = {0x01, 0x11, 0x21, 0x101, 0x201, 0x401};
@@ -79,23 +75,6 @@ constexpr auto kWords =
                                      "PADC(",      "PADL(",
                                      "PADR("});
 
-class Folder {
- public:
-  Folder() {
-    path_ = (std::filesystem::temp_directory_path() / "VQFUZZ.XXXXXX").string();
-    if (::mkdtemp(path_.data()) == nullptr) std::abort();
-  }
-  ~Folder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-
-  std::string file(const char* name) const { return path_ + "/" + name; }
-
- private:
-  std::string path_;
-};
-
 VqTable* open_table(const Folder& folder, VqBlock& block) {
   const char* const fields[] = {"NAME", "C10", "CITY",   "C40", "AMOUNT", "N12.2", "RATE", "F8.3",
                                 "DUE",  "D",   "ACTIVE", "L",   "NOTES",  "M",     "BLOB", "B"};
@@ -105,25 +84,14 @@ VqTable* open_table(const Folder& folder, VqBlock& block) {
   return dDopen(&block, name.c_str(), 0, 1);
 }
 
-// Takes bytes off the front of an input that never runs dry.
-struct Input {
-  std::span<const std::uint8_t> bytes;
-
-  std::uint8_t take() {
-    if (bytes.empty()) return 0;
-    const std::uint8_t byte = bytes.front();
-    bytes = bytes.subspan(1);
-    return byte;
-  }
-  template <typename T, std::size_t n>
-  T choose(const std::array<T, n>& from) {
-    return from[take() % n];
-  }
-};
+template <typename T, std::size_t n>
+T choose(Input& input, const std::array<T, n>& from) {
+  return from[take_byte(input) % n];
+}
 
 std::string take_text(Input& input, bool in_words) {
   std::string text;
-  for (std::uint8_t byte = input.take(); byte != 0; byte = input.take()) {
+  for (std::uint8_t byte = take_byte(input); byte != 0; byte = take_byte(input)) {
     if (in_words && byte >= 128) {
       text += kWords[(byte - 128U) % kWords.size()];
     } else {
@@ -151,21 +119,21 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static VqBlock block = {};
   static VqTable* const table = open_table(folder, block);
 
-  Input input{{data, size}};
-  block.kind = input.choose(kDialects);
+  Input input(data, size);
+  block.kind = choose(input, kDialects);
   block.detail = 0;
-  const std::uint8_t settings = input.take();
+  const std::uint8_t settings = take_byte(input);
   dUsetexact(&block, settings & 1);
   dUsetcent(&block, settings >> 1 & 1);
   dUsetdate(&block, settings >> 2 & 7);
   const bool bound = (settings & 32) == 0;
   const bool in_words = (settings & 64) == 0;
-  const std::uint32_t key_form = input.choose(kKeyForms);
-  const std::int32_t max = input.choose(kLimits);
+  const std::uint32_t key_form = choose(input, kKeyForms);
+  const std::int32_t max = choose(input, kLimits);
   const std::string text = take_text(input, in_words);
 
   std::vector<char> record(static_cast<std::size_t>(dDreclen(table)), ' ');
-  std::copy_n(input.bytes.begin(), std::min(input.bytes.size(), record.size()), record.begin());
+  std::copy_n(input.begin(), std::min(input.size(), record.size()), record.begin());
 
   VqExpr* expr = nullptr;
   char type = 0;

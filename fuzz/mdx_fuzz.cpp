@@ -6,13 +6,18 @@
 namespace {
 
 constexpr std::size_t kListEntry = 19;
+constexpr std::int32_t kUnique = 4096;
 
 class Subject : public vqdb::fuzz::IndexSubject {
  public:
-  Subject() : IndexSubject({dXgetrno, dXputkey, dXrmkey, dXnxtkey, dXprvkey}, ".MDX") {}
+  Subject()
+      : IndexSubject({dXgetrno, dXputkey, dXrmkey, dXnxtkey, dXprvkey, dXrewind, dXforwrd, dXkeylen,
+                      dXkeytyp, dXcheck},
+                     ".MDX") {}
 
-  void run(const std::uint8_t* data, std::size_t size) {
-    const std::uint32_t mode = take(data, size);
+  void run(vqdb::fuzz::Input input) {
+    const std::uint8_t choice = input.empty() ? std::uint8_t{0} : input[0];
+    const std::uint32_t mode = begin(input);
     VqIndex* const file = dXopen(table(), name(), mode, 4);
     if (file == nullptr) return;
     std::array<char, 47 * kListEntry> list;
@@ -21,13 +26,13 @@ class Subject : public vqdb::fuzz::IndexSubject {
     for (std::int32_t i = 0; i < std::min(tags, 4); ++i) {
       const char* const tag = list.data() + static_cast<std::size_t>(i) * kListEntry + 4;
       use(dXactidx(file, tag));
-      if (data[0] % 8 == 7) dXdeltag(file, tag);
+      if ((choice & 4) != 0) dXdeltag(file, tag);
     }
     dXindex(file, "FUZZED", "NAME", "C10", "AMOUNT > 0");
     use(dXactidx(file, "FUZZED"));
-    dXflush(file);
     dXclose(file);
-    if (data[0] % 8 == 3) dXreindx(table(), name());
+    end();
+    if ((choice & 8) != 0) dXreindx(table(), name());
   }
 
  private:
@@ -36,7 +41,7 @@ class Subject : public vqdb::fuzz::IndexSubject {
     std::array<char, 512> text;
     std::int32_t flags = 0;
     dXexpr(tag, text.data(), static_cast<std::int32_t>(text.size()), &flags);
-    work(tag);
+    work(tag, (flags & kUnique) != 0);
   }
 };
 
@@ -44,6 +49,6 @@ class Subject : public vqdb::fuzz::IndexSubject {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static Subject subject;
-  if (size > 1) subject.run(data, size);
+  subject.run({data, size});
   return 0;
 }

@@ -1,16 +1,9 @@
 // Any bytes as a table: opened under some dialect, in some mode, with some number of buffers, then
 // described, read and, where the mode lets it, changed in every way.
 
-#include <unistd.h>
-
 #include <array>
-#include <cstdint>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <string>
-#include <vector>
 
+#include "folder.h"
 #include "vqdbsys.h"
 
 namespace {
@@ -27,20 +20,6 @@ constexpr std::array<std::uint32_t, 7> kDialects = {1, 2, 4, 7, 8, 32776, 16};
 constexpr std::array<std::uint32_t, 6> kModes = {0, 1, 2, 4, 3, 5};
 constexpr std::array<std::int32_t, 5> kBuffers = {0, 1, 3, 40, 500};
 constexpr std::uint32_t kSomeRecords = 40;
-
-const std::string& table_path() {
-  // Never destroyed: the handler at exit still reads it.
-  static const std::string& path = *new std::string([] {
-    std::string pattern = (std::filesystem::temp_directory_path() / "VQFUZZ.XXXXXX").string();
-    if (::mkdtemp(pattern.data()) == nullptr) std::abort();
-    std::atexit([] {
-      std::error_code ignored;
-      std::filesystem::remove_all(std::filesystem::path(table_path()).parent_path(), ignored);
-    });
-    return pattern + "/T.DBF";
-  }());
-  return path;
-}
 
 void describe(VqTable* table) {
   char name[11];
@@ -84,18 +63,18 @@ void change(VqTable* table, std::uint32_t count, std::vector<char>& record) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < sizeof(Choices)) return 0;
   const Choices choices{data[0], data[1], data[2], data[3]};
-  std::ofstream(table_path(), std::ios::binary | std::ios::trunc)
-      .write(reinterpret_cast<const char*>(data + sizeof(Choices)),
-             static_cast<std::streamsize>(size - sizeof(Choices)));
+  static const vqdb::fuzz::Folder folder;
+  static const std::string path = folder.file("T.DBF");
+  vqdb::fuzz::write_file(path, vqdb::fuzz::Input(data, size).subspan(sizeof(Choices)));
 
   VqBlock block;
   if (DBinit(&block, kDialects[choices.dialect % kDialects.size()]) != 0) std::abort();
   block.runtime_flags = choices.flags % 4;
   const std::int32_t buffers = kBuffers[choices.buffers % kBuffers.size()];
-  dDmode(&block, table_path().c_str());
-  dDbuffs(&block, table_path().c_str(), buffers);
+  dDmode(&block, path.c_str());
+  dDbuffs(&block, path.c_str(), buffers);
   VqTable* const table =
-      dDopen(&block, table_path().c_str(), kModes[choices.mode % kModes.size()], buffers);
+      dDopen(&block, path.c_str(), kModes[choices.mode % kModes.size()], buffers);
   if (table == nullptr) return 0;
   describe(table);
   std::vector<char> record(static_cast<std::size_t>(dDreclen(table)));
@@ -104,7 +83,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   read(table, count, record);
   change(table, count, record);
   dDclose(table);
-  // A file as large as a wild record count makes it is not worth its blocks on the disk.
-  if (std::filesystem::file_size(table_path()) > 1 << 20) std::filesystem::remove(table_path());
+  folder.clear();
   return 0;
 }

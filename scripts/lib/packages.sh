@@ -19,6 +19,9 @@ wine64_needs=(wine64=/usr/lib/wine/wine64)
 reader_needs=(libdbd-xbase-perl=/usr/share/perl5/XBase.pm)
 full_reader_needs=(gdal-bin=ogr2ogr)
 reference_needs=(doxygen=doxygen)
+# The benchmarks, and the programs beside which vqdb is measured.
+bench_needs=(libbenchmark-dev=/usr/include/benchmark/benchmark.h libsqlite3-dev=/usr/include/sqlite3.h
+  gdal-bin=ogr2ogr sqlite3=sqlite3 strace=strace)
 root_needs=(debootstrap=debootstrap)
 fuzz_needs=(clang=clang++)
 

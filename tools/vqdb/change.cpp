@@ -46,12 +46,22 @@ std::unique_ptr<VqBlock> working_block(const Header& header) {
   return block;
 }
 
+TableLock::TableLock(const std::string& path, const Header& header)
+    : block_(working_block(header)), table_(dDopen(block_.get(), path.c_str(), kShared, 1)) {
+  if (table_ == nullptr) stop_unopened(*block_, path);
+  const int32_t result = patiently([&] { return dDlkfil(table_); });
+  if (result == VQ_OK) return;
+  dDclose(table_);
+  require(*block_, result, path);
+}
+
+TableLock::~TableLock() { dDclose(table_); }
+
 Change::Change(const std::string& table, const std::vector<std::string>& indexes)
     : path_(find_table(table)),
       memo_name_(split_at_semicolon(table).second),
       header_(read_header(path_)),
       group_(index_group_of(path_, header_, indexes)),
-      lock_block_(working_block(header_)),
       block_(working_block(header_)) {
   if (header_.hides_records()) {
     stop_failed("{}: the header counts {} records, the file holds {}; a change would lose some",
@@ -64,7 +74,7 @@ Change::Change(const std::string& table, const std::vector<std::string>& indexes
     }
   }
   try {
-    lock_table();
+    lock_.emplace(path_, header_);
     lock_indexes();
     open();
   } catch (...) {
@@ -80,20 +90,15 @@ Change::~Change() {
   release();
 }
 
-void Change::lock_table() {
-  lock_ = dDopen(lock_block_.get(), path_.c_str(), kShared, 1);
-  if (lock_ == nullptr) stop_unopened(*lock_block_, path_);
-  require(*lock_block_, patiently([&] { return dDlkfil(lock_); }), path_);
-}
-
 // Others who read along wait while the indexes are rewritten.
 void Change::lock_indexes() {
   for (const IndexFile& file : group_) {
     const bool is_mdx = file.kind == VQ_KIND_MDX;
-    VqIndex* const index = (is_mdx ? dXopen : dNopen)(lock_, file.path.c_str(), kShared, 4);
-    if (index == nullptr) stop_unopened(*lock_block_, file.path);
+    VqIndex* const index =
+        (is_mdx ? dXopen : dNopen)(lock_->table(), file.path.c_str(), kShared, 4);
+    if (index == nullptr) stop_unopened(lock_->block(), file.path);
     index_locks_.push_back({index, is_mdx ? dXclose : dNclose});
-    require(*lock_block_, patiently([&] { return (is_mdx ? dXlkfil : dNlkfil)(index); }),
+    require(lock_->block(), patiently([&] { return (is_mdx ? dXlkfil : dNlkfil)(index); }),
             file.path);
   }
 }
@@ -127,9 +132,21 @@ void Change::back_up() {
   for (const IndexFile& file : group_) backups_.emplace_back(file.path);
 }
 
+void Change::update(std::uint32_t recno, const char* old, const char* record) {
+  const int32_t result = DBupdrec(database_, recno, record);
+  if (result == VQ_OK) return;
+  const std::string place = fmt::format("{}: record {}", path_, recno);
+  const std::string why = words_of(result, block_->detail);
+  if (backups_.empty() && DBupdrec(database_, recno, old) != VQ_OK) {
+    stop_failed("{}: {}; check --repair mends what is left of it", place, why);
+  }
+  stop_failed("{}: {}", place, why);
+}
+
 void Change::commit() {
-  VqDatabase* const database = std::exchange(database_, nullptr);
-  const int32_t result = DBclose(database);
+  int32_t result = DBflush(database_);  // in the order that back_up() tells of
+  const int32_t closed = DBclose(std::exchange(database_, nullptr));
+  if (result == VQ_OK) result = closed;
   require(*block_, result, path_);
   for (FileBackup& backup : backups_) backup.forget();
 }
@@ -145,7 +162,7 @@ void Change::leave_indexes() {
 
 void Change::release() {
   leave_indexes();
-  if (lock_ != nullptr) dDclose(std::exchange(lock_, nullptr));
+  lock_.reset();
 }
 
 }  // namespace tool

@@ -16,6 +16,23 @@
 
 namespace tool {
 
+// Keeps others from changing a table, in any of its records and indexes.
+class TableLock {
+ public:
+  // Ends the command when somebody else is at it for seconds.
+  TableLock(const std::string& path, const Header& header);
+  ~TableLock();
+  TableLock(const TableLock&) = delete;
+  TableLock& operator=(const TableLock&) = delete;
+
+  VqBlock& block() const { return *block_; }
+  VqTable* table() const { return table_; }
+
+ private:
+  std::unique_ptr<VqBlock> block_;
+  VqTable* table_ = nullptr;
+};
+
 class Change {
  public:
   // Opens the table and its group and keeps others from changing them. Ends the command when
@@ -33,8 +50,14 @@ class Change {
   VqMemo* memo() const { return memo_; }
   const std::vector<IndexFile>& group() const { return group_; }
 
-  // To be called before the first of several steps.
+  // To be called before the first of several steps, and before a memo is rewritten in its place. A
+  // record that is appended, updated or marked by itself needs none: its new memos stand behind the
+  // old ones, and then the table is written, and then each index, in one step that is done or not
+  // begun. Whoever is killed on the way leaves sound files; at worst an index lacks the key of the
+  // last record or has an old one of it, which a check tells and mends.
   void back_up();
+  // Rewrites a record. Where that fails the old one is written again, unless a backup is there.
+  void update(std::uint32_t recno, const char* old, const char* record);
   // Lets others read the indexes, which nobody changes without the table.
   void leave_indexes();
   // Lets go of the locks for a build of indexes, which takes its own.
@@ -43,7 +66,6 @@ class Change {
   void commit();
 
  private:
-  void lock_table();
   void lock_indexes();
   void open();
   void close();
@@ -55,8 +77,7 @@ class Change {
   Header header_;
   std::vector<IndexFile> group_;
   // The handles that hold the locks, and those that work.
-  std::unique_ptr<VqBlock> lock_block_;
-  VqTable* lock_ = nullptr;
+  std::optional<TableLock> lock_;
   struct IndexLock {
     VqIndex* index;
     int32_t(VQ_CALL* close)(VqIndex*);

@@ -32,7 +32,7 @@ constexpr std::array<Kind, 6> kKinds = {{{"MDX", VQ_KIND_MDX, "mdx"},
 
 // A name in an index list may be meant from the working folder or from the table's.
 IndexFile locate(const std::string& table_path, const Kind& kind, const std::string& name) {
-  const std::string file = with_extension(split_at_semicolon(name).first, kind.extension);
+  const std::string file = with_extension(split_at_semicolon(name).first, to_upper(kind.extension));
   const std::string folder = folder_of(table_path);
   for (const std::string& candidate :
        {folder + file, file, folder + file.substr(folder_of(file).size())}) {
@@ -150,6 +150,17 @@ std::uint32_t index_kind_of(std::string_view path) {
 std::string_view keyword_of(std::uint32_t kind) {
   const auto* const found = std::ranges::find(kKinds, kind, &Kind::code);
   return found != kKinds.end() ? found->keyword : "?";
+}
+
+std::string_view extension_of(std::uint32_t kind) {
+  const auto* const found = std::ranges::find(kKinds, kind, &Kind::code);
+  return found != kKinds.end() ? found->extension : "";
+}
+
+bool is_listable(std::string_view name) {
+  return !name.empty() && name.find_first_of(" \t=\r\n") == std::string_view::npos &&
+         std::ranges::none_of(
+             kKinds, [&](const Kind& kind) { return equal_ignoring_case(kind.keyword, name); });
 }
 
 std::vector<IndexFile> index_group_of(const std::string& table_path, const Header& header,

@@ -24,9 +24,13 @@ struct IndexFile {
 std::vector<IndexFile> index_group_of(const std::string& table_path, const Header& header,
                                       const std::vector<std::string>& besides);
 
-// The kind of an index file by its extension, and its name in index lists.
+// The kind of an index file by its extension, its name in index lists, and the extension of its
+// kind.
 std::uint32_t index_kind_of(std::string_view path);
 std::string_view keyword_of(std::uint32_t kind);
+std::string_view extension_of(std::uint32_t kind);
+// Whether an index list can hold the name.
+bool is_listable(std::string_view name);
 
 // An index, or a tag of one, as `info` and `index list` tell of it.
 struct IndexFacts {

@@ -110,4 +110,17 @@ bool Walk::next() {
   return false;
 }
 
+std::vector<std::uint32_t> matching_records(const Table& table, const Selection& selection,
+                                            const std::function<bool(const Walk&)>& wanted) {
+  Warnings warnings(false);
+  Progress progress("looking");
+  Walk walk(table, selection, warnings, progress);
+  std::vector<std::uint32_t> found;
+  while (walk.next()) {
+    if (wanted(walk)) found.push_back(walk.recno());
+  }
+  warnings.finish();
+  return found;
+}
+
 }  // namespace tool

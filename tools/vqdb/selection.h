@@ -3,6 +3,7 @@
 #define VQDB_SELECTION_H_
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -63,6 +64,11 @@ class Walk {
   std::uint64_t delivered_ = 0;
   std::uint64_t looked_at_ = 0;
 };
+
+// The numbers of the records that a selection asks for, and of those that `wanted` says yes to.
+std::vector<std::uint32_t> matching_records(
+    const Table& table, const Selection& selection,
+    const std::function<bool(const Walk&)>& wanted = [](const Walk&) { return true; });
 
 }  // namespace tool
 

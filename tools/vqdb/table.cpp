@@ -11,10 +11,11 @@
 namespace tool {
 namespace {
 
-// Reading looks at the table once from start to end: a block at a time, many blocks in memory only
-// where an index leads to and fro.
+// Most commands look at each record once, from start to end. The shared modes read a block at a
+// time, so that nobody's change is missed between two looks; here none would be, and many are read at
+// once.
 constexpr int kBuffers = 64;
-constexpr std::uint32_t kReadOnlyShared = VQ_OPEN_READ_ONLY | VQ_OPEN_SHARED_CACHED;
+constexpr std::uint32_t kMode = VQ_OPEN_READ_ONLY;
 
 constexpr std::uint8_t kFoxproMemo = 0xF5;
 constexpr std::uint8_t kDbase4Memo = 0x8B;
@@ -54,7 +55,7 @@ Table::Table(const std::string& name, const TextOptions& texts)
       header_(read_header(path_)),
       block_(std::make_unique<VqBlock>()) {
   require(*block_, DBinit(block_.get(), dialect_of(header_)), path_);
-  handle_ = dDopen(block_.get(), path_.c_str(), kReadOnlyShared, kBuffers);
+  handle_ = dDopen(block_.get(), path_.c_str(), kMode, kBuffers);
   if (handle_ == nullptr) {
     stop_failed("{}: version 0x{:02X} ({}): {}", path_, header_.version,
                 name_of_version(header_.version), words_of(block_->result, block_->detail));
@@ -103,9 +104,8 @@ std::size_t Table::field_number(const std::string& name) const {
   return static_cast<std::size_t>(found - fields().begin());
 }
 
-void Table::read(std::uint32_t recno, char* record) const {
-  const int32_t result = dDgetrec(handle_, recno, record);
-  if (result < 0) require(*block_, result, fmt::format("{}: record {}", path_, recno));
+void Table::stop_unread(int32_t result, std::uint32_t recno) const {
+  stop_failed("{}: record {}: {}", path_, recno, words_of(result, block_->detail));
 }
 
 std::string Table::encode(const std::string& text) const {

@@ -46,12 +46,17 @@ class Table {
   const Encoding& encoding() const { return *encoding_; }
 
   // Reads a record, deletion flag and all. The record is the caller's, record_length() bytes.
-  void read(std::uint32_t recno, char* record) const;
+  void read(std::uint32_t recno, char* record) const {
+    if (const int32_t result = dDgetrec(handle_, recno, record); result < 0) {
+      stop_unread(result, recno);
+    }
+  }
 
   // A UTF-8 text, such as an expression, in the code page of the table.
   std::string encode(const std::string& text) const;
 
  private:
+  [[noreturn]] void stop_unread(int32_t result, std::uint32_t recno) const;
   void take_fields();
   void count_records();
 

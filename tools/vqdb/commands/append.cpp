@@ -20,7 +20,6 @@ Exit run(const Options& options) {
   const Table reader(options.table, options.texts);
   const std::vector<Assignment> assignments = parse_assignments(reader, options.values);
   Change change(options.table, options.indexes);
-  if (writes_memo(assignments)) change.back_up();
   FieldWriter writer(reader.encoding(), options.cut, change.memo(), is_dbase3(reader.header()),
                      &change.block());
   std::string record(reader.record_length(), ' ');
@@ -33,7 +32,7 @@ Exit run(const Options& options) {
   }
   std::uint32_t recno = 0;
   const int32_t result = DBapprec(change.database(), record.data(), &recno);
-  if (result != VQ_OK && recno != 0 && !writes_memo(assignments)) {
+  if (result != VQ_OK && recno != 0) {
     stop_failed("{}: {}; record {} is appended, but not in every index: index rebuild mends that",
                 reader.path(), words_of(result, change.block().detail), recno);
   }

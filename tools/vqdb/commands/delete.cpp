@@ -24,17 +24,10 @@ constexpr Marking kDelete = {"deleted", true, DBdelrec};
 constexpr Marking kRecall = {"recalled", false, DBrclrec};
 
 std::vector<std::uint32_t> matching(const Options& options, const Table& table, bool wanted_state) {
-  Warnings warnings(false);
-  Progress progress("looking");
   Selection selection = options.selection;
   selection.deleted = true;
-  Walk walk(table, selection, warnings, progress);
-  std::vector<std::uint32_t> found;
-  while (walk.next()) {
-    if (walk.is_deleted() != wanted_state) found.push_back(walk.recno());
-  }
-  warnings.finish();
-  return found;
+  return matching_records(table, selection,
+                          [&](const Walk& walk) { return walk.is_deleted() != wanted_state; });
 }
 
 Exit mark(const Options& options, const Marking& marking) {

@@ -55,6 +55,9 @@ Exit create(const Options& options) {
     stop_usage("{}: only a tag of an MDX file can have --for or --descending", options.index);
   }
   if (name.kind == VQ_KIND_NDX && options.dbase3) name.kind = VQ_KIND_NDX3;
+  if (!can_list(table.path(), {name.kind, name.path, true})) {
+    stop_usage("{}: a table's list of indexes takes no name with blanks or =", name.path);
+  }
   const bool was_there = find_file(name.path).has_value();
   if (name.kind != VQ_KIND_MDX && was_there) {
     stop_usage("{} is there already (index drop removes it)", name.path);
@@ -75,6 +78,7 @@ Exit create(const Options& options) {
   }
   change.commit();
   // As it is now: others may have added to it.
+  const TableLock lock(table.path(), table.header());
   std::vector<IndexFile> group = index_group_of(table.path(), table.header(), options.indexes);
   const std::string path = find_file(name.path).value_or(name.path);
   if (std::ranges::none_of(
@@ -110,7 +114,8 @@ Exit drop(const Options& options) {
   const Table table(options.table, options.texts);
   const IndexName name = parse_index_name(table.path(), options.index);
   if (!find_file(name.path)) stop_failed("{}: there is no such index file", name.path);
-  { const Change change(options.table, {}); }  // nobody else is at work
+  { const Change change(options.table, {}); }  // all of it is there, and nobody at work
+  const TableLock lock(table.path(), table.header());
   if (!name.tag.empty()) {
     drop_tag(table, name.path, name.tag);
   } else {

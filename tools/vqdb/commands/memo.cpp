@@ -75,10 +75,11 @@ Exit set(const Options& options) {
   const Field& field = memo_field(table, options.field);
   const std::string text = options.text == "-" ? read_input() : options.text;
   Change change(options.table, options.indexes);
-  change.back_up();
+  if (!is_dbase3(table.header())) change.back_up();  // whose memos are rewritten in their places
   std::string record(table.record_length(), ' ');
   require(change.block(), dDgetrec(change.table(), options.record, record.data()),
           fmt::format("{}: record {}", table.path(), options.record));
+  const std::string old = record;
   FieldWriter writer(table.encoding(), false, change.memo(), is_dbase3(table.header()),
                      &change.block());
   try {
@@ -87,7 +88,7 @@ Exit set(const Options& options) {
     stop_failed("{}: record {}, field {}: {}", table.path(), options.record, field.name,
                 misfit.why);
   }
-  require(change.block(), DBupdrec(change.database(), options.record, record.data()), table.path());
+  change.update(options.record, old.data(), record.data());
   change.commit();
   return Exit::done;
 }

@@ -52,7 +52,10 @@ Exit run(const Options& options) {
   if (const auto list = find_file(replace_extension(name, "dd"))) backups.emplace_back(*list);
   try {
     // What is not in the list would go on with the old record numbers.
-    if (!group.empty()) write_index_list(folder + name, group);
+    if (!group.empty()) {
+      const TableLock lock(name, header);
+      write_index_list(folder + name, group);
+    }
     const auto block = working_block(header);
     Progress progress("packing");
     {

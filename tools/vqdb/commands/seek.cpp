@@ -22,21 +22,26 @@ Exit run(const Options& options) {
   const std::vector<std::size_t> fields = field_numbers(table, options.selection.fields);
   RecordReader reader(table, options.texts, warnings);
   std::string record(table.record_length(), ' ');
+  std::vector<std::uint32_t> found;
+  bool some_deleted = false;
+  for (std::uint32_t recno = 0; order.next(recno);) {
+    table.read(recno, record.data());
+    some_deleted |= record[0] == '*';
+    found.push_back(recno);
+  }
   std::vector<Value> values;
-  std::uint64_t found = 0;
-  {
+  if (!found.empty()) {
     Screen screen;
-    Grid grid(shape_of(table, fields, true), screen);
-    for (std::uint32_t recno = 0; order.next(recno);) {
+    Grid grid(shape_of(table, fields, some_deleted), screen);
+    for (const std::uint32_t recno : found) {
       table.read(recno, record.data());
       reader.read(record.data(), recno, fields, values);
-      ++found;
       if (!grid.add({recno, record[0] == '*', values})) break;
     }
-    if (found > 0) grid.finish();
+    grid.finish();
   }
   warnings.finish();
-  return found == 0 ? Exit::no : Exit::done;
+  return found.empty() ? Exit::no : Exit::done;
 }
 
 }  // namespace

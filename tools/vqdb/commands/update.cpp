@@ -30,13 +30,14 @@ class Updates {
   }
 
   // All of them are computed from the record as it was.
-  void apply(const Walk& walk, FieldWriter& writer, std::string& record) {
-    record.assign(walk.record(), table_.record_length());
+  void apply(const std::string& old, std::uint32_t recno, FieldWriter& writer,
+             std::string& record) {
+    record = old;
     for (std::size_t i = 0; i < fields_.size(); ++i) {
       try {
-        writer.put(fields_[i], show(expressions_[i]->run(walk.record())), record.data());
+        writer.put(fields_[i], show(expressions_[i]->run(old.data())), record.data());
       } catch (const Misfit& misfit) {
-        stop_failed("{}: record {}, field {}: {}; nothing was changed", table_.path(), walk.recno(),
+        stop_failed("{}: record {}, field {}: {}; nothing was changed", table_.path(), recno,
                     fields_[i].name, misfit.why);
       }
     }
@@ -53,22 +54,24 @@ Exit run(const Options& options) {
   const std::vector<Assignment> assignments = parse_assignments(table, options.values);
   Updates updates(table, assignments);
   Change change(options.table, options.indexes);
+  const std::vector<std::uint32_t> records = matching_records(table, options.selection);
   FieldWriter writer(table.encoding(), options.cut, change.memo(), is_dbase3(table.header()),
                      &change.block());
-  Warnings warnings(false);
+  const bool is_one_step =
+      records.size() == 1 && (!writes_memo(assignments) || is_dbase3(table.header()));
+  if (!records.empty() && !is_one_step) change.back_up();
   Progress progress("updating");
-  Walk walk(table, options.selection, warnings, progress);
+  std::string old(table.record_length(), ' ');
   std::string record;
   std::uint64_t count = 0;
-  while (walk.next()) {
-    if (count++ == 0) change.back_up();
-    updates.apply(walk, writer, record);
-    require(change.block(), DBupdrec(change.database(), walk.recno(), record.data()),
-            fmt::format("{}: record {}", table.path(), walk.recno()));
+  for (const std::uint32_t recno : records) {
+    table.read(recno, old.data());
+    updates.apply(old, recno, writer, record);
+    change.update(recno, old.data(), record.data());
+    progress.at(++count, records.size());
   }
   progress.look(1, 1);
   change.commit();
-  warnings.finish();
   fmt::print("{}: {} updated{}\n", table.path(), records_text(count), cuts_text(writer.cuts()));
   return count == 0 ? Exit::no : Exit::done;
 }
