@@ -87,6 +87,7 @@ std::string CheckedGroup::record(VqDatabase* database, std::size_t number) {
                 static_cast<char>('a' + number * 7 % 26), static_cast<double>(number) * 1.5, day,
                 number % 2 == 0 ? 'T' : 'F', "", "");
   text.pop_back();
+  memo_result = 0;
   const auto write = [&](std::size_t at, const std::string& note) {
     auto* const handle = static_cast<VqMemo*>(memo.handle);
     const bool dbase4 = memo.kind == 2;
@@ -94,8 +95,7 @@ std::string CheckedGroup::record(VqDatabase* database, std::size_t number) {
         dbase4
             ? lib.dTnewmm(handle, 0, static_cast<std::int32_t>(note.size()), note.data(), &text[at])
             : lib.dTnewmm3(handle, 0, 0, note.c_str(), &text[at]);
-    // While somebody else has the memo file the field stays blank.
-    EXPECT_TRUE(result == 0 || result == VQ_E_FILE_LOCKED) << result;
+    if (result != 0) memo_result = result;
   };
   if (number % 3 == 1) write(28, "note " + std::to_string(number) + std::string(number * 60, 'n'));
   if (number % 4 == 1) write(38, "more " + std::to_string(number));

@@ -56,7 +56,8 @@ class CheckedGroup {
   void create();
   void fill(std::size_t records = kRecords);
   VqDatabase* open(std::uint32_t mode = 0);
-  // A record with memos of its number; nothing is written but the memos.
+  // A record with memos of its number; nothing is written but the memos. One that cannot be, as
+  // `memo_result` tells, leaves its field blank.
   std::string record(VqDatabase* database, std::size_t number);
   Report check(const VqCheckOptions* options = nullptr) {
     return run_check(lib.DBcheck, block, table(), options);
@@ -67,6 +68,7 @@ class CheckedGroup {
 
   TemporaryFolder folder;
   VqBlock block = {};
+  std::int32_t memo_result = 0;
   std::vector<std::string> index_names;
   std::vector<VqIndexSpec> specs;
 };

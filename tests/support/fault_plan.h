@@ -35,6 +35,27 @@ inline FaultPlan::Filter all_but(platform::Call kind) {
   return [kind](platform::Call call) { return call != kind; };
 }
 
+// While it lives, memory that the language asks for (operator new) fails as well, and is counted
+// with the calls of a plan that counts allocations.
+class FailingObjects {
+ public:
+  explicit FailingObjects(bool fails);
+  ~FailingObjects();
+  FailingObjects(const FailingObjects&) = delete;
+  FailingObjects& operator=(const FailingObjects&) = delete;
+};
+
+// From now on the process dies at the n-th call (from 1) that `counts` selects, as at a power cut:
+// instead of it or, when `half` says so, with half of a write done. For a child process.
+inline constexpr int kCrashed = 77;  // its exit code
+void crash_at(std::uint64_t n, bool half, FaultPlan::Filter counts);
+
+// The calls that change what is on the disk.
+inline bool is_change(platform::Call call) {
+  return call == platform::Call::write || call == platform::Call::create ||
+         call == platform::Call::replace || call == platform::Call::remove;
+}
+
 // What work gave under a plan, and whether the plan struck.
 template <typename Result>
 struct UnderFault {

@@ -1,0 +1,273 @@
+#include "support/histories.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace vqdb::testing {
+namespace {
+
+constexpr std::int32_t kFirstIndexCode = 300;
+
+Step update(std::uint32_t recno, std::size_t number) {
+  return [=](World& world) {
+    const std::string record = world.group.record(world.database, number);
+    if (world.group.memo_result != 0) return world.group.memo_result;
+    return lib.DBupdrec(world.database, recno, record.data());
+  };
+}
+
+Step remove(std::uint32_t recno) {
+  return [=](World& world) { return lib.DBdelrec(world.database, recno); };
+}
+Step recall(std::uint32_t recno) {
+  return [=](World& world) { return lib.DBrclrec(world.database, recno); };
+}
+
+std::int32_t flush(World& world) { return lib.DBflush(world.database); }
+std::int32_t close(World& world) { return world.close(); }
+
+// Work on the table, open alone.
+Step on_table(std::int32_t (*work)(World&, VqTable*)) {
+  return [=](World& world) {
+    VqTable* const table = lib.dDopen(&world.group.block, world.group.table().c_str(), 0, 1);
+    if (table == nullptr) return std::int32_t{world.group.block.result};
+    const std::int32_t result = work(world, table);
+    const std::int32_t closed = lib.dDclose(table);
+    return result != 0 ? result : closed;
+  };
+}
+
+void delete_some(World& world) {
+  EXPECT_EQ(0, world.open(0));
+  for (const std::uint32_t recno : {2U, 5U, 12U}) {
+    EXPECT_EQ(0, lib.DBdelrec(world.database, recno));
+  }
+  EXPECT_EQ(0, world.close());
+}
+
+void lose_memos(World& world) {
+  EXPECT_EQ(0, world.open(0));
+  EXPECT_EQ(0, update(1, 61)(world));
+  EXPECT_EQ(0, world.close());
+}
+
+void damage(World& world) {
+  write_bytes(world.group.file("ITEMS.DBF"), 4, "\x03");
+  write_bytes(world.group.file("ITEMS.DBT"), 2, "\x7F");
+  write_bytes(world.group.file("BYNAME.NDX"), 1024, "\x77");
+}
+
+struct Alone {
+  const char* name;
+  void (*prepare)(World&);
+  Step step;
+  std::int32_t may_find = 0;
+};
+
+std::vector<Alone> operations_alone() {
+  const auto on_group = [](std::int32_t (*work)(CheckedGroup&)) {
+    return [=](World& world) { return work(world.group); };
+  };
+  return {
+      {"insert", nullptr, on_table([](World&, VqTable* table) {
+         std::string record(CheckedGroup::kRecordBytes, ' ');
+         record.replace(1, 3, "new");
+         return lib.dDinsrec(table, 4, record.data());
+       }),
+       VQ_F_MEMO_SHARED},
+      {"remove", nullptr, on_table([](World&, VqTable* table) { return lib.dDrmrec(table, 4); }),
+       VQ_F_MEMO_SHARED},
+      {"pack_table", delete_some, on_group([](CheckedGroup& group) {
+         return lib.dDpack(&group.block, group.table().c_str());
+       })},
+      {"sort", nullptr, on_group([](CheckedGroup& group) {
+         return lib.dDsort(&group.block, group.table().c_str(), group.file("OTHER").c_str(),
+                           "QTY/D");
+       })},
+      {"copy", nullptr, on_group([](CheckedGroup& group) {
+         return lib.DBcopy(&group.block, group.table().c_str(), group.file("OTHER").c_str());
+       })},
+      {"join", nullptr, on_group([](CheckedGroup& group) {
+         return lib.dDcat(&group.block, group.file("OTHER").c_str(), group.table().c_str());
+       })},
+      {"pack", delete_some, on_group([](CheckedGroup& group) {
+         return lib.DBpack(&group.block, group.table().c_str());
+       })},
+      {"compact", lose_memos, on_group([](CheckedGroup& group) {
+         return lib.DBcompact(&group.block, group.table().c_str());
+       })},
+      {"repair", damage, [](World& world) { return world.repair().result; }},
+      {"check", nullptr, on_group([](CheckedGroup& group) { return group.check().result; })},
+      {"build", nullptr, on_table([](World& world, VqTable* table) {
+         return lib.dNindex(table, world.group.index_names[0].c_str(), "NAME+SPACE(80)", 0);
+       })},
+      {"rebuild", nullptr, on_table([](World& world, VqTable* table) {
+         return lib.dNreindex(table, world.group.index_names[0].c_str());
+       })},
+      {"build_tag", nullptr, on_table([](World& world, VqTable* table) {
+         return lib.dXezindx(table, world.group.table().c_str(), "DUES", "DUE", nullptr, 0);
+       })},
+      {"rebuild_tags", nullptr, on_table([](World& world, VqTable* table) {
+         return lib.dXreindx(table, world.group.table().c_str());
+       })},
+  };
+}
+
+}  // namespace
+
+World::World(std::uint32_t kind) : group(kind), kind_(kind) {
+  group.create();
+  group.fill();
+  if (kind != 1) {
+    VqTable* const table = lib.dDopen(&group.block, group.table().c_str(), 0, 4);
+    EXPECT_EQ(0, lib.dXezindx(table, mdx_.c_str(), "QTYS", "QTY", nullptr, 2));
+    EXPECT_EQ(0, lib.dXezindx(table, mdx_.c_str(), "NAMES", "NAME", "PAID", 1));
+    EXPECT_EQ(0, lib.dDclose(table));
+    group.specs.push_back({VQ_KIND_MDX, mdx_.c_str(), 4, nullptr});
+  }
+  EXPECT_EQ(0, lib.DBclose(group.open()));  // which writes the list
+  keep();
+}
+
+void World::keep() {
+  for (const std::string& name : group.folder.list()) files_[name] = read_file(group.file(name));
+}
+
+void World::restore() {
+  for (const std::string& name : group.folder.list()) {
+    if (files_.count(name) == 0) std::filesystem::remove(group.file(name));
+  }
+  for (const auto& [name, bytes] : files_) write_file(group.file(name), bytes);
+}
+
+// Table and memo file by themselves: what belongs to a pack that was cut off opens as no group.
+Atoms World::read() {
+  Atoms atoms;
+  const bool dbase4 = kind_ != 1;
+  VqTable* const table = lib.dDopen(&group.block, group.table().c_str(), 1, 4);
+  VqMemo* const memo = (dbase4 ? lib.dTopen : lib.dTopen3)(&group.block, group.table().c_str(), 1);
+  EXPECT_TRUE(table != nullptr && memo != nullptr) << int32_t{group.block.detail};
+  if (table == nullptr || memo == nullptr) return atoms;
+  std::string record(CheckedGroup::kRecordBytes, '\0');
+  for (std::uint32_t recno = 1; lib.dDgetrec(table, recno, record.data()) == 0; ++recno) {
+    atoms.insert(record.substr(0, 28));
+    for (const std::size_t field : {std::size_t{28}, std::size_t{38}}) {
+      const char* const place = &record[field];
+      if (record.substr(field, 10).find_first_not_of(' ') == std::string::npos) continue;
+      std::int32_t size = 0;
+      EXPECT_EQ(0, (dbase4 ? lib.dTmemosz : lib.dTmemsz3)(memo, place, &size));
+      std::string text(static_cast<std::size_t>(size) + 1, '\0');
+      EXPECT_EQ(0, (dbase4 ? lib.dTgetmm : lib.dTgetmm3)(memo, place, 0, size, text.data(), &size,
+                                                         nullptr));
+      text.resize(static_cast<std::size_t>(size));
+      atoms.insert(std::to_string(field) + text);
+    }
+  }
+  EXPECT_EQ(0, (dbase4 ? lib.dTclose : lib.dTclose3)(memo));
+  EXPECT_EQ(0, lib.dDclose(table));
+  return atoms;
+}
+
+std::string World::errors(std::int32_t may_find) {
+  const Report report = group.check();
+  std::string text = report.result < 0 ? std::to_string(report.result) : "";
+  for (const Finding& finding : report.findings) {
+    if (finding.severity < VQ_SEVERITY_ERROR || finding.code >= kFirstIndexCode) continue;
+    if (finding.code == VQ_F_COUNT_LOW || finding.code == may_find) continue;
+    text += std::to_string(finding.code) + " " + finding.file + ": " + finding.text + "\n";
+  }
+  return text;
+}
+
+std::vector<std::string> World::leftovers() {
+  std::vector<std::string> left;
+  for (const std::string& name : group.folder.list()) {
+    const bool is_ours =
+        name.find_first_of("~$") != std::string::npos || name.find(".VQT") != std::string::npos;
+    if (is_ours) left.push_back(name);
+  }
+  return left;
+}
+
+std::int32_t World::open(std::uint32_t mode) {
+  return lib.DBopen(&group.block, group.table().c_str(), mode, 4, 1,
+                    static_cast<std::int32_t>(group.specs.size()), group.specs.data(), &database,
+                    nullptr);
+}
+
+std::int32_t World::close() { return lib.DBclose(std::exchange(database, nullptr)); }
+
+Step append(std::size_t number) {
+  return [=](World& world) {
+    std::uint32_t recno = 0;
+    const std::string record = world.group.record(world.database, number);
+    if (world.group.memo_result != 0) return world.group.memo_result;
+    return lib.DBapprec(world.database, record.data(), &recno);
+  };
+}
+
+std::size_t History::stored(std::size_t done) const {
+  return stores_each || done + 1 >= steps.size() ? done : 0;
+}
+
+std::size_t History::begun(std::size_t done) const {
+  return stores_each ? std::min(done + 1, steps.size()) : steps.size();
+}
+
+std::vector<History> histories() {
+  std::vector<History> all;
+  for (const auto& [kind, mode] :
+       {std::pair(7U, 0U), std::pair(7U, 2U), std::pair(7U, 4U), std::pair(1U, 2U)}) {
+    const Step open = [=, mode = mode](World& world) { return world.open(mode); };
+    all.push_back({"changes",
+                   kind,
+                   mode,
+                   mode != 0,
+                   nullptr,
+                   0,
+                   {open, append(13), append(100), update(3, 49), remove(5), recall(5), append(28),
+                    update(1, 61), append(20), flush, close}});
+  }
+  for (const Alone& alone : operations_alone()) {
+    all.push_back({alone.name, 7, 0, true, alone.prepare, alone.may_find, {alone.step}});
+  }
+  for (const Alone& alone : operations_alone()) {
+    if (alone.prepare != lose_memos && alone.prepare != damage) continue;
+    all.push_back({alone.name, 1, 0, true, alone.prepare, 0, {alone.step}});
+  }
+  return all;
+}
+
+std::string name_of(const History& history) {
+  return history.name + "_dialect" + std::to_string(history.kind) + "_mode" +
+         std::to_string(history.mode);
+}
+
+std::vector<Atoms> states_of(World& world, const History& history) {
+  std::vector<Atoms> states = {world.read()};
+  for (const Step& step : history.steps) {
+    EXPECT_EQ(0, step(world));
+    states.push_back(world.read());
+  }
+  return states;
+}
+
+std::string first_lost(const std::vector<Atoms>& states, std::size_t first, std::size_t last,
+                       const Atoms& now) {
+  Atoms needed = states[first];
+  for (std::size_t i = first + 1; i <= last; ++i) {
+    Atoms both;
+    std::set_intersection(needed.begin(), needed.end(), states[i].begin(), states[i].end(),
+                          std::inserter(both, both.end()));
+    needed.swap(both);
+  }
+  Atoms lost;
+  std::set_difference(needed.begin(), needed.end(), now.begin(), now.end(),
+                      std::inserter(lost, lost.end()));
+  return lost.empty() ? "" : lost.begin()->substr(0, 60);
+}
+
+}  // namespace vqdb::testing
