@@ -1314,6 +1314,7 @@ const char* VQ_CALL vqDetailText(int32_t detail);
 #define VQ_F_ENTRY_RECORD 313     /* E an entry for a record that the table does not have */
 #define VQ_F_KEY_TWICE 314        /* E a unique index holds a key twice */
 #define VQ_F_PAGES_LOST 315       /* N pages that nothing leads to */
+#define VQ_F_INDEX_UNFINISHED 316 /* N a flush was cut off; the next open completes it */
 #define VQ_F_KEY_MISSING 321      /* E the index lacks a record's key */
 #define VQ_F_KEY_EXTRA 322        /* E an entry whose key is not its record's */
 #define VQ_F_RECORD_TWICE 323     /* E a key and its record are entered twice */

@@ -24,6 +24,7 @@ bench_needs=(libbenchmark-dev=/usr/include/benchmark/benchmark.h libsqlite3-dev=
   gdal-bin=ogr2ogr sqlite3=sqlite3 strace=strace)
 root_needs=(debootstrap=debootstrap)
 fuzz_needs=(clang=clang++)
+coverage_needs=(gcovr=gcovr)
 
 say() { printf '%s\n' "$*"; }
 step() { printf '== %s\n' "$*"; }

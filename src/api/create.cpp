@@ -116,19 +116,14 @@ platform::Outcome NewFiles::place(TemporaryFile& first, TemporaryFile& second) {
 }
 
 platform::Outcome NewFiles::replace_both() {
-  const std::array<std::string, 2> targets = {table_.target(), memo_.target()};
-  platform::Outcome placed;
-  for (TemporaryFile* const file : {&table_, &memo_}) {
-    const std::string growing = growing_beside(file->target());
-    (void)platform::remove(growing);  // a crash left it
-    if (placed.ok()) placed = file->put_at(growing);
-    if (placed.ok()) placed = file->file().close();
+  GrowingFiles growing(table::journal_of(path_of(name_, "DBF")), {table_.target(), memo_.target()});
+  platform::Outcome placed = growing.start();
+  for (std::size_t i = 0; placed.ok() && i < 2; ++i) {
+    TemporaryFile& file = i == 0 ? table_ : memo_;
+    placed = file.put_at(growing.path(i));
+    if (placed.ok()) placed = file.file().close();
   }
-  const std::string journal = table::journal_of(path_of(name_, "DBF"));
-  if (placed.ok()) placed = replace_together(journal, targets);
-  if (placed.ok() || platform::exists(journal)) return placed;
-  for (const std::string& target : targets) (void)platform::remove(growing_beside(target));
-  return placed;
+  return placed.ok() ? growing.put_in_place() : placed;
 }
 
 }  // namespace

@@ -21,43 +21,11 @@
 namespace vqdb::check {
 namespace {
 
-// A file that is to take the place of another one, beside it. Removed unless it did, or a journal
-// says that it will.
-class Pending {
- public:
-  Pending(const std::string& target, const std::string& journal)
-      : target_(platform::real_path(target)), path_(growing_beside(target_)), journal_(journal) {}
-  ~Pending() {
-    (void)file_.close();
-    if (made_ && !platform::exists(journal_)) (void)platform::remove(path_);
-  }
-  Pending(const Pending&) = delete;
-  Pending& operator=(const Pending&) = delete;
-
-  platform::Outcome make() {
-    // One that is there is what a crash left.
-    (void)platform::remove(path_);
-    const platform::Outcome outcome = file_.create_replacement(path_, target_);
-    made_ = outcome.ok();
-    return outcome;
-  }
-  platform::Outcome complete() {
-    const platform::Outcome outcome = file_.sync();
-    const platform::Outcome closed = file_.close();
-    return outcome.ok() ? closed : outcome;
-  }
-  void keep() { made_ = false; }
-
-  platform::File& file() { return file_; }
-  const std::string& target() const { return target_; }
-
- private:
-  const std::string target_;
-  const std::string path_;
-  const std::string& journal_;
-  platform::File file_;
-  bool made_ = false;
-};
+// Hands a file to the device, complete.
+Result complete(VqBlock& block, platform::File& file) {
+  const bool kept = file.sync().ok();
+  return file.close().ok() && kept ? Result::ok : fail(block, Result::io, kRepair.detail(1));
+}
 
 // Writes memos one behind the other into a new file.
 class MemoWriter {
@@ -106,6 +74,9 @@ class MemoWriter {
 };
 
 class Compaction {
+  static constexpr std::size_t kTable = 0;
+  static constexpr std::size_t kMemo = 1;
+
  public:
   Compaction(VqBlock& block, const char* name) : block_(block), name_(name) {}
 
@@ -120,33 +91,30 @@ class Compaction {
     const bool is_known = unheard.errors() == 0 && table.facts().wild_references == 0;
     if (!is_known) return fail(block_, Result::bad_format, kCompact.detail(1));
     if (!table.memo_form().is_memo_file) return Result::ok;
-    const std::string journal = table::journal_of(table.file().path());
-    Pending new_memo(table.memo_file().path(), journal);
-    Pending new_table(table.file().path(), journal);
+    std::array<std::string, 2> targets;
+    auto outcome = platform::real_path(table.file().path(), targets[kTable]);
+    if (outcome.ok()) outcome = platform::real_path(table.memo_file().path(), targets[kMemo]);
+    // The table goes first, since others change it more.
+    GrowingFiles growing(table::journal_of(table.file().path()), {targets[kTable], targets[kMemo]});
+    if (outcome.ok()) outcome = growing.start();
+    if (!outcome.ok()) return fail(block_, open_result(outcome.error), kRepair.detail(1));
     std::vector<Patch> patches;
-    result = write_memos(table, new_memo, patches, progress);
-    if (ok(result)) result = write_table(table, new_table, patches);
+    result = write_memos(table, growing, patches, progress);
+    if (ok(result)) result = write_table(table, growing, patches);
     if (ok(result)) result = progress.finish();
-    if (!ok(result)) return result;
-    result = table.confirm_unchanged();
+    if (ok(result)) result = table.confirm_unchanged();
     if (!ok(result)) return result;
     if constexpr (!platform::kReplacesOpenFiles) {
       table.memo_file().close();
       table.file().close();
     }
-    // The table goes first, since others change it more.
-    const std::array<std::string, 2> files = {new_table.target(), new_memo.target()};
-    const platform::Outcome placed = replace_together(journal, files);
-    if (placed.ok()) {
-      new_memo.keep();
-      new_table.keep();
-    }
-    return placed.ok() ? Result::ok : fail(block_, open_result(placed.error), kCompact.detail(2));
+    outcome = growing.put_in_place();
+    return outcome.ok() ? Result::ok : fail(block_, open_result(outcome.error), kCompact.detail(2));
   }
 
  private:
   // Memos lie in the order of the records and, within one, of its fields.
-  Result write_memos(HeldTable& table, Pending& out, std::vector<Patch>& patches,
+  Result write_memos(HeldTable& table, const GrowingFiles& growing, std::vector<Patch>& patches,
                      Progress& progress) {
     std::vector<NamedMemo> memos = table.memo_form().memos;
     std::sort(memos.begin(), memos.end(), [](const NamedMemo& a, const NamedMemo& b) {
@@ -154,11 +122,10 @@ class Compaction {
       const MemoReference& y = b.reference;
       return x.record != y.record ? x.record < y.record : x.field < y.field;
     });
-    if (const auto made = out.make(); !made.ok()) {
-      return fail(block_, open_result(made.error), kRepair.detail(1));
-    }
-    MemoWriter writer(table.memo_file(), table.memo_form(), out.file());
-    Result result = Result::ok;
+    platform::File file;
+    Result result = make(growing, kMemo, file);
+    if (!ok(result)) return result;
+    MemoWriter writer(table.memo_file(), table.memo_form(), file);
     for (const NamedMemo& memo : memos) {
       std::uint64_t place = 0;
       result = writer.copy(memo, place);
@@ -169,17 +136,20 @@ class Compaction {
       patches.push_back({memo.reference.offset_in(table.form()), std::move(text)});
     }
     result = writer.finish();
-    return ok(result) && !out.complete().ok() ? fail(block_, Result::io, kRepair.detail(1))
-                                              : result;
+    return ok(result) ? complete(block_, file) : result;
   }
 
-  Result write_table(HeldTable& table, Pending& out, const std::vector<Patch>& patches) {
-    if (const auto made = out.make(); !made.ok()) {
-      return fail(block_, open_result(made.error), kRepair.detail(1));
-    }
-    const Result result = write_patched(table.file(), table.file().size(), patches, out.file());
-    return ok(result) && !out.complete().ok() ? fail(block_, Result::io, kRepair.detail(1))
-                                              : result;
+  Result write_table(HeldTable& table, const GrowingFiles& growing,
+                     const std::vector<Patch>& patches) {
+    platform::File file;
+    Result result = make(growing, kTable, file);
+    if (ok(result)) result = write_patched(table.file(), table.file().size(), patches, file);
+    return ok(result) ? complete(block_, file) : result;
+  }
+
+  Result make(const GrowingFiles& growing, std::size_t number, platform::File& file) {
+    const auto made = file.create_replacement(growing.path(number), growing.target(number));
+    return made.ok() ? Result::ok : fail(block_, open_result(made.error), kRepair.detail(1));
   }
 
   VqBlock& block_;

@@ -13,7 +13,7 @@ namespace {
 // All other codes are errors.
 constexpr std::array kNotes = {
     VQ_F_END_MARK_MISSING, VQ_F_TAIL,   VQ_F_BLOCKS_LOST, VQ_F_PAGES_LOST,   VQ_F_NOT_COMPARED,
-    VQ_F_BACKUP,           VQ_F_MENDED, VQ_F_REBUILT,     VQ_F_MEMO_UNNAMED,
+    VQ_F_BACKUP,           VQ_F_MENDED, VQ_F_REBUILT,     VQ_F_MEMO_UNNAMED, VQ_F_INDEX_UNFINISHED,
 };
 constexpr std::array kWarnings = {
     VQ_F_RECORD_SLACK,  VQ_F_UPDATE_DATE, VQ_F_FIELD_LETTERS,      VQ_F_FIELDS_END,
@@ -54,7 +54,10 @@ Result complete_index(HeldFile& file, FileFindings& findings, std::uint32_t end)
   bool found = false;
   const Result result = file.take_up_log(end, found);
   if (!ok(result)) return result;
-  if (!found) {
+  if (found) {
+    findings.add(VQ_F_INDEX_UNFINISHED, {},
+                 "A flush stopped; whoever opens the index completes it.");
+  } else {
     findings.add(VQ_F_INDEX_HEADER, {}, "A flush stopped, and nothing tells what is missing.");
   }
   return Result::ok;

@@ -5,7 +5,7 @@
 #include <charconv>
 #include <cstdint>
 #include <string_view>
-#include <vector>
+#include <utility>
 
 #include "frame/bytes.h"
 #include "frame/file_name.h"
@@ -135,11 +135,10 @@ Outcome look_at(const Step& step, State& state) {
   Outcome outcome = sum_of(step.target, sum);
   const bool is_there = outcome.error != Error::not_found;
   if (!is_there) outcome = {};
-  const bool is_new_there = platform::exists(growing_beside(step.target));
-  state = is_new_there && sum == step.before                ? State::ready
-          : !is_new_there && sum == step.after              ? State::taken
-          : is_new_there || !is_there || sum == step.before ? State::lost
-                                                            : State::unknown;
+  state = sum == step.after                                            ? State::taken
+          : sum == step.before                                         ? State::ready
+          : !is_there || platform::exists(growing_beside(step.target)) ? State::lost
+                                                                       : State::unknown;
   return outcome;
 }
 
@@ -148,25 +147,36 @@ Outcome take(const Step& step, State& state) {
   if (!outcome.ok() || state != State::ready) return outcome;
   outcome = platform::replace(growing_beside(step.target), step.target);
   if (outcome.ok()) state = State::taken;
-  // Another process may have been faster.
-  return outcome.error == Error::not_found ? look_at(step, state) : outcome;
+  if (outcome.error != Error::not_found) return outcome;
+  // Another process has been faster, or someone has removed the new file.
+  outcome = look_at(step, state);
+  if (state == State::ready) state = State::lost;
+  return outcome;
 }
 
-// `done` tells whether the files are the new ones.
-Outcome take_steps(const std::string& journal, const std::vector<Step>& steps, bool& done) {
-  done = true;
+enum class Done : std::uint8_t { nothing, part, all };
+
+// After a failure `done` tells how far it came, as far as that is known.
+Outcome take_steps(const std::string& journal, const std::vector<Step>& steps, Done& done) {
+  done = Done::nothing;
   for (const Step& step : steps) {
     State state = State::lost;
     const Outcome outcome = take(step, state);
-    if (outcome.ok() && state == State::taken) continue;
+    if (outcome.ok() && state == State::taken) {
+      done = Done::part;
+      continue;
+    }
     // Another process may have completed everything meanwhile, and gone on.
-    if (!platform::exists(journal)) return {};
+    if (!platform::exists(journal)) {
+      done = Done::all;
+      return {};
+    }
     if (!outcome.ok()) return outcome;
-    done = false;
     // The first file may have been replaced, and changed since: then the others belong to it.
-    const bool none_taken = &step == &steps.front() && state == State::lost;
+    const bool none_taken = done == Done::nothing && state == State::lost;
     return none_taken ? forget(journal, steps) : Outcome{Error::other, 0};
   }
+  done = Done::all;
   return forget(journal, {});
 }
 
@@ -174,29 +184,50 @@ Outcome take_steps(const std::string& journal, const std::vector<Step>& steps, b
 
 std::string growing_beside(const std::string& target) { return target + "$NEW"; }
 
-Outcome replace_together(const std::string& journal, std::span<const std::string> targets) {
-  const std::string_view directory = directory_of(journal);
+GrowingFiles::GrowingFiles(std::string journal, std::vector<std::string> targets)
+    : journal_(std::move(journal)), targets_(std::move(targets)) {
+  for (const std::string& target : targets_) growing_.push_back(growing_beside(target));
+}
+
+GrowingFiles::~GrowingFiles() {
+  if (!started_ || platform::exists(journal_)) return;
+  for (const std::string& path : growing_) (void)platform::remove(path);
+}
+
+Outcome GrowingFiles::start() {
+  if (const Outcome outcome = complete_replacements(journal_); !outcome.ok()) return outcome;
+  for (const std::string& path : growing_) (void)platform::remove(path);
+  started_ = true;
+  return {};
+}
+
+Outcome GrowingFiles::put_in_place() {
+  const std::string_view directory = directory_of(journal_);
   std::string text;
   std::vector<Step> steps;
-  for (const std::string& target : targets) {
+  for (const std::string& target : targets_) {
     Step step = {0, 0, target};
     if (target.find(kLineEnd) != std::string::npos) return {Error::other, 0};
     Outcome outcome = sum_of(target, step.before);
     if (outcome.ok()) outcome = sum_of(growing_beside(target), step.after);
+    if (outcome.ok() && step.before == step.after)
+      outcome = platform::remove(growing_beside(target));
     if (!outcome.ok()) return outcome;
+    if (step.before == step.after) continue;
     append_sum(step.before, text);
     append_sum(step.after, text);
     text.append(short_name(directory, target)).append(1, kLineEnd);
     steps.push_back(step);
   }
-  const Outcome written = write_journal(journal, text);
+  if (steps.empty()) return {};
+  const Outcome written = write_journal(journal_, text);
   if (!written.ok()) return written;
-  bool done = false;
-  const Outcome outcome = take_steps(journal, steps, done);
+  Done done = Done::nothing;
+  const Outcome outcome = take_steps(journal_, steps, done);
   // Where not even the first file could be replaced, all stays as it was.
-  const bool untouched = !outcome.ok() && platform::exists(growing_beside(targets.front()));
-  if (untouched) (void)forget(journal, steps);
-  return outcome.ok() && !done ? Outcome{Error::other, 0} : outcome;
+  if (!outcome.ok() && done == Done::nothing) (void)forget(journal_, steps);
+  if (done == Done::all) started_ = false;
+  return outcome.ok() && done != Done::all ? Outcome{Error::other, 0} : outcome;
 }
 
 Outcome complete_replacements(const std::string& journal) {
@@ -204,7 +235,7 @@ Outcome complete_replacements(const std::string& journal) {
   std::vector<Step> steps;
   const Outcome outcome = read_journal(journal, steps);
   if (outcome.error == Error::not_found) return {};
-  bool done = false;
+  Done done = Done::nothing;
   return outcome.ok() ? take_steps(journal, steps, done) : outcome;
 }
 

@@ -4,8 +4,9 @@
 #ifndef VQDBSYS_FRAME_REPLACEMENTS_H_
 #define VQDBSYS_FRAME_REPLACEMENTS_H_
 
-#include <span>
+#include <cstddef>
 #include <string>
+#include <vector>
 
 #include "platform/error.h"
 
@@ -14,11 +15,31 @@ namespace vqdb {
 // Where the file that takes the place of `target` grows.
 std::string growing_beside(const std::string& target);
 
-// Puts a file in the place of each target, in this order. After a failure that left no journal
-// nothing has been replaced; else completing is all that is left to do. REQUIRES that the files
-// beside them (growing_beside) are complete, and on the device.
-platform::Outcome replace_together(const std::string& journal,
-                                   std::span<const std::string> targets);
+// The files that are to take the places of others together. Those that did not are removed with
+// their owner, unless the journal tells that they will.
+class GrowingFiles {
+ public:
+  GrowingFiles(std::string journal, std::vector<std::string> targets);
+  ~GrowingFiles();
+  GrowingFiles(const GrowingFiles&) = delete;
+  GrowingFiles& operator=(const GrowingFiles&) = delete;
+
+  // Completes or takes away what a crash left in their places.
+  platform::Outcome start();
+  // Where the file for a target is to be made.
+  const std::string& path(std::size_t target) const { return growing_[target]; }
+  const std::string& target(std::size_t number) const { return targets_[number]; }
+  // Puts them into the places of the targets, in this order. After a failure that left no journal
+  // nothing has been replaced; else completing is all that is left to do. REQUIRES that all of them
+  // are complete, and on the device.
+  platform::Outcome put_in_place();
+
+ private:
+  const std::string journal_;
+  const std::vector<std::string> targets_;
+  std::vector<std::string> growing_;
+  bool started_ = false;
+};
 
 // Completes what a journal tells; nothing to do without one. A file that someone else has changed
 // since, or whose replacement has gone, is not replaced: when that is the first of them, none is

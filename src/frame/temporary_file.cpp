@@ -93,13 +93,13 @@ TemporaryFile::~TemporaryFile() {
 }
 
 Outcome TemporaryFile::make(const VqBlock& block, const std::string& target) {
-  target_ = platform::real_path(target);
-  return make_in(block.temporary_directory);
+  const Outcome known = platform::real_path(target, target_);
+  return known.ok() ? make_in(block.temporary_directory) : known;
 }
 
 Outcome TemporaryFile::make_beside(const std::string& target) {
-  target_ = platform::real_path(target);
-  return make_in(directory_of(target_));
+  const Outcome known = platform::real_path(target, target_);
+  return known.ok() ? make_in(directory_of(target_)) : known;
 }
 
 Outcome TemporaryFile::make_in(std::string_view where) {

@@ -19,6 +19,11 @@ struct LocalTime {
 // 1 January 1980, midnight, when the clock cannot be read as a local time.
 LocalTime local_time();
 
+namespace system {
+// The system's own call; false when it fails.
+bool local_time(LocalTime& time);
+}  // namespace system
+
 // Lets others run for at least this long; 0 gives up no more than the rest of the time slice.
 void pause(std::uint32_t milliseconds);
 

@@ -15,6 +15,8 @@ enum class Call : std::uint8_t {
   read,
   write,  // and truncate
   size,   // and identity
+  look,   // whether a path leads to a file, and to which
+  clock,
   sync,
   lock,  // and test_lock
   unlock,

@@ -232,10 +232,19 @@ Outcome File::test_lock(std::uint64_t offset, std::uint64_t length) {
   return pass(Call::lock, [&] { return system::test_range(handle_, offset, length); });
 }
 
+bool exists(const std::string& path) { return struck(Call::look) || system::exists(path); }
+
 bool same_file(const std::string& a, const std::string& b) {
   FileIdentity of_a;
   FileIdentity of_b;
-  return system::path_identity(a, of_a).ok() && system::path_identity(b, of_b).ok() && of_a == of_b;
+  const Outcome known_a = pass(Call::look, [&] { return system::path_identity(a, of_a); });
+  const Outcome known_b = system::path_identity(b, of_b);
+  if (known_a.error == Error::not_found || known_b.error == Error::not_found) return false;
+  return !known_a.ok() || !known_b.ok() || of_a == of_b;
+}
+
+Outcome real_path(const std::string& path, std::string& real) {
+  return pass(Call::look, [&] { return system::real_path(path, real); });
 }
 
 Outcome remove(const std::string& path) {

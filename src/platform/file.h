@@ -133,12 +133,13 @@ class File {
   std::intptr_t handle_ = kNoHandle;
 };
 
+// Yes also where the system cannot tell, so that nothing is made over what is there.
 bool exists(const std::string& path);
-// Whether both paths lead to one file, over links or not.
+// Whether both paths lead to one file, over links or not; yes where the system cannot tell.
 bool same_file(const std::string& a, const std::string& b);
 // The path of the file that this one leads to over links, be it there or not; itself where there is
 // no link.
-std::string real_path(const std::string& path);
+Outcome real_path(const std::string& path, std::string& real);
 Outcome remove(const std::string& path);
 // Removes a file that create_replacement made in a process that has died since. False for any that
 // is still worked on.

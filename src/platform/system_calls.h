@@ -46,6 +46,10 @@ Outcome lock_range(Handle file, std::uint64_t offset, std::uint64_t length);
 Outcome unlock_range(Handle file, std::uint64_t offset, std::uint64_t length);
 Outcome test_range(Handle file, std::uint64_t offset, std::uint64_t length);
 
+// See the functions of these names.
+bool exists(const std::string& path);
+Outcome real_path(const std::string& path, std::string& real);
+
 Outcome remove_file(const std::string& path);
 Outcome replace_file(const std::string& from, const std::string& to, Replaced old);
 Outcome rename_if_free(const std::string& from, const std::string& to);

@@ -31,7 +31,7 @@ class Crash : public ::testing::TestWithParam<History> {
     if (child == 0) {
       crash_at(n, half, is_change);
       for (const Step& step : GetParam().steps) {
-        if (step(world_) != 0) std::_Exit(1);
+        if (step.run(world_) != 0) std::_Exit(1);
         ++*done_;
       }
       std::_Exit(0);
@@ -56,26 +56,27 @@ TEST_P(Crash, loses_nothing_stored_and_can_be_mended) {
   const std::vector<Atoms> states = states_of(world_, history);
   for (const bool half : {false, true}) {
     bool ended = false;
-    for (std::uint64_t n = 1; !ended && n < kMaxChanges; ++n) {
+    for (std::uint64_t n = 1; !ended && n < kMaxChanges; n += half ? 1 : 2) {
       SCOPED_TRACE(std::to_string(n) + (half ? " half" : " instead"));
       const std::size_t done = run_until(n, half, ended);
       const auto lost = [&] {
         return first_lost(states, history.stored(done), history.begun(done), world_.read());
       };
       if (history.name != "repair") {
-        ASSERT_EQ("", world_.errors(history.may_find));
+        ASSERT_EQ("", history.errors(world_, done, half));
         ASSERT_EQ("", lost());
       }
-      if (!world_.group.check().summary().empty()) {
+      if (world_.group.check().result != 0) {
         const Report repaired = world_.repair();
         ASSERT_EQ(0, repaired.result) << world_.group.block.detail << repaired.summary();
         ASSERT_EQ("", lost());
       }
+      if (n % 4 != 0) continue;
       const Atoms mended = world_.read();
       ASSERT_EQ(0, world_.open(2));
-      ASSERT_EQ(0, append(109)(world_));
+      ASSERT_EQ(0, append(109, 0).run(world_));
       ASSERT_EQ(0, world_.close());
-      ASSERT_EQ("", world_.group.check().summary());
+      ASSERT_EQ("", world_.group.check().summary(VQ_SEVERITY_ERROR));
       ASSERT_EQ("", first_lost({mended}, 0, 0, world_.read()));
     }
     ASSERT_TRUE(ended);

@@ -1,5 +1,4 @@
-// Checks, repairs and compactions while the n-th call of the system fails, for n = 1, 2, ... until
-// none does; and with a process that dies there.
+// What a compaction leaves that stops between its two files.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -14,31 +13,10 @@ namespace {
 
 using platform::Verdict;
 
-constexpr std::uint64_t kMaxCalls = 3000;
-
-struct Work {
-  const char* name;
-  std::int32_t (*run)(CheckedGroup&);
-  bool damages;
-};
-
-const Work kWorks[] = {
-    {"check", [](CheckedGroup& group) { return group.check().result; }, false},
-    {"repair",
-     [](CheckedGroup& group) { return run_check(lib.DBrepair, group.block, group.table()).result; },
-     true},
-    {"compact",
-     [](CheckedGroup& group) { return lib.DBcompact(&group.block, group.table().c_str()); }, false},
-};
-
-void prepare(CheckedGroup& group, bool damages) {
+void prepare(CheckedGroup& group) {
   group.create();
   group.fill(8);
   ASSERT_EQ(0, lib.DBclose(group.open()));
-  if (!damages) return;
-  write_bytes(group.file("ITEMS.DBF"), 4, "\x03");
-  write_bytes(group.file("ITEMS.DBT"), 2, "\x7F");
-  write_bytes(group.file("BYNAME.NDX"), 1024, "\x77");
 }
 
 // The memo texts of all records, in order.
@@ -75,70 +53,6 @@ std::vector<std::string> strange_files(CheckedGroup& group) {
   return strange;
 }
 
-class FailingCheck : public ::testing::TestWithParam<Work> {};
-
-TEST_P(FailingCheck, says_so_and_loses_nothing) {
-  std::string texts;
-  {
-    CheckedGroup whole;
-    prepare(whole, false);
-    texts = texts_of(whole);
-  }
-  bool struck = true;
-  for (std::uint64_t n = 1; struck && n < kMaxCalls; n += 1 + n / 64) {
-    SCOPED_TRACE(n);
-    CheckedGroup group;
-    prepare(group, GetParam().damages);
-    std::int32_t result = 0;
-    {
-      const FaultPlan plan(n, n % 2 == 0 ? Verdict::fail : Verdict::cut_short);
-      result = GetParam().run(group);
-      struck = plan.struck();
-    }
-    EXPECT_TRUE(result <= 0 || struck) << result;
-    if (!struck) {
-      EXPECT_EQ(0, result);
-    }
-    if (GetParam().damages) {
-      EXPECT_EQ(0, run_check(lib.DBrepair, group.block, group.table()).result);
-    }
-    EXPECT_EQ("", group.check().summary());
-    EXPECT_EQ(std::vector<std::string>(), strange_files(group));
-    EXPECT_EQ(texts, texts_of(group));
-  }
-}
-
-// From the n-th write, rename or removal on nothing reaches the disk any more.
-TEST_P(FailingCheck, may_be_cut_off_anywhere) {
-  const auto is_change = [](platform::Call call) {
-    return call == platform::Call::write || call == platform::Call::create ||
-           call == platform::Call::replace || call == platform::Call::remove;
-  };
-  std::string texts;
-  {
-    CheckedGroup whole;
-    prepare(whole, false);
-    texts = texts_of(whole);
-  }
-  bool struck = true;
-  for (std::uint64_t n = 1; struck && n < kMaxCalls; ++n) {
-    SCOPED_TRACE(n);
-    CheckedGroup group;
-    prepare(group, GetParam().damages);
-    {
-      const FaultPlan plan(n, n % 2 == 0 ? Verdict::fail : Verdict::cut_short, is_change, true);
-      (void)GetParam().run(group);
-      struck = plan.struck();
-    }
-    if (GetParam().damages) {
-      EXPECT_EQ(0, run_check(lib.DBrepair, group.block, group.table()).result);
-    }
-    EXPECT_EQ(texts, texts_of(group));
-    EXPECT_EQ("", group.check().summary());
-    EXPECT_FALSE(file_exists(group.file("ITEMS.DBF$")));
-  }
-}
-
 // What a compaction that was cut off left is cleared away, or changed, before the next open.
 TEST(CutOffCompaction, takes_no_missing_or_changed_file_for_its_own) {
   struct Case {
@@ -158,7 +72,7 @@ TEST(CutOffCompaction, takes_no_missing_or_changed_file_for_its_own) {
   for (const Case& each : cases) {
     SCOPED_TRACE(each.what);
     CheckedGroup group;
-    prepare(group, false);
+    prepare(group);
     VqDatabase* database = group.open();
     ASSERT_EQ(0, lib.DBupdrec(database, 1, group.record(database, 52).data()));
     ASSERT_EQ(0, lib.DBclose(database));
@@ -195,9 +109,6 @@ TEST(CutOffCompaction, takes_no_missing_or_changed_file_for_its_own) {
     EXPECT_EQ(std::vector<std::string>(), strange_files(group));
   }
 }
-
-INSTANTIATE_TEST_SUITE_P(Works, FailingCheck, ::testing::ValuesIn(kWorks),
-                         [](const auto& each) { return each.param.name; });
 
 }  // namespace
 }  // namespace vqdb::testing

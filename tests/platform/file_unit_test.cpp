@@ -238,8 +238,11 @@ TEST(File, is_the_same_over_every_path_that_leads_to_it) {
   }
   for (const char* other : {"B", "NONE", ""}) EXPECT_FALSE(same_file(file, folder.file(other)));
   EXPECT_FALSE(same_file(folder.file("NONE"), folder.file("NONE")));
-  EXPECT_EQ(fs::canonical(folder.file("HARD")).string(), real_path(folder.file("SOFT")));
-  EXPECT_EQ(folder.file("NONE"), real_path(folder.file("NONE")));
+  std::string real;
+  EXPECT_TRUE(real_path(folder.file("SOFT"), real).ok());
+  EXPECT_EQ(fs::canonical(folder.file("HARD")).string(), real);
+  EXPECT_TRUE(real_path(folder.file("NONE"), real).ok());
+  EXPECT_EQ(folder.file("NONE"), real);
 }
 
 TEST(File, tests_of_locks_keep_nobody_out) {

@@ -27,10 +27,9 @@ class World {
   void keep();
   void restore();
   Atoms read();
-  // Errors that the check finds in table and memo file, but for a record that is not counted
-  // yet, and another code.
-  // Those of an index are mended by the next flush, or by a repair.
-  std::string errors(std::int32_t may_find);
+  // Errors that the check finds, but for those codes, and for keys of records that `may_differ`.
+  std::string errors(const std::set<std::int32_t>& allowed,
+                     const std::function<bool(std::uint32_t)>& may_differ);
   Report repair() { return run_check(lib.DBrepair, group.block, group.table()); }
   // Files that the library made and should have removed.
   std::vector<std::string> leftovers();
@@ -47,8 +46,11 @@ class World {
   std::map<std::string, std::string> files_;
 };
 
-using Step = std::function<std::int32_t(World&)>;
-Step append(std::size_t number);
+struct Step {
+  std::function<std::int32_t(World&)> run;
+  std::uint32_t record = 0;  // whose keys change
+};
+Step append(std::size_t number, std::uint32_t record);
 
 struct History {
   std::string name;
@@ -56,13 +58,17 @@ struct History {
   std::uint32_t mode;
   bool stores_each;         // each step is on the disk when it returns; else the last but one
   void (*prepare)(World&);  // may be null
-  std::int32_t may_find;    // a code of the check where it was stopped half way
+  // What a check may find where it was stopped half way, beside a record that is not counted yet.
+  std::set<std::int32_t> may_find;
   std::vector<Step> steps;
 
   // The steps of which all is on the disk when `done` have returned, and the first one of which
   // nothing is.
   std::size_t stored(std::size_t done) const;
   std::size_t begun(std::size_t done) const;
+  // The errors in the files when it was stopped behind so many steps. Half of an index page is
+  // more than its file can bear.
+  std::string errors(World& world, std::size_t done, bool half) const;
 };
 std::vector<History> histories();
 std::string name_of(const History& history);

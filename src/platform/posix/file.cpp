@@ -131,21 +131,6 @@ std::string behind_link(const std::string& path) {
 
 }  // namespace
 
-bool exists(const std::string& path) { return ::access(path.c_str(), F_OK) == 0; }
-
-std::string real_path(const std::string& path) {
-  const auto release = [](char* text) { std::free(text); };
-  std::string end = path;
-  for (int links = 0; links < kMostLinks; ++links) {
-    const std::unique_ptr<char, decltype(release)> real(::realpath(end.c_str(), nullptr), release);
-    if (real != nullptr) return real.get();
-    const std::string next = behind_link(end);
-    if (next.empty()) return end;
-    end = next;
-  }
-  return path;
-}
-
 namespace system {
 
 Outcome open_file(const std::string& path, bool writable, Handle& file) {
@@ -264,6 +249,27 @@ Outcome test_range(Handle file, std::uint64_t offset, std::uint64_t length) {
   struct flock range = range_of(F_WRLCK, offset, length);
   if (::fcntl(descriptor(file), F_OFD_GETLK, &range) != 0) return outcome_of(errno);
   return range.l_type == F_UNLCK ? Outcome{} : Outcome{Error::lock_refused, EAGAIN};
+}
+
+bool exists(const std::string& path) {
+  return ::access(path.c_str(), F_OK) == 0 || errno == EIO || errno == ENOMEM;
+}
+
+Outcome real_path(const std::string& path, std::string& real) {
+  const auto release = [](char* text) { std::free(text); };
+  real = path;
+  for (int links = 0; links < kMostLinks; ++links) {
+    const std::unique_ptr<char, decltype(release)> found(::realpath(real.c_str(), nullptr),
+                                                         release);
+    const Outcome outcome = outcome_if(found != nullptr);
+    if (found != nullptr) real = found.get();
+    if (outcome.error != Error::not_found) return outcome;
+    const std::string next = behind_link(real);
+    if (next.empty()) return {};
+    real = next;
+  }
+  real = path;
+  return {};
 }
 
 Outcome remove_file(const std::string& path) { return outcome_if(::unlink(path.c_str()) == 0); }

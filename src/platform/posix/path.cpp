@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 
+#include "platform/fault.h"
 #include "platform/file.h"
 
 namespace vqdb::platform {
@@ -19,6 +20,7 @@ bool is_directory(const std::string& path) {
 
 template <typename Visit>
 void for_each_name_in(const std::string& directory, Visit visit) {
+  if (verdict(Call::look) != Verdict::go_on) return;
   const auto close = [](DIR* stream) { ::closedir(stream); };
   const std::unique_ptr<DIR, decltype(close)> stream(
       ::opendir(directory.empty() ? "." : directory.c_str()), close);

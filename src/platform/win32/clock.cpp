@@ -4,11 +4,12 @@
 
 namespace vqdb::platform {
 
-LocalTime local_time() {
+bool system::local_time(LocalTime& time) {
   SYSTEMTIME now = {};
   ::GetLocalTime(&now);
-  return {
+  time = {
       now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond, now.wMilliseconds / 10};
+  return true;
 }
 
 void pause(std::uint32_t milliseconds) { ::Sleep(milliseconds); }

@@ -109,25 +109,6 @@ bool has_several_names(const std::string& path) {
 
 }  // namespace
 
-bool exists(const std::string& path) {
-  return ::GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES;
-}
-
-std::string real_path(const std::string& path) {
-  const DWORD attributes = ::GetFileAttributesA(path.c_str());
-  const bool is_link =
-      attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-  system::Handle file = 0;
-  if (!is_link || !create_handle(path, 0, OPEN_EXISTING, file).ok()) return path;
-  std::string real(32768, '\0');
-  const DWORD length =
-      ::GetFinalPathNameByHandleA(handle_of(file), real.data(), static_cast<DWORD>(real.size()), 0);
-  ::CloseHandle(handle_of(file));
-  if (length == 0 || length >= real.size()) return path;
-  real.resize(length);
-  return real;
-}
-
 namespace system {
 
 Outcome open_file(const std::string& path, bool writable, Handle& file) {
@@ -254,6 +235,30 @@ Outcome test_range(Handle file, std::uint64_t offset, std::uint64_t length) {
   const Outcome locked = lock_outcome(::LockFileEx(handle_of(file), LOCKFILE_FAIL_IMMEDIATELY, 0,
                                                    low_word(length), high_word(length), &place));
   return locked.ok() ? unlock_range(file, offset, length) : locked;
+}
+
+bool exists(const std::string& path) {
+  return ::GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+Outcome real_path(const std::string& path, std::string& real) {
+  real = path;
+  const DWORD attributes = ::GetFileAttributesA(path.c_str());
+  const bool is_link =
+      attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+  if (!is_link) return {};
+  Handle file = 0;
+  const Outcome opened = create_handle(path, 0, OPEN_EXISTING, file);
+  if (!opened.ok()) return opened.error == Error::not_found ? Outcome{} : opened;
+  std::string found(32768, '\0');
+  const DWORD length = ::GetFinalPathNameByHandleA(handle_of(file), found.data(),
+                                                   static_cast<DWORD>(found.size()), 0);
+  const Outcome outcome = outcome_if(length != 0 && length < found.size());
+  ::CloseHandle(handle_of(file));
+  if (!outcome.ok()) return outcome;
+  found.resize(length);
+  real.swap(found);
+  return {};
 }
 
 Outcome remove_file(const std::string& path) { return outcome_if(::DeleteFileA(path.c_str())); }

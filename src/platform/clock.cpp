@@ -1,0 +1,13 @@
+#include "platform/clock.h"
+
+#include "platform/fault.h"
+
+namespace vqdb::platform {
+
+LocalTime local_time() {
+  LocalTime time = {};
+  const bool known = verdict(Call::clock) == Verdict::go_on && system::local_time(time);
+  return known ? time : LocalTime{1980, 1, 1, 0, 0, 0, 0};
+}
+
+}  // namespace vqdb::platform
