@@ -105,14 +105,15 @@ Result Concatenation::supply_end_mark(std::uint64_t end) {
 Result Concatenation::copy_whole_file() {
   Extent extent;
   if (const Result result = look(source_, 4, extent); !ok(result)) return result;
-  const platform::Outcome made =
-      target_.create(platform::real_path(target_path_), platform::Creation::exclusive);
+  std::string path;
+  platform::Outcome made = platform::real_path(target_path_, path);
+  if (made.ok()) made = target_.create(path, platform::Creation::exclusive);
   if (!made.ok()) return fail(block_, open_result(made.error), kCat.detail(5));
   Result result = copy(0, 0, extent.end() + 1);
   if (!target_.close().ok() && ok(result)) {
     result = fail(block_, Result::io, kCat.detail(17));
   }
-  if (!ok(result)) (void)platform::remove(target_path_);
+  if (!ok(result)) (void)platform::remove(path);
   return result;
 }
 

@@ -88,9 +88,10 @@ Result NewTable::replace(const std::string& path) {
 }
 
 Result NewTable::write(const std::string& name) {
-  const std::string path = platform::real_path(name);  // a link stays
+  std::string path;
   platform::File file;
-  const platform::Outcome made = file.create(path, platform::Creation::truncate);
+  platform::Outcome made = platform::real_path(name, path);  // a link stays
+  if (made.ok()) made = file.create(path, platform::Creation::truncate);
   if (!made.ok()) return fail(block_, open_result(made.error), kCreate.detail(3));
   Result result = write(file);
   if (!file.close().ok() && ok(result)) result = fail(block_, Result::io, kCreate.detail(14));
