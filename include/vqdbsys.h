@@ -1168,7 +1168,8 @@ int32_t VQ_CALL DBmember_flush(const VqMember* member);
  *   6320 -10 bad handle     6321 -11 the file is a member already      6322 -12 no index kind
  *   6323 -11 a name that the index list cannot hold (see DBopen); not with VQ_OPEN_NO_INDEX_LIST
  *   6324 -17 built and a member, but the index list could not be written: DBuse will not open it
- *   6325 -11 the table is being packed */
+ *   6325 -11 the table is being packed
+ *   6326 -17 whether the file is a member cannot be told */
 int32_t VQ_CALL DBindex(VqDatabase* database, uint32_t kind, const char* name, const char* tag,
                         const char* key, const char* filter, uint32_t options);
 /* Builds every index file of the group again; its members are then positioned nowhere. Copies of

@@ -47,9 +47,19 @@ class TableLock {
   bool taken_ = false;
 };
 
-bool same_path(const std::string& a, const std::string& b) {
-  return a == b || platform::same_file(a, b);
-}
+// Finds paths of one file, and remembers where the system could not tell.
+class SameFiles {
+ public:
+  bool operator()(const std::string& a, const std::string& b) {
+    bool same = a == b;
+    if (!same && !platform::same_file(a, b, same).ok()) is_sure_ = false;
+    return same;
+  }
+  bool is_sure() const { return is_sure_; }
+
+ private:
+  bool is_sure_ = true;
+};
 
 // The group's files on the list, as others may have left it.
 class GroupList {
@@ -88,18 +98,21 @@ class GroupList {
     if (text_.find(line) == std::string::npos) text_ += line;
   }
 
+  bool is_sure() const { return same_.is_sure(); }
+
  private:
-  bool has_line_for(const Member& file, bool whole) const {
+  bool has_line_for(const Member& file, bool whole) {
     return std::ranges::any_of(listed_, [&](const ListedIndex& index) {
       const IndexKind* const kind = kind_of_file(index.spec.kind);
       return kind != nullptr && kind->column == file.kind->column &&
              !(whole && index.name.find(';') != Text::npos) &&
-             same_path(path_of(index.name, kind->extension), path_of(file.name, kind->extension));
+             same_(path_of(index.name, kind->extension), path_of(file.name, kind->extension));
     });
   }
 
   std::string& text_;
   ListedIndexes listed_;
+  SameFiles same_;
 };
 
 // Keeps the list in step with what a build has added to the group: a file, or a tag of one.
@@ -111,7 +124,7 @@ Result list_built(Database& database, const Member& file, const char* tag) {
       if (!ok(list.read(database.owner_block()))) return false;
       list.add_files(database.members);
       if (tag != nullptr && file.name.find(';') != Text::npos) list.add_tag(file, tag);
-      return true;
+      return list.is_sure();
     });
   });
   return has_room && listed ? Result::ok : fail(database.block, Result::io, kIndex.detail(4));
@@ -162,10 +175,12 @@ Result rebuild_file(Database& database, Place file) {
 }
 
 // The member that is the file of this name, else the end.
-Place file_member(Database& database, const std::string& path) {
-  return std::ranges::find_if(database.members, [&](const Member& member) {
-    return !member.is_tag() && same_path(path_of(member.name, member.kind->extension), path);
+Result find_file_member(Database& database, const std::string& path, Place& file) {
+  SameFiles same;
+  file = std::ranges::find_if(database.members, [&](const Member& member) {
+    return !member.is_tag() && same(path_of(member.name, member.kind->extension), path);
   });
+  return same.is_sure() ? Result::ok : fail(database.block, Result::io, kIndex.detail(6));
 }
 
 // Whether the request adds a tag to a file that is a member.
@@ -196,7 +211,9 @@ Result build_index(Database& database, std::uint32_t kind_code,
   const IndexKind* const kind = kind_of_file(kind_code);
   if (kind == nullptr) return fail(database.block, Result::unknown_kind, kIndex.detail(2));
   if (index::builder(kind->builder_column).build == nullptr) return Result::no_driver;
-  const Place file = file_member(database, path_of(request.name, kind->extension));
+  Place file;
+  const Result known = find_file_member(database, path_of(request.name, kind->extension), file);
+  if (!ok(known)) return known;
   const bool is_new = file == database.members.end();
   if (!is_new && (!adds_tag(*kind, request) || has_tag(database, *file, request.tag))) {
     return fail(database.block, Result::not_allowed, kIndex.detail(1));

@@ -15,7 +15,8 @@ namespace vqdb::api {
 // behind the other members and enters the index list. A shared table is locked meanwhile. Details
 // 6321 (a file or tag of that name is a member), 6322 (no index kind),
 // 6323 (a name that the index list cannot hold, and the database keeps one), 6324 (built and
-// joined, but not listed), 6325 (the table is being packed).
+// joined, but not listed), 6325 (the table is being packed),
+// 6326 (the system does not tell whether the file is a member).
 Result build_index(Database& database, std::uint32_t kind, const index::BuildRequest& request);
 
 // Builds every index file of the group again. Members stay what they are, positioned nowhere. Stops

@@ -74,10 +74,10 @@ Result NewFiles::make(table::NewTable& table, const char* source) {
 Result NewFiles::check_memo_name(const std::string& table_path, const std::string& memo_path,
                                  const char* source) const {
   const std::string own = memo::memo_path(replace_extension(name_, "DBF"));
-  const bool taken =
-      memo_path == table_path || platform::same_file(memo_path, table_path) ||
-      (memo_path != own && platform::exists(memo_path)) ||
-      (source != nullptr && platform::same_file(memo_path, memo::memo_path(memo_name_of(source))));
+  const bool taken = memo_path == table_path || platform::may_be_same_file(memo_path, table_path) ||
+                     (memo_path != own && platform::exists(memo_path)) ||
+                     (source != nullptr &&
+                      platform::may_be_same_file(memo_path, memo::memo_path(memo_name_of(source))));
   return taken ? fail(block_, Result::not_allowed, kCreate.detail(1)) : Result::ok;
 }
 

@@ -94,18 +94,15 @@ Result Backup::make(HeldFile& file, const char* directory) {
     path.insert(0, ended ? std::string(directory) : std::string(directory) + platform::separator());
   }
   // Grows under another name: what has a backup's name is whole, also after a crash.
-  const std::string growing = growing_beside(path);
-  (void)platform::remove(growing);
+  const GrowingPath growing(path);
   platform::File copy;
-  const platform::Outcome made = copy.create_replacement(growing, file.path());
+  const platform::Outcome made = copy.create_replacement(growing.get(), file.path());
   if (!made.ok()) return fail(block, open_result(made.error), kRepair.detail(2));
   Result result = write_again(file, 0, file.size(), copy, 0);
   const bool kept = copy.sync().ok();
   const bool closed = copy.close().ok();
   if (ok(result) && !(kept && closed)) result = fail(block, Result::io, kRepair.detail(1));
-  if (ok(result)) result = give_name(block, growing, path);
-  if (!ok(result)) (void)platform::remove(growing);
-  return result;
+  return ok(result) ? give_name(block, growing.get(), path) : result;
 }
 
 Result Backup::give_name(VqBlock& block, const std::string& growing, const std::string& path) {

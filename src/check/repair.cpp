@@ -227,20 +227,15 @@ class Repair {
   }
 
   Result build_tags(const ListedIndex& index, table::Table& table) {
-    const std::string growing = growing_beside(index.path);
-    (void)platform::remove(growing);
+    const GrowingPath growing(index.path);
     Result result = Result::ok;
     for (const VqIndexDef* const def : index.defs) {
       const index::TagRequest request = {def->tag, def->key, nullptr, def->filter, def->options};
-      if (ok(result)) result = index::build_mdx(table, growing.c_str(), request);
+      if (ok(result)) result = index::build_mdx(table, growing.get().c_str(), request);
     }
-    if (ok(result)) {
-      const auto placed = platform::replace(growing, index.path);
-      if (placed.ok()) return Result::ok;
-      result = fail(block_, open_result(placed.error), kRepair.detail(4));
-    }
-    (void)platform::remove(growing);
-    return result;
+    if (!ok(result)) return result;
+    const auto placed = platform::replace(growing.get(), index.path);
+    return placed.ok() ? Result::ok : fail(block_, open_result(placed.error), kRepair.detail(4));
   }
 
   // The file stays as it is.

@@ -24,6 +24,8 @@ constexpr char kLineEnd = '\n';
 constexpr std::uint64_t kMostJournalBytes = 1 << 20;
 constexpr int kBase = 16;
 
+std::string growing_beside(const std::string& target) { return target + "$NEW"; }
+
 struct Step {
   std::uint64_t before = 0;
   std::uint64_t after = 0;
@@ -134,12 +136,14 @@ Outcome look_at(const Step& step, State& state) {
   std::uint64_t sum = 0;
   Outcome outcome = sum_of(step.target, sum);
   const bool is_there = outcome.error != Error::not_found;
-  if (!is_there) outcome = {};
-  state = sum == step.after                                            ? State::taken
-          : sum == step.before                                         ? State::ready
-          : !is_there || platform::exists(growing_beside(step.target)) ? State::lost
-                                                                       : State::unknown;
-  return outcome;
+  if (is_there && !outcome.ok()) return outcome;
+  state = sum == step.after ? State::taken : sum == step.before ? State::ready : State::lost;
+  if (state != State::lost || !is_there) return {};
+  platform::File growing;
+  outcome = growing.open(growing_beside(step.target), platform::Access::read_only);
+  if (outcome.error != Error::not_found) return outcome;
+  state = State::unknown;
+  return {};
 }
 
 Outcome take(const Step& step, State& state) {
@@ -182,7 +186,10 @@ Outcome take_steps(const std::string& journal, const std::vector<Step>& steps, D
 
 }  // namespace
 
-std::string growing_beside(const std::string& target) { return target + "$NEW"; }
+GrowingPath::GrowingPath(const std::string& target) : path_(growing_beside(target)) {
+  (void)platform::remove(path_);
+}
+GrowingPath::~GrowingPath() { (void)platform::remove(path_); }
 
 GrowingFiles::GrowingFiles(std::string journal, std::vector<std::string> targets)
     : journal_(std::move(journal)), targets_(std::move(targets)) {

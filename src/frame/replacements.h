@@ -12,8 +12,20 @@
 
 namespace vqdb {
 
-// Where the file that takes the place of `target` grows.
-std::string growing_beside(const std::string& target);
+// Where a file grows that gets another name when it is complete. What is there when it begins is
+// what a crash left; what is there when it ends did not get its name.
+class GrowingPath {
+ public:
+  explicit GrowingPath(const std::string& target);
+  ~GrowingPath();
+  GrowingPath(const GrowingPath&) = delete;
+  GrowingPath& operator=(const GrowingPath&) = delete;
+
+  const std::string& get() const { return path_; }
+
+ private:
+  const std::string path_;
+};
 
 // The files that are to take the places of others together. Those that did not are removed with
 // their owner, unless the journal tells that they will.

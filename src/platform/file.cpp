@@ -234,13 +234,18 @@ Outcome File::test_lock(std::uint64_t offset, std::uint64_t length) {
 
 bool exists(const std::string& path) { return struck(Call::look) || system::exists(path); }
 
-bool same_file(const std::string& a, const std::string& b) {
+Outcome same_file(const std::string& a, const std::string& b, bool& same) {
   FileIdentity of_a;
   FileIdentity of_b;
-  const Outcome known_a = pass(Call::look, [&] { return system::path_identity(a, of_a); });
-  const Outcome known_b = system::path_identity(b, of_b);
-  if (known_a.error == Error::not_found || known_b.error == Error::not_found) return false;
-  return !known_a.ok() || !known_b.ok() || of_a == of_b;
+  Outcome known = pass(Call::look, [&] { return system::path_identity(a, of_a); });
+  if (known.ok()) known = system::path_identity(b, of_b);
+  same = known.ok() && of_a == of_b;
+  return known.error == Error::not_found ? Outcome{} : known;
+}
+
+bool may_be_same_file(const std::string& a, const std::string& b) {
+  bool same = false;
+  return !same_file(a, b, same).ok() || same;
 }
 
 Outcome real_path(const std::string& path, std::string& real) {

@@ -135,8 +135,10 @@ class File {
 
 // Yes also where the system cannot tell, so that nothing is made over what is there.
 bool exists(const std::string& path);
-// Whether both paths lead to one file, over links or not; yes where the system cannot tell.
-bool same_file(const std::string& a, const std::string& b);
+// Whether both paths lead to one file, over links or not. Those of nothing do not.
+Outcome same_file(const std::string& a, const std::string& b, bool& same);
+// Yes also where the system cannot tell.
+bool may_be_same_file(const std::string& a, const std::string& b);
 // The path of the file that this one leads to over links, be it there or not; itself where there is
 // no link.
 Outcome real_path(const std::string& path, std::string& real);

@@ -151,7 +151,7 @@ Result Concatenation::append_records() {
   }
   result = copy(from.start, to.end(), bytes + 1);
   // Appended to itself, a table has lost the source's end mark to the first record.
-  if (ok(result) && platform::same_file(source_path_, target_path_))
+  if (ok(result) && platform::may_be_same_file(source_path_, target_path_))
     result = supply_end_mark(to.end() + bytes);
   // The last chunk may have brought what the source has behind its end mark.
   if (ok(result) && !cut_behind(to.end() + bytes)) {

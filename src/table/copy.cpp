@@ -24,7 +24,7 @@ Result add_fields_of(VqBlock& block, const char* from, const char* to, NewTable&
   const std::string source_path = path_of(from, "DBF");
   const std::string target_path = path_of(to, "DBF");
   // Creating the copy would empty the source.
-  if (std::string_view(from) == to || platform::same_file(source_path, target_path)) {
+  if (std::string_view(from) == to || platform::may_be_same_file(source_path, target_path)) {
     return fail(block, Result::not_allowed, kCopy.detail(1));
   }
   ScopedTable source;

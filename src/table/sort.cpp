@@ -68,7 +68,7 @@ Result sort(VqBlock& block, const char* source, const char* target, const char* 
   }
   const std::string from = path_of(source, "DBF");
   const std::string to = path_of(target, "DBF");
-  if (from == to || platform::same_file(from, to)) {
+  if (from == to || platform::may_be_same_file(from, to)) {
     return fail(block, Result::not_allowed, kSort.detail(1));
   }
   platform::File replaced;

@@ -19,6 +19,7 @@ Verdict strike_with = Verdict::fail;
 vqdb::testing::FaultPlan::Filter filter;
 bool strike_all_after = false;
 std::atomic<bool> objects_fail{false};
+bool is_work(Call call) { return call != Call::look && call != Call::clock; }
 enum class Crash : std::uint8_t { none, instead, with_half, at_next };
 Crash crash = Crash::none;
 
@@ -29,7 +30,7 @@ namespace vqdb::platform {
 Verdict verdict(Call call) {
   if (!armed.load(std::memory_order_acquire)) return Verdict::go_on;
   if (crash == Crash::at_next) std::_Exit(vqdb::testing::kCrashed);
-  if (filter != nullptr && !filter(call)) return Verdict::go_on;
+  if (!filter(call)) return Verdict::go_on;
   const std::uint64_t number = ++seen;
   const bool strikes = number == strike_at || (strike_all_after && number > strike_at);
   if (!strikes) return Verdict::go_on;
@@ -49,7 +50,7 @@ FaultPlan::FaultPlan(std::uint64_t n, platform::Verdict verdict, Filter counts,
                      bool and_all_after) {
   strike_at = n;
   strike_with = verdict;
-  filter = std::move(counts);
+  filter = counts != nullptr ? std::move(counts) : is_work;
   strike_all_after = and_all_after;
   seen = 0;
   hit = false;

@@ -32,7 +32,7 @@ Result copy_index_file(VqBlock& block, std::string_view from, std::string_view t
                        std::string_view extension, Operation operation) {
   const std::string source_path = path_of(from, extension);
   const std::string target_path = path_of(to, extension);
-  if (source_path == target_path || platform::same_file(source_path, target_path)) {
+  if (source_path == target_path || platform::may_be_same_file(source_path, target_path)) {
     return fail(block, Result::not_allowed, operation.detail(2));
   }
   platform::File source;
