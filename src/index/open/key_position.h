@@ -53,7 +53,7 @@ inline void set_anchor(Cursor& cursor, Cursor::Anchor anchor, PositionState stat
 }
 
 inline void remember(KeyTree& keys, const Byte* key, std::uint32_t recno) {
-  std::memcpy(keys.cursor.key.get(), key, keys.key_length());
+  copy_short(keys.cursor.key.get(), key, keys.key_length());
   keys.cursor.recno = recno;
 }
 

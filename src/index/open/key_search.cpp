@@ -5,7 +5,7 @@ namespace vqdb::index {
 namespace {
 
 void deliver(const KeyTree& keys, void* key, std::uint32_t* recno) {
-  if (key != nullptr) std::memcpy(key, keys.cursor.key.get(), keys.key_length());
+  if (key != nullptr) copy_short(key, keys.cursor.key.get(), keys.key_length());
   if (recno != nullptr) *recno = keys.cursor.recno;
 }
 
@@ -95,6 +95,22 @@ Result step_backward(KeyTree& keys, void* key, std::uint32_t* recno) {
   return arrive(keys, key, recno);
 }
 
+// The usual step, to the next entry of the leaf that the position lies in. Nobody else changes the
+// tree of an exclusive index, so that neither lock nor the way from the root is needed.
+bool step_in_leaf(KeyTree& keys, Direction direction, void* key, std::uint32_t* recno) {
+  Cursor& cursor = keys.cursor;
+  const bool stands = cursor.path_holds && cursor.anchor == Cursor::Anchor::entry && !keys.gone;
+  if (!stands || keys.file.is_shared()) return false;
+  Entry entry{};
+  if (!keys.tree.step_in_leaf(cursor.path, direction == Direction::forward ? 1 : -1, entry)) {
+    return false;
+  }
+  remember(keys, entry.key, entry.recno);
+  cursor.state = PositionState::positioned;
+  deliver(keys, key, recno);
+  return true;
+}
+
 Result find_first(KeyTree& keys, const Byte* key, std::uint32_t* recno) {
   Cursor& cursor = keys.cursor;
   cursor.path_holds = false;
@@ -145,10 +161,12 @@ Result find_record(KeyTree& keys, const void* key, std::uint32_t* recno) {
 }
 
 Result next_key(KeyTree& keys, void* key, std::uint32_t* recno) {
+  if (step_in_leaf(keys, Direction::forward, key, recno)) return Result::ok;
   return in_tree(keys, keys.operations.next, [&] { return step_forward(keys, key, recno); });
 }
 
 Result previous_key(KeyTree& keys, void* key, std::uint32_t* recno) {
+  if (step_in_leaf(keys, Direction::backward, key, recno)) return Result::ok;
   return in_tree(keys, keys.operations.previous, [&] { return step_backward(keys, key, recno); });
 }
 

@@ -52,12 +52,26 @@ class PageCache {
   PageNumber limit() const { return limit_; }
   const PageGrid& grid() const { return grid_; }
 
+  // Where the page is kept when that buffer is free.
+  Frame home_of(PageNumber page) const {
+    const std::uint32_t place = page >> home_shift_;
+    return place < buffers_ ? place : place % buffers_;
+  }
   // The buffer that holds the page, read from the file when none does. REQUIRES page > 0.
   Result fetch(PageNumber page, Frame& frame) {
+    return find_home(page, frame) ? Result::ok : fetch_away(page, frame);
+  }
+  // The same where the page's home holds it; otherwise false.
+  bool find_home(PageNumber page, Frame& frame) {
     frame = home_of(page);
-    if (frames_[frame].page != page) return fetch_away(page, frame);
+    if (frames_[frame].page != page) return false;
     frames_[frame].referenced = true;
-    return Result::ok;
+    return true;
+  }
+  // Lets the processor fetch what a buffer holds before it is looked at.
+  void prefetch(Frame frame) const {
+    const Byte* const image = images_.get() + std::size_t{frame} * page_bytes_;
+    for (std::size_t at = 0; at < page_bytes_; at += kCacheLine) __builtin_prefetch(image + at);
   }
   // A buffer for a page that the file does not have yet; the image is zero.
   Result fetch_new(Frame& frame);
@@ -96,6 +110,8 @@ class PageCache {
   void drop_all();
 
  private:
+  static constexpr std::size_t kCacheLine = 64;
+
   // Of the hash table of the pages away from home; page 0 is an empty one.
   struct Slot {
     PageNumber page;
@@ -112,10 +128,6 @@ class PageCache {
     bool joint : 1;    // changed together with others
   };
 
-  Frame home_of(PageNumber page) const {
-    const std::uint32_t place = page >> home_shift_;
-    return place < buffers_ ? place : place % buffers_;
-  }
   std::uint32_t hash(PageNumber page) const { return (page * 0x9E3779B1u) >> hash_shift_; }
   // The slot of the page, or the empty one where it would go.
   Slot* find(PageNumber page) const {

@@ -7,6 +7,7 @@
 #ifndef VQDBSYS_INDEX_TREE_TREE_H_
 #define VQDBSYS_INDEX_TREE_TREE_H_
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -20,8 +21,17 @@ namespace vqdb::index {
 inline constexpr std::uint32_t kMaxDepth = 32;
 inline constexpr std::size_t kMaxKeyLength = 240;
 
-// The way from the root to an entry of a leaf: in each page, which child or entry was chosen.
+// The way from the root to an entry of a leaf: in each page, which child or entry was chosen. Only
+// the steps in use are copied.
 struct Path {
+  Path() = default;
+  Path(const Path& other) { *this = other; }
+  Path& operator=(const Path& other) {
+    depth = other.depth;
+    std::copy_n(other.steps.begin(), depth, steps.begin());
+    return *this;
+  }
+
   struct Step {
     PageNumber page;
     std::uint32_t slot;
@@ -73,6 +83,18 @@ class Tree {
   Result next(Path& path, bool& found);
   Result previous(Path& path, bool& found);
   Result entry_at(const Path& path, Entry& entry);
+  // The usual step: to the entry so many places further in the path's leaf. False, and the path as
+  // it was, where there is none, or where the leaf would have to be looked for.
+  bool step_in_leaf(Path& path, std::int32_t by, Entry& entry) {
+    PageCache::Frame frame = 0;
+    if (!cache_.find_home(path.leaf().page, frame)) return false;
+    const Page leaf = page(frame);
+    const std::uint32_t slot = path.leaf().slot + static_cast<std::uint32_t>(by);
+    if (!leaf.is_sound() || slot >= leaf.count()) return false;
+    path.leaf().slot = slot;
+    entry = {leaf.key(slot), leaf.recno(slot)};
+    return true;
+  }
   // How many entries the path's leaf has.
   Result leaf_entries(const Path& path, std::uint32_t& count);
   // Copies the page of the path's leaf.
@@ -104,6 +126,7 @@ class Tree {
   // From the page at a level of the path, by another of its children.
   Result branch(const Path& path, std::uint32_t level, std::uint32_t slot, Path& branched);
   Result step(Path& path, End from, bool& found);
+  void await_step(const Path& path, End from);
   Result insert_with_split(const Path& path, const Byte* key, std::uint32_t recno);
   void split(Split& plan, const Path& path, const Byte* key, std::uint32_t recno);
   // The nearest page above the level whose entry, not its trailing child, leads down the path:

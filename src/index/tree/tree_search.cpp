@@ -5,8 +5,6 @@ namespace {
 
 constexpr Operation kSearch{1017};
 
-constexpr std::size_t kCacheLine = 64;
-
 }  // namespace
 
 Result Tree::fetch(PageNumber number, PageCache::Frame& frame) {
@@ -21,10 +19,7 @@ Result Tree::descend(KeyOrder::Bound bound, const Byte* key, Path& path) {
   for (path.depth = 0; path.depth < kMaxDepth;) {
     PageCache::Frame frame = 0;
     if (const Result result = fetch(number, frame); !ok(result)) return result;
-    const Byte* image = cache_.image(frame);
-    for (std::size_t at = 0; at < layout_.page_bytes; at += kCacheLine) {
-      __builtin_prefetch(image + at);
-    }
+    cache_.prefetch(frame);
     const Page node = page(frame);
     const std::uint32_t slot = bound(node.keys(), key, layout_.key_length);
     path.steps[path.depth++] = {number, slot};
@@ -87,9 +82,20 @@ Result Tree::step(Path& path, End from, bool& found) {
     if (page(frame).count() == 0) continue;
     path = way;
     found = true;
+    await_step(path, from);
     return Result::ok;
   }
   return fail(block_, Result::page_error, kSearch.detail(4));
+}
+
+// A walk comes to the leaf beside the path's next: lets the processor fetch it meanwhile.
+void Tree::await_step(const Path& path, End from) {
+  PageCache::Frame frame = 0;
+  if (path.depth < 2) return;
+  const Path::Step& upper = path.steps[path.depth - 2];
+  if (!cache_.find_home(upper.page, frame)) return;
+  const std::uint32_t beside = upper.slot + (from == End::first ? 1u : ~0u);
+  if (beside <= page(frame).count()) cache_.prefetch(cache_.home_of(page(frame).child(beside)));
 }
 
 Result Tree::step_to_entry(Path& path, bool& found) {
