@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 #include <iterator>
 #include <limits>
 
@@ -74,6 +76,120 @@ double parse_extent(const Extent& number) {
   return number.negative ? -value : value;
 }
 
+// Fields of numbers hold 8 to 16 characters as a rule: blanks, a minus, digits with a point. These
+// are read as two words of eight characters, the first one in the lowest byte.
+struct Characters {
+  static constexpr std::size_t kWord = sizeof(std::uint64_t);
+  static constexpr std::size_t kMost = 2 * kWord;
+
+  static constexpr std::uint64_t all(char c) { return 0x0101010101010101 * static_cast<Byte>(c); }
+  // So many bytes from the lowest on.
+  static constexpr std::uint64_t front(std::size_t bytes) {
+    return bytes >= kWord ? ~std::uint64_t{0} : (std::uint64_t{1} << (8 * bytes)) - 1;
+  }
+  // The first byte that is not 0; kWord where all are.
+  static std::size_t first_set(std::uint64_t word) {
+    return static_cast<std::size_t>(std::countr_zero(word)) / 8;
+  }
+  static std::uint64_t load(const char* from) {
+    std::uint64_t word;
+    std::memcpy(&word, from, sizeof word);
+    return word;
+  }
+
+  // REQUIRES kWord <= text.size() <= kMost. Right-aligned behind blanks.
+  explicit Characters(std::string_view text)
+      : high(load(text.data())), low(load(text.data() + text.size() - kWord)) {
+    const std::size_t missing = kMost - text.size();
+    const std::uint64_t shifted = missing < kWord ? high << (8 * missing) : 0;
+    high = shifted | (all(' ') & front(missing));
+  }
+
+  // Takes out the first point: what stands before it moves up behind another blank. Gives how many
+  // characters stand behind it; kMost where there is none.
+  std::size_t take_point() {
+    if (const std::size_t at = find_point(high); at < kWord) {
+      high = without(high, at, ' ');
+      return kMost - 1 - at;
+    }
+    const std::size_t at = find_point(low);
+    if (at >= kWord) return kMost;
+    low = without(low, at, static_cast<char>(high >> 56));
+    high = high << 8 | Byte{' '};
+    return kWord - 1 - at;
+  }
+
+  std::size_t leading_blanks() const {
+    const std::size_t blanks = first_set(high ^ all(' '));
+    return blanks < kWord ? blanks : kWord + first_set(low ^ all(' '));
+  }
+  char at(std::size_t place) const {
+    const std::uint64_t word = place < kWord ? high : low;
+    return static_cast<char>(word >> (8 * (place % kWord)));
+  }
+  void fill_front_with_zeros(std::size_t count) {
+    const auto fill = [](std::uint64_t& word, std::size_t bytes) {
+      word = (word & ~front(bytes)) | (all('0') & front(bytes));
+    };
+    fill(high, count);
+    if (count > kWord) fill(low, count - kWord);
+  }
+
+  bool are_digits() const { return are_digits(high) && are_digits(low); }
+  // REQUIRES are_digits().
+  std::uint64_t number() const { return number(high) * 100000000 + number(low); }
+
+  std::uint64_t high;  // the front eight
+  std::uint64_t low;
+
+ private:
+  static std::size_t find_point(std::uint64_t word) {
+    const std::uint64_t others = word ^ all('.');
+    return first_set((others - all(1)) & ~others & all('\x80'));
+  }
+  // The characters before the place move up by one, and another comes in front.
+  static std::uint64_t without(std::uint64_t word, std::size_t place, char in_front) {
+    const std::uint64_t before = (word & front(place)) << 8 | static_cast<Byte>(in_front);
+    return (word & ~front(place + 1)) | before;
+  }
+  static bool are_digits(std::uint64_t word) {
+    const std::uint64_t upper = all('\xF0');
+    return (word & upper) == all('0') && ((word + all(6)) & upper) == all('0');
+  }
+  // Neighbouring digits become pairs, then fours, then eight.
+  static std::uint64_t number(std::uint64_t word) {
+    constexpr std::uint64_t kPairs = 0x000000FF000000FF;
+    word -= all('0');
+    word = word * 10 + (word >> 8);
+    const std::uint64_t even = (word & kPairs) * (100 + (std::uint64_t{1000000} << 32));
+    const std::uint64_t odd = ((word >> 16) & kPairs) * (1 + (std::uint64_t{10000} << 32));
+    return (even + odd) >> 32;
+  }
+};
+
+// False where the text is no number of the usual form.
+bool parse_usual(std::string_view text, double& value) {
+  Characters characters(text);
+  std::size_t front = characters.leading_blanks();
+  const bool negative = front < Characters::kMost && characters.at(front) == '-';
+  if (negative) ++front;
+  std::size_t decimals = characters.take_point();
+  if (decimals == Characters::kMost) {
+    decimals = 0;
+  } else {
+    ++front;
+  }
+  if (front >= Characters::kMost) return false;
+  characters.fill_front_with_zeros(front);
+  if (!characters.are_digits()) return false;
+  const std::uint64_t mantissa = characters.number();
+  if (mantissa > kExactIntegers) return false;
+  value = static_cast<double>(static_cast<std::int64_t>(mantissa)) /
+          power_of_ten(static_cast<std::ptrdiff_t>(decimals));
+  if (negative) value = -value;
+  return true;
+}
+
 // Writes the value in fixed-point form and gives the end of the text.
 char* write_fixed(double value, std::int32_t decimals, std::array<char, kFixedText>& text) {
   if (decimals == 0 && std::fabs(value) < static_cast<double>(kExactIntegers) &&
@@ -141,6 +257,11 @@ void fill_with_zeros(char* field, std::ptrdiff_t width) {
 }  // namespace
 
 double parse_number(std::string_view text) {
+  double usual = 0;
+  if (text.size() >= Characters::kWord && text.size() <= Characters::kMost &&
+      parse_usual(text, usual)) {
+    return usual;
+  }
   const char* at = text.data();
   const char* const end = at + text.size();
   while (at != end && is_space(*at)) ++at;

@@ -1,6 +1,9 @@
+#include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <random>
 
 #include "support/test.h"
 
@@ -54,6 +57,31 @@ TEST(Numbers, fields_hold_fixed_point_else_exponent_form_else_stars) {
   }
   EXPECT_EQ("0000012.50", field_of(12.5, 10, 2, 16));
   EXPECT_EQ("-000012.50", field_of(-12.5, 10, 2, 16));
+}
+
+// Fields of usual width and form have a reader of their own.
+TEST(Numbers, usual_fields_read_as_they_do_behind_other_white_space) {
+  std::mt19937 random(1);
+  const auto below = [&](std::size_t limit) { return random() % limit; };
+  const auto any_of = [&](std::string_view set) { return set[below(set.size())]; };
+  std::size_t numbers = 0;
+  for (int i = 0; i < 200000; ++i) {
+    std::string text(8 + below(9), ' ');
+    const std::size_t blanks = below(2) * below(text.size());
+    std::generate(text.begin() + static_cast<std::ptrdiff_t>(blanks), text.end(),
+                  [&] { return any_of("0123456789"); });
+    if (below(3) == 0) text[blanks] = '-';
+    if (below(3) != 0) text[blanks + below(text.size() - blanks)] = '.';
+    for (std::size_t odd = below(6); odd >= 3; --odd) {
+      text[below(text.size())] = any_of({" +-.e\t\0/:\x80\xB5\xFF", 12});
+    }
+    const double read = number_of(text);
+    ASSERT_EQ(std::bit_cast<std::uint64_t>(number_of("\t                " + text)),
+              std::bit_cast<std::uint64_t>(read))
+        << text;
+    numbers += read != 0 ? 1 : 0;
+  }
+  EXPECT_LT(100000u, numbers);
 }
 
 TEST(Numbers, shapes_that_no_field_has_are_refused) {
