@@ -172,6 +172,8 @@ int32_t VQ_CALL dDgetrec(VqTable* table, uint32_t recno, void* record) {
 }
 
 int32_t VQ_CALL dDapprec(VqTable* table, const void* record) {
+  // Whatever refuses the record, nobody shall take the number of the one before for its own.
+  if (VqBlock* const block = tables().block_of(table); block != nullptr) block->record_number = -1;
   return on_table(table, kApprec, [=](Table& t) {
     return record == nullptr ? null_argument(&table::block_of(t), kApprec)
                              : table::append_record(t, record);

@@ -149,7 +149,9 @@ Result copy_memos(Files& files, const Work& work) {
   std::uint32_t count = 0;
   if (const Result counted = table::record_count(table, count); !ok(counted)) return counted;
   for (std::uint32_t recno = 1; recno <= count; ++recno) {
-    if (cancelled(files.block, recno - 1, count)) return Result::cancelled;
+    if (cancelled(files.block, recno - 1, count)) {
+      return fail(files.block, Result::cancelled, kCancelledDetail);
+    }
     const Result read = table::read_whole_record(table, recno, record.get());
     if (!ok(read)) return read;
     for (const table::Field& field : table::fields(table)) {

@@ -40,10 +40,11 @@ Result copy_structure(VqBlock& block, const char* from, const char* to) {
 }
 
 Result compare_structures(VqBlock& block, const char* first, const char* second) {
+  constexpr std::uint32_t kMode = open_mode::kSharedCached | open_mode::kReadOnly;
   ScopedTable a;
   ScopedTable b;
-  Result result = a.open(block, path_of(first, "DBF"), open_mode::kSharedCached, 1);
-  if (ok(result)) result = b.open(block, path_of(second, "DBF"), open_mode::kSharedCached, 1);
+  Result result = a.open(block, path_of(first, "DBF"), kMode, 1);
+  if (ok(result)) result = b.open(block, path_of(second, "DBF"), kMode, 1);
   if (!ok(result)) return result;
   const auto fields_a = fields(*a);
   const auto fields_b = fields(*b);

@@ -61,7 +61,7 @@ Result record_count(Table& table, std::uint32_t& count) {
 
 Result refresh_count(Table& table) {
   RecordFile& records = table.records;
-  if (counts_by_size(table)) {
+  if (table.is_shared() && counts_by_size(table)) {
     std::uint64_t bytes = 0;
     // A file without its header is one that was replaced.
     if (!records.file.size(bytes).ok() || bytes < records.header_length) {

@@ -65,8 +65,8 @@ inline constexpr std::int32_t kShortFile = 10064;
 // Details 10064 and, with the size unknown, 424.
 Result check_stored(Table& table, std::uint32_t recno);
 
-// Takes the count from the file: from the header, or from the file's size under the dialect bit
-// for that. Details 423 and 424.
+// Takes the count from the file: from the header or, for a shared table under the dialect bit for
+// that, from the file's size. Details 423 and 424.
 Result refresh_count(Table& table);
 // Where the file's size tells the count, ends the file with the end mark behind record `last`.
 platform::Outcome cut_behind(Table& table, std::uint32_t last);

@@ -174,8 +174,10 @@ TEST(Records, refusals_have_their_codes_and_details) {
   for (const Case& c : cases) {
     OpenTable table(scratch.block, scratch.name, c.mode, 2);
     scratch.block.detail = 0;
+    scratch.block.record_number = 3;
     EXPECT_EQ(c.result, c.call(table)) << c.detail;
     EXPECT_EQ(c.detail, +scratch.block.detail);
+    EXPECT_EQ(c.detail / 10 == 32 ? -1 : 3, +scratch.block.record_number) << c.detail;
   }
   EXPECT_EQ(before, read_file(scratch.file));
 }
@@ -376,16 +378,28 @@ TEST(Records, appenders_in_any_shared_mode_take_turns_by_the_count_in_the_file) 
   }
 }
 
-TEST(Records, the_count_comes_from_the_file_size_under_kind_16) {
+TEST(Records, the_count_of_a_shared_table_comes_from_the_file_size_under_kind_16) {
   ScratchTable scratch(16);
   scratch.append(1, 5);
   write_bytes(scratch.file, 4, "\x02");
-  OpenTable table(scratch.block, scratch.name, 2, 0);
   std::uint32_t count = 0;
-  EXPECT_EQ(0, lib.dDreccnt(table, &count));
-  EXPECT_EQ(5u, count);
-  ASSERT_EQ(0, lib.dDapprec(table, ScratchTable::record(6).data()));
-  EXPECT_EQ(6u, count_on_disk(scratch));
+  {
+    OpenTable exclusive(scratch.block, scratch.name, 0, 1);
+    EXPECT_EQ(0, lib.dNindex(exclusive, scratch.folder.file("I").c_str(), "NUMBER", 0));
+    EXPECT_EQ(0, lib.dDreccnt(exclusive, &count));
+    EXPECT_EQ(2u, count);
+  }
+  {
+    OpenTable shared(scratch.block, scratch.name, 2, 0);
+    EXPECT_EQ(0, lib.dDreccnt(shared, &count));
+    EXPECT_EQ(5u, count);
+    ASSERT_EQ(0, lib.dDapprec(shared, ScratchTable::record(6).data()));
+    EXPECT_EQ(6u, count_on_disk(scratch));
+  }
+  write_bytes(scratch.file, 4, "\x02");
+  ASSERT_EQ(0, lib.dDpack(&scratch.block, scratch.name.c_str()));
+  EXPECT_EQ(ScratchTable::record(1) + ScratchTable::record(2) + "\x1A",
+            read_file(scratch.file).substr(kStart));
 }
 
 TEST(Records, records_that_the_file_lacks_are_errors_and_never_old_bytes) {
