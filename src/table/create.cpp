@@ -9,6 +9,7 @@
 #include "table/header.h"
 #include "table/interrupted.h"
 #include "table/locks.h"
+#include "table/table_handle.h"
 
 namespace vqdb::table {
 namespace {
@@ -154,12 +155,23 @@ Result create(VqBlock& block, const char* name, std::int32_t count, const char* 
   return ok(result) ? table.replace(path_of(name, "DBF")) : result;
 }
 
-Result create(VqBlock& block, const std::string& path, std::span<const Field> fields,
-              bool& has_memo) {
+Result create_like(Table& from, platform::File& file, std::int32_t detail) {
+  VqBlock& block = block_of(from);
   NewTable table(block);
-  const Result result = table.add_like(fields);
-  has_memo = table.has_memo();
-  return ok(result) ? table.write(path) : result;
+  Result result = table.add_like(fields(from));
+  if (ok(result)) result = table.write(file);
+  if (!ok(result)) return result;
+  std::array<Byte, kHeaderBytes> header;
+  std::array<Byte, kRecordLengthOffset> made;
+  if (!from.records.file.read_exactly(0, header.data(), header.size()).ok() ||
+      !file.read_exactly(0, made.data(), made.size()).ok()) {
+    return fail(block, Result::io, detail);
+  }
+  std::copy(made.begin() + kDateOffset, made.end(), header.begin() + kDateOffset);
+  store_le16(&header[kRecordLengthOffset], static_cast<std::uint16_t>(record_length(from)));
+  header[kProductionOffset] = 0;
+  return file.write_at(0, header.data(), header.size()).ok() ? Result::ok
+                                                             : fail(block, Result::io, detail);
 }
 
 }  // namespace vqdb::table

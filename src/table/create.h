@@ -23,10 +23,13 @@ namespace vqdb::table {
 // has locked it (claim_table_at).
 Result create(VqBlock& block, const char* name, std::int32_t count, const char* const* fields);
 
-// The same with these fields, their types, lengths and decimals taken as they are. Tells whether
-// the new table has memo fields.
-Result create(VqBlock& block, const std::string& path, std::span<const Field> fields,
-              bool& has_memo);
+class Table;
+
+// Makes an empty file a table without records for those of another. Its header has what does not
+// come from the fields: the version byte, since the memo file keeps its layout, the record length
+// and the marks of other programs. The production flag is clear, since record numbers change.
+// Details 151 to 164, and the one given where the header is not taken over.
+Result create_like(Table& from, platform::File& file, std::int32_t detail);
 
 bool is_memo_type(char type);
 // Whether an expression could refer to a field by this name.

@@ -1,14 +1,10 @@
 #include "table/pack.h"
 
-#include <algorithm>
-#include <array>
-
 #include "frame/file_name.h"
 #include "frame/progress.h"
 #include "frame/system_file.h"
 #include "frame/temporary_file.h"
 #include "table/create.h"
-#include "table/header.h"
 #include "table/locks.h"
 #include "table/records.h"
 #include "table/scoped_table.h"
@@ -20,26 +16,6 @@ namespace {
 constexpr Operation kPack{29};
 
 constexpr std::int32_t kBuffers = 64;  // both tables are read and written in order
-
-// Gives the packed copy what its header does not get from the fields: the version byte, since the
-// memo file keeps its layout, the record length and the marks of other programs. The production
-// flag stays clear, since record numbers change.
-Result take_over_header(VqBlock& block, const std::string& from, platform::File& copy) {
-  platform::File source;
-  const Result result = open_file(block, from, open_mode::kReadOnly, source);
-  if (!ok(result)) return result;
-  std::array<Byte, kHeaderBytes> header;
-  std::array<Byte, kRecordLengthOffset> made;
-  if (!source.read_exactly(0, header.data(), header.size()).ok() ||
-      !copy.read_exactly(0, made.data(), made.size()).ok()) {
-    return fail(block, Result::io, kPack.detail(4));
-  }
-  std::copy(made.begin() + kDateOffset, made.end(), header.begin() + kDateOffset);
-  header[kProductionOffset] = 0;
-  return copy.write_at(0, header.data(), header.size()).ok()
-             ? Result::ok
-             : fail(block, Result::io, kPack.detail(4));
-}
 
 Result copy_live_records(VqBlock& block, Table& from, Table& to) {
   const std::uint32_t count = known_record_count(from);
@@ -71,9 +47,7 @@ Result pack(VqBlock& block, const char* name) {
     if (!ok(result)) return result;
     const platform::Outcome made = packed.make(block, path);
     if (!made.ok()) return fail(block, open_result(made.error), kPack.detail(1));
-    bool has_memo = false;
-    result = create(block, packed.path(), fields(*source), has_memo);
-    if (ok(result)) result = take_over_header(block, path, packed.file());
+    result = create_like(*source, packed.file(), kPack.detail(4));
     if (ok(result)) result = target.open(block, packed.path(), 0, kBuffers);
     if (ok(result)) result = copy_live_records(block, *source, *target);
     if (ok(result)) result = target.close();

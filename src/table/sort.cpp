@@ -46,16 +46,15 @@ Result sort_records(VqBlock& block, Table& from, Table& to, const SortKey& key) 
   return ok(result) ? progress.finish() : result;
 }
 
-Result sort_into(VqBlock& block, const std::string& source, const std::string& target,
+Result sort_into(VqBlock& block, const std::string& source, TemporaryFile& target,
                  const char* keys) {
   ScopedTable from;
   ScopedTable to;
   SortKey key;
   Result result = from.open(block, source, open_mode::kReadOnly, kBuffers);
   if (ok(result)) result = key.parse(block, *from, keys);
-  bool has_memo = false;
-  if (ok(result)) result = create(block, target, fields(*from), has_memo);
-  if (ok(result)) result = to.open(block, target, 0, kBuffers);
+  if (ok(result)) result = create_like(*from, target.file(), kSort.detail(3));
+  if (ok(result)) result = to.open(block, target.path(), 0, kBuffers);
   if (ok(result)) result = sort_records(block, *from, *to, key);
   return ok(result) ? to.close() : result;
 }
@@ -77,7 +76,7 @@ Result sort(VqBlock& block, const char* source, const char* target, const char* 
   TemporaryFile sorted;
   const platform::Outcome made = sorted.make(block, to);
   if (!made.ok()) return fail(block, open_result(made.error), kSort.detail(3));
-  result = sort_into(block, from, sorted.path(), keys);
+  result = sort_into(block, from, sorted, keys);
   if (!ok(result)) return result;
   const platform::Outcome placed = sorted.put_in_place(&replaced);
   return placed.ok() ? Result::ok : fail(block, open_result(placed.error), kSort.detail(3));

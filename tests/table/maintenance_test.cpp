@@ -241,10 +241,16 @@ TEST(Pack, keeps_live_records_and_what_the_header_says) {
   }
 }
 
-TEST(Pack, keeps_bytes_behind_the_fields_of_a_record) {
-  ScratchTable scratch;
+TEST(Pack, and_sort_keep_the_version_and_bytes_behind_the_fields_of_a_record) {
+  ScratchTable scratch(2);
+  write_bytes(scratch.file, 0, "\x83");
   write_bytes(scratch.file, 4, "\x02\0\0\0\x61\0\x14\0"s);
+  write_bytes(scratch.file, 28, "\0\x57"s);  // code page mark
   write_bytes(scratch.file, kStart, " RECORD   12345extra*RECORD   12345extra\x1A");
+  const std::string sorted = scratch.folder.file("S");
+  ASSERT_EQ(0, lib.dDsort(&scratch.block, scratch.name.c_str(), sorted.c_str(), "TEXT"));
+  const auto but_date = [](std::string bytes) { return bytes.erase(1, 3); };
+  EXPECT_EQ(but_date(read_file(scratch.file)), but_date(read_file(sorted + ".DBF")));
   ASSERT_EQ(0, lib.dDpack(&scratch.block, scratch.name.c_str()));
   EXPECT_EQ(" RECORD   12345extra\x1A", read_file(scratch.file).substr(kStart));
   EXPECT_EQ("\x01\0\0\0\x61\0\x14\0"s, read_bytes(scratch.file, 4, 8));
