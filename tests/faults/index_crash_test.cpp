@@ -2,6 +2,7 @@
 // shrink and hold runs of equal keys: what was there before is there once, the operation at hand is
 // done or not, and the file goes on as if nothing had happened.
 #include <map>
+#include <set>
 
 #include "support/fault_plan.h"
 #include "support/mdx_fixture.h"
@@ -123,10 +124,67 @@ class IndexCrash : public MdxFixture, public ::testing::WithParamInterface<Crash
     EXPECT_LE(1, check("TORN"));
   }
 
+  // Makes the file F with these entries; gives what is to become of it, until it is empty.
+  std::vector<Step> prepare(Entries& model) {
+    if (is_mdx()) {
+      create("F");
+      VqIndex* file = open("F");
+      EXPECT_NE(nullptr, make_tag(file, "KEYS", "TEXT", GetParam().format));
+      EXPECT_NE(nullptr, make_tag(file, "OTHER", "TEXT", "C100"));
+      EXPECT_EQ(0, lib.dXclose(file));
+    } else {
+      EXPECT_EQ(0, lib.dNcreat(&block, name("F").c_str(), "TEXT", "C100"));
+    }
+    std::vector<Step> steps(1);
+    const auto add = [&](bool comes, const IndexEntry& one) {
+      if (steps.back().size() == GetParam().flushed_together) steps.emplace_back();
+      steps.back().push_back({comes, one});
+    };
+    const Tree tree = open_tree("F", 0);
+    for (std::uint32_t n = 240; n > 0; --n) {
+      model.push_back(entry(n));
+      EXPECT_EQ(0, put(tree, model.back()));
+    }
+    EXPECT_EQ(0, close_tree(tree));
+    for (std::uint32_t n = 0; n < 40; ++n) add(true, entry(1000 + n, 1));
+    Entries old = model;
+    std::shuffle(old.begin(), old.begin() + 100, std::mt19937(5));
+    for (const IndexEntry& one : old) add(false, one);
+    for (std::uint32_t n = 0; n < 40; ++n) add(false, entry(1000 + n, 1));
+    return steps;
+  }
+  static void follow(const Step& step, Entries& model) {
+    for (const auto& [comes, one] : step) {
+      if (comes) {
+        model.push_back(one);
+      } else {
+        std::erase(model, one);
+      }
+    }
+  }
+
   // The errors that a check finds in the file, without its table.
   std::int32_t check(const std::string& file) {
     return (is_mdx() ? lib.dXcheck : lib.dNcheck)(&block, name(file).c_str(), nullptr, nullptr,
                                                   nullptr);
+  }
+
+  // Those of before, each once, and each of the step or not.
+  static void expect_entries(const Entries& found, const Step& step, const Entries& before) {
+    std::map<IndexEntry, int> count;
+    for (const IndexEntry& one : found) ++count[one];
+    for (const auto& [comes, one] : step) {
+      EXPECT_GE(1, count[one]);
+      count.erase(one);
+    }
+    std::size_t kept = 0;
+    for (const IndexEntry& one : before) {
+      const auto in_step = [&](const auto& change) { return change.second == one; };
+      if (std::ranges::any_of(step, in_step)) continue;
+      EXPECT_EQ(1, count[one]) << one.first << one.second;
+      ++kept;
+    }
+    EXPECT_EQ(kept, count.size());
   }
 
   // The file that a crash left, after which each entry of the step is there or not.
@@ -148,20 +206,7 @@ class IndexCrash : public MdxFixture, public ::testing::WithParamInterface<Crash
     (void)(is_mdx() ? lib.dXgetrno : lib.dNgetrno)(tree.keys, entry(1).first.data(), &recno);
     EXPECT_EQ(0, close_tree(tree));
     expect_sound("CRASH");
-    std::map<IndexEntry, int> count;
-    for (const IndexEntry& one : found) ++count[one];
-    for (const auto& [comes, one] : step) {
-      EXPECT_GE(1, count[one]);
-      count.erase(one);
-    }
-    std::size_t kept = 0;
-    for (const IndexEntry& one : before) {
-      const auto in_step = [&](const auto& change) { return change.second == one; };
-      if (std::ranges::any_of(step, in_step)) continue;
-      EXPECT_EQ(1, count[one]) << one.first << one.second;
-      ++kept;
-    }
-    EXPECT_EQ(kept, count.size());
+    expect_entries(found, step, before);
     // It goes on.
     tree = open_tree("CRASH", 4 - mode);
     Entries model = found;
@@ -188,35 +233,10 @@ class IndexCrash : public MdxFixture, public ::testing::WithParamInterface<Crash
 };
 
 TEST_P(IndexCrash, every_write_may_be_the_last) {
-  constexpr std::uint32_t kStart = 240;
-  if (is_mdx()) {
-    create("F");
-    VqIndex* file = open("F");
-    ASSERT_NE(nullptr, make_tag(file, "KEYS", "TEXT", GetParam().format));
-    ASSERT_NE(nullptr, make_tag(file, "OTHER", "TEXT", "C100"));
-    ASSERT_EQ(0, lib.dXclose(file));
-  } else {
-    ASSERT_EQ(0, lib.dNcreat(&block, name("F").c_str(), "TEXT", "C100"));
-  }
   Entries model;
-  std::vector<Step> steps(1);
-  const auto add = [&](bool comes, const IndexEntry& one) {
-    if (steps.back().size() == GetParam().flushed_together) steps.emplace_back();
-    steps.back().push_back({comes, one});
-  };
-  Tree tree = open_tree("F", 0);
-  for (std::uint32_t n = kStart; n > 0; --n) {
-    model.push_back(entry(n));
-    ASSERT_EQ(0, put(tree, model.back()));
-  }
-  ASSERT_EQ(0, close_tree(tree));
+  const std::vector<Step> steps = prepare(model);
+  Tree tree = {};
   std::mt19937 random(5);
-  for (std::uint32_t n = 0; n < 40; ++n) add(true, entry(1000 + n, 1));
-  Entries old = model;
-  std::shuffle(old.begin(), old.begin() + 100, random);
-  for (const IndexEntry& one : old) add(false, one);
-  for (std::uint32_t n = 0; n < 40; ++n) add(false, entry(1000 + n, 1));
-
   std::size_t crashes = 0;
   for (const Step& step : steps) {
     const std::string start = read_file(path("F"));
@@ -242,13 +262,7 @@ TEST_P(IndexCrash, every_write_may_be_the_last) {
       expect_recovered(step, model, random);
       ASSERT_FALSE(HasFailure());
     }
-    for (const auto& [comes, one] : step) {
-      if (comes) {
-        model.push_back(one);
-      } else {
-        std::erase(model, one);
-      }
-    }
+    follow(step, model);
   }
   EXPECT_LT(steps.size() / 2, crashes);
   tree = open_tree("F", 0);
@@ -268,6 +282,107 @@ INSTANTIATE_TEST_SUITE_P(Trees, IndexCrash,
                                            CrashCase{"mdx_shared_equal", "C100", 4, 2, 1},
                                            CrashCase{"mdx_exclusive", "C100", 0, 240, 40},
                                            CrashCase{"mdx_exclusive_equal", "C100D", 0, 2, 40}),
+                         [](const auto& crash) { return std::string(crash.param.name); });
+
+// What a device may hold of a file after a loss of power: what it was told to keep, and any of the
+// writes since.
+class Device {
+ public:
+  explicit Device(std::string path) : path_(std::move(path)), kept_(read_file(path_)) {}
+
+  // Before a call of the system.
+  void note(Call call) {
+    if (call != Call::write && call != Call::sync) return;
+    const std::string now = read_file(path_);
+    if (now != last_) writes_.push_back(difference(last_, now));
+    last_ = now;
+    if (call == Call::write) return;
+    for (std::size_t n = 0; n < 1U << std::min<std::size_t>(writes_.size(), kMostTogether); ++n) {
+      const std::size_t chosen = writes_.size() > kMostTogether ? random_() : n;
+      std::string state = kept_;
+      for (std::size_t i = 0; i < writes_.size(); ++i) {
+        if ((chosen >> i & 1) != 0) apply(writes_[i], state);
+      }
+      states_.insert(state);
+    }
+    kept_ = now;
+    writes_.clear();
+  }
+  std::set<std::string> take_states() { return std::exchange(states_, {}); }
+
+ private:
+  static constexpr std::size_t kMostTogether = 5;
+  static constexpr std::size_t kBytes = 1024;  // that reach the device together
+
+  struct Write {
+    std::vector<std::pair<std::size_t, std::string>> pieces;
+    std::size_t size;  // of the file afterwards
+    bool cuts;
+  };
+  static Write difference(const std::string& old, const std::string& now) {
+    Write write = {{}, now.size(), now.size() < old.size()};
+    for (std::size_t at = 0; at < now.size(); at += kBytes) {
+      const std::string piece = now.substr(at, kBytes);
+      if (at >= old.size() || piece != old.substr(at, kBytes)) write.pieces.emplace_back(at, piece);
+    }
+    return write;
+  }
+  static void apply(const Write& write, std::string& state) {
+    if (write.cuts && state.size() > write.size) state.resize(write.size);
+    for (const auto& [at, bytes] : write.pieces) {
+      if (state.size() < at + bytes.size()) state.resize(at + bytes.size());
+      state.replace(at, bytes.size(), bytes);
+    }
+  }
+
+  const std::string path_;
+  std::string kept_;
+  std::string last_ = kept_;
+  std::vector<Write> writes_;
+  std::set<std::string> states_;
+  std::mt19937 random_{7};
+};
+
+class PowerLoss : public IndexCrash {};
+
+TEST_P(PowerLoss, leaves_what_was_flushed) {
+  Entries model;
+  const std::vector<Step> steps = prepare(model);
+  const Tree tree = open_tree("F", GetParam().mode);
+  Device device(path("F"));
+  std::size_t states = 0;
+  for (const Step& step : steps) {
+    {
+      const FaultPlan plan(0, Verdict::go_on, [&](Call call) {
+        device.note(call);
+        return false;
+      });
+      block.runtime_flags = VQ_FLAG_DURABLE;
+      EXPECT_TRUE(run(tree, step));
+      EXPECT_EQ(0, flush(tree));
+      block.runtime_flags = 0;
+    }
+    for (const std::string& state : device.take_states()) {
+      SCOPED_TRACE(++states);
+      write_file(path("CRASH"), state);
+      EXPECT_EQ(0, check("CRASH"));
+      const Tree left = open_tree("CRASH", 0);
+      expect_entries(walk(left), step, model);
+      EXPECT_EQ(0, close_tree(left));
+      expect_sound("CRASH");
+      ASSERT_FALSE(HasFailure());
+    }
+    follow(step, model);
+  }
+  EXPECT_LT(3 * steps.size(), states);
+  EXPECT_EQ(0, close_tree(tree));
+}
+
+INSTANTIATE_TEST_SUITE_P(Trees, PowerLoss,
+                         ::testing::Values(CrashCase{"ndx_shared", nullptr, 4, 240, 1},
+                                           CrashCase{"ndx_exclusive", nullptr, 0, 240, 30},
+                                           CrashCase{"mdx_shared_equal", "C100", 4, 2, 1},
+                                           CrashCase{"mdx_exclusive", "C100D", 0, 240, 40}),
                          [](const auto& crash) { return std::string(crash.param.name); });
 
 // What a handle leaves undone is the next one's that locks the file, whatever came between.

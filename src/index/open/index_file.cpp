@@ -17,7 +17,6 @@ constexpr std::uint32_t kPatientTries = 3000;
 constexpr std::uint32_t kPauseMilliseconds = 1;
 
 constexpr Operation kLog{1034};
-constexpr std::int32_t kForceFailed = 10194;
 constexpr std::int32_t kUnfinished = 10345;
 
 bool has_locks(std::uint32_t scheme) { return table::lock_scheme_of(scheme).has_locks; }
@@ -39,13 +38,13 @@ Result IndexFile::flush() {
   if (is_entered()) {
     if (const Result result = cache.write_changed(); !ok(result)) return result;
     if (cache.is_unfinished()) return fail(block, Result::io, kUnfinished);
-    cache.cut_log();
   } else if (cache.is_unfinished()) {
     const Result result = in_bracket(*this, [] { return Result::ok; });
     if (!ok(result)) return result;
   }
-  const bool forced = is_read_only() || force_out(block, system_file).ok();
-  return forced ? Result::ok : fail(block, Result::io, kForceFailed);
+  const Result kept = is_read_only() ? Result::ok : cache.keep_order();
+  if (ok(kept) && is_entered()) cache.cut_log();
+  return kept;
 }
 
 Result IndexFile::close(std::int32_t close_detail) {

@@ -13,6 +13,7 @@ namespace {
 
 constexpr Operation kPages{1024};
 constexpr Operation kLog{1034};
+constexpr std::int32_t kForceFailed = 10194;
 
 // So few changes of leaves, as one operation makes, are written in the order in which they were
 // made: an update's new entry before its old one goes. With changes that hold only together they
@@ -210,6 +211,12 @@ Result PageCache::fill_log(std::span<const Frame> joint) {
   return has_room ? Result::ok : fail(block_, Result::no_memory, kLog.detail(1));
 }
 
+Result PageCache::keep_order() {
+  if (!force_out(block_, file_).ok()) return fail(block_, Result::io, kForceFailed);
+  is_kept_ = true;
+  return Result::ok;
+}
+
 Result PageCache::write_log() {
   log_at_ = limit_;
   const auto outcome = log_.write(file_, log_at_);
@@ -228,6 +235,9 @@ Result PageCache::write_together(std::span<const Frame> added, std::span<const F
   if (const Result result = fill_log(joint); !ok(result)) return result;
   const bool is_single = log_.records() + (has_header ? 1 : 0) <= 1;
   if (!is_single) {
+    // The place of the log may be that of one which the device still has a mark of.
+    const Result kept = is_kept_ ? Result::ok : keep_order();
+    if (!ok(kept)) return kept;
     const std::int32_t detail = block_.detail;
     const Result logged = write_log();
     // New pages that an earlier try has written, too.
@@ -235,13 +245,17 @@ Result PageCache::write_together(std::span<const Frame> added, std::span<const F
                          std::ranges::any_of(joint, [&](Frame f) { return frames_[f].fresh; });
     if (!ok(logged) && has_new) return logged;
     if (ok(logged)) {
-      const Result result = write_frames(added);
+      Result result = write_frames(added);
+      if (ok(result)) result = keep_order();
       return ok(result) ? commit_log(joint) : result;
     }
     block_.detail = detail;
   }
-  if (const Result result = write_frames(added); !ok(result)) return result;
-  if (const Result result = twice([&] { return apply_log(); }); !ok(result)) return result;
+  Result result = write_frames(added);
+  if (ok(result) && !added.empty()) result = keep_order();
+  if (!ok(result)) return result;
+  result = twice([&] { return apply_log(); });
+  if (!ok(result)) return result;
   settle(joint);
   return has_header ? twice([&] { return store_.write_header(false); }) : Result::ok;
 }
@@ -267,13 +281,16 @@ Result PageCache::end_log() {
   if (!outcome.ok()) return fail(block_, transfer_result(outcome), kLog.detail(5));
   forget_log();
   leaves_log_ = true;
+  is_kept_ = false;
   return Result::ok;
 }
 
 // Of a flush that was left unfinished.
 Result PageCache::finish_log() {
   if (!unfinished_) return Result::ok;
-  const Result result = twice([&] { return apply_log(); });
+  Result result = keep_order();
+  if (ok(result)) result = twice([&] { return apply_log(); });
+  if (ok(result)) result = keep_order();
   return ok(result) ? end_log() : result;
 }
 
@@ -283,7 +300,7 @@ void PageCache::forget_log() {
 }
 
 void PageCache::cut_log() {
-  if (!leaves_log_ || unfinished_) return;
+  if (!leaves_log_ || unfinished_ || !(is_kept_ || ok(keep_order()))) return;
   leaves_log_ = !file_.truncate(offset_of(limit_)).ok();
 }
 
@@ -357,6 +374,7 @@ Result PageCache::write_changed() {
 }
 
 void PageCache::drop_all() {
+  is_kept_ = false;  // others may have worked on the file
   for (std::uint32_t i = 0; i < listed_count_; ++i) {
     forget(listed_[i]);
     frames_[listed_[i]] = {};

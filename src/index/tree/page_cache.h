@@ -16,6 +16,10 @@
 //   6. leaves that changed alone; few of them go by the log as well.
 //
 // Therefore a changed page is never written alone: when one has to make room, all are written.
+//
+// With run-time flag 4 each of these steps reaches the device before the next one but 6 begins, and
+// step 5 before the next log takes the place of this one: then a loss of power, after which the
+// device may have any of the writes that it was not told to keep, is like a crash.
 #ifndef VQDBSYS_INDEX_TREE_PAGE_CACHE_H_
 #define VQDBSYS_INDEX_TREE_PAGE_CACHE_H_
 
@@ -100,6 +104,9 @@ class PageCache {
   // is no such log.
   Result take_up_log(bool for_reading, bool& found);
   void forget_log();
+  // With run-time flag 4, has the device keep what is written before anything else is. Detail
+  // 10194.
+  Result keep_order();
   // Cuts off what logs of this cache have left behind the pages. REQUIRES that nobody else works on
   // the file.
   void cut_log();
@@ -175,6 +182,7 @@ class PageCache {
   PageNumber log_at_ = 0;    // where it begins in the file
   bool leaves_log_ = false;  // behind the pages, with nothing to say any more
   bool unfinished_ = false;  // the file has the mark, and what the log says may not be done
+  bool is_kept_ = false;     // the device knows of no mark that is gone
 
   platform::Bytes images_;
   platform::Array<FrameState> frames_;
