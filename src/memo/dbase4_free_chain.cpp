@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <vector>
 
 #include "memo/dbase4_run.h"
 #include "memo/file_layout.h"
@@ -86,7 +87,22 @@ Result FreeChain::read_run(Memo& memo) {
   return Result::ok;
 }
 
+// Once for each handle, as it takes reading all of the chain: a memo in one run would be written
+// over by a later one in the other.
+Result FreeChain::check_apart(Memo& memo) {
+  if (is_apart_) return Result::ok;
+  while (memo.offset_of(next_) < memo.file_size) {
+    if (const Result read = read_run(memo); !ok(read)) return read;
+  }
+  std::vector<Run> sorted(runs_.begin(), runs_.end());
+  std::ranges::sort(sorted, {}, &Run::first);
+  if (std::ranges::adjacent_find(sorted, overlap) != sorted.end()) return broken_chain(memo);
+  is_apart_ = true;
+  return Result::ok;
+}
+
 Result FreeChain::take(Memo& memo, std::uint32_t blocks, Run used, Placement& placement) {
+  if (const Result apart = check_apart(memo); !ok(apart)) return apart;
   for (std::size_t i = 0;; ++i) {
     if (i == runs_.size()) {
       if (memo.offset_of(next_) >= memo.file_size) return append(memo, blocks, placement);

@@ -35,7 +35,8 @@ class FreeChain {
 
   // Takes the first run that has enough blocks; the rest of a larger one stays in the chain. When
   // none has, the blocks lie at the end of the chain, which moves behind them. A chain that leaves
-  // the file, runs in a circle or goes through the run `used` gives -3 and nothing is taken.
+  // the file, runs in a circle, has a block twice or goes through the run `used` gives -3 and
+  // nothing is taken.
   Result take(Memo& memo, std::uint32_t blocks, Run used, Placement& placement);
 
   // Whether a run of the chain begins at this block. A chain that cannot be followed gives -3.
@@ -57,6 +58,7 @@ class FreeChain {
   std::uint32_t front() const;
   std::uint32_t behind(std::size_t index) const;
   Result read_run(Memo& memo);
+  Result check_apart(Memo& memo);
   Result take_whole(Memo& memo, std::size_t index);
   Result take_part(Memo& memo, std::size_t index, Run rest);
   Result append(Memo& memo, std::uint32_t blocks, Placement& placement);
@@ -66,6 +68,7 @@ class FreeChain {
 
   std::deque<Run> runs_;    // read so far, in chain order
   std::uint32_t next_ = 0;  // where the chain goes on behind them
+  bool is_apart_ = false;   // no two runs have a block in common
 };
 
 }  // namespace vqdb::memo

@@ -44,6 +44,7 @@ TEST(MemoDamage, a_broken_free_chain_gives_no_blocks) {
                {"run of no blocks", file_with(header(2), le32(6) + le32(0))},
                {"run that leaves the file", file_with(header(2), le32(6) + le32(5))},
                {"run of all numbers", file_with(header(2), le32(6) + le32(0xFFFFFFFF))},
+               {"two runs with a block in common", file_with(header(2), le32(4) + le32(4))},
                {"wild end", file_with(header(2), le32(0x70000000) + le32(1))}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);

@@ -252,7 +252,7 @@ std::vector<History> histories() {
                    nullptr,
                    {},
                    {open_in(mode), append(13, 13), append(100, 14), update(3, 49), remove(5),
-                    recall(5), append(28, 15), update(1, 61), append(20, 16), kFlush, kClose}});
+                    recall(5), append(28, 15), update(1, 1999), append(20, 16), kFlush, kClose}});
   }
   for (const Alone& alone : operations_alone()) {
     all.push_back({alone.name, 7, 0, true, alone.prepare, alone.may_find, {alone.step}});
