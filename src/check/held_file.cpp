@@ -22,7 +22,7 @@ Result HeldFile::open(const std::string& path, Hold hold) {
   path_ = path;
   Result result = open_file(block_, path, open_mode::kReadOnly, file_);
   if (ok(result)) result = take_lock(hold);
-  if (ok(result)) result = look(head_, size_);
+  if (ok(result)) result = look(opened_);
   return result;
 }
 
@@ -39,19 +39,17 @@ Result HeldFile::take_lock(Hold hold) {
   }
 }
 
-Result HeldFile::look(std::array<Byte, 32>& head, std::uint64_t& size) {
+Result HeldFile::look(State& state) {
   std::size_t got = 0;
-  if (!file_.size(size).ok() || !file_.read_at(0, head.data(), head.size(), got).ok()) {
-    return fail(block_, Result::io, kCheck.detail(1));
-  }
-  return Result::ok;
+  const bool known = file_.size(state.size).ok() && file_.last_change(state.changed).ok() &&
+                     file_.read_at(0, state.head.data(), state.head.size(), got).ok();
+  return known ? Result::ok : fail(block_, Result::io, kCheck.detail(1));
 }
 
 Result HeldFile::confirm_unchanged() {
-  std::array<Byte, 32> head = {};
-  std::uint64_t size = 0;
-  const Result result = look(head, size);
-  if (!ok(result) || (size == size_ && head == head_)) return result;
+  State state;
+  const Result result = look(state);
+  if (!ok(result) || state == opened_) return result;
   return fail(block_, Result::file_locked, kCheck.detail(2));
 }
 

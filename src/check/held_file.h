@@ -26,7 +26,8 @@ class HeldFile {
   // Opens the file and waits for its lock. Details 10421 and 10422 (not opened), 10431 and 10432
   // (locked by somebody else, or by the system), 6601 (not read).
   Result open(const std::string& path, Hold hold);
-  // Fails when its first bytes or its size are other than at opening, with detail 6602.
+  // Fails when its first bytes, its size or the time of its last change are other than at opening,
+  // with detail 6602.
   Result confirm_unchanged();
 
   // From now on an index file reads as the redo log at this page of 512 bytes says that it is to
@@ -39,19 +40,25 @@ class HeldFile {
   VqBlock& block() { return block_; }
   platform::File& file() { return file_; }
   const std::string& path() const { return path_; }
-  std::uint64_t size() const { return size_; }
+  std::uint64_t size() const { return opened_.size; }
   bool is_open() const { return file_.is_open(); }
   void close() { (void)file_.close(); }
 
  private:
   Result take_lock(Hold hold);
-  Result look(std::array<Byte, 32>& head, std::uint64_t& size);
+  struct State {
+    std::uint64_t size = 0;
+    std::uint64_t changed = 0;
+    std::array<Byte, 32> head = {};
+
+    bool operator==(const State&) const = default;
+  };
+  Result look(State& state);
 
   VqBlock& block_;
   platform::File file_;
   std::string path_;
-  std::uint64_t size_ = 0;
-  std::array<Byte, 32> head_ = {};
+  State opened_;
   index::RedoLog log_{512};
 };
 

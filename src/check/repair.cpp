@@ -55,6 +55,46 @@ std::vector<Patch> table_patches(const TableForm& form, const RecordFacts& facts
   return patches;
 }
 
+// A file as it is to become, complete beside it. Neither this nor the backup stays unless it takes
+// the file's place.
+class Rewrite {
+ public:
+  ~Rewrite() {
+    if (!placed_) backup_.discard();
+  }
+
+  // Keeps the file as it was, and has write(copy) make of it what it is to become.
+  template <typename Write>
+  Result prepare(HeldFile& file, const char* backup_directory, Write write) {
+    Result result = backup_.make(file, backup_directory);
+    if (!ok(result)) return result;
+    const auto made = fresh_.make_beside(file.path());
+    if (!made.ok()) return fail(file.block(), open_result(made.error), kRepair.detail(1));
+    file_ = &file;
+    return write(fresh_.file());
+  }
+  Result confirm_unchanged() { return file_ != nullptr ? file_->confirm_unchanged() : Result::ok; }
+  // Others are kept out until then, where the system lets an open file be replaced; the file is
+  // closed.
+  Result put_in_place(FileFindings& findings) {
+    if (file_ == nullptr) return Result::ok;
+    if constexpr (!platform::kReplacesOpenFiles) file_->close();
+    const auto placed = fresh_.put_in_place();
+    file_->close();
+    if (!placed.ok()) return fail(file_->block(), open_result(placed.error), kRepair.detail(4));
+    placed_ = true;
+    backup_.report(findings);
+    findings.add(VQ_F_MENDED, {}, "The file has been mended.");
+    return Result::ok;
+  }
+
+ private:
+  HeldFile* file_ = nullptr;
+  Backup backup_;
+  TemporaryFile fresh_;
+  bool placed_ = false;
+};
+
 class Repair {
  public:
   explicit Repair(const Request& request)
@@ -82,28 +122,49 @@ class Repair {
     if (ok(result)) result = table.open_memo(memo_path_of(request_.name), true);
     Progress progress(block_, table.record_count());
     if (ok(result)) result = table.check_records(progress, findings_);
-    if (!ok(result) || !table.form().has_records) return result;
+    if (!ok(result)) return result;
+    if (!table.form().has_records) {
+      table.findings().add(VQ_F_NOT_MENDED, {},
+                           "The records of the table cannot be told; a backup of it brings them "
+                           "back, or the header of a table of the same fields.");
+      give_up_indexes(indexes);
+      return Result::ok;
+    }
     std::vector<Patch> patches = table_patches(table.form(), table.facts());
     if (!table.form().has_sure_lengths && !patches.empty()) {
       table.findings().add(VQ_F_NOT_MENDED, {},
                            "Nothing tells for certain where the records of the table are.");
-      indexes.clear();  // made of such records they would be worth nothing
-      gave_up_ = true;
+      give_up_indexes(indexes);
       return Result::ok;
     }
-    if (table.memo_form().is_memo_file) result = mend_memo_file(table, patches);
-    if (!ok(result) || patches.empty()) return result;
+    // What keeps one of the files from being replaced leaves both as they are.
+    Rewrite memo_file;
+    Rewrite table_file;
+    FileFindings memo_findings(findings_, table.memo_file().path());
+    if (table.memo_form().is_memo_file) {
+      result = prepare_memo_file(table, memo_findings, patches, memo_file);
+    }
     sort_patches(patches);
-    return write_table(table, patches);
+    if (ok(result) && !patches.empty()) result = prepare_table(table, patches, table_file);
+    if (ok(result)) result = memo_file.confirm_unchanged();
+    if (ok(result)) result = table_file.confirm_unchanged();
+    if (ok(result)) result = memo_file.put_in_place(memo_findings);
+    return ok(result) ? table_file.put_in_place(table.findings()) : result;
+  }
+
+  // Made of records that cannot be told they would be worth nothing.
+  void give_up_indexes(std::vector<ListedIndex>& indexes) {
+    indexes.clear();
+    gave_up_ = true;
   }
 
   // What is behind the end mark stays there; what was no whole record goes.
-  Result write_table(HeldTable& table, const std::vector<Patch>& patches) {
+  Result prepare_table(HeldTable& table, const std::vector<Patch>& patches, Rewrite& rewrite) {
     const TableForm& form = table.form();
     const std::uint64_t end = form.offset_of(std::uint64_t{form.count} + 1);
     const std::uint64_t behind = table.file().size() - end;
     const bool is_cut = form.end != RecordsEnd::mark && behind < form.record_length;
-    return rewrite(table.file(), table.findings(), [&](platform::File& copy) {
+    return rewrite.prepare(table.file(), request_.options.backup, [&](platform::File& copy) {
       const std::uint64_t size = is_cut ? end : table.file().size();
       const Result written = write_patched(table.file(), size, patches, copy);
       return ok(written) && !copy.write_at(end, &table::kEndMark, 1).ok()
@@ -112,50 +173,25 @@ class Repair {
     });
   }
 
-  Result mend_memo_file(HeldTable& table, std::vector<Patch>& patches) {
+  Result prepare_memo_file(HeldTable& table, FileFindings& findings, std::vector<Patch>& patches,
+                           Rewrite& rewrite) {
     const MemoForm& form = table.memo_form();
     const auto is_there = [](const NamedMemo& memo) { return memo.state != MemoState::unreadable; };
     if (form.memos.size() > 1 && std::none_of(form.memos.begin(), form.memos.end(), is_there)) {
-      FileFindings(findings_, table.memo_file().path())
-          .add(VQ_F_NOT_MENDED, {}, "None of the memos that the table names is in the file.");
+      findings.add(VQ_F_NOT_MENDED, {}, "None of the memos that the table names is in the file.");
       return Result::ok;
     }
     const MemoRepair plan = plan_memo_repair(table.form(), form);
     patches.insert(patches.end(), plan.table_patches.begin(), plan.table_patches.end());
-    return plan.needed ? write_memo_file(table.memo_file(), plan) : Result::ok;
-  }
-
-  Result write_memo_file(HeldFile& file, const MemoRepair& plan) {
-    FileFindings findings(findings_, file.path());
-    return rewrite(file, findings, [&](platform::File& copy) {
+    if (!plan.needed) return Result::ok;
+    HeldFile& file = table.memo_file();
+    return rewrite.prepare(file, request_.options.backup, [&](platform::File& copy) {
       Result result = write_patched(file, file.size(), plan.patches, copy);
       for (const MemoRepair::Move& move : plan.moves) {
         if (ok(result)) result = write_again(file, move.from, move.size, copy, move.to);
       }
       return ok(result) ? write_patches_behind(file, file.size(), plan.patches, copy) : result;
     });
-  }
-
-  // Keeps the file as it was, and puts what `write` makes of it in its place. Others are kept out
-  // until then, where the system lets an open file be replaced; the file is closed.
-  template <typename Write>
-  Result rewrite(HeldFile& file, FileFindings& findings, Write write) {
-    Backup backup;
-    Result result = backup.make(file, request_.options.backup);
-    if (!ok(result)) return result;
-    backup.report(findings);
-    TemporaryFile fresh;
-    const auto made = fresh.make_beside(file.path());
-    if (!made.ok()) return fail(block_, open_result(made.error), kRepair.detail(1));
-    result = write(fresh.file());
-    if (ok(result)) result = file.confirm_unchanged();
-    if (!ok(result)) return result;
-    if constexpr (!platform::kReplacesOpenFiles) file.close();
-    const auto placed = fresh.put_in_place();
-    file.close();
-    if (!placed.ok()) return fail(block_, open_result(placed.error), kRepair.detail(4));
-    findings.add(VQ_F_MENDED, {}, "The file has been mended.");
-    return Result::ok;
   }
 
   Result mend_indexes(const std::string& path, const std::vector<ListedIndex>& indexes, bool all) {
@@ -205,7 +241,7 @@ class Repair {
     return rebuilt(result, backup, findings);
   }
 
-  // The same for a file of tags; the host's list gives all of them or none.
+  // The same for a file of tags. Where its own tag table is gone, the host's list has to give all.
   Result rebuild_mdx(const ListedIndex& index, HeldFile& file, table::Table& table,
                      FileFindings& findings) {
     const bool has_head = file.is_open() && file.size() >= index::kMdxHeadBytes;
@@ -213,24 +249,24 @@ class Repair {
     Result result = file.is_open() ? backup.make(file, request_.options.backup) : Result::ok;
     if (!ok(result)) return result;
     file.close();
-    if (has_head) result = index::rebuild_mdx(table, index.path.c_str());
+    std::vector<index::TagRequest> tags;
+    for (const VqIndexDef* const def : index.defs) {
+      if (def->tag == nullptr || def->key == nullptr) continue;
+      tags.push_back({def->tag, def->key, nullptr, def->filter, def->options});
+    }
+    if (has_head) result = index::rebuild_mdx(table, index.path.c_str(), tags);
     if (!has_head || tells_nothing(result)) {
-      const auto is_whole = [](const VqIndexDef* def) {
-        return def->tag != nullptr && def->key != nullptr;
-      };
-      if (index.defs.empty() || !std::all_of(index.defs.begin(), index.defs.end(), is_whole)) {
-        return give_up(backup, findings);
-      }
-      result = build_tags(index, table);
+      if (tags.empty() || tags.size() < index.defs.size()) return give_up(backup, findings);
+      result = build_tags(index, table, tags);
     }
     return rebuilt(result, backup, findings);
   }
 
-  Result build_tags(const ListedIndex& index, table::Table& table) {
+  Result build_tags(const ListedIndex& index, table::Table& table,
+                    const std::vector<index::TagRequest>& tags) {
     const GrowingPath growing(index.path);
     Result result = Result::ok;
-    for (const VqIndexDef* const def : index.defs) {
-      const index::TagRequest request = {def->tag, def->key, nullptr, def->filter, def->options};
+    for (const index::TagRequest& request : tags) {
       if (ok(result)) result = index::build_mdx(table, growing.get().c_str(), request);
     }
     if (!ok(result)) return result;

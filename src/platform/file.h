@@ -104,6 +104,8 @@ class File {
                        std::size_t* transferred = nullptr);
 
   Outcome size(std::uint64_t& bytes);
+  // A number that is another one after a change, as finely as the system tells times.
+  Outcome last_change(std::uint64_t& time);
   Outcome identity(FileIdentity& identity);
   // How many names lead to the file: none once it was removed, or another one took its place.
   Outcome names(std::uint32_t& count);

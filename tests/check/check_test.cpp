@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "support/checked_group.h"
@@ -166,6 +168,23 @@ TEST(Check, tells_missing_files_from_what_it_could_not_do) {
             lib.DBcheck(&group.block, group.table().c_str(), nullptr, &Report::take, &one));
   EXPECT_EQ(1U, one.findings.size());
   EXPECT_EQ(10071, group.block.detail);
+}
+
+std::int32_t VQ_CALL change_table(void* context, const VqFinding*) {
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  write_bytes(static_cast<CheckedGroup*>(context)->file(kTable), CheckedGroup::at(9, 1), "other");
+  return 0;
+}
+
+TEST(Check, tells_of_a_change_meanwhile) {
+  CheckedGroup group;
+  group.create();
+  group.fill();
+  write_bytes(group.file(kTable), CheckedGroup::at(3, 12), "?");  // something to report
+  const VqCheckOptions options = {VQ_CHECK_UNLOCKED, 0, nullptr, nullptr, nullptr};
+  EXPECT_EQ(VQ_E_FILE_LOCKED,
+            lib.dDcheck(&group.block, group.table().c_str(), &options, change_table, &group));
+  EXPECT_EQ(6602, group.block.detail);
 }
 
 TEST(Check, waits_for_nobody_who_keeps_a_lock) {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "support/checked_group.h"
+#include "support/tree_checker.h"
 
 namespace vqdb::testing {
 namespace {
@@ -179,6 +180,15 @@ TEST_F(Repairs, leave_alone_what_they_cannot_tell) {
   EXPECT_LT(0, repair().result);
   EXPECT_EQ(moved, read_file(table));
   write_file(table, records);
+  // Less than its header.
+  for (const std::size_t size : {20U, 100U}) {
+    write_file(table, records.substr(0, size));
+    const Report report = repair();
+    EXPECT_LT(0, report.result);
+    EXPECT_NE(std::string::npos, report.summary().find("504 r0 p0 ITEMS.DBF\n"));
+    EXPECT_EQ(size, read_file(table).size());
+  }
+  write_file(table, records);
   // Another table's memo file.
   std::string other = memos;
   for (std::size_t at = 512; at < other.size(); at += 512) other[at] = other[at + 1] = 'x';
@@ -193,6 +203,17 @@ TEST_F(Repairs, leave_alone_what_they_cannot_tell) {
   EXPECT_EQ(0, repair().result);
   EXPECT_EQ(records, read_file(table));
   EXPECT_EQ(memos.substr(512), read_file(memo).substr(512));
+}
+
+TEST_F(Repairs, change_no_file_when_one_of_them_cannot_be_replaced) {
+  write_bytes(group.file("ITEMS.DBF"), 4, "\x03");
+  write_bytes(group.file("ITEMS.DBT"), 2, "\x7F");
+  std::filesystem::create_hard_link(group.file("ITEMS.DBF"), group.file("SECOND"));
+  const std::vector<std::string> files = group.folder.list();
+  const std::string memos = read_file(group.file("ITEMS.DBT"));
+  EXPECT_EQ("-11/6612", codes(repair().result, group.block));
+  EXPECT_EQ(files, group.folder.list());
+  EXPECT_EQ(memos, read_file(group.file("ITEMS.DBT")));
 }
 
 // Half the block size leads to some memo for more of the fields than the cut file has memos.
@@ -265,6 +286,50 @@ TEST_F(Repairs, build_lost_indexes_from_the_hosts_list) {
   EXPECT_EQ("", group.check().summary());
   ASSERT_EQ(0, lib.DBuse(&group.block, group.table().c_str(), 0, &database));
   ASSERT_EQ(0, lib.DBclose(database));
+}
+
+// What is lost of a tag's header follows from its expressions and the tag table, or is in the
+// host's list.
+TEST_F(Repairs, build_tags_whose_header_is_damaged) {
+  const std::string name = group.file("ITEMS");
+  const std::string path = group.file("ITEMS.MDX");
+  VqTable* const table = lib.dDopen(&group.block, group.table().c_str(), 0, 4);
+  ASSERT_EQ(0, lib.dXezindx(table, name.c_str(), "QTYS", "QTY", nullptr, 2));
+  ASSERT_EQ(0, lib.dXezindx(table, name.c_str(), "NAMES", "NAME", "PAID", 1));
+  ASSERT_EQ(0, lib.dDclose(table));
+  const auto header_of = [&](std::size_t tag) {
+    return 512 * number_at(read_file(path), 512 + 32 * tag, 4);
+  };
+  const auto definition_of = [&](std::size_t tag) {
+    return read_bytes(path, header_of(tag) + 8, 1000);
+  };
+  const std::vector<std::string> definitions = {definition_of(1), definition_of(2)};
+  const VqIndexDef defs[] = {{16, name.c_str(), "qtys", "QTY", nullptr, 2},
+                             {16, name.c_str(), "names", "NAME", "PAID", 1}};
+  const VqCheckOptions options = {0, 2, defs, nullptr, nullptr};
+  const struct {
+    std::size_t at;
+    std::string bytes;
+    bool is_told;                          // by the file alone
+  } cases[] = {{0, "\xFF\xFF\xFF", true},  // root
+               {9, "Z", true},             // type
+               {12, "\xFF", true},         // length
+               {14, "\xFF\xFF", true},     // entries in a page
+               {18, "\xFF", true},         // their size
+               {24, "?", false},
+               {24, std::string(1, '\0'), false},
+               {8, std::string(1000, '?'), false}};
+  for (const auto& each : cases) {
+    for (const std::size_t tag : {1U, 2U}) {
+      SCOPED_TRACE(std::to_string(each.at) + " " + std::to_string(tag));
+      write_bytes(path, header_of(tag) + each.at, each.bytes);
+      ASSERT_LT(0, group.check().result);
+      ASSERT_EQ(each.is_told, repair().result == 0);
+      ASSERT_EQ(0, repair(&options).result);
+      ASSERT_EQ(definitions, (std::vector{definition_of(1), definition_of(2)}));
+      ASSERT_EQ(0, group.check().result);
+    }
+  }
 }
 
 TEST(SafeCompaction, keeps_every_memo_whole_and_the_table_in_step) {

@@ -253,24 +253,56 @@ Result add_by_name(table::Table& table, const char* name, const Recipe& recipe, 
   return result;
 }
 
+Result read_recipe(table::Table& table, MdxStore& old, const TagEntry& entry, TagHeaderImage& image,
+                   Recipe& recipe) {
+  TagHeader header;
+  if (const Result result = read_tag_header(old, entry.header_page, image, header); !ok(result)) {
+    return result;
+  }
+  recipe.name = entry.name;
+  recipe.format = header.format;
+  recipe.key_text = header.key;
+  recipe.filter_text = header.filter;
+  expr::ResultShape shape;
+  if (const Result result = compile(table, recipe, shape); !ok(result)) return result;
+  return gives(shape.type, header.format.key_type)
+             ? Result::ok
+             : fail(old.block, Result::mismatch, kRebuild.detail(3));
+}
+
+// A damaged header may still hold the expressions; what else a tag needs follows from them, and
+// from its entry in the tag table.
+bool guess_recipe(table::Table& table, const TagEntry& entry, const TagHeaderImage& image,
+                  Recipe& recipe) {
+  TagHeader header;
+  if (!read_tag_texts(image, entry.format, header)) return false;
+  const std::string key(header.key);
+  const std::string filter(header.filter);
+  std::uint32_t options = header.format.descending ? TagRequest::kDescending : 0;
+  if (header.format.unique) options |= TagRequest::kUnique;
+  const TagRequest request = {entry.name.data(), key.c_str(), nullptr,
+                              filter.empty() ? nullptr : filter.c_str(), options};
+  return ok(prepare(table, request, recipe)) && recipe.format.key_type == entry.key_type;
+}
+
 // The tags of a file as they are to be built again.
-Result read_recipes(table::Table& table, MdxStore& old, std::vector<Recipe>& recipes) {
+Result read_recipes(table::Table& table, MdxStore& old, std::span<const TagRequest> requests,
+                    std::vector<Recipe>& recipes) {
   for (const TagEntry& entry : old.tags().tags()) {
     TagHeaderImage image;
-    TagHeader header;
-    if (const Result result = read_tag_header(old, entry.header_page, image, header); !ok(result)) {
-      return result;
-    }
     Recipe& recipe = recipes.emplace_back();
-    recipe.name = entry.name;
-    recipe.format = header.format;
-    recipe.key_text = header.key;
-    recipe.filter_text = header.filter;
-    expr::ResultShape shape;
-    if (const Result result = compile(table, recipe, shape); !ok(result)) return result;
-    if (!gives(shape.type, header.format.key_type)) {
-      return fail(old.block, Result::mismatch, kRebuild.detail(3));
-    }
+    const Result result = read_recipe(table, old, entry, image, recipe);
+    if (ok(result)) continue;
+    if (result == Result::io || result == Result::no_memory) return result;
+    const std::int32_t detail = old.block.detail;
+    const auto request = std::ranges::find_if(requests, [&](const TagRequest& each) {
+      std::array<char, kMaxTagName + 1> name = {};
+      return make_tag_name(each.name, name) && name == entry.name;
+    });
+    recipe = {};
+    const bool known = request != requests.end() ? ok(prepare(table, *request, recipe))
+                                                 : guess_recipe(table, entry, image, recipe);
+    if (!known) return fail(old.block, result, detail);
   }
   return Result::ok;
 }
@@ -301,7 +333,8 @@ Result build_all(table::Table& table, const std::vector<Recipe>& recipes, MdxSto
 }
 
 // Under the table's lock, and with the file that is there kept from changing.
-Result rebuild_held(table::Table& table, const std::string& path, ReplacedFile& replaced) {
+Result rebuild_held(table::Table& table, const std::string& path,
+                    std::span<const TagRequest> requests, ReplacedFile& replaced) {
   VqBlock& block = table::block_of(table);
   platform::File old_file;
   MdxHead head;
@@ -314,7 +347,7 @@ Result rebuild_held(table::Table& table, const std::string& path, ReplacedFile& 
     if (!old.attach(std::move(old_file), open_mode::kReadOnly, table::lock_scheme(table), 0)) {
       return fail(block, Result::no_memory, kRebuild.detail(4));
     }
-    result = read_recipes(table, old, recipes);
+    result = read_recipes(table, old, requests, recipes);
   }
   if (!ok(result)) return result;
 
@@ -370,7 +403,7 @@ Result build_mdx(table::Table& table, const char* name, const TagRequest& reques
   return hold.release_after(result);
 }
 
-Result rebuild_mdx(table::Table& table, const char* name) {
+Result rebuild_mdx(table::Table& table, const char* name, std::span<const TagRequest> requests) {
   VqBlock& block = table::block_of(table);
   if ((table::open_mode_of(table) & open_mode::kShared) != 0) {
     return fail(block, Result::not_allowed, kRebuild.detail(2));
@@ -379,7 +412,7 @@ Result rebuild_mdx(table::Table& table, const char* name) {
   if (const Result result = hold.take(); !ok(result)) return result;
   ReplacedFile replaced(block, table::lock_scheme(table));
   Result result = replaced.take(path_of(name, "MDX"), kRebuild.detail(7));
-  if (ok(result)) result = rebuild_held(table, path_of(name, "MDX"), replaced);
+  if (ok(result)) result = rebuild_held(table, path_of(name, "MDX"), requests, replaced);
   return hold.release_after(result);
 }
 

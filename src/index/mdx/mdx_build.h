@@ -3,6 +3,7 @@
 #define VQDBSYS_INDEX_MDX_MDX_BUILD_H_
 
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 #include "frame/result.h"
@@ -33,8 +34,11 @@ Result build_mdx(table::Table& table, const char* name, const TagRequest& reques
 
 // Builds every tag again into a new file, which takes the old one's place in one step. Details 1182
 // (shared table), 1183 (an expression gives another key type), 1186 (the table could not be
-// marked, the new file is in place), 1187 (somebody else has locked the file).
-Result rebuild_mdx(table::Table& table, const char* name);
+// marked, the new file is in place), 1187 (somebody else has locked the file). A tag whose header
+// is damaged is built as a request for a tag of its name has it or, without one, from what header
+// and tag table still say of its expressions.
+Result rebuild_mdx(table::Table& table, const char* name,
+                   std::span<const TagRequest> requests = {});
 
 // Takes a tag out of an open file; its blocks go to the free list. Details 1262 (no such tag), 1263
 // (read-only).

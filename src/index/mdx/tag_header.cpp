@@ -139,6 +139,16 @@ bool parse_tag_header(std::span<const Byte> block, const MdxHeader& file, TagHea
          file.holds_block(header.root);
 }
 
+bool read_tag_texts(std::span<const Byte> block, Byte entry_format, TagHeader& header) {
+  header = {};
+  header.format.descending = (entry_format & format_bit::kDescending) != 0;
+  header.format.unique = (entry_format & format_bit::kUnique) != 0 && block[kUniqueAt] != 0;
+  const bool filtered = (entry_format & format_bit::kFilter) != 0 || block[kHasFilterAt] == 1;
+  return read_expression(block, kKeyAt, header.key) && !header.key.empty() &&
+         (!filtered ||
+          (read_expression(block, kFilterAt, header.filter) && !header.filter.empty()));
+}
+
 bool is_uniqueness_agreed(std::span<const Byte> block) {
   return ((block[kFormatAt] & format_bit::kUnique) != 0) == (block[kUniqueAt] != 0);
 }

@@ -73,6 +73,10 @@ void store_tag_root(const TagHeader& header, Byte* bytes);
 // missing or do not end. The expressions are views of the block.
 bool parse_tag_header(std::span<const Byte> block, const MdxHeader& file, TagHeader& header);
 
+// What a damaged block still says of the tag's expressions, order and uniqueness, beside the format
+// bits of its entry in the tag table; all else follows from these. False without expressions.
+bool read_tag_texts(std::span<const Byte> block, Byte entry_format, TagHeader& header);
+
 // Whether the places that tell if keys are unique say the same.
 bool is_uniqueness_agreed(std::span<const Byte> block);
 

@@ -179,6 +179,15 @@ Outcome file_size(Handle file, std::uint64_t& bytes) {
   return {};
 }
 
+Outcome last_change(Handle file, std::uint64_t& time) {
+  FILETIME written = {};
+  if (::GetFileTime(handle_of(file), nullptr, nullptr, &written) == 0) {
+    return outcome_of(::GetLastError());
+  }
+  time = std::uint64_t{written.dwHighDateTime} << 32 | written.dwLowDateTime;
+  return {};
+}
+
 Outcome file_identity(Handle file, FileIdentity& identity) {
   BY_HANDLE_FILE_INFORMATION about = {};
   if (::GetFileInformationByHandle(handle_of(file), &about) == 0) {
