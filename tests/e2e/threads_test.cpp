@@ -1,5 +1,7 @@
+#include <functional>
 #include <thread>
 
+#include "support/histories.h"
 #include "support/test.h"
 
 namespace {
@@ -64,21 +66,33 @@ std::string work(const std::string& folder_file, unsigned seed) {
   return lib.DBclose(database) == 0 ? "" : "DBclose";
 }
 
+void run_in_threads(const std::function<void(unsigned)>& run) {
+  std::vector<std::thread> threads;
+  for (unsigned t = 0; t < 8; ++t) threads.emplace_back(run, t);
+  for (std::thread& thread : threads) thread.join();
+}
+
 TEST(Threads, work_on_databases_of_their_own_at_the_same_time) {
   const TemporaryFolder folder;
-  constexpr unsigned kThreads = 4;
-  constexpr unsigned kRounds = 3;
-  std::array<std::string, kThreads> wrong;
-  std::vector<std::thread> threads;
-  for (unsigned t = 0; t < kThreads; ++t) {
-    threads.emplace_back([&, t] {
-      for (unsigned round = 0; round < kRounds && wrong[t].empty(); ++round) {
-        wrong[t] = work(folder.file("T" + std::to_string(t)), t + round);
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  for (const std::string& step : wrong) EXPECT_EQ("", step);
+  run_in_threads([&](unsigned t) {
+    for (unsigned round = 0; round < 3; ++round) {
+      EXPECT_EQ("", work(folder.file("T" + std::to_string(t)), t + round));
+    }
+  });
+}
+
+TEST(Threads, change_check_and_mend_files_of_their_own_at_the_same_time) {
+  const std::vector<History> all = histories();
+  run_in_threads([&](unsigned t) {
+    for (std::size_t i = 0; i < all.size(); ++i) {
+      const History& history = all[(i + t * all.size() / 8) % all.size()];
+      World world(history.kind);
+      if (history.prepare != nullptr) history.prepare(world);
+      for (const Step& step : history.steps) EXPECT_EQ(0, step.run(world)) << history.name;
+      EXPECT_EQ("", history.errors(world, history.steps.size(), false)) << history.name;
+      EXPECT_LT(0U, world.read().size());
+    }
+  });
 }
 
 }  // namespace
