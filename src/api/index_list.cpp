@@ -34,7 +34,8 @@ std::string list_path(const char* table_name) {
 constexpr std::uint64_t kLongestList = 1 << 20;
 // Locked by whoever changes the list, for the blink of an eye.
 constexpr std::uint64_t kHoldByte = std::uint64_t{1} << 62;
-constexpr int kPatience = 1000;  // attempts, a millisecond apart
+constexpr int kPatience = 1000;  // attempts
+constexpr std::uint32_t kPauseMicroseconds = 1000;
 
 bool begins_with(const std::string& path, std::string_view text) {
   platform::File file;
@@ -85,7 +86,7 @@ bool HeldList::take(std::string& text) {
       return read;
     }
     let_go();
-    platform::pause(1);
+    platform::pause(kPauseMicroseconds);
   }
   return false;
 }
@@ -122,7 +123,7 @@ HeldList::Change change(const char* table_name, Edit edit) {
     if (!list.take(text) || !edit(text)) return HeldList::Change::not_made;
     const HeldList::Change put = list.put(text);
     if (put != HeldList::Change::overtaken) return put;
-    platform::pause(1);
+    platform::pause(kPauseMicroseconds);
   }
   return HeldList::Change::not_made;
 }

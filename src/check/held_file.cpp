@@ -4,15 +4,14 @@
 
 #include "check/operations.h"
 #include "frame/system_file.h"
-#include "platform/clock.h"
+#include "frame/wait.h"
 #include "table/locks.h"
 
 namespace vqdb::check {
 namespace {
 
 // Others hold a lock for the time of an operation, hosts for the time of a change.
-constexpr std::uint32_t kTries = 3000;
-constexpr std::uint32_t kPauseMilliseconds = 1;
+constexpr std::uint32_t kMilliseconds = 3000;
 
 bool is_busy(Result result) { return result == Result::file_locked || result == Result::locked; }
 
@@ -30,12 +29,11 @@ Result HeldFile::take_lock(Hold hold) {
   if (hold == Hold::none) return Result::ok;
   const std::uint32_t scheme = block_.index_kind;
   table::UnopenedLock held;
-  for (std::uint32_t tries = 0;; ++tries) {
+  for (Wait wait(kMilliseconds);;) {
     const Result result = hold == Hold::table
                               ? table::lock_unopened_table(block_, file_, scheme, held)
                               : table::lock_whole_file(block_, file_, scheme);
-    if (!is_busy(result) || tries == kTries) return result;
-    platform::pause(kPauseMilliseconds);
+    if (!is_busy(result) || !wait.goes_on()) return result;
   }
 }
 

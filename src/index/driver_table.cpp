@@ -109,7 +109,7 @@ constexpr Driver kMdx = with_common_rows({
 });
 
 Result enter_for_change(IndexFile& file) {
-  if (const Result result = file.enter(); !ok(result)) return result;
+  if (const Result result = file.enter(Purpose::changing); !ok(result)) return result;
   const Result result = file.check_whole();
   if (ok(result)) return result;
   static_cast<void>(file.leave());

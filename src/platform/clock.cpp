@@ -10,4 +10,8 @@ LocalTime local_time() {
   return known ? time : LocalTime{1980, 1, 1, 0, 0, 0, 0};
 }
 
+std::int64_t file_clock() {
+  return verdict(Call::clock) == Verdict::go_on ? system::file_clock() : 0;
+}
+
 }  // namespace vqdb::platform

@@ -19,13 +19,22 @@ struct LocalTime {
 // 1 January 1980, midnight, when the clock cannot be read as a local time.
 LocalTime local_time();
 
-namespace system {
-// The system's own call; false when it fails.
-bool local_time(LocalTime& time);
-}  // namespace system
+// The clock that times of files go by, at its last tick: nanoseconds since 1970, 0 when it cannot
+// be read. A file that is changed from now on gets no earlier time, unless somebody sets the clock
+// back.
+std::int64_t file_clock();
 
-// Lets others run for at least this long; 0 gives up no more than the rest of the time slice.
-void pause(std::uint32_t milliseconds);
+// Counts on whatever is done to the clock.
+std::uint64_t steady_microseconds();
+
+// Lets others run for about this long; 0 gives up no more than the rest of the time slice.
+void pause(std::uint32_t microseconds);
+
+// The system's own calls; false, and 0, when they fail.
+namespace system {
+bool local_time(LocalTime& time);
+std::int64_t file_clock();
+}  // namespace system
 
 }  // namespace vqdb::platform
 

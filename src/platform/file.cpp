@@ -97,7 +97,7 @@ Outcome File::create(const std::string& path, Creation creation) {
 // The maker of a replacement holds its lock for as long as it lives. Somebody else may come between
 // making and locking, take the file for abandoned and remove it: already_exists, lock_refused.
 Outcome File::hold_work(const std::string& path) {
-  const Outcome locked = system::lock_range(handle_, kWorkByte, 1);
+  const Outcome locked = system::lock_range(handle_, kWorkByte, 1, Sharing::exclusive);
   if (!locked.ok()) return locked;
   return is_at(path) ? Outcome{} : Outcome{Error::already_exists, 0};
 }
@@ -224,16 +224,22 @@ Outcome File::sync() {
   return pass(Call::sync, [&] { return system::sync_file(handle_); });
 }
 
-Outcome File::lock(std::uint64_t offset, std::uint64_t length) {
-  return pass(Call::lock, [&] { return system::lock_range(handle_, offset, length); });
+Outcome File::lock(std::uint64_t offset, std::uint64_t length, Sharing sharing) {
+  return pass(Call::lock, [&] { return system::lock_range(handle_, offset, length, sharing); });
 }
 
 Outcome File::unlock(std::uint64_t offset, std::uint64_t length) {
   return pass(Call::unlock, [&] { return system::unlock_range(handle_, offset, length); });
 }
 
-Outcome File::test_lock(std::uint64_t offset, std::uint64_t length) {
-  return pass(Call::lock, [&] { return system::test_range(handle_, offset, length); });
+Outcome File::test_lock(std::uint64_t offset, std::uint64_t length, Sharing sharing) {
+  return pass(Call::lock, [&] { return system::test_range(handle_, offset, length, sharing); });
+}
+
+bool File::notes_changes() { return !struck(Call::size) && system::notes_changes(handle_); }
+
+Outcome File::last_change(LastChange& change) {
+  return pass(Call::size, [&] { return system::last_change(handle_, change); });
 }
 
 bool exists(const std::string& path) { return struck(Call::look) || system::exists(path); }

@@ -58,6 +58,17 @@ struct FileIdentity {
   auto operator<=>(const FileIdentity&) const = default;
 };
 
+// Who may have bytes locked beside this lock: nobody, or those whose lock is shared as well.
+enum class Sharing : std::uint8_t { exclusive, shared };
+
+// What the system notes of a file with every change.
+struct LastChange {
+  std::int64_t time = 0;  // of data, size or rights; nanoseconds since 1970
+  std::uint64_t size = 0;
+
+  bool operator==(const LastChange&) const = default;
+};
+
 bool remove_abandoned(const std::string& path);
 
 // An open file. Closes itself when it goes out of scope; close() reports what the system says.
@@ -118,11 +129,17 @@ class File {
 
   // Locks bytes against every other open of the file, in this process or another; never waits.
   // A range held by somebody else is lock_refused.
-  Outcome lock(std::uint64_t offset, std::uint64_t length);
+  Outcome lock(std::uint64_t offset, std::uint64_t length, Sharing sharing = Sharing::exclusive);
   Outcome unlock(std::uint64_t offset, std::uint64_t length);
-  // Whether anybody else holds a byte of the range (lock_refused), without keeping others out
-  // meanwhile. REQUIRES that this file has not locked exactly this range.
-  Outcome test_lock(std::uint64_t offset, std::uint64_t length);
+  // Whether what anybody else holds of the range would refuse such a lock (lock_refused), without
+  // keeping others out meanwhile. REQUIRES that this file has not locked exactly this range.
+  Outcome test_lock(std::uint64_t offset, std::uint64_t length,
+                    Sharing sharing = Sharing::exclusive);
+
+  // Whether the system knows of every change, by any process, as soon as it is made: true only of
+  // file systems of this machine that are known for it.
+  bool notes_changes();
+  Outcome last_change(LastChange& change);
 
  private:
   friend bool remove_abandoned(const std::string& path);

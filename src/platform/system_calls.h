@@ -43,9 +43,11 @@ Outcome count_names(Handle file, std::uint32_t& count);
 Outcome path_identity(const std::string& path, FileIdentity& identity);
 Outcome truncate_file(Handle file, std::uint64_t bytes);
 Outcome sync_file(Handle file);
-Outcome lock_range(Handle file, std::uint64_t offset, std::uint64_t length);
+Outcome lock_range(Handle file, std::uint64_t offset, std::uint64_t length, Sharing sharing);
 Outcome unlock_range(Handle file, std::uint64_t offset, std::uint64_t length);
-Outcome test_range(Handle file, std::uint64_t offset, std::uint64_t length);
+Outcome test_range(Handle file, std::uint64_t offset, std::uint64_t length, Sharing sharing);
+bool notes_changes(Handle file);
+Outcome last_change(Handle file, LastChange& change);
 
 // See the functions of these names.
 bool exists(const std::string& path);

@@ -287,10 +287,11 @@ Result file_lock_status(Table& table) {
   return ok(result) ? Result::not_locked : result;
 }
 
-Result lock_whole_file(VqBlock& block, platform::File& file, std::uint32_t scheme) {
+Result lock_whole_file(VqBlock& block, platform::File& file, std::uint32_t scheme,
+                       platform::Sharing sharing) {
   const LockScheme& place = bracket_of(scheme);
   return answer(
-      block, file.lock(place.file_offset, place.file_length),
+      block, file.lock(place.file_offset, place.file_length, sharing),
       {Result::file_locked, kWholeFile.detail(1), Result::lock_refused, kWholeFile.detail(2)});
 }
 
@@ -302,10 +303,11 @@ Result unlock_whole_file(VqBlock& block, platform::File& file, std::uint32_t sch
   return fail(block, Result::lock_routine, kWholeFile.detail(3));
 }
 
-Result test_whole_file(VqBlock& block, platform::File& file, std::uint32_t scheme) {
+Result test_whole_file(VqBlock& block, platform::File& file, std::uint32_t scheme,
+                       platform::Sharing sharing) {
   const LockScheme& place = bracket_of(scheme);
   return answer(
-      block, file.test_lock(place.file_offset, place.file_length),
+      block, file.test_lock(place.file_offset, place.file_length, sharing),
       {Result::file_locked, kWholeFile.detail(1), Result::lock_refused, kWholeFile.detail(2)});
 }
 

@@ -63,10 +63,13 @@ Result file_lock_status(Table& table);
 // lies at scheme 0's bytes, since such a file must not be changed by two at once. The caller
 // remembers what it holds. Details 10431 (somebody else has the file), 10432 (system), 10433
 // (unlocking failed).
-Result lock_whole_file(VqBlock& block, platform::File& file, std::uint32_t scheme);
+Result lock_whole_file(VqBlock& block, platform::File& file, std::uint32_t scheme,
+                       platform::Sharing sharing = platform::Sharing::exclusive);
 Result unlock_whole_file(VqBlock& block, platform::File& file, std::uint32_t scheme);
-// Whether somebody else has it: file_locked, detail 10431. REQUIRES that this file does not.
-Result test_whole_file(VqBlock& block, platform::File& file, std::uint32_t scheme);
+// Whether a lock that somebody else has would refuse such a one: file_locked, detail 10431.
+// REQUIRES that this file has none.
+Result test_whole_file(VqBlock& block, platform::File& file, std::uint32_t scheme,
+                       platform::Sharing sharing = platform::Sharing::exclusive);
 // The file lock of a table that no handle has open through `file`: nobody else holds a record, or
 // appends. It lasts until the file is closed. Asked for again after a refusal, it goes on where it
 // came to: whoever waits for records to be let go keeps new ones from being locked. Schemes 4 to 6

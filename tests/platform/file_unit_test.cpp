@@ -260,6 +260,23 @@ TEST(File, tests_of_locks_keep_nobody_out) {
   EXPECT_EQ(Error::lock_refused, other.lock(100, 1).error) << "and stay";
 }
 
+TEST(File, shared_locks_go_together) {
+  const TemporaryFolder folder;
+  write_file(folder.file("A"), "");
+  File one, other;
+  ASSERT_TRUE(one.open(folder.file("A"), Access::read_write).ok());
+  ASSERT_TRUE(other.open(folder.file("A"), Access::read_write).ok());
+  ASSERT_TRUE(one.lock(100, 2, Sharing::shared).ok());
+  EXPECT_TRUE(other.test_lock(101, 1, Sharing::shared).ok());
+  EXPECT_TRUE(other.lock(100, 2, Sharing::shared).ok());
+  EXPECT_EQ(Error::lock_refused, one.lock(101, 1).error);
+  ASSERT_TRUE(one.unlock(100, 2).ok());
+  EXPECT_EQ(Error::lock_refused, one.lock(100, 2).error);
+  ASSERT_TRUE(other.unlock(100, 2).ok());
+  ASSERT_TRUE(one.lock(100, 2).ok());
+  EXPECT_EQ(Error::lock_refused, other.lock(100, 2, Sharing::shared).error);
+}
+
 // Whatever call is made to fail does nothing but fail.
 TEST(File, every_call_passes_the_seam) {
   const TemporaryFolder folder;

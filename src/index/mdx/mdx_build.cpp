@@ -202,7 +202,7 @@ Result add_to(table::Table& table, MdxStore& store, const Recipe& recipe) {
 // Under the table's lock. To a file that others have removed or replaced since it was opened no tag
 // is added: it would be lost.
 Result add_in_bracket(table::Table& table, MdxStore& store, const Recipe& recipe, bool& lost) {
-  return in_bracket(store, [&] {
+  return in_bracket(store, Purpose::changing, [&] {
     std::uint32_t names = 0;
     const auto counted = store.system_file.names(names);
     if (!counted.ok()) return fail(store.block, Result::io, kWrite.detail(5));

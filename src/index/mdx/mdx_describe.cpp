@@ -68,7 +68,7 @@ Result tag_expression_length(const MdxTag& tag, std::int32_t* length, std::int32
 
 std::int32_t count_tags(MdxFile& file) {
   std::size_t count = 0;
-  const Result result = in_bracket(file.store, [&] {
+  const Result result = in_bracket(file.store, Purpose::changing, [&] {
     count = file.store.tags().tags().size();
     return Result::ok;
   });
@@ -79,7 +79,7 @@ Result list_tags(MdxFile& file, void* list, bool by_name) {
   if (list == nullptr) {
     return fail(file.block, Result::out_of_range, (by_name ? kSortedList : kList).detail(2));
   }
-  return in_bracket(file.store,
+  return in_bracket(file.store, Purpose::changing,
                     [&] { return write_list(file, static_cast<Byte*>(list), by_name); });
 }
 

@@ -51,7 +51,7 @@ Result drop(MdxFile& file, std::string_view name) {
 
 Result drop_tag(MdxFile& file, std::string_view name) {
   if (file.store.is_read_only()) return fail(file.block, Result::read_only, kDrop.detail(3));
-  return in_bracket(file.store, [&] { return drop(file, name); });
+  return in_bracket(file.store, Purpose::changing, [&] { return drop(file, name); });
 }
 
 }  // namespace vqdb::index

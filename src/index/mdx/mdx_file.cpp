@@ -172,7 +172,8 @@ Result mdx_memory(VqBlock& block, std::string_view name, std::int32_t buffers, s
 
 MdxTag* activate_tag(MdxFile& file, std::string_view name) {
   MdxTag* tag = nullptr;
-  const Result result = in_bracket(file.store, [&] { return activate(file, name, tag); });
+  const Result result =
+      in_bracket(file.store, Purpose::changing, [&] { return activate(file, name, tag); });
   if (ok(result)) return tag;
   file.block->result = code(result);
   return nullptr;

@@ -3,18 +3,18 @@
 #include <algorithm>
 
 #include "frame/system_file.h"
+#include "frame/wait.h"
 #include "index/tree/pins.h"
-#include "platform/clock.h"
 #include "table/lock_scheme.h"
 #include "table/locks.h"
 
 namespace vqdb::index {
 namespace {
 
+using platform::Sharing;
+
 // Another operation holds the lock for some microseconds; a caller's own lock may take longer.
-constexpr std::uint32_t kEagerTries = 50;
-constexpr std::uint32_t kPatientTries = 3000;
-constexpr std::uint32_t kPauseMilliseconds = 1;
+constexpr std::uint32_t kMostMilliseconds = 3000;
 
 constexpr Operation kLog{1034};
 constexpr std::int32_t kUnfinished = 10345;
@@ -39,7 +39,7 @@ Result IndexFile::flush() {
     if (const Result result = cache.write_changed(); !ok(result)) return result;
     if (cache.is_unfinished()) return fail(block, Result::io, kUnfinished);
   } else if (cache.is_unfinished()) {
-    const Result result = in_bracket(*this, [] { return Result::ok; });
+    const Result result = in_bracket(*this, Purpose::changing, [] { return Result::ok; });
     if (!ok(result)) return result;
   }
   const Result kept = is_read_only() ? Result::ok : cache.keep_order();
@@ -50,7 +50,7 @@ Result IndexFile::flush() {
 Result IndexFile::close(std::int32_t close_detail) {
   if (is_shared() && cache.leaves_log()) {
     const std::int32_t detail = block.detail;
-    if (ok(enter())) {
+    if (ok(enter(Purpose::changing))) {
       cache.cut_log();
       static_cast<void>(leave());
     }
@@ -61,10 +61,10 @@ Result IndexFile::close(std::int32_t close_detail) {
   return ok(flushed) && !closed.ok() ? fail(block, Result::io, close_detail) : flushed;
 }
 
-Result IndexFile::enter() {
+Result IndexFile::enter(Purpose purpose) {
   if (!is_shared()) return Result::ok;
   if (brackets_ == 0) {
-    if (const Result result = take_hold(); !ok(result)) return result;
+    if (const Result result = take_hold(purpose); !ok(result)) return result;
   }
   ++brackets_;
   return Result::ok;
@@ -72,7 +72,8 @@ Result IndexFile::enter() {
 
 Result IndexFile::leave() {
   if (brackets_ == 0 || --brackets_ > 0) return Result::ok;
-  const Result written = write_back();
+  const bool may_write = lock_is_callers_ || held_ == Lock::exclusive;
+  const Result written = may_write ? write_back() : Result::ok;
   const std::int32_t detail = block.detail;
   const Result left = let_go();
   if (ok(written)) return left;
@@ -80,11 +81,40 @@ Result IndexFile::leave() {
   return written;
 }
 
-// The lock, and what the file holds now.
-Result IndexFile::take_hold() {
+// What the bracket needs: mostly a lock, and what the file holds now.
+Result IndexFile::take_hold(Purpose purpose) {
   if (lock_is_callers_) return stale_ ? refresh() : Result::ok;
+  if (purpose == Purpose::changing) return lock_and_refresh(Lock::exclusive);
+  if (is_as_known()) return Result::ok;
+  Result result = lock_and_refresh(Lock::shared);
+  // What a dead process has left unfinished is completed first, by one who has the file alone.
+  if (ok(result) && stale_) result = let_go();
+  return ok(result) && stale_ ? lock_and_refresh(Lock::exclusive) : result;
+}
+
+// Whether what is in memory is what the file holds, at a moment when nobody changes it. Who changes
+// several files lets go of each with its changes written, so that they are noticed here: somebody
+// who has found a record by one of them misses it in none.
+bool IndexFile::is_as_known() {
+  if (stale_ || !watch_.counts()) return false;
   const std::int32_t detail = block.detail;
-  if (const Result result = take_lock(); !ok(result)) return result;
+  const Result others = table::test_whole_file(block, system_file, scheme, Sharing::shared);
+  block.detail = detail;
+  if (!ok(others)) return false;
+  stale_ = !watch_.is_unchanged();
+  return !stale_;
+}
+
+bool IndexFile::may_read() {
+  if (!is_shared() || brackets_ == 0 || held_ != Lock::none || lock_is_callers_) return true;
+  const bool unchanged = ok(take_lock(Lock::shared)) && watch_.is_unchanged();
+  if (!unchanged) stale_ = overtaken_ = true;
+  return unchanged;
+}
+
+Result IndexFile::lock_and_refresh(Lock lock) {
+  const std::int32_t detail = block.detail;
+  if (const Result result = take_lock(lock); !ok(result)) return result;
   block.detail = detail;
   const Result result = refresh();
   if (ok(result)) return result;
@@ -94,28 +124,34 @@ Result IndexFile::take_hold() {
   return result;
 }
 
-Result IndexFile::take_lock() {
-  if (lock_lingers_) return Result::ok;
-  Result result = table::lock_whole_file(block, system_file, scheme);
-  for (std::uint32_t tries = 0; is_busy(result) && tries < kEagerTries + kPatientTries; ++tries) {
-    platform::pause(tries < kEagerTries ? 0 : kPauseMilliseconds);
-    result = table::lock_whole_file(block, system_file, scheme);
-  }
+Result IndexFile::take_lock(Lock lock) {
+  if (held_ >= lock) return Result::ok;
+  const Sharing sharing = lock == Lock::shared ? Sharing::shared : Sharing::exclusive;
+  Wait wait(kMostMilliseconds);
+  Result result = Result::ok;
+  do {
+    result = table::lock_whole_file(block, system_file, scheme, sharing);
+  } while (is_busy(result) && wait.goes_on());
+  if (ok(result)) held_ = lock;
   return result;
 }
 
 Result IndexFile::let_go() {
-  if (lock_is_callers_) return Result::ok;
+  if (lock_is_callers_ || held_ == Lock::none) return Result::ok;
   const Result result = table::unlock_whole_file(block, system_file, scheme);
-  lock_lingers_ = !ok(result);
+  if (ok(result)) held_ = Lock::none;
   return result;
 }
 
 Result IndexFile::refresh() {
+  const bool looks = held_ == Lock::shared || watch_.counts();
+  const bool unchanged = looks && watch_.is_unchanged();
+  if (unchanged && !stale_) return Result::ok;
   stale_ = true;
   bool unfinished = false;
   if (const Result result = read_headers(unfinished); !ok(result)) return result;
   cache.drop_all();
+  if (unfinished && held_ == Lock::shared && !is_read_only()) return Result::ok;
   if (const Result result = complete(unfinished); !ok(result)) return result;
   stale_ = false;
   return Result::ok;
@@ -138,8 +174,13 @@ Result IndexFile::check_whole() const {
 // What is left unfinished others may finish, and go on from, as soon as they have the lock: then it
 // is the file that says what is still to be done.
 Result IndexFile::write_back() {
+  const bool has_changes = cache.has_changes();
   const Result result = cache.write_changed();
-  if (!ok(result) || cache.is_unfinished()) stale_ = true;
+  if (!ok(result) || cache.is_unfinished()) {
+    stale_ = true;
+  } else if (has_changes) {
+    watch_.note_own_change();
+  }
   return result;
 }
 

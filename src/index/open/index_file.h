@@ -1,25 +1,31 @@
 // An open index file of any kind: the system's file, its page cache, and its place among other
 // handles and processes. In a shared mode every operation locks the file, brings headers and pages
-// up to date, works, and lets go; the headers tell nothing of changes, so what was read before the
-// lock was taken counts for nothing. A file has one tree (a single index) or one for each tag.
+// up to date, works, and lets go. The headers tell nothing of changes, so what was read before
+// counts only where the system tells that nobody has written since; then reading needs no lock
+// either. A file has one tree (a single index) or one for each tag.
 #ifndef VQDBSYS_INDEX_OPEN_INDEX_FILE_H_
 #define VQDBSYS_INDEX_OPEN_INDEX_FILE_H_
 
 #include <cstdint>
 #include <span>
 #include <string>
+#include <utility>
 
 #include "frame/handle_pool.h"
 #include "frame/result.h"
+#include "index/open/change_watch.h"
 #include "index/tree/page_cache.h"
 #include "platform/file.h"
 
 namespace vqdb::index {
 
+// What a bracket is for. Those for reading go together.
+enum class Purpose : std::uint8_t { reading, changing };
+
 class IndexFile : public PageStore {
  public:
   IndexFile(VqBlock& owner, const PageGrid& grid)
-      : block(owner), cache(owner, system_file, *this, grid) {}
+      : block(owner), cache(owner, system_file, *this, grid), watch_(system_file) {}
 
   // Takes over the file and memory for its pages: false when there is none.
   bool attach(platform::File&& file, std::uint32_t mode, std::uint32_t scheme,
@@ -32,8 +38,14 @@ class IndexFile : public PageStore {
   // lock as long as another operation may take, takes it and refreshes; the outermost leave()
   // writes what has changed and lets go. What cannot be written is forgotten, since the file has to
   // agree with the next process that locks it. A lock that the caller has taken stays.
-  Result enter();
+  // REQUIRES that no bracket for changing is inside one for reading.
+  Result enter(Purpose purpose);
   Result leave();
+  // Whether the work in the last bracket failed because others have changed the file meanwhile:
+  // one for reading needs no lock as long as what is in memory suffices. The next one has a lock.
+  bool was_overtaken() { return std::exchange(overtaken_, false); }
+  // Takes the lock that a bracket for reading may have done without.
+  bool may_read() override;
   // Whether what is in memory may be worked on now.
   bool is_entered() const { return !is_shared() || brackets_ > 0; }
 
@@ -76,25 +88,32 @@ class IndexFile : public PageStore {
   virtual Result read_headers(bool& unfinished) = 0;
 
  private:
-  Result take_hold();
-  Result take_lock();
+  // What keeps others from changing the file.
+  enum class Lock : std::uint8_t { none, shared, exclusive };
+
+  Result take_hold(Purpose purpose);
+  bool is_as_known();
+  Result lock_and_refresh(Lock lock);
+  Result take_lock(Lock lock);
   Result let_go();
   Result refresh();
   Result write_back();
 
+  ChangeWatch watch_;
   std::uint32_t brackets_ = 0;    // that are open
+  Lock held_ = Lock::none;        // of the brackets; it lingers where it could not be given back
   bool lock_is_callers_ = false;  // taken by lock()
-  bool lock_lingers_ = false;     // could not be given back after an operation
   bool torn_ = false;             // a flush stopped in it, and nothing tells what is missing
-  bool stale_ = false;            // memory and file may differ: refresh before the next operation
+  bool stale_ = true;             // memory and file may differ: refresh before the next operation
+  bool overtaken_ = false;
 };
 
 // Runs the work inside a bracket, which is left however the work ends. The first failure counts,
 // with its detail code.
 template <typename Work>
-Result in_bracket(IndexFile& file, Work work) {
+Result in_bracket(IndexFile& file, Purpose purpose, Work work) {
   if (!file.is_shared()) return work();
-  if (const Result result = file.enter(); !ok(result)) return result;
+  if (const Result result = file.enter(purpose); !ok(result)) return result;
   Result result = Result::ok;
   try {
     result = work();

@@ -110,7 +110,7 @@ Result change(KeyTree& keys, Operation operation, bool bracketed, Change work) {
   if (!bracketed && !keys.file.is_entered()) {
     return fail(keys.file.block, Result::not_locked, operation.detail(6));
   }
-  return in_tree(keys, operation, counted);
+  return in_tree(keys, operation, Purpose::changing, counted);
 }
 
 }  // namespace
@@ -147,7 +147,7 @@ Result update_key(KeyTree& keys, const void* old_key, const void* new_key, std::
 }
 
 Result holds_entry(KeyTree& keys, const void* key, std::uint32_t recno, bool& holds) {
-  return in_tree(keys, keys.operations.find, [&] {
+  return in_tree(keys, keys.operations.find, Purpose::reading, [&] {
     Path path;
     return find_entry(keys, static_cast<const Byte*>(key), recno, path, holds);
   });

@@ -9,13 +9,19 @@
 
 namespace vqdb::index {
 
-// Runs the work inside a bracket, on a tree that is still there.
+// Runs the work inside a bracket, on a tree that is still there. Work for reading may be run again:
+// it has changed nothing but the cursor's path.
 template <typename Work>
-Result in_tree(KeyTree& keys, Operation operation, Work work) {
-  return in_bracket(keys.file, [&] {
-    if (const Result result = keys.store.prepare(); !ok(result)) return result;
-    return keys.gone ? fail(keys.file.block, Result::bad_handle, operation.bad_handle()) : work();
-  });
+Result in_tree(KeyTree& keys, Operation operation, Purpose purpose, Work work) {
+  VqBlock& block = keys.file.block;
+  for (const std::int32_t detail = block.detail;; block.detail = detail) {
+    const Result result = in_bracket(keys.file, purpose, [&] {
+      if (const Result prepared = keys.store.prepare(); !ok(prepared)) return prepared;
+      return keys.gone ? fail(block, Result::bad_handle, operation.bad_handle()) : work();
+    });
+    if (!keys.file.was_overtaken()) return result;
+    keys.cursor.path_holds = false;
+  }
 }
 
 // Whether there is a key that the tree can order.

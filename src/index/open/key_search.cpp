@@ -156,18 +156,20 @@ Result find_record(KeyTree& keys, const void* key, std::uint32_t* recno) {
   if (!has_place(keys, key)) {
     return fail(keys.file.block, Result::out_of_range, keys.operations.find.detail(2));
   }
-  return in_tree(keys, keys.operations.find,
+  return in_tree(keys, keys.operations.find, Purpose::reading,
                  [&] { return find_first(keys, static_cast<const Byte*>(key), recno); });
 }
 
 Result next_key(KeyTree& keys, void* key, std::uint32_t* recno) {
   if (step_in_leaf(keys, Direction::forward, key, recno)) return Result::ok;
-  return in_tree(keys, keys.operations.next, [&] { return step_forward(keys, key, recno); });
+  return in_tree(keys, keys.operations.next, Purpose::reading,
+                 [&] { return step_forward(keys, key, recno); });
 }
 
 Result previous_key(KeyTree& keys, void* key, std::uint32_t* recno) {
   if (step_in_leaf(keys, Direction::backward, key, recno)) return Result::ok;
-  return in_tree(keys, keys.operations.previous, [&] { return step_backward(keys, key, recno); });
+  return in_tree(keys, keys.operations.previous, Purpose::reading,
+                 [&] { return step_backward(keys, key, recno); });
 }
 
 Result current_key(KeyTree& keys, void* key, std::uint32_t* recno) {

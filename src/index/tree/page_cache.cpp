@@ -324,6 +324,7 @@ Result PageCache::take_up_log(bool for_reading, bool& found) {
 }
 
 platform::Outcome PageCache::read_past(std::uint64_t offset, std::span<Byte> bytes) {
+  if (!store_.may_read()) return {platform::Error::other, 0};
   const auto outcome = file_.read_exactly(offset, bytes.data(), bytes.size());
   log_.patch(offset, bytes);
   return outcome;

@@ -97,6 +97,8 @@ class PageCache {
 
   // Where a mark could not be taken back, all is written and the next call does it.
   Result write_changed();
+  // Whether the next call has anything to write.
+  bool has_changes() const { return changed_count_ > 0 || unfinished_ || store_.has_changes(); }
   // Whether the mark of a flush of this cache stands in the file.
   bool is_unfinished() const { return unfinished_; }
   // The header has a mark that another cache has left: makes the writes of the log that it speaks

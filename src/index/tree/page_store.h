@@ -24,6 +24,9 @@ struct PageGrid {
 
 class PageStore {
  public:
+  // Before bytes are read that are not in memory. Where it is false the operation has to fail.
+  virtual bool may_read() { return true; }
+
   // Under the file's lock, before a tree with pages from here is used: its root is the file's.
   virtual Result prepare() { return Result::ok; }
 

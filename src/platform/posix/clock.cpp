@@ -23,13 +23,26 @@ bool system::local_time(LocalTime& time) {
   return true;
 }
 
-void pause(std::uint32_t milliseconds) {
-  if (milliseconds == 0) {
+std::int64_t system::file_clock() {
+  std::timespec now = {};
+  if (::clock_gettime(CLOCK_REALTIME_COARSE, &now) != 0) return 0;
+  return std::int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
+}
+
+std::uint64_t steady_microseconds() {
+  std::timespec now = {};
+  ::clock_gettime(CLOCK_MONOTONIC, &now);
+  return static_cast<std::uint64_t>(now.tv_sec) * 1'000'000 +
+         static_cast<std::uint64_t>(now.tv_nsec) / 1000;
+}
+
+void pause(std::uint32_t microseconds) {
+  if (microseconds == 0) {
     ::sched_yield();
     return;
   }
-  const timespec span = {static_cast<std::time_t>(milliseconds / 1000),
-                         static_cast<long>(milliseconds % 1000) * 1'000'000};
+  const timespec span = {static_cast<std::time_t>(microseconds / 1'000'000),
+                         static_cast<long>(microseconds % 1'000'000) * 1000};
   ::nanosleep(&span, nullptr);
 }
 

@@ -1,8 +1,10 @@
 #include "platform/file.h"
 
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -17,6 +19,12 @@
 
 namespace vqdb::platform {
 namespace {
+
+constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
+
+constexpr std::uint32_t kXfs = 0x58465342;  // magic.h leaves it out
+constexpr std::array<std::uint32_t, 4> kLocalSystems = {EXT4_SUPER_MAGIC, kXfs, BTRFS_SUPER_MAGIC,
+                                                        TMPFS_MAGIC};
 
 constexpr int kMostLinks = 40;  // that lead from one to the next
 
@@ -98,6 +106,8 @@ struct flock range_of(short kind, std::uint64_t offset, std::uint64_t length) {
   range.l_len = static_cast<off_t>(length);
   return range;
 }
+
+short kind_of(Sharing sharing) { return sharing == Sharing::shared ? F_RDLCK : F_WRLCK; }
 
 // Byte-range locks that belong to the open file, not to the process.
 Outcome set_lock(system::Handle file, short kind, std::uint64_t offset, std::uint64_t length) {
@@ -245,18 +255,34 @@ Outcome truncate_file(Handle file, std::uint64_t bytes) {
 
 Outcome sync_file(Handle file) { return outcome_if(::fdatasync(descriptor(file)) == 0); }
 
-Outcome lock_range(Handle file, std::uint64_t offset, std::uint64_t length) {
-  return set_lock(file, F_WRLCK, offset, length);
+Outcome lock_range(Handle file, std::uint64_t offset, std::uint64_t length, Sharing sharing) {
+  return set_lock(file, kind_of(sharing), offset, length);
 }
 
 Outcome unlock_range(Handle file, std::uint64_t offset, std::uint64_t length) {
   return set_lock(file, F_UNLCK, offset, length);
 }
 
-Outcome test_range(Handle file, std::uint64_t offset, std::uint64_t length) {
-  struct flock range = range_of(F_WRLCK, offset, length);
+Outcome test_range(Handle file, std::uint64_t offset, std::uint64_t length, Sharing sharing) {
+  struct flock range = range_of(kind_of(sharing), offset, length);
   if (::fcntl(descriptor(file), F_OFD_GETLK, &range) != 0) return outcome_of(errno);
   return range.l_type == F_UNLCK ? Outcome{} : Outcome{Error::lock_refused, EAGAIN};
+}
+
+// Where another machine may change the file, its times may come late.
+bool notes_changes(Handle file) {
+  struct statfs about = {};
+  return ::fstatfs(descriptor(file), &about) == 0 &&
+         std::ranges::find(kLocalSystems, static_cast<std::uint32_t>(about.f_type)) !=
+             kLocalSystems.end();
+}
+
+Outcome last_change(Handle file, LastChange& change) {
+  struct stat about = {};
+  if (::fstat(descriptor(file), &about) != 0) return outcome_of(errno);
+  change.time = std::int64_t{about.st_ctim.tv_sec} * kNanosecondsPerSecond + about.st_ctim.tv_nsec;
+  change.size = static_cast<std::uint64_t>(about.st_size);
+  return {};
 }
 
 bool exists(const std::string& path) {

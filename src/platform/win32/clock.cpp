@@ -12,6 +12,10 @@ bool system::local_time(LocalTime& time) {
   return true;
 }
 
-void pause(std::uint32_t milliseconds) { ::Sleep(milliseconds); }
+std::int64_t system::file_clock() { return 0; }
+
+std::uint64_t steady_microseconds() { return ::GetTickCount64() * 1000; }
+
+void pause(std::uint32_t microseconds) { ::Sleep(microseconds / 1000); }
 
 }  // namespace vqdb::platform

@@ -226,9 +226,13 @@ Outcome truncate_file(Handle file, std::uint64_t bytes) {
 
 Outcome sync_file(Handle file) { return outcome_if(::FlushFileBuffers(handle_of(file))); }
 
-Outcome lock_range(Handle file, std::uint64_t offset, std::uint64_t length) {
-  return lock_outcome(::LockFile(handle_of(file), low_word(offset), high_word(offset),
-                                 low_word(length), high_word(length)));
+Outcome lock_range(Handle file, std::uint64_t offset, std::uint64_t length, Sharing sharing) {
+  OVERLAPPED place = {};
+  place.Offset = low_word(offset);
+  place.OffsetHigh = high_word(offset);
+  const DWORD kind = sharing == Sharing::exclusive ? LOCKFILE_EXCLUSIVE_LOCK : 0;
+  return lock_outcome(::LockFileEx(handle_of(file), LOCKFILE_FAIL_IMMEDIATELY | kind, 0,
+                                   low_word(length), high_word(length), &place));
 }
 
 Outcome unlock_range(Handle file, std::uint64_t offset, std::uint64_t length) {
@@ -237,14 +241,14 @@ Outcome unlock_range(Handle file, std::uint64_t offset, std::uint64_t length) {
 }
 
 // A shared lock for a moment: tests do not get in each other's way.
-Outcome test_range(Handle file, std::uint64_t offset, std::uint64_t length) {
-  OVERLAPPED place = {};
-  place.Offset = low_word(offset);
-  place.OffsetHigh = high_word(offset);
-  const Outcome locked = lock_outcome(::LockFileEx(handle_of(file), LOCKFILE_FAIL_IMMEDIATELY, 0,
-                                                   low_word(length), high_word(length), &place));
+Outcome test_range(Handle file, std::uint64_t offset, std::uint64_t length, Sharing) {
+  const Outcome locked = lock_range(file, offset, length, Sharing::shared);
   return locked.ok() ? unlock_range(file, offset, length) : locked;
 }
+
+// Times of writing are noted when a file is closed.
+bool notes_changes(Handle) { return false; }
+Outcome last_change(Handle, LastChange&) { return {Error::other, ERROR_NOT_SUPPORTED}; }
 
 bool exists(const std::string& path) {
   return ::GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES;

@@ -1,0 +1,65 @@
+// Tells whether anybody has written into a file since it was last looked at, by what the system
+// notes with every write, whoever makes it: its time, and the size of the file.
+//
+// Times go by the ticks of a clock, so that a write in the tick of a look may leave the time as it
+// was. A look therefore counts only where the time that it finds lies behind the clock: no later
+// write gets it again. Some file systems give the first change after a look a time of its own;
+// where one has shown that, by two times within one tick, every look counts.
+#ifndef VQDBSYS_INDEX_OPEN_CHANGE_WATCH_H_
+#define VQDBSYS_INDEX_OPEN_CHANGE_WATCH_H_
+
+#include <cstdint>
+
+#include "platform/file.h"
+
+namespace vqdb::index {
+
+// What looks at a file tell.
+class ChangeTimes {
+ public:
+  enum class Grain : std::uint8_t { unknown, tick, look };
+
+  // Takes what was found, between two looks at the clock, and whether the caller has changed the
+  // file himself since the last one. True where nobody has written since then.
+  bool look(const platform::LastChange& found, std::int64_t clock_before, std::int64_t clock_after,
+            bool is_own_change);
+  // The file may have been written by the time of the next look.
+  void forget() { counts_ = false; }
+
+  // Whether the last look counts; the next one is false without that.
+  bool counts() const { return counts_; }
+  Grain grain() const { return grain_; }
+
+ private:
+  platform::LastChange seen_;
+  std::int64_t clock_ = INT64_MAX;  // before the last look
+  Grain grain_ = Grain::unknown;
+  bool counts_ = false;
+};
+
+class ChangeWatch {
+ public:
+  explicit ChangeWatch(platform::File& file) : file_(file) {}
+
+  bool counts() const { return times_.counts(); }
+  // Looks: true where nobody has written since the last look, false where that cannot be told.
+  bool is_unchanged();
+  // What was written since the last look is the caller's own. REQUIRES that nobody else could
+  // write meanwhile.
+  void note_own_change();
+
+ private:
+  enum class Use : std::uint8_t { unknown, none, some };
+
+  bool look(bool is_own_change);
+
+  platform::File& file_;
+  ChangeTimes times_;
+  Use use_ = Use::unknown;
+  std::uint32_t strange_looks_ = 0;  // that found others' changes, in a row
+  std::uint32_t own_changes_ = 0;    // since the last look behind one
+};
+
+}  // namespace vqdb::index
+
+#endif  // VQDBSYS_INDEX_OPEN_CHANGE_WATCH_H_
