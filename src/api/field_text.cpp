@@ -1,8 +1,7 @@
 #include "api/field_text.h"
 
-#include <cstring>
-
 #include "api/record_keys.h"
+#include "frame/bytes.h"
 
 namespace vqdb::api {
 namespace {
@@ -17,7 +16,7 @@ Result extract_field(const table::Table& table, const void* record, const char* 
   const table::Field* const field = table::find_field(table, name);
   if (field == nullptr) return fail(block, Result::out_of_range, kFieldNumber.detail(2));
   const std::size_t offset = fields_only(block) ? field->offset - 1 : field->offset;
-  std::memcpy(out, static_cast<const char*>(record) + offset, field->length);
+  copy_short(out, static_cast<const char*>(record) + offset, field->length);
   out[field->length] = '\0';
   return Result::ok;
 }

@@ -27,6 +27,12 @@ inline std::uint32_t load_le32(const void* from) {
   return value;
 }
 
+inline std::uint64_t load_le64(const void* from) {
+  std::uint64_t value;
+  std::memcpy(&value, from, sizeof value);
+  return value;
+}
+
 inline double load_double(const void* from) {
   double value;
   std::memcpy(&value, from, sizeof value);

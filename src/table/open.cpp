@@ -61,6 +61,9 @@ Result read_structure(VqBlock& block, platform::File file, Table& table) {
       decode_fields({bytes.get() + kHeaderBytes, bytes_wanted - kHeaderBytes}, header.record_length,
                     reinterpret_cast<Field*>(table.field_memory.get()));
   if (table.field_count == 0) return fail(block, Result::bad_format, kOpen.detail(8));
+  if (!table.field_names.take_in(fields(table))) {
+    return fail(block, Result::no_memory, kOpen.detail(3));
+  }
   table.field_room = field_room;
   table.production = header.production;
   table.updated = header.updated;

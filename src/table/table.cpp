@@ -23,13 +23,7 @@ std::span<const Field> fields(const Table& table) {
 }
 
 const Field* find_field(const Table& table, std::string_view name) {
-  if (name.empty() || name.size() > kMaxFieldName) return nullptr;
-  std::array<char, kMaxFieldName + 1> wanted = {};
-  std::transform(name.begin(), name.end(), wanted.begin(), to_upper);
-  const auto all = fields(table);
-  const auto found = std::find_if(all.begin(), all.end(),
-                                  [&](const Field& field) { return field.name == wanted; });
-  return found == all.end() ? nullptr : &*found;
+  return table.field_names.find(name);
 }
 
 std::uint32_t record_length(const Table& table) { return table.records.record_length; }

@@ -7,6 +7,7 @@
 
 #include "frame/handle_pool.h"
 #include "table/block_cache.h"
+#include "table/field_names.h"
 #include "table/header.h"
 #include "table/lock_state.h"
 #include "table/record_file.h"
@@ -39,6 +40,7 @@ class Table : public HandleHead {
   convert::Date updated;
   platform::Bytes field_memory;
   std::uint32_t field_count = 0;
+  FieldNames field_names;
   std::uint32_t field_room = 0;  // descriptors that the header has room for
   RecordFile records;
   BlockCache cache;
