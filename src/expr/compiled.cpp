@@ -37,6 +37,17 @@ ResultShape shape_of(const Value& result) {
   return shape;
 }
 
+// The last .AND. or .OR. that the call's result settles, made without its other operand; the call
+// itself where it settles none.
+std::size_t settle(const Run& run, std::span<const Call> calls, std::size_t at) {
+  for (Shortcut way = calls[at].shortcut;
+       way.ahead != 0 && run.truth(*calls[at].result) == way.truth; way = calls[at].shortcut) {
+    at += way.ahead;
+    calls[at].result->set_truth(way.truth);
+  }
+  return at;
+}
+
 }  // namespace
 
 Result Compiled::compile(VqBlock& block, const Postfix& order, bool check_types,
@@ -65,10 +76,13 @@ Result Compiled::run(VqBlock& block, const char* record, std::uint32_t options, 
   if (literals_ != nullptr) read_date_literals(block);
   texts_.clear();
   Run run(block, record, table_, texts_);
-  for (const Call& call : program_.calls()) {
+  const std::span<const Call> calls = program_.calls();
+  for (std::size_t at = 0; at < calls.size(); ++at) {
+    const Call& call = calls[at];
     const Result result =
         call.run(run, Arguments(call.arguments, call.argument_count), *call.result);
     if (!ok(result)) return fail(block, result, kTokenDetails + number_of(call.token));
+    at = settle(run, calls, at);
   }
   return deliver(run, program_.result(), {options, max, longest_}, buffer, length);
 }

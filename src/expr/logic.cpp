@@ -1,5 +1,4 @@
-// $, .AND., .OR. and .NOT. Both operands are always evaluated, so that a failure in the right one
-// is never passed over.
+// $, .AND., .OR. and .NOT. Both operands are there: shortcuts.h says which ones a run passes over.
 #include "expr/operators.h"
 
 namespace vqdb::expr {

@@ -64,7 +64,8 @@ Handler always(Type, Type) {
 }
 
 template <Token token>
-constexpr Operator kComparison = {token, 5, 2, &kCompared, truth_rule, comparison_handler<token>};
+constexpr Operator kComparison = {token, 5, 2, &kCompared, truth_rule, comparison_handler<token>,
+                                  true};
 
 // .OR. binds tighter than $, and that tighter than .AND.; .NOT. binds so loosely that it reaches to
 // the next comma or closing parenthesis.
@@ -81,10 +82,10 @@ constexpr Operator kTable[] = {
     kComparison<Token::equal>,
     kComparison<Token::exactly_equal>,
     kComparison<Token::not_equal>,
-    {Token::contained, 7, 2, &kContained, truth_rule, always<is_contained>},
-    {Token::logical_and, 8, 2, &kLogicals, truth_rule, always<both>},
-    {Token::logical_or, 6, 2, &kLogicals, truth_rule, always<either>},
-    {Token::logical_not, 80, 1, &kLogicals, truth_rule, always<negation>},
+    {Token::contained, 7, 2, &kContained, truth_rule, always<is_contained>, true},
+    {Token::logical_and, 8, 2, &kLogicals, truth_rule, always<both>, true},
+    {Token::logical_or, 6, 2, &kLogicals, truth_rule, always<either>, true},
+    {Token::logical_not, 80, 1, &kLogicals, truth_rule, always<negation>, true},
 };
 
 constexpr bool tokens_are_positions() {

@@ -25,6 +25,7 @@ struct Operator {
   void (*rule)(Arguments operands, Value& result);
   // The handler for operands that the types admit.
   Handler (*handler)(Type left, Type right);
+  bool never_fails = false;  // whatever the operands
 
   // Type::none for memo operands and operands without a type, too.
   Type result_type(Type left, Type right) const;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "expr/operators.h"
+#include "expr/shortcuts.h"
 
 namespace vqdb::expr {
 
@@ -52,6 +53,7 @@ class Assembler {
     }
     if (depth_ != 1 || stack_[0].value == nullptr) return {Result::operand, kEvaluate.detail(2)};
     program_.result_ = stack_[0].value;
+    take_shortcuts({program_.calls_, program_.call_count_});
     return {};
   }
 
@@ -106,8 +108,11 @@ class Assembler {
   Call& lay(Token token, Handler handler, const Place* arguments, std::size_t count) {
     const std::size_t number = program_.call_count_++;
     Call& call = program_.calls_[number];
-    call = {handler, arguments_, &program_.run_stack_[number], static_cast<std::uint8_t>(count),
-            token};
+    call = {.run = handler,
+            .arguments = arguments_,
+            .result = &program_.run_stack_[number],
+            .argument_count = static_cast<std::uint8_t>(count),
+            .token = token};
     arguments_ = std::copy_n(arguments, count, arguments_);
     return call;
   }

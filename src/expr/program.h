@@ -14,6 +14,19 @@
 
 namespace vqdb::expr {
 
+// A call with those that make its arguments, which stand right before it.
+struct Extent {
+  std::uint16_t calls = 1;
+  bool never_fails = false;
+  std::uint32_t cost = 1;  // roughly
+};
+
+// Where a truth settles an .AND. or .OR., whose other operand then need not be made.
+struct Shortcut {
+  bool truth = false;       // of this call, and then of the .AND. or .OR.
+  std::uint16_t ahead = 0;  // how many calls further on that stands; 0: this call settles nothing
+};
+
 // An operator or function with its arguments and the place of its result.
 struct Call {
   Handler run = nullptr;
@@ -21,6 +34,8 @@ struct Call {
   Value* result = nullptr;
   std::uint8_t argument_count = 0;
   Token token = Token::none;
+  Extent extent = {};
+  Shortcut shortcut = {};
 };
 
 // Why a program was refused by the check of types; ok when it was not.
@@ -38,6 +53,7 @@ class Program {
   // Checks the types and lays out the calls. The check stack has room for every word.
   Refusal assemble(const VqBlock& block, const Postfix& order, Place* check_stack);
 
+  // In the order of the run.
   std::span<const Call> calls() const { return {calls_, call_count_}; }
   std::span<Value> operands() const { return {operands_, operand_count_}; }
   // The value of the whole expression, in its place. REQUIRES that assemble refused nothing.
