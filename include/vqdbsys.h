@@ -820,8 +820,9 @@ int32_t VQ_CALL dXbuffs(VqBlock* block, const char* name, int32_t buffers);
 
 /* The tags of a file: their number (bad handle: 1301), and a list of them, 19 bytes each: the page
  * of the tag's header (4), its name in capitals, filled with zero bytes (11), flags as dXexpr gives
- * them (4). The caller's list has room for all of them. dXlistag lists them in the order in which
- * they were made, dXsortag in that of their names.
+ * them (4). The caller's list has room for all of them: for 47, the most a file can have, where
+ * others may add some between the two calls. dXlistag lists them in the order in which they were
+ * made, dXsortag in that of their names.
  *   1281, 1291 -10 bad handle         1282, 1292 -4  null list */
 int32_t VQ_CALL dXtags(VqIndex* file);
 int32_t VQ_CALL dXlistag(VqIndex* file, void* list);
@@ -1190,7 +1191,9 @@ int32_t VQ_CALL DBpack(VqBlock* block, const char* name);
  * (VQ_E_RANGE): no such field. */
 int32_t VQ_CALL DBexfield(VqTable* table, const void* record, const char* name, char* out);
 
-/* Questions to an index member. VQ_E_UNAVAILABLE: a driver column beyond 6. 6260: bad member. */
+/* Questions to an index member. VQ_E_UNAVAILABLE: a driver column beyond 6. 6260: bad member. A file
+ * of tags has no key and a tag has no tags: VQ_E_BAD_HANDLE with the detail of dXexpr, dXexplen,
+ * dXlistag or dXsortag; DBkeylen and DBkeytype give 0 and leave VQ_E_BAD_HANDLE for the value. */
 
 /* The key expression and its zero byte; for a tag its filter expression and another behind it.
  * `flags`, which may be null: VQ_INDEX_*. */

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "api/first_failure.h"
+#include "api/in_bracket.h"
 #include "api/join.h"
 
 namespace vqdb::api {
@@ -13,20 +13,13 @@ bool has_tags(const Member& member) {
 }
 
 Result take_up(Database& database, MemberList::iterator file) {
-  const index::Bracket& bracket = file->bracket();
-  if (const Result result = bracket.enter(*file->index); !ok(result)) return result;
-  FirstFailure failure(database.owner_block());
-  if (bracket.tagst(*file->index) != file->tags_seen || file->tags_seen == 0) {
-    try {
-      failure.note(take_up_tags(database, file));
-    } catch (...) {  // memory ran out
-      static_cast<void>(bracket.leave(*file->index));
-      throw;
-    }
-  }
-  file->tags_seen = ok(failure.result()) ? bracket.tagst(*file->index) : 0;
-  failure.note(bracket.leave(*file->index));
-  return failure.result();
+  return in_bracket(database, *file, &index::Bracket::enter, [&] {
+    const auto state = file->bracket().tagst;
+    const bool is_new = state(*file->index) != file->tags_seen || file->tags_seen == 0;
+    const Result result = is_new ? take_up_tags(database, file) : Result::ok;
+    file->tags_seen = ok(result) ? state(*file->index) : 0;
+    return result;
+  });
 }
 
 }  // namespace

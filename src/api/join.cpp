@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "api/in_bracket.h"
 #include "frame/bytes.h"
 #include "frame/file_name.h"
 
@@ -187,7 +188,7 @@ Result define_tag(Database& database, Member& tag) {
   return Result::ok;
 }
 
-// The tags that are no members yet, in the order of the file.
+// The tags that are no members yet, in the order of the file. REQUIRES a bracket.
 Result join_all_tags(Database& database, Place file) {
   const index::Driver& driver = file->driver();
   if (driver.tags == nullptr || driver.listag == nullptr) return Result::no_driver;
@@ -220,7 +221,10 @@ Result join_multiple(Database& database, const VqIndexSpec& spec, Place file) {
     drop_member(database, file);
     return join_tag(database, std::ranges::find_if(database.members, is_other), only);
   }
-  return only.empty() ? join_all_tags(database, file) : join_tag(database, file, only);
+  if (!only.empty()) return join_tag(database, file, only);
+  // Others add and drop tags: what one question was told has to hold for the next.
+  return in_bracket(database, *file, &index::Bracket::look,
+                    [&] { return join_all_tags(database, file); });
 }
 
 // A tag that is in the file no more stays a member, in case it is made again.

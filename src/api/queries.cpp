@@ -58,7 +58,8 @@ Result list_tags(const VqMember& copy, bool sorted, void* list) {
 }
 
 std::int32_t count_tags(const VqMember& copy) {
-  const bool multiple = tagged_kind_of_column(copy.driver_column) != nullptr;
+  const bool multiple =
+      kind_of_file(copy.kind) != nullptr && tagged_kind_of_column(copy.driver_column) != nullptr;
   if (owner_of(copy, kQuery.detail(0)) != nullptr && !multiple) return code(Result::unavailable);
   std::int32_t count = 0;
   const Result result = put_for_value(copy, &index::Driver::tags, count);

@@ -14,9 +14,22 @@
 namespace vqdb::index {
 namespace {
 
+// Of an MDX file, for handles of the wrong kind.
+constexpr Operation kExpression{105};
+constexpr Operation kExpressionLength{106};
+constexpr Operation kKeyLength{111};
+constexpr Operation kKeyType{112};
+constexpr Operation kList{128};
+constexpr Operation kSortedList{129};
+
 NdxFile& ndx(Index& index) { return static_cast<NdxFile&>(index); }
 MdxFile& mdx(Index& index) { return static_cast<MdxFile&>(index); }
 MdxTag& tag(Index& index) { return static_cast<MdxTag&>(index); }
+
+// A file of tags has no key, and a tag has no tags: whoever asks has the wrong handle.
+Result refuse(Index& index, Operation operation) {
+  return fail(index.block, Result::bad_handle, operation.bad_handle());
+}
 
 // The rows that work on a handle's file or tree, whatever its kind.
 constexpr Driver with_common_rows(Driver column) {
@@ -48,9 +61,13 @@ constexpr Driver with_common_rows(Driver column) {
     return Result::ok;
   };
   column.keylen = [](Index& index) {
+    if (!index.has_keys()) return code(refuse(index, kKeyLength));
     return static_cast<std::int32_t>(index.key_tree().key_length());
   };
-  column.keytyp = [](Index& index) { return std::int32_t{index.key_tree().key_type}; };
+  column.keytyp = [](Index& index) {
+    if (!index.has_keys()) return code(refuse(index, kKeyType));
+    return std::int32_t{index.key_tree().key_type};
+  };
   return column;
 }
 
@@ -89,10 +106,19 @@ constexpr Driver kMdx = with_common_rows({
     },
     .deaidx = [](Index& index) { return deactivate_tag(tag(index)); },
     .flush = nullptr,
-    .expr = [](Index& index, char* text, std::int32_t size,
-               std::int32_t* flags) { return tag_expression(tag(index), text, size, flags); },
-    .listag = [](Index& index, void* list) { return list_tags(mdx(index), list, false); },
-    .sortag = [](Index& index, void* list) { return list_tags(mdx(index), list, true); },
+    .expr =
+        [](Index& index, char* text, std::int32_t size, std::int32_t* flags) {
+          return index.has_keys() ? tag_expression(tag(index), text, size, flags)
+                                  : refuse(index, kExpression);
+        },
+    .listag =
+        [](Index& index, void* list) {
+          return index.has_keys() ? refuse(index, kList) : list_tags(mdx(index), list, false);
+        },
+    .sortag =
+        [](Index& index, void* list) {
+          return index.has_keys() ? refuse(index, kSortedList) : list_tags(mdx(index), list, true);
+        },
     .tags = [](Index& index) { return count_tags(mdx(index)); },
     .putkey = nullptr,
     .rmkey = nullptr,
@@ -102,8 +128,11 @@ constexpr Driver kMdx = with_common_rows({
     .curkey = nullptr,
     .rewind = nullptr,
     .forwrd = nullptr,
-    .explen = [](Index& index, std::int32_t* length,
-                 std::int32_t* flags) { return tag_expression_length(tag(index), length, flags); },
+    .explen =
+        [](Index& index, std::int32_t* length, std::int32_t* flags) {
+          return index.has_keys() ? tag_expression_length(tag(index), length, flags)
+                                  : refuse(index, kExpressionLength);
+        },
     .keylen = nullptr,
     .keytyp = nullptr,
 });
@@ -119,6 +148,7 @@ Result enter_for_change(IndexFile& file) {
 constexpr Bracket kBracket = {
     .enter = [](Index& index) { return enter_for_change(index.index_file()); },
     .leave = [](Index& index) { return index.index_file().leave(); },
+    .look = [](Index& index) { return index.index_file().enter(); },
     .identity = [](const Index& index) { return index.index_file().identity; },
     .updkey =
         [](Index& index, const void* old_key, const void* new_key, std::uint32_t recno,

@@ -51,6 +51,8 @@ struct Bracket {
   // In an exclusive mode neither does anything. Every enter that succeeds needs its leave.
   Result (*enter)(Index&);
   Result (*leave)(Index&);
+  // Enters for reading alone: a file that may not be changed, too.
+  Result (*look)(Index&);
   // Files are entered in the order of their identities, which all processes see alike, so that no
   // two wait for each other. Handles of equal identity that are not of one open exclude each other.
   platform::FileIdentity (*identity)(const Index&);

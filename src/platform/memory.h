@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <type_traits>
 
@@ -28,6 +29,12 @@ inline Bytes allocate_bytes(std::size_t size) {
   return Bytes(static_cast<std::uint8_t*>(allocate(size)));
 }
 
+// So many pieces of a size; null, too, when no address reaches the last one.
+inline Bytes allocate_bytes(std::size_t count, std::size_t each) {
+  if (each != 0 && count > std::numeric_limits<std::size_t>::max() / each) return nullptr;
+  return allocate_bytes(count * each);
+}
+
 // A zeroed array of plain values; null when there is no memory.
 template <typename T>
 using Array = std::unique_ptr<T[], Release>;
@@ -35,6 +42,7 @@ using Array = std::unique_ptr<T[], Release>;
 template <typename T>
 Array<T> allocate_array(std::size_t count) {
   static_assert(std::is_trivially_copyable_v<T> && alignof(T) <= kBlockAlignment);
+  if (count > std::numeric_limits<std::size_t>::max() / sizeof(T)) return nullptr;
   return Array<T>(static_cast<T*>(allocate(count * sizeof(T))));
 }
 

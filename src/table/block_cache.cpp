@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <utility>
 
 namespace vqdb::table {
 namespace {
@@ -14,12 +15,14 @@ constexpr std::int32_t kAppendDetail = 341;
 bool BlockCache::allocate(std::uint32_t buffers, bool reads_ahead) {
   reads_ahead_ = reads_ahead;
   if (buffers == 0) return true;
-  const std::size_t buckets = std::bit_ceil(std::size_t{buffers});
-  const std::size_t buffer_bytes = (std::size_t{buffers} + 1) * sizeof(Buffer);
-  const std::size_t bucket_bytes = buckets * sizeof(std::uint32_t);
-  const std::size_t queue_bytes = (kQueueRoom + std::size_t{buffers}) * sizeof(Place);
-  memory_ = platform::allocate_bytes(buffer_bytes + bucket_bytes + queue_bytes +
-                                     std::size_t{buffers} * file_.block_size);
+  const std::uint64_t buckets = std::bit_ceil(std::uint64_t{buffers});
+  const std::uint64_t buffer_bytes = (std::uint64_t{buffers} + 1) * sizeof(Buffer);
+  const std::uint64_t bucket_bytes = buckets * sizeof(std::uint32_t);
+  const std::uint64_t queue_bytes = (kQueueRoom + std::uint64_t{buffers}) * sizeof(Place);
+  const std::uint64_t bytes =
+      buffer_bytes + bucket_bytes + queue_bytes + std::uint64_t{buffers} * file_.block_size;
+  if (!std::in_range<std::size_t>(bytes)) return false;
+  memory_ = platform::allocate_bytes(static_cast<std::size_t>(bytes));
   if (memory_ == nullptr) return false;
   queue_ = reinterpret_cast<Place*>(memory_.get());
   buffers_ = reinterpret_cast<Buffer*>(memory_.get() + queue_bytes);

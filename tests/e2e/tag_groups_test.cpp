@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/exports.h"
@@ -165,6 +166,25 @@ TEST_P(TagGroup, members_are_found_and_described) {
   ASSERT_EQ(0, lib.DBclose(database_));
   ASSERT_EQ(0, lib.DBuse(&orders_.block, orders_.table().c_str(), GetParam(), &database_));
   EXPECT_EQ(kOrderIndexes + 1 + std::size(kTags), value(table_member(database_).flags));
+}
+
+// The key length and type of a file are what the driver says to a handle without keys.
+TEST_P(TagGroup, a_file_of_tags_has_no_key_and_a_tag_no_tags) {
+  ASSERT_NO_FATAL_FAILURE(open(GetParam()));
+  VqBlock& block = orders_.block;
+  const VqMember file = member(16);
+  const VqMember tag = member(32, "paid");
+  char text[64];
+  std::int32_t number = 0;
+  EXPECT_EQ(codes(-10, 1051), codes(lib.DBexpr(&file, text, sizeof text, &number), block));
+  EXPECT_EQ(codes(-10, 1061), codes(lib.DBexplen(&file, &number, nullptr), block));
+  EXPECT_EQ(codes(0, 1111), codes(lib.DBkeylen(&file, &number), block));
+  EXPECT_EQ(-10, std::exchange(number, 0));
+  EXPECT_EQ(codes(0, 1121), codes(lib.DBkeytype(&file, &number), block));
+  EXPECT_EQ(-10, number);
+  EXPECT_EQ(codes(-10, 1281), codes(lib.DBlist_tags(&tag, 0, text), block));
+  EXPECT_EQ(codes(-10, 1291), codes(lib.DBlist_tags(&tag, 1, text), block));
+  EXPECT_EQ(VQ_E_UNAVAILABLE, lib.DBtags(&tag));
 }
 
 TEST_P(TagGroup, a_name_behind_the_semicolon_brings_one_tag) {

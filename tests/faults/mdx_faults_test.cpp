@@ -273,6 +273,53 @@ TEST_F(MdxFixture, a_rebuild_misses_no_record) {
   EXPECT_TRUE(refused);
 }
 
+// Others add a tag, or drop one, before every call of the system that an open makes: the group gets
+// the tags of before or of after.
+TEST_F(MdxFixture, an_open_meets_tags_that_come_and_go) {
+  constexpr std::uint32_t kTags = 13;  // their list fills what memory its size is rounded up to
+  ASSERT_EQ(0, lib.dDapprec(table, mdx_record("N", 1, 1).data()));
+  open_table(4);
+  const std::string file = name("M");
+  for (std::uint32_t n = 0; n < kTags; ++n) {
+    const std::string tag = "T" + std::to_string(n);
+    ASSERT_EQ(0, lib.dXezindx(table, file.c_str(), tag.c_str(), "NAME", nullptr, 0));
+  }
+  const std::string start = read_file(file + ".MDX");
+  Others others(name("T"), block.index_kind);
+  for (const bool adds : {true, false}) {
+    for (std::uint64_t n = 1;; ++n) {
+      SCOPED_TRACE(n);
+      write_file(file + ".MDX", start);
+      std::uint32_t changed = kTags;
+      const auto change_unless_busy = [&] {
+        platform::File there;
+        ASSERT_TRUE(there.open(file + ".MDX", platform::Access::read_write).ok());
+        if (!ok(table::test_whole_file(others.block, there, block.index_kind))) return;
+        VqIndex* const tags = lib.dXopen(others.table, file.c_str(), 4, 4);
+        EXPECT_EQ(0, adds ? lib.dXindex(tags, "ONE_MORE", "DUE", "D", nullptr)
+                          : lib.dXdeltag(tags, "T5"));
+        EXPECT_EQ(0, lib.dXclose(tags));
+        changed += adds ? 1u : ~0u;
+      };
+      VqIndexSpec spec = {VQ_KIND_MDX, file.c_str(), 4, nullptr};
+      VqDatabase* database = nullptr;
+      const auto [result, came] = beside_another(
+          n,
+          [&] {
+            return lib.DBopen(&block, name("T").c_str(), 4, 1, 1, 1, &spec, &database, nullptr);
+          },
+          change_unless_busy);
+      ASSERT_EQ(0, result) << block.detail;
+      VqMember group = {};
+      EXPECT_EQ(0, lib.GRPmember(database, VQ_KIND_TABLE, nullptr, nullptr, &group));
+      const std::uint32_t members = group.flags;
+      EXPECT_TRUE(members == 1 + kTags || members == 1 + changed) << members;
+      ASSERT_EQ(0, lib.DBclose(database));
+      if (!came) break;
+    }
+  }
+}
+
 // Two make the first tag of a file that is not there, without locks on the table that would keep
 // them apart: what either has built stays, and nobody leaves an empty file.
 TEST_F(MdxFixture, first_tags_of_two_meet_in_one_file) {

@@ -134,6 +134,10 @@ TEST_F(NdxFileTest, memory_is_counted_by_buffers) {
   EXPECT_EQ(lib.dNbuffs(&block, name.c_str(), 1), lib.dNbuffs(&block, name.c_str(), 4));
   EXPECT_EQ(541 * 1000 + 18 + 4 + 495, lib.dNbuffs(&block, name.c_str(), 1000));
   EXPECT_EQ(-5, lib.dNbuffs(&block, folder.file("none").c_str(), 4));
+  EXPECT_EQ("-14/10185", refusal(lib.dNopen(table, name.c_str(), 0, INT32_MAX), block));
+  if (sizeof(void*) == 4) {  // 512 bytes for each come to 4 GB and a little
+    EXPECT_EQ("-14/10185", refusal(lib.dNopen(table, name.c_str(), 0, 0x00800063), block));
+  }
 }
 
 TEST_F(NdxFileTest, closed_and_foreign_handles_are_refused) {

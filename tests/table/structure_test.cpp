@@ -226,8 +226,10 @@ TEST(Open, judges_headers_by_code_and_detail) {
   EXPECT_EQ(nullptr, lib.dDopen(&scratch.block, scratch.folder.path().string().c_str(), 0, 1));
   EXPECT_LT(+scratch.block.result, 0) << "a folder is no table";
   write_file(scratch.file, sound);
-  EXPECT_EQ("-14/10047",
-            refusal(lib.dDopen(&scratch.block, scratch.name.c_str(), 0, INT32_MAX), scratch.block));
+  for (const std::int32_t buffers : {INT32_MAX, 0x40000000}) {
+    EXPECT_EQ("-14/10047",
+              refusal(lib.dDopen(&scratch.block, scratch.name.c_str(), 0, buffers), scratch.block));
+  }
 }
 
 TEST(Open, takes_names_padded_with_blanks_or_filling_their_place) {

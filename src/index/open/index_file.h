@@ -137,7 +137,9 @@ class KeyTree;
 class Index : public HandleHead {
  public:
   IndexFile& index_file() const { return *file_; }
-  // REQUIRES a handle that has a tree: not that of a file of tags.
+  // False for a file of tags.
+  bool has_keys() const { return keys_ != nullptr; }
+  // REQUIRES a handle that has keys.
   KeyTree& key_tree() const { return *keys_; }
 
  protected:

@@ -20,6 +20,9 @@ constexpr std::int32_t kForceFailed = 10194;
 // go by the same log.
 constexpr std::ptrdiff_t kFewAlone = 8;
 
+// With more of them the table of pages would outgrow its numbers.
+constexpr std::uint32_t kMostBuffers = 1u << 30;
+
 // What the file relies on, cut short, is worse than a late success.
 template <typename Work>
 Result twice(Work work) {
@@ -30,8 +33,9 @@ Result twice(Work work) {
 }  // namespace
 
 bool PageCache::allocate(std::uint32_t buffers) {
+  if (buffers > kMostBuffers) return false;
   const std::uint32_t slots = std::bit_ceil(buffers + buffers / 3 + 1);
-  images_ = platform::allocate_bytes(std::size_t{buffers} * page_bytes_);
+  images_ = platform::allocate_bytes(buffers, page_bytes_);
   frames_ = platform::allocate_array<FrameState>(buffers);
   slots_ = platform::allocate_array<Slot>(slots);
   listed_ = platform::allocate_array<Frame>(buffers);
