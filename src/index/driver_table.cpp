@@ -148,7 +148,7 @@ Result enter_for_change(IndexFile& file) {
 constexpr Bracket kBracket = {
     .enter = [](Index& index) { return enter_for_change(index.index_file()); },
     .leave = [](Index& index) { return index.index_file().leave(); },
-    .look = [](Index& index) { return index.index_file().enter(); },
+    .look = [](Index& index) { return index.index_file().enter(Purpose::changing); },
     .identity = [](const Index& index) { return index.index_file().identity; },
     .updkey =
         [](Index& index, const void* old_key, const void* new_key, std::uint32_t recno,

@@ -51,7 +51,7 @@ struct Bracket {
   // In an exclusive mode neither does anything. Every enter that succeeds needs its leave.
   Result (*enter)(Index&);
   Result (*leave)(Index&);
-  // Enters for reading alone: a file that may not be changed, too.
+  // The same for a file that may be damaged so that changes are refused.
   Result (*look)(Index&);
   // Files are entered in the order of their identities, which all processes see alike, so that no
   // two wait for each other. Handles of equal identity that are not of one open exclude each other.

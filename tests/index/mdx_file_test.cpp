@@ -207,6 +207,25 @@ TEST_F(Mdx, table_of_47_tags_is_filled_emptied_and_filled_again) {
   EXPECT_EQ(0, lib.dXclose(file));
 }
 
+// The pages that it had may be another tag's then.
+TEST_F(Mdx, a_walk_goes_on_in_a_tag_that_is_made_again) {
+  for (int n = 1; n <= 200; ++n) ASSERT_EQ(0, lib.dDapprec(table, mdx_record("N", n, 1).data()));
+  create();
+  VqIndex* const file = open();
+  VqIndex* const tag = make_tag(file, "A", "AMOUNT", "N");
+  std::string key(12, ' ');
+  std::uint32_t recno = 0;
+  for (int n = 1; n <= 100; ++n) ASSERT_EQ(0, lib.dXnxtkey(tag, key.data(), &recno));
+  ASSERT_EQ(0, lib.dXdeltag(file, "A"));
+  ASSERT_EQ(0, lib.dXindex(file, "B", "NAME", "C20", nullptr));
+  ASSERT_EQ(0, lib.dXindex(file, "A", "AMOUNT", "N", nullptr));
+  for (std::uint32_t n = 101; n <= 200; ++n) {
+    ASSERT_EQ(0, lib.dXnxtkey(tag, key.data(), &recno)) << block.detail;
+    ASSERT_EQ(n, recno);
+  }
+  EXPECT_EQ(0, lib.dXclose(file));
+}
+
 TEST_F(Mdx, memory_need_grows_with_buffers_and_blocks) {
   create("M", 2);
   create("L", 32);

@@ -82,8 +82,10 @@ Result MdxTag::set_up() {
 void MdxTag::look_up(const TagTable& tags) {
   const TagEntry* const found = tags.find(entry.name_text());
   if (found != nullptr) entry = *found;
-  keys.gone = keys.gone || found == nullptr;
   is_up_to_date_ = found == nullptr;
+  if (found != nullptr) return;
+  keys.gone = true;
+  keys.cursor.path_holds = false;  // its pages may be another tag's before it is made again
 }
 
 Result MdxTag::bring_up_to_date() {
