@@ -34,7 +34,8 @@ debian32_enter='
 # debian32_run COMMAND...: runs a command in it, in the same working folder. The machine's files
 # appear under /host. Where nothing may be mounted, as in many containers, these are copies: the
 # working folder, without its repository and its builds, and the files that debian32_needs names.
-# Of the working folder, what the command has made or changed is copied back.
+# Of the working folder, what the command has made or changed is copied back, and what it has removed
+# is removed.
 debian32_needs=()
 debian32_run() {
   as_root true || die "The 32-bit Debian in $debian32 needs root rights to run in."
@@ -44,6 +45,11 @@ debian32_run() {
   else
     debian32_run_on_copies "$@"
   fi
+}
+
+# The files of the working folder in its copy.
+debian32_list_copies() {
+  as_root find "$debian32/host$PWD" -type f -printf '%P\0' | LC_ALL=C sort -z
 }
 
 # One at a time: the copies of all lie in the same folder.
@@ -60,9 +66,13 @@ debian32_run_on_copies() (
     as_root tar -C "$debian32/host$PWD" -xf -
   [ ${#debian32_needs[@]} = 0 ] ||
     as_root tar -C / -cf - "${debian32_needs[@]#/}" | as_root tar -C "$debian32/host" -xf -
+  before=$(mktemp)
+  debian32_list_copies >"$before"
   as_root touch "$debian32/begin"
   code=0
   as_root sh -c "$debian32_enter" "$debian32" "$@" 9>&- || code=$?
+  debian32_list_copies | LC_ALL=C comm -z -23 "$before" - | xargs -0 -r rm -f --
+  rm -f "$before"
   as_root find "$debian32/host$PWD" -type f -newer "$debian32/begin" -printf '%P\0' |
     as_root tar -C "$debian32/host$PWD" --null -T - -cf - | tar -C "$PWD" -xf -
   as_root rm -rf --one-file-system "$debian32/host"
