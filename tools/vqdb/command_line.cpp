@@ -13,6 +13,34 @@ namespace tool {
 namespace {
 
 constexpr std::size_t kHelpColumn = 30;
+constexpr std::size_t kHelpWidth = 80;
+
+// Descriptions are broken at the width of a usual terminal; what goes without saying is left off.
+class HelpFormatter : public CLI::Formatter {
+ public:
+  HelpFormatter() { column_width(kHelpColumn); }
+
+  std::string make_option_opts(const CLI::Option* option) const override {
+    std::string text = Formatter::make_option_opts(option);
+    const std::string_view needless = option->get_positional() ? " REQUIRED" : " ...";
+    if (const std::size_t at = text.find(needless); at != std::string::npos) {
+      text.erase(at, needless.size());
+    }
+    return text;
+  }
+
+  std::string make_option_desc(const CLI::Option* option) const override {
+    constexpr std::size_t kRoom = kHelpWidth - kHelpColumn;
+    const std::string text = Formatter::make_option_desc(option);
+    std::string lines;
+    for (std::size_t begin = 0, end = 0; begin < text.size(); begin = end + 1) {
+      end = text.size() - begin <= kRoom ? text.size() : text.rfind(' ', begin + kRoom);
+      if (end == std::string::npos || end <= begin) end = std::min(text.size(), begin + kRoom);
+      lines.append(lines.empty() ? "" : "\n").append(text, begin, end - begin);
+    }
+    return lines;
+  }
+};
 
 template <typename Value>
 CLI::Option* add(CLI::App* app, const std::string& name, Value& value, const std::string& type,
@@ -112,7 +140,7 @@ int run_command_line(int argc, char** argv, void (*add_commands)(CommandLine& co
   CLI::App app("Tables, memo files and indexes of the xBASE family", "vqdb");
   app.require_subcommand(1);
   app.set_version_flag("--version", fmt::format("vqdb {}", vqVersion()));
-  app.get_formatter()->column_width(kHelpColumn);
+  app.formatter(std::make_shared<HelpFormatter>());
   app.footer(
       "vqdb COMMAND --help tells more, with examples.\n"
       "Exit codes: 0 done; 1 the answer is no; 2 wrong usage; 3 the work failed.");
@@ -123,6 +151,10 @@ int run_command_line(int argc, char** argv, void (*add_commands)(CommandLine& co
   if (argc == 3 && std::string_view(argv[1]) == "--write-help") {
     write_help(describe_commands(app), argv[2]);
     return static_cast<int>(Exit::done);
+  }
+  if (argc < 2) {
+    fmt::print(stderr, "{}", app.help());
+    return static_cast<int>(Exit::usage);
   }
   try {
     app.parse(argc, argv);

@@ -77,6 +77,11 @@ bool is_numeric_type(char type) { return type == 'N' || type == 'F'; }
 
 bool Header::is_unknown() const { return version == 0x02; }
 
+bool Header::names_mdx() const {
+  constexpr std::array<std::uint8_t, 5> kCdx = {0x30, 0x31, 0x32, 0xF5, 0xFB};
+  return production != 0 && std::ranges::find(kCdx, version) == kCdx.end();
+}
+
 std::uint64_t Header::records_in_file() const {
   return record_length == 0 || file_size < length ? 0 : (file_size - length) / record_length;
 }
@@ -95,7 +100,9 @@ Header read_header(const std::string& path) {
     stop_failed("{}: {} bytes are too few for a table", path, header.file_size);
   }
   header.version = bytes[0];
-  header.year = 1900 + bytes[1];
+  // No table is older than the programs: smaller numbers are those of programs that count from
+  // 2000.
+  header.year = (bytes[1] < 80 ? 2000 : 1900) + bytes[1];
   header.month = bytes[2];
   header.day = bytes[3];
   header.records = number32(bytes, 4);

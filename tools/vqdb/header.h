@@ -37,6 +37,9 @@ struct Header {
 
   // An older layout, of which only the version is known.
   bool is_unknown() const;
+  // Whether the header says that there is an MDX file; for FoxPro the same byte tells of a CDX
+  // file.
+  bool names_mdx() const;
   // Records that the file has room for.
   std::uint64_t records_in_file() const;
   // Whether records stand where those that the header counts end. Behind an end mark there may be

@@ -169,7 +169,7 @@ std::vector<IndexFile> index_group_of(const std::string& table_path, const Heade
   add_index_list(group, table_path);
   const std::string production = replace_extension(table_path, "mdx");
   const auto mdx = find_file(production);
-  if (mdx || header.production != 0) {
+  if (mdx || header.names_mdx()) {
     add(group, {VQ_KIND_MDX, mdx.value_or(production), mdx.has_value()});
   }
   for (const std::string& name : besides) {

@@ -12,8 +12,8 @@ namespace tool {
 namespace {
 
 // Most commands look at each record once, from start to end. The shared modes read a block at a
-// time, so that nobody's change is missed between two looks; here none would be, and many are read at
-// once.
+// time, so that nobody's change is missed between two looks; here none would be, and many are read
+// at once.
 constexpr int kBuffers = 64;
 constexpr std::uint32_t kMode = VQ_OPEN_READ_ONLY;
 
@@ -54,6 +54,10 @@ Table::Table(const std::string& name, const TextOptions& texts)
       memo_name_(split_at_semicolon(name).second),
       header_(read_header(path_)),
       block_(std::make_unique<VqBlock>()) {
+  if (header_.is_unknown()) {
+    stop_failed("{}: version 0x{:02X} ({}): tables of this kind are not read", path_,
+                header_.version, name_of_version(header_.version));
+  }
   require(*block_, DBinit(block_.get(), dialect_of(header_)), path_);
   handle_ = dDopen(block_.get(), path_.c_str(), kMode, kBuffers);
   if (handle_ == nullptr) {

@@ -161,7 +161,7 @@ void print_report(const Report& report) {
     print_line("memo file", report.memo_trouble.empty() ? report.memo_path : report.memo_trouble);
   }
   if (!header.fields.empty()) print_fields(header);
-  if (!report.indexes.empty()) print_line("indexes", "");
+  if (!report.indexes.empty()) fmt::print("  indexes\n");
   for (const IndexReport& index : report.indexes) print_index(index);
   for (const std::string& oddity : report.oddities) {
     fmt::print("  {}{:<12}{}{}\n", output_style(style::kWarning), "odd", oddity,
