@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -73,8 +74,10 @@ inline std::vector<Step> take_steps(Input& input) {
   return steps;
 }
 
-inline void expect(bool holds) {
-  if (!holds) std::abort();
+inline void expect(bool holds, const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
+  if (holds) return;
+  std::fprintf(stderr, "%s:%d: what has to hold does not\n", file, line);
+  std::abort();
 }
 
 }  // namespace vqdb::fuzz

@@ -1313,7 +1313,7 @@ const char* VQ_CALL vqDetailText(int32_t detail);
 #define VQ_F_PAGE_COUNT 308       /* E more keys than a page holds, or none above a child */
 #define VQ_F_PAGE_LEVEL 309       /* E leaves on different levels, or too many levels */
 #define VQ_F_PAGE_ORDER 310       /* E keys out of order */
-#define VQ_F_PAGE_LEFTOVER 311    /* W entries that were moved to the next page and remained */
+#define VQ_F_PAGE_LEFTOVER 311    /* E entries that stand in the next page as well, or should */
 #define VQ_F_PAGE_EMPTY 312       /* W a leaf without keys */
 #define VQ_F_ENTRY_RECORD 313     /* E an entry for a record that the table does not have */
 #define VQ_F_KEY_TWICE 314        /* E a unique index holds a key twice */

@@ -18,8 +18,7 @@ constexpr std::array kNotes = {
 constexpr std::array kWarnings = {
     VQ_F_RECORD_SLACK,  VQ_F_UPDATE_DATE, VQ_F_FIELD_LETTERS,      VQ_F_FIELDS_END,
     VQ_F_END_MARK,      VQ_F_FIELD_BYTES, VQ_F_PRODUCTION_MISSING, VQ_F_MEMO_MARK,
-    VQ_F_NEXT_FREE_OLD, VQ_F_PAGE_EMPTY,  VQ_F_PAGE_LEFTOVER,      VQ_F_TAG_THREADS,
-    VQ_F_NOT_MENDED,
+    VQ_F_NEXT_FREE_OLD, VQ_F_PAGE_EMPTY,  VQ_F_TAG_THREADS,        VQ_F_NOT_MENDED,
 };
 
 template <typename List>
