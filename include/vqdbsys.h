@@ -183,7 +183,8 @@ typedef struct VqBlock {
   uint64_t progress;            /* 170 see dUsetprog */
   uint64_t progress_context;    /* 178 */
   uint64_t random_state;        /* 186 of the expression function RAND; 0: not yet seeded */
-  uint8_t reserved[333];        /* 194 */
+  uint32_t lock_wait;           /* 194 see dUsetwait */
+  uint8_t reserved[329];        /* 198 */
 } VqBlock;
 
 #pragma pack(pop)
@@ -411,8 +412,8 @@ int32_t VQ_CALL dDsort(VqBlock* block, const char* source, const char* target, c
 int32_t VQ_CALL dDapart(VqBlock* block, const char* name);
 
 /*
- * Locks on bytes beyond the data, against every other handle in any process; a request never waits.
- * Where the bytes lie depends on the lock scheme (dUsetnet) at the time of opening:
+ * Locks on bytes beyond the data, against every other handle in any process; a request never waits,
+ * unless the host has asked for that (dUsetwait). Where the bytes lie depends on the lock scheme (dUsetnet) at the time of opening:
  *   scheme 0: file 0xEFFFFFFE, append 0xEFFFFFFF, record n 0xEFFFFFFE - n
  *   scheme 1: file 1000000000, append 1134217727, record n 1000000000 + n
  *   scheme 2: file and append 0xEFFFFFFF,         record n 0xEFFFFFFF - n
@@ -537,6 +538,14 @@ char* VQ_CALL dUversion(char* text);
 VqBlock* VQ_CALL dUsetlang(VqBlock* block, int32_t language);
 /* Lock scheme of tables opened from now on, and default index kind: 0..6, any other is 0. */
 VqBlock* VQ_CALL dUsetnet(VqBlock* block, int32_t scheme);
+/* How long calls under this block try again, in milliseconds, where somebody else has locked what
+ * they need, before they give -37 or -38; below 1 they never wait, which is how a block begins. An
+ * addition to the described interface. It goes for dDlkfil, dDlkrec, dDlkgetr, dDlkapp, dNlkfil and
+ * dXlkfil, for appending, updating, deleting and recalling (dD and DB), and for memo files. Nothing
+ * is changed, and no lock of the call is held, between two tries; who waits for whom does not
+ * matter, so that hosts which lock several things in different orders wait in vain for each other
+ * until the time is over. */
+VqBlock* VQ_CALL dUsetwait(VqBlock* block, int32_t milliseconds);
 /* Whether years in date texts have four digits, else two. */
 VqBlock* VQ_CALL dUsetcent(VqBlock* block, int32_t on);
 /* Whether expressions compare whole texts, else only as far as the right one goes. */

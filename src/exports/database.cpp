@@ -49,6 +49,14 @@ std::int32_t with_database(VqDatabase* database, Operation operation, Body body)
   return vqdb::exports::with_handle(api::databases(), database, operation.detail(0), body);
 }
 
+// A change of one record.
+template <typename Body>
+std::int32_t change(VqDatabase* database, Operation operation, Body body) {
+  return with_database(database, operation, [&](api::Database& open) {
+    return vqdb::exports::patiently(open.owner_block(), [&] { return body(open); });
+  });
+}
+
 template <typename... Pointers>
 bool any_null(const Pointers*... pointers) {
   return (... || (pointers == nullptr));
@@ -152,26 +160,26 @@ std::int32_t VQ_CALL DBforward(const VqMember* member) {
 }
 
 std::int32_t VQ_CALL DBapprec(VqDatabase* database, const void* record, std::uint32_t* recno) {
-  return with_database(database, kAppend, [&](api::Database& open) {
+  return change(database, kAppend, [&](api::Database& open) {
     return any_null(record, recno) ? Result::out_of_range
                                    : api::append_record(open, record, *recno);
   });
 }
 
 std::int32_t VQ_CALL DBupdrec(VqDatabase* database, std::uint32_t recno, const void* record) {
-  return with_database(database, kUpdate, [&](api::Database& open) {
+  return change(database, kUpdate, [&](api::Database& open) {
     return record == nullptr ? Result::out_of_range : api::update_record(open, recno, record);
   });
 }
 
 std::int32_t VQ_CALL DBdelrec(VqDatabase* database, std::uint32_t recno) {
-  return with_database(database, kDelete,
-                       [&](api::Database& open) { return api::delete_record(open, recno); });
+  return change(database, kDelete,
+                [&](api::Database& open) { return api::delete_record(open, recno); });
 }
 
 std::int32_t VQ_CALL DBrclrec(VqDatabase* database, std::uint32_t recno) {
-  return with_database(database, kRecall,
-                       [&](api::Database& open) { return api::recall_record(open, recno); });
+  return change(database, kRecall,
+                [&](api::Database& open) { return api::recall_record(open, recno); });
 }
 
 std::int32_t VQ_CALL DBrecsta(VqDatabase* database, std::uint32_t recno) {

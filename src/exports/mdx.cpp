@@ -213,7 +213,9 @@ int32_t VQ_CALL dXkeytyp(VqIndex* tag) {
 }
 
 int32_t VQ_CALL dXlkfil(VqIndex* file) {
-  return with_file(file, kLock, [](MdxFile& mdx) { return mdx.store.lock(kLock); });
+  return with_file(file, kLock, [](MdxFile& mdx) {
+    return exports::patiently(mdx.store.block, [&] { return mdx.store.lock(kLock); });
+  });
 }
 
 int32_t VQ_CALL dXulkfil(VqIndex* file) {

@@ -180,7 +180,9 @@ int32_t VQ_CALL dNkeytyp(VqIndex* index) {
 }
 
 int32_t VQ_CALL dNlkfil(VqIndex* index) {
-  return with_index(index, kLock, [](NdxFile& file) { return file.file.lock(kLock); });
+  return with_index(index, kLock, [](NdxFile& file) {
+    return exports::patiently(file.file.block, [&] { return file.file.lock(kLock); });
+  });
 }
 
 int32_t VQ_CALL dNulkfil(VqIndex* index) {

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstring>
 #include <iterator>
 
@@ -29,6 +30,11 @@ VqBlock* VQ_CALL dUsetnet(VqBlock* block, int32_t scheme) {
   if (block != nullptr)
     block->index_kind =
         choice(scheme, static_cast<std::int32_t>(vqdb::table::kLockSchemes.size()) - 1);
+  return block;
+}
+
+VqBlock* VQ_CALL dUsetwait(VqBlock* block, int32_t milliseconds) {
+  if (block != nullptr) block->lock_wait = static_cast<std::uint32_t>(std::max(milliseconds, 0));
   return block;
 }
 

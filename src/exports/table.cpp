@@ -18,6 +18,7 @@ using vqdb::ok;
 using vqdb::Operation;
 using vqdb::Result;
 using vqdb::exports::guarded;
+using vqdb::exports::patiently;
 using vqdb::exports::with_handle;
 using vqdb::table::Table;
 using vqdb::table::tables;
@@ -41,6 +42,13 @@ constexpr Operation kOpen{1004};
 template <typename Body>
 std::int32_t on_table(const void* table, const Operation& operation, Body body) {
   return with_handle(tables(), table, operation.bad_handle(), body);
+}
+
+// A change of one record.
+template <typename Body>
+std::int32_t change(const void* table, const Operation& operation, Body body) {
+  return on_table(table, operation,
+                  [&](Table& t) { return patiently(table::block_of(t), [&] { return body(t); }); });
 }
 
 Result null_argument(VqBlock* block, const Operation& operation) {
@@ -174,25 +182,25 @@ int32_t VQ_CALL dDgetrec(VqTable* table, uint32_t recno, void* record) {
 int32_t VQ_CALL dDapprec(VqTable* table, const void* record) {
   // Whatever refuses the record, nobody shall take the number of the one before for its own.
   if (VqBlock* const block = tables().block_of(table); block != nullptr) block->record_number = -1;
-  return on_table(table, kApprec, [=](Table& t) {
+  return change(table, kApprec, [=](Table& t) {
     return record == nullptr ? null_argument(&table::block_of(t), kApprec)
                              : table::append_record(t, record);
   });
 }
 
 int32_t VQ_CALL dDupdrec(VqTable* table, uint32_t recno, const void* record) {
-  return on_table(table, kUpdrec, [=](Table& t) {
+  return change(table, kUpdrec, [=](Table& t) {
     return record == nullptr ? null_argument(&table::block_of(t), kUpdrec)
                              : table::update_record(t, recno, record);
   });
 }
 
 int32_t VQ_CALL dDdelrec(VqTable* table, uint32_t recno) {
-  return on_table(table, kUpdrec, [=](Table& t) { return table::delete_record(t, recno); });
+  return change(table, kUpdrec, [=](Table& t) { return table::delete_record(t, recno); });
 }
 
 int32_t VQ_CALL dDrclrec(VqTable* table, uint32_t recno) {
-  return on_table(table, kUpdrec, [=](Table& t) { return table::recall_record(t, recno); });
+  return change(table, kUpdrec, [=](Table& t) { return table::recall_record(t, recno); });
 }
 
 int32_t VQ_CALL dDinsrec(VqTable* table, uint32_t recno, const void* record) {

@@ -11,6 +11,7 @@ using vqdb::code;
 using vqdb::fail;
 using vqdb::Operation;
 using vqdb::Result;
+using vqdb::exports::patiently;
 using vqdb::exports::with_handle;
 using vqdb::table::Table;
 using vqdb::table::tables;
@@ -27,6 +28,12 @@ std::int32_t on_table(const void* table, const Operation& operation, Body body) 
   return with_handle(tables(), table, operation.bad_handle(), body);
 }
 
+template <typename Body>
+std::int32_t wait_for(const void* table, const Operation& operation, Body body) {
+  return on_table(table, operation,
+                  [&](Table& t) { return patiently(table::block_of(t), [&] { return body(t); }); });
+}
+
 Result null_argument(Table& table) {
   return fail(table::block_of(table), Result::out_of_range, kRecord.detail(0));
 }
@@ -36,7 +43,7 @@ Result null_argument(Table& table) {
 extern "C" {
 
 int32_t VQ_CALL dDlkfil(VqTable* table) {
-  return on_table(table, kFile, [](Table& t) { return table::lock_file(t); });
+  return wait_for(table, kFile, [](Table& t) { return table::lock_file(t); });
 }
 
 int32_t VQ_CALL dDulkfil(VqTable* table) {
@@ -44,7 +51,7 @@ int32_t VQ_CALL dDulkfil(VqTable* table) {
 }
 
 int32_t VQ_CALL dDlkrec(VqTable* table, uint32_t recno) {
-  return on_table(table, kRecord, [=](Table& t) { return table::lock_record(t, recno); });
+  return wait_for(table, kRecord, [=](Table& t) { return table::lock_record(t, recno); });
 }
 
 int32_t VQ_CALL dDulkrec(VqTable* table, uint32_t recno) {
@@ -52,7 +59,7 @@ int32_t VQ_CALL dDulkrec(VqTable* table, uint32_t recno) {
 }
 
 int32_t VQ_CALL dDlkgetr(VqTable* table, uint32_t recno, void* record) {
-  return on_table(table, kRecord, [=](Table& t) {
+  return wait_for(table, kRecord, [=](Table& t) {
     return record == nullptr ? null_argument(t) : table::lock_and_read_record(t, recno, record);
   });
 }
@@ -80,7 +87,7 @@ int32_t VQ_CALL dDpoplk(VqTable* table) {
 }
 
 int32_t VQ_CALL dDlkapp(VqTable* table) {
-  return on_table(table, kAppend, [](Table& t) { return table::lock_append(t); });
+  return wait_for(table, kAppend, [](Table& t) { return table::lock_append(t); });
 }
 
 int32_t VQ_CALL dDulkapp(VqTable* table) {

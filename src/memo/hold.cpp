@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "frame/wait.h"
 #include "table/locks.h"
 
 namespace vqdb::memo {
@@ -12,8 +13,15 @@ Hold::~Hold() {
 
 Result Hold::take() {
   if (!memo_.shared()) return Result::ok;
-  const Result result = table::lock_whole_file(*memo_.block, memo_.file, memo_.lock_scheme);
+  VqBlock& block = *memo_.block;
+  const std::int32_t detail = block.detail;
+  Wait wait(block.lock_wait);
+  Result result = table::lock_whole_file(block, memo_.file, memo_.lock_scheme);
+  while (result == Result::file_locked && wait.goes_on()) {
+    result = table::lock_whole_file(block, memo_.file, memo_.lock_scheme);
+  }
   held_ = ok(result);
+  if (held_) block.detail = detail;
   memo_.stale = true;
   return result;
 }

@@ -14,6 +14,8 @@ TEST(Settings, choices_are_kept_in_the_block) {
                         {lib.dUsetnet, offsetof(VqBlock, index_kind), 6, 6},
                         {lib.dUsetnet, offsetof(VqBlock, index_kind), 7, 0},
                         {lib.dUsetnet, offsetof(VqBlock, index_kind), -1, 0},
+                        {lib.dUsetwait, offsetof(VqBlock, lock_wait), 70000, 70000},
+                        {lib.dUsetwait, offsetof(VqBlock, lock_wait), -1, 0},
                         {lib.dUsetdate, offsetof(VqBlock, date_format), 6, 6},
                         {lib.dUsetdate, offsetof(VqBlock, date_format), 7, 0},
                         {lib.dUsetdate, offsetof(VqBlock, date_format), -1, 0},

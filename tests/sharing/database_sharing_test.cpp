@@ -1,19 +1,23 @@
 // Several processes on one database at once.
+#include <chrono>
+#include <functional>
+
 #include "support/order_tags.h"
 #include "support/process.h"
 #include "support/test.h"
 
 namespace {
 
-// A refused lock is no failure: the request never waits, so its caller tries again.
+// A refused lock is no failure: its caller tries again.
 bool is_refusal(std::int32_t result) {
   return result == VQ_E_LOCKED || result == VQ_E_FILE_LOCKED || result == VQ_E_LOCK_REFUSED;
 }
 
-// Opens the database of args: dialect, table, mode.
+// Opens the database of args: dialect, table, mode. Calls wait for as long as it takes.
 VqDatabase* open_shared(VqBlock& block, const Arguments& args) {
   VqDatabase* database = nullptr;
   if (lib.DBinit(&block, static_cast<std::uint32_t>(std::stoi(args[0]))) != 0) return nullptr;
+  (void)lib.dUsetwait(&block, 60000);
   (void)lib.DBuse(&block, args[1].c_str(), static_cast<std::uint32_t>(std::stoi(args[2])) | 32,
                   &database);
   return database;
@@ -37,9 +41,7 @@ VQ_CHILD(append_orders) {
   for (int i = 0; i < count && result == 0; ++i) {
     const std::string record = record_of({args[4] + std::to_string(i % 10), i, 1 + i % 28});
     std::uint32_t recno = 0;
-    do {
-      result = lib.DBapprec(database, record.data(), &recno);
-    } while (is_refusal(result));
+    result = lib.DBapprec(database, record.data(), &recno);
   }
   if (result == 0) result = lib.DBclose(database);
   return report(block, result);
@@ -79,11 +81,9 @@ VQ_CHILD(find_edit_and_save) {
     }
     order.due = 1 + pick(28);
     const int what = pick(6);
-    do {
-      result = what == 0   ? lib.DBdelrec(database, recno)
-               : what == 1 ? lib.DBrclrec(database, recno)
-                           : lib.DBupdrec(database, recno, record_of(order).data());
-    } while (is_refusal(result));
+    result = what == 0   ? lib.DBdelrec(database, recno)
+             : what == 1 ? lib.DBrclrec(database, recno)
+                         : lib.DBupdrec(database, recno, record_of(order).data());
     ++saved;
   }
   if (result == 0) result = lib.DBclose(database);
@@ -253,6 +253,43 @@ TEST_P(SharedDatabase, a_lock_of_another_process_stops_just_what_it_covers) {
   EXPECT_EQ(0, lib.DBapprec(database, record_of(records[2]).data(), &recno));
   EXPECT_EQ(0, lib.dDulkapp(table)) << "the host's append lock stays";
   expect_in_step(database, orders, records);
+  EXPECT_EQ(0, lib.DBclose(database));
+}
+
+TEST_P(SharedDatabase, calls_wait_as_long_as_the_host_has_asked_for) {
+  Orders orders(GetParam().dialect);
+  orders.create();
+  VqDatabase* const database = orders.open(GetParam().mode);
+  auto* const table = static_cast<VqTable*>(table_member(database).handle);
+  const std::string record = record_of({"ann", 1, 1});
+  std::uint32_t recno = 0;
+  for (int i = 0; i < 2; ++i) ASSERT_EQ(0, lib.DBapprec(database, record.data(), &recno));
+  struct Case {
+    const char* lock;
+    std::function<std::int32_t()> call;
+  };
+  const Case cases[] = {{"record", [&] { return lib.dDlkrec(table, 2); }},
+                        {"record", [&] { return lib.DBupdrec(database, 2, record.data()); }},
+                        {"file", [&] { return lib.dDdelrec(table, 1); }},
+                        {"file", [&] { return lib.dDlkfil(table); }},
+                        {"append", [&] { return lib.DBapprec(database, record.data(), &recno); }}};
+  for (const Case& test : cases) {
+    SCOPED_TRACE(&test - cases);
+    Child other("hold_lock", {std::to_string(GetParam().dialect), orders.table(),
+                              std::to_string(GetParam().mode), test.lock});
+    ASSERT_EQ("held", other.read_line());
+    lib.dUsetwait(&orders.block, 40);
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_TRUE(is_refusal(test.call()));
+    EXPECT_LE(std::chrono::milliseconds(40), std::chrono::steady_clock::now() - begin);
+    lib.dUsetwait(&orders.block, 60000);
+    orders.block.detail = 7;
+    other.write_line("let go");
+    EXPECT_EQ(0, test.call());
+    EXPECT_EQ(7, value(orders.block.detail)) << "waiting is no failure";
+    EXPECT_EQ(0, other.wait());
+    while (lib.dDlkcnt(table) > 0) ASSERT_EQ(0, lib.dDpoplk(table));
+  }
   EXPECT_EQ(0, lib.DBclose(database));
 }
 
