@@ -62,7 +62,8 @@ Result NewFiles::make(table::NewTable& table, const char* source) {
     const Result result = check_memo_name(table_path, memo_path, source);
     if (!ok(result)) return result;
   }
-  const Result claimed = table::claim_table_at(block_, table_path, old_table_);
+  const Result claimed =
+      table::claim_table_at(block_, table_path, old_table_, kCreateTable.detail(3));
   if (!ok(claimed)) return claimed;
   const platform::Outcome made = table_.make_beside(table_path);
   if (!made.ok()) return fail(block_, open_result(made.error), kCreateTable.detail(3));
@@ -84,7 +85,7 @@ Result NewFiles::check_memo_name(const std::string& table_path, const std::strin
 Result NewFiles::make_memo(const std::string& memo_path) {
   const auto layout =
       memo_column(block_) == memo::kDbase4Column ? memo::Layout::dbase4 : memo::Layout::dbase3;
-  const Result claimed = table::claim_file_at(block_, memo_path, old_memo_);
+  const Result claimed = table::claim_file_at(block_, memo_path, old_memo_, kCreate.detail(2));
   return ok(claimed) ? memo::make_beside(block_, memo_, memo_path, layout) : claimed;
 }
 

@@ -88,7 +88,7 @@ Result open_files(Files& files, const char* name, const std::string& table, Layo
   if (files.table == nullptr) return last_result(block);
 
   const std::string path = memo_path(name);
-  const Result claimed = table::claim_file_at(block, path, files.replaced);
+  const Result claimed = table::claim_file_at(block, path, files.replaced, kOldFileStays);
   if (!ok(claimed)) return claimed;
   const platform::Outcome made = files.temporary.make(block, path);
   if (!made.ok()) return fail(block, open_result(made.error), kNewFileStays);

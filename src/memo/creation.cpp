@@ -58,7 +58,8 @@ Result create_for_table(VqBlock& block, const char* name, Layout layout) {
   const std::string path = memo_path(name);
   platform::File replaced;
   Result result = complete_interrupted(block, name);
-  if (ok(result)) result = table::claim_file_at(block, path, replaced);
+  if (ok(result))
+    result = table::claim_file_at(block, path, replaced, operation_of(layout).detail(1));
   TemporaryFile file;
   if (ok(result)) result = make_beside(block, file, path, layout);
   TableMark mark;

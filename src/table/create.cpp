@@ -84,7 +84,7 @@ Byte NewTable::version() const {
 Result NewTable::replace(const std::string& path) {
   platform::File replaced;
   Result result = complete_interrupted(block_, path);
-  if (ok(result)) result = claim_table_at(block_, path, replaced);
+  if (ok(result)) result = claim_table_at(block_, path, replaced, kCreate.detail(3));
   return ok(result) ? write(path) : result;
 }
 

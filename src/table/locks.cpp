@@ -16,7 +16,6 @@ constexpr Operation kUnlock{49};
 constexpr Operation kLockRecord{50};
 constexpr Operation kWholeFile{1043};
 constexpr Operation kStatus{1045};
-constexpr std::int32_t kOpenFailed = 10422;
 
 // Null for a table whose scheme has no locks.
 const LockScheme* scheme_of(const Table& table) {
@@ -125,11 +124,12 @@ Result unlock(Table& table, std::uint32_t lock) {
 }
 
 // Leaves closed what is not there, or may not be written, which making the other file will tell.
-Result open_claimed(VqBlock& block, const std::string& path, platform::File& file) {
+Result open_claimed(VqBlock& block, const std::string& path, platform::File& file,
+                    std::int32_t unopened) {
   const platform::Error error = file.open_replaceable(path).error;
   const bool is_known = error == platform::Error::none || error == platform::Error::not_found ||
                         error == platform::Error::access_denied;
-  return is_known ? Result::ok : fail(block, open_result(error), kOpenFailed);
+  return is_known ? Result::ok : fail(block, open_result(error), unopened);
 }
 
 }  // namespace
@@ -322,16 +322,18 @@ Result lock_unopened_table(VqBlock& block, platform::File& file, std::uint32_t s
       {Result::file_locked, kWholeFile.detail(1), Result::lock_refused, kWholeFile.detail(2)});
 }
 
-Result claim_table_at(VqBlock& block, const std::string& path, platform::File& file) {
+Result claim_table_at(VqBlock& block, const std::string& path, platform::File& file,
+                      std::int32_t unopened) {
   if (!lock_scheme_of(block.index_kind).has_locks) return Result::ok;
-  const Result result = open_claimed(block, path, file);
+  const Result result = open_claimed(block, path, file, unopened);
   UnopenedLock held;
   return ok(result) && file.is_open() ? lock_unopened_table(block, file, block.index_kind, held)
                                       : result;
 }
 
-Result claim_file_at(VqBlock& block, const std::string& path, platform::File& file) {
-  const Result result = open_claimed(block, path, file);
+Result claim_file_at(VqBlock& block, const std::string& path, platform::File& file,
+                     std::int32_t unopened) {
+  const Result result = open_claimed(block, path, file, unopened);
   return ok(result) && file.is_open() ? lock_whole_file(block, file, block.index_kind) : result;
 }
 

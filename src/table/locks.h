@@ -84,9 +84,11 @@ Result lock_unopened_table(VqBlock& block, platform::File& file, std::uint32_t s
 // Takes the lock of a file whose place another will take, by the block's scheme; `file` holds it
 // until it is closed. Without a file there, or one that may not be written, nothing is taken.
 // Nor is anything of a table file where the scheme has no locks. Whatever somebody else has locked
-// is file_locked. Details 10431, 10432, 10422 (not opened).
-Result claim_table_at(VqBlock& block, const std::string& path, platform::File& file);
-Result claim_file_at(VqBlock& block, const std::string& path, platform::File& file);
+// is file_locked. Details 10431, 10432, and `unopened`, as where the other cannot be made.
+Result claim_table_at(VqBlock& block, const std::string& path, platform::File& file,
+                      std::int32_t unopened);
+Result claim_file_at(VqBlock& block, const std::string& path, platform::File& file,
+                     std::int32_t unopened);
 
 }  // namespace vqdb::table
 

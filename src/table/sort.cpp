@@ -71,7 +71,7 @@ Result sort(VqBlock& block, const char* source, const char* target, const char* 
     return fail(block, Result::not_allowed, kSort.detail(1));
   }
   platform::File replaced;
-  Result result = claim_table_at(block, to, replaced);
+  Result result = claim_table_at(block, to, replaced, kSort.detail(3));
   if (!ok(result)) return result;
   TemporaryFile sorted;
   const platform::Outcome made = sorted.make(block, to);

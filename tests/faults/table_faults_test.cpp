@@ -212,9 +212,9 @@ TEST(TableFaults, a_full_disk_keeps_every_record_that_is_whole) {
       }
       const Records first(expected.begin(), expected.begin() + kFit);
       EXPECT_EQ(first, flushes ? records_after_crash(scratch) : records_in(scratch.file));
-      EXPECT_EQ("\x1A", read_bytes(
-                            scratch.file,
-                            ScratchTable::kHeaderBytes + kFit * ScratchTable::kRecordBytes, 1));
+      EXPECT_EQ("\x1A",
+                read_bytes(scratch.file,
+                           ScratchTable::kHeaderBytes + kFit * ScratchTable::kRecordBytes, 1));
       if (!flushes) continue;
       EXPECT_EQ(0, table.close()) << "with room again";
       EXPECT_EQ(expected, records_in(scratch.file));
@@ -351,7 +351,7 @@ TEST(TableFaults, open_and_create_fail_cleanly) {
     EXPECT_TRUE(folder.list().empty()) << n;
     details.insert(+block.detail);
   }
-  EXPECT_EQ((std::set<std::int32_t>{152, 153, 155, 163, 164, 10422}), details);
+  EXPECT_EQ((std::set<std::int32_t>{152, 153, 155, 163, 164}), details);
 }
 
 TEST(TableFaults, details_name_the_step) {

@@ -76,6 +76,19 @@ TEST(Copy, refuses_to_copy_a_table_to_itself) {
                               scratch.block));
 }
 
+TEST(Copy, is_refused_where_no_file_can_be_made_as_creating_is) {
+  ScratchTable scratch;
+  VqBlock& block = scratch.block;
+  const char* const from = scratch.name.c_str();
+  for (const std::string& name : {std::string("NO/X"), std::string(300, 'X')}) {
+    const std::string to = scratch.folder.file(name);
+    const std::int32_t result = create_table(block, to, {"X", "C5"});
+    EXPECT_EQ(name == "NO/X" ? "-5/153"s : codes(result, 153), codes(result, block));
+    EXPECT_EQ(codes(result, 153), codes(lib.dDcopy(&block, from, to.c_str()), block));
+    EXPECT_EQ(codes(result, 443), codes(lib.dDsort(&block, from, to.c_str(), "TEXT"), block));
+  }
+}
+
 TEST(Compare, looks_at_names_types_lengths_and_decimals) {
   TemporaryFolder folder;
   VqBlock block = block_of_kind(1);

@@ -41,7 +41,8 @@ Result copy_index_file(VqBlock& block, std::string_view from, std::string_view t
     return result;
   }
   platform::File replaced;
-  if (const Result result = table::claim_file_at(block, target_path, replaced); !ok(result)) {
+  if (const Result result = table::claim_file_at(block, target_path, replaced, operation.detail(3));
+      !ok(result)) {
     return result;
   }
   TemporaryFile growing;

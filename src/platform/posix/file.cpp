@@ -122,6 +122,10 @@ Outcome set_lock(system::Handle file, short kind, std::uint64_t offset, std::uin
   return outcome_of(number);
 }
 
+// Whether there may be a file where looking along the path ended so. Whoever may not go along it,
+// or loses the way, cannot open or make a file there either.
+bool may_lead_to_a_file(int number) { return number == EIO || number == ENOMEM; }
+
 FileIdentity identity_of(const struct stat& about) {
   return {static_cast<std::uint64_t>(about.st_dev), static_cast<std::uint64_t>(about.st_ino)};
 }
@@ -244,7 +248,9 @@ Outcome count_names(Handle file, std::uint32_t& count) {
 
 Outcome path_identity(const std::string& path, FileIdentity& identity) {
   struct stat about = {};
-  if (::stat(path.c_str(), &about) != 0) return outcome_of(errno);
+  if (::stat(path.c_str(), &about) != 0) {
+    return may_lead_to_a_file(errno) ? outcome_of(errno) : Outcome{Error::not_found, errno};
+  }
   identity = identity_of(about);
   return {};
 }
@@ -286,7 +292,7 @@ Outcome last_change(Handle file, LastChange& change) {
 }
 
 bool exists(const std::string& path) {
-  return ::access(path.c_str(), F_OK) == 0 || errno == EIO || errno == ENOMEM;
+  return ::access(path.c_str(), F_OK) == 0 || may_lead_to_a_file(errno);
 }
 
 Outcome real_path(const std::string& path, std::string& real) {

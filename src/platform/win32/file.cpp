@@ -2,6 +2,9 @@
 
 #include <windows.h>
 
+#include <algorithm>
+#include <array>
+
 #include "platform/system_calls.h"
 
 namespace vqdb::platform {
@@ -96,6 +99,14 @@ Outcome lock_outcome(BOOL succeeded) {
     return {Error::lock_refused, static_cast<std::int32_t>(number)};
   }
   return outcome_of(number);
+}
+
+// Whether there may be a file where looking along the path ended so. Whoever may not go along it,
+// or loses the way, cannot open or make a file there either.
+bool may_lead_to_a_file(const Outcome& outcome) {
+  constexpr std::array<std::int32_t, 5> kFailures = {ERROR_NOT_ENOUGH_MEMORY, ERROR_OUTOFMEMORY,
+                                                     ERROR_CRC, ERROR_GEN_FAILURE, ERROR_IO_DEVICE};
+  return std::ranges::find(kFailures, outcome.system_number) != kFailures.end();
 }
 
 bool has_several_names(const std::string& path) {
@@ -211,7 +222,9 @@ Outcome path_identity(const std::string& path, FileIdentity& identity) {
   Handle file = 0;
   const Outcome opened = create_handle(path, 0, OPEN_EXISTING, file, kShare | FILE_SHARE_DELETE,
                                        FILE_FLAG_BACKUP_SEMANTICS);
-  if (!opened.ok()) return opened;
+  if (!opened.ok()) {
+    return may_lead_to_a_file(opened) ? opened : Outcome{Error::not_found, opened.system_number};
+  }
   const Outcome outcome = file_identity(file, identity);
   ::CloseHandle(handle_of(file));
   return outcome;
