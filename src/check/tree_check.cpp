@@ -10,6 +10,9 @@ namespace {
 using index::Page;
 using index::PageNumber;
 
+// No search finds it, nor what stands behind it.
+constexpr const char* kNoPlace = "A key that is no number has no place in an order.";
+
 }  // namespace
 
 bool PageUse::take(PageNumber page, std::uint32_t count) {
@@ -135,6 +138,10 @@ Result TreeCheck::visit_children(Page page, PageNumber number, std::size_t level
         return Result::ok;
       }
     }
+    if (!is_last && !shape_.order->has_place(page.key(slot))) {
+      refuse(VQ_F_PAGE_ORDER, number, kNoPlace);
+      return Result::ok;
+    }
     if (slot > 0 && !is_last && compare(page.key(slot), page.key(slot - 1)) < 0) {
       refuse(VQ_F_PAGE_ORDER, number, "The keys of a page are out of order.");
       return Result::ok;
@@ -176,6 +183,7 @@ Result TreeCheck::visit_entries(Page page, PageNumber number, std::size_t level,
 }
 
 Result TreeCheck::check_entry(const Byte* key, std::uint32_t recno, PageNumber number) {
+  if (!shape_.order->has_place(key)) refuse(VQ_F_PAGE_ORDER, number, kNoPlace);
   const int order = has_last_ ? compare(last_.data(), key) : -1;
   if (order > 0 || (has_low_ && compare(low_.data(), key) > 0)) {
     refuse(VQ_F_PAGE_ORDER, number, "The keys of the leaves are out of order.");

@@ -82,7 +82,9 @@ struct Characters {
   static constexpr std::size_t kWord = sizeof(std::uint64_t);
   static constexpr std::size_t kMost = 2 * kWord;
 
-  static constexpr std::uint64_t all(char c) { return 0x0101010101010101 * static_cast<Byte>(c); }
+  static constexpr std::uint64_t all(char c) {
+    return std::uint64_t{0x0101010101010101} * static_cast<Byte>(c);
+  }
   // So many bytes from the lowest on.
   static constexpr std::uint64_t front(std::size_t bytes) {
     return bytes >= kWord ? ~std::uint64_t{0} : (std::uint64_t{1} << (8 * bytes)) - 1;

@@ -80,6 +80,7 @@ TEST(Check, names_what_was_damaged) {
       {"expression", "BYNAME.NDX", 24, "+", "304 r0 p0 BYNAME.NDX\n"},
       {"type", "BYNAME.NDX", 24, std::string("PAID", 5), "305 r0 p0 BYNAME.NDX\n"},
       {"key", "BYDUE.NDX", 512 + 4 + 16 + 8 + 5, "\x40", "310"},
+      {"key that is no number", "BYDUE.NDX", 512 + 4 + 8 + 6, "\xF8\x7F", "310"},
   };
   for (const Damage& damage : cases) {
     SCOPED_TRACE(damage.what);
