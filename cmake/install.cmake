@@ -22,10 +22,20 @@ if(WIN32)
   install(FILES LICENSE DESTINATION . COMPONENT library)
 elseif(VQ_DEBIAN_PACKAGES)
   set(CMAKE_INSTALL_DOCDIR share/doc/libvqdbsys-dev)
+  # Every package has a changelog of Debian's form, which names what has the changes.
+  set(changelog ${CMAKE_CURRENT_BINARY_DIR}/install/changelog)
+  string(TIMESTAMP now "%a, %d %b %Y %H:%M:%S +0000" UTC)
+  file(WRITE ${changelog}
+       "vqdbsys (${PROJECT_VERSION}) unstable; urgency=medium\n\n"
+       "  * What has changed stands in CHANGELOG.md of libvqdbsys-dev.\n\n"
+       " -- VqDbSys maintainers <maintainers@vqdbsys.invalid>  ${now}\n")
+  execute_process(COMMAND gzip -9nc INPUT_FILE ${changelog} OUTPUT_FILE ${changelog}.gz
+                  COMMAND_ERROR_IS_FATAL ANY)
   foreach(part libvqdbsys${PROJECT_VERSION_MAJOR}=library libvqdbsys-dev=development vqdb=tools)
     string(REPLACE "=" ";" part ${part})
     list(POP_BACK part component)
     install(FILES LICENSE DESTINATION share/doc/${part} RENAME copyright COMPONENT ${component})
+    install(FILES ${changelog}.gz DESTINATION share/doc/${part} COMPONENT ${component})
   endforeach()
 else()
   install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT library)
@@ -100,6 +110,11 @@ if(TARGET vqdb)
     endif()
     install(DIRECTORY ${VQ_HELP_DIR}/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools
             FILES_MATCHING PATTERN "*.1")
+    if(VQ_DEBIAN_PACKAGES)
+      install(CODE "file(GLOB pages \$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_MANDIR}/man1/*.1)
+                    execute_process(COMMAND gzip -9nf \${pages} COMMAND_ERROR_IS_FATAL ANY)"
+              COMPONENT tools)
+    endif()
     install(FILES ${VQ_HELP_DIR}/vqdb.bash RENAME vqdb COMPONENT tools
             DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
     install(FILES ${VQ_HELP_DIR}/_vqdb DESTINATION ${zsh_dir} COMPONENT tools)
