@@ -16,6 +16,7 @@ constexpr std::uint32_t kReadOnlyShared = VQ_OPEN_READ_ONLY | VQ_OPEN_SHARED_CAC
 constexpr int32_t kDescendingFlag = 8;
 constexpr std::size_t kTagEntryBytes = 19;
 constexpr std::size_t kTagNameOffset = 4;
+constexpr std::size_t kMostTags = 47;  // of an MDX file
 constexpr int32_t kUniqueFlag = 4096;
 
 struct Kind {
@@ -125,13 +126,11 @@ class MdxFile {
 
 std::vector<IndexFacts> facts_of_mdx(const Table& table, const std::string& path) {
   const MdxFile file(table, path, kReadOnlyShared);
-  const int32_t count = dXtags(file.get());
-  require(table.block(), count, path);
-  std::vector<char> list(static_cast<std::size_t>(count) * kTagEntryBytes + 1);
+  // Others may add tags at any moment.
+  std::vector<char> list((kMostTags + 1) * kTagEntryBytes);
   require(table.block(), dXlistag(file.get(), list.data()), path);
   std::vector<IndexFacts> facts;
-  for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
-    const char* const name = list.data() + i * kTagEntryBytes + kTagNameOffset;
+  for (const char* name = list.data() + kTagNameOffset; *name != '\0'; name += kTagEntryBytes) {
     facts.push_back(facts_of_tag(table, file.get(), name));
   }
   return facts;
