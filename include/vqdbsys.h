@@ -313,6 +313,11 @@ int32_t VQ_CALL dDbuffs(VqBlock* block, const char* name, int32_t buffers);
 /* Reads a record. 262 (-4) number below 1, 263 (-4) beyond the last record, 264 (-17) not read, 265
  * (-17) not even its flag byte. */
 int32_t VQ_CALL dDgetrec(VqTable* table, uint32_t recno, void* record);
+/* Reads `count` records from `first` on, as dDgetrec reads each, to places that follow one another.
+ * Stops at the first that it does not get, with that one's result and detail; *got is how many it
+ * has read. An addition to the family. */
+int32_t VQ_CALL dDgetrecs(VqTable* table, uint32_t first, uint32_t count, void* records,
+                          uint32_t* got);
 
 /* Appends a record; its number goes to block->record_number, which is -1 after a failure.
  *   323 -16 read-only            324 -38 somebody else appends or has the file
@@ -604,6 +609,15 @@ int32_t VQ_CALL dEparse(VqBlock* block, const char* text, VqTable* table, VqExpr
  *   6062 -4  a field is read and there is no record */
 int32_t VQ_CALL dErun(VqBlock* block, VqExpr* expr, const void* record, uint32_t options,
                       int32_t max, void* buffer, int32_t* length);
+/* Runs against the records of a table from `first` on, `count` of them, and writes the numbers of
+ * those for which the value is true; recnos has room for all. Stops at the first record that cannot
+ * be read, or whose run fails, with that result and the detail of dDgetrec or dErun in the table's
+ * block; *got is how many numbers it has written. An addition to the family.
+ *   6061 as for dErun            261 -10 bad table handle
+ *   6063 -9  the value is no logical one, or a field lies behind this table's records
+ *   6064 -14 no memory */
+int32_t VQ_CALL dEfilter(VqExpr* expr, VqTable* table, uint32_t first, uint32_t count,
+                         uint32_t* recnos, uint32_t* got);
 /* dEparse, dErun with options 0 and max 1000, and dEfree. Buffer: 1001 bytes. */
 int32_t VQ_CALL dEeval(VqBlock* block, const char* text, VqTable* table, const void* record,
                        void* buffer, char* type, int32_t* length);
@@ -711,6 +725,13 @@ int32_t VQ_CALL dNupdkey(VqIndex* index, const void* old_key, const void* new_ke
  * record number 0 when none is above it. There is no current entry then. Bad handle: 3091. 3092:
  * null key. */
 int32_t VQ_CALL dNgetrno(VqIndex* index, const void* key, uint32_t* recno);
+/* Seeks `count` keys that follow one another and writes for each the record number of its first
+ * entry, or 0 where there is none; *found is how many there are. The position is then the last
+ * key's, as dNgetrno leaves it. Faster than one by one, above all where pages lie far apart in
+ * memory. Stops at a key that cannot be sought, with what dNgetrno says of it; numbers from that
+ * one on tell nothing. An addition to the family. */
+int32_t VQ_CALL dNseeks(VqIndex* index, const void* keys, uint32_t count, uint32_t* recnos,
+                        uint32_t* found);
 /* Step to the next or previous entry; right after opening, to the first or last. VQ_E_INDEX_END:
  * 3203 reached, 3202 reached before. VQ_E_INDEX_START: 3173, 3172. Bad handle: 3201, 3171. */
 int32_t VQ_CALL dNnxtkey(VqIndex* index, void* key, uint32_t* recno);
@@ -1088,10 +1109,10 @@ int32_t VQ_CALL GRPmember(VqDatabase* database, uint32_t kind, const char* name,
                           VqMember* out);
 
 /* Creates a table as dDcreat does, and its memo file when it has memo fields, over files of these
- * names; then removes files of the table's name with the extensions DD, MDX, NDX, CDX and IDX. After
- * a failure the older files are there, or the next open of the table completes the step as after
- * DBcompact. A memo file that is named
- * behind a semicolon and is not the table's own must not exist: it may be another table's.
+ * names; then removes files of the table's name with the extensions DD, MDX, NDX, CDX and IDX.
+ * After a failure the older files are there, or the next open of the table completes the step as
+ * after DBcompact. A memo file that is named behind a semicolon and is not the table's own must not
+ * exist: it may be another table's.
  *   6371 -11 that memo file is there already, or is the table, or belongs to the table copied from
  *   6372     table and memo file cannot be put in their places */
 int32_t VQ_CALL DBcreat(VqBlock* block, const char* name, int32_t count, const char* const* fields);
@@ -1116,6 +1137,11 @@ int32_t VQ_CALL DBsetrec(const VqMember* member, const void* key, uint32_t* recn
 int32_t VQ_CALL DBnextrec(const VqMember* member, void* record, uint32_t* recno, void* key);
 int32_t VQ_CALL DBprevrec(const VqMember* member, void* record, uint32_t* recno, void* key);
 int32_t VQ_CALL DBcurrec(const VqMember* member, void* record, uint32_t* recno, void* key);
+/* Steps to the next record up to `count` times and reads each to the place behind the one before,
+ * with its number. Stops at the first step that fails, with what DBnextrec says of it; *got is how
+ * many records it has read. An addition to the family. */
+int32_t VQ_CALL DBgetrecs(const VqMember* member, uint32_t count, void* records, uint32_t* recnos,
+                          uint32_t* got);
 /* Before the first record, behind the last. 6181, 6191. */
 int32_t VQ_CALL DBrewind(const VqMember* member);
 int32_t VQ_CALL DBforward(const VqMember* member);
@@ -1441,8 +1467,8 @@ int32_t VQ_CALL DBrepair(VqBlock* block, const char* name, const VqCheckOptions*
  *
  * 6621 (VQ_E_FORMAT): a check finds errors, or bytes in a memo field that may have named a memo, to
  * be mended first; 6622: the new files cannot take their places; 6611, 6613 and those of DBcheck.
- * After a failure all is as it was, or the next open completes the step. 10049, from dDopen, dTopen,
- * dDapart, dDcreat, dTcreat and the checks: the step cannot be completed. */
+ * After a failure all is as it was, or the next open completes the step. 10049, from dDopen,
+ * dTopen, dDapart, dDcreat, dTcreat and the checks: the step cannot be completed. */
 int32_t VQ_CALL DBcompact(VqBlock* block, const char* name);
 
 /* The shut-down entry of old systems; does nothing and returns 1. */

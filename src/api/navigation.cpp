@@ -1,8 +1,11 @@
 #include "api/navigation.h"
 
+#include <array>
+
 #include "api/database.h"
 #include "api/group.h"
 #include "api/index_kinds.h"
+#include "api/record_keys.h"
 #include "table/records.h"
 
 namespace vqdb::api {
@@ -69,11 +72,8 @@ Result read_found(const Place& place, std::uint32_t recno, void* record) {
                  : table::read_record(table, recno, record);
 }
 
-Result step(const VqMember& copy, const Step& step, void* record, std::uint32_t& recno, void* key) {
-  Place place;
-  if (const Result result = reach(copy, step.operation, step.slot, place); !ok(result)) {
-    return result;
-  }
+Result step_from(const Place& place, const Step& step, void* record, std::uint32_t& recno,
+                 void* key) {
   if (place.member == nullptr) {
     const std::uint32_t current = table::current_record(place.table());
     recno =
@@ -83,6 +83,12 @@ Result step(const VqMember& copy, const Step& step, void* record, std::uint32_t&
   if (key == nullptr) return Result::out_of_range;
   const Result moved = (place.member->driver().*step.slot)(place.index(), key, &recno);
   return ok(moved) ? read_found(place, recno, record) : moved;
+}
+
+Result step(const VqMember& copy, const Step& step, void* record, std::uint32_t& recno, void* key) {
+  Place place;
+  const Result result = reach(copy, step.operation, step.slot, place);
+  return ok(result) ? step_from(place, step, record, recno, key) : result;
 }
 
 // The record number under a key; with not_found that of the next key, or 0 above the last.
@@ -129,6 +135,22 @@ Result find_record(const VqMember& copy, const void* key, std::uint32_t& recno) 
 
 Result next_record(const VqMember& copy, void* record, std::uint32_t& recno, void* key) {
   return step(copy, kNext, record, recno, key);
+}
+
+Result next_records(const VqMember& copy, std::uint32_t count, void* records, std::uint32_t* recnos,
+                    std::uint32_t& got) {
+  Place place;
+  Result result = reach(copy, kNext.operation, kNext.slot, place);
+  if (!ok(result)) return result;
+  const std::size_t length =
+      table::record_length(place.table()) - (fields_only(*place.database->block) ? 1 : 0);
+  std::array<Byte, kMaxKeyBytes> key;
+  for (got = 0; got < count; ++got) {
+    result = step_from(place, kNext, static_cast<Byte*>(records) + got * length, recnos[got],
+                       key.data());
+    if (!ok(result)) return result;
+  }
+  return Result::ok;
 }
 
 Result previous_record(const VqMember& copy, void* record, std::uint32_t& recno, void* key) {

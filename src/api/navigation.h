@@ -20,6 +20,9 @@ Result find_record(const VqMember& copy, const void* key, std::uint32_t& recno);
 
 // Steps and reads; the key goes to `key`, which the table does not use. Details 6151, 6161, 6171.
 Result next_record(const VqMember& copy, void* record, std::uint32_t& recno, void* key);
+// The next records, to places that follow one another, up to the first that is not there.
+Result next_records(const VqMember& copy, std::uint32_t count, void* records, std::uint32_t* recnos,
+                    std::uint32_t& got);
 Result previous_record(const VqMember& copy, void* record, std::uint32_t& recno, void* key);
 Result current_record(const VqMember& copy, void* record, std::uint32_t& recno, void* key);
 

@@ -137,6 +137,13 @@ std::int32_t VQ_CALL DBnextrec(const VqMember* member, void* record, std::uint32
   return guarded([&] { return api::next_record(*member, record, *recno, key); });
 }
 
+std::int32_t VQ_CALL DBgetrecs(const VqMember* member, std::uint32_t count, void* records,
+                               std::uint32_t* recnos, std::uint32_t* got) {
+  if (got != nullptr) *got = 0;
+  if (any_null(member, records, recnos, got)) return kRange;
+  return guarded([&] { return api::next_records(*member, count, records, recnos, *got); });
+}
+
 std::int32_t VQ_CALL DBprevrec(const VqMember* member, void* record, std::uint32_t* recno,
                                void* key) {
   if (any_null(member, record, recno)) return kRange;

@@ -16,8 +16,14 @@ namespace expr = vqdb::expr;
 
 constexpr Operation kParse{600};
 constexpr Operation kRun{606};
+constexpr Operation kReadRecord{26};
 
 constexpr std::int32_t kEvaluateMax = 1000;
+
+// No live expression; a null one is an empty text.
+Result refuse_handle(VqBlock& block, const VqExpr* expr) {
+  return fail(block, expr == nullptr ? Result::empty : Result::bad_handle, kRun.bad_handle());
+}
 
 // Types as the caller knows them: without a type check the letter stays as it was.
 Result parse(VqBlock& block, const char* text, VqTable* table, expr::Expression*& out, char& type,
@@ -60,7 +66,20 @@ int32_t VQ_CALL dErun(VqBlock* block, VqExpr* expr, const void* record, uint32_t
   }
   *static_cast<char*>(buffer) = '\0';
   *length = 0;
-  return code(fail(block, expr == nullptr ? Result::empty : Result::bad_handle, kRun.bad_handle()));
+  return code(refuse_handle(*block, expr));
+}
+
+int32_t VQ_CALL dEfilter(VqExpr* expr, VqTable* table, uint32_t first, uint32_t count,
+                         uint32_t* recnos, uint32_t* got) {
+  if (got != nullptr) *got = 0;
+  return vqdb::exports::with_handle(
+      vqdb::table::tables(), table, kReadRecord.bad_handle(), [&](vqdb::table::Table& open) {
+        VqBlock& block = vqdb::table::block_of(open);
+        if (recnos == nullptr || got == nullptr) return Result::out_of_range;
+        expr::Expression* const expression = expr::expressions().find(expr);
+        if (expression == nullptr) return refuse_handle(block, expr);
+        return expr::filter(*expression, open, first, count, recnos, *got);
+      });
 }
 
 int32_t VQ_CALL dEeval(VqBlock* block, const char* text, VqTable* table, const void* record,

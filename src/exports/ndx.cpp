@@ -125,6 +125,16 @@ int32_t VQ_CALL dNgetrno(VqIndex* index, const void* key, uint32_t* recno) {
   });
 }
 
+int32_t VQ_CALL dNseeks(VqIndex* index, const void* keys, uint32_t count, uint32_t* recnos,
+                        uint32_t* found) {
+  if (found != nullptr) *found = 0;
+  return with_index(index, kFind, [&](NdxFile& file) {
+    if (keys == nullptr || recnos == nullptr || found == nullptr)
+      return refuse_null(file.block, kFind);
+    return index::find_records(file.keys, keys, count, recnos, *found);
+  });
+}
+
 int32_t VQ_CALL dNnxtkey(VqIndex* index, void* key, uint32_t* recno) {
   return with_index(index, kNext, [&](NdxFile& file) {
     if (key == nullptr || recno == nullptr) return refuse_null(file.block, kNext);

@@ -179,6 +179,16 @@ int32_t VQ_CALL dDgetrec(VqTable* table, uint32_t recno, void* record) {
   });
 }
 
+int32_t VQ_CALL dDgetrecs(VqTable* table, uint32_t first, uint32_t count, void* records,
+                          uint32_t* got) {
+  if (got != nullptr) *got = 0;
+  return on_table(table, kGetrec, [=](Table& t) {
+    return records == nullptr || got == nullptr
+               ? null_argument(&table::block_of(t), kGetrec)
+               : table::read_records(t, first, count, records, *got);
+  });
+}
+
 int32_t VQ_CALL dDapprec(VqTable* table, const void* record) {
   // Whatever refuses the record, nobody shall take the number of the one before for its own.
   if (VqBlock* const block = tables().block_of(table); block != nullptr) block->record_number = -1;

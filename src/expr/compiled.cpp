@@ -1,5 +1,7 @@
 #include "expr/compiled.h"
 
+#include <algorithm>
+
 #include "convert/dates.h"
 #include "expr/delivery.h"
 #include "expr/functions.h"
@@ -88,6 +90,16 @@ Result Compiled::run(VqBlock& block, const char* record, std::uint32_t options, 
 }
 
 bool Compiled::reads_deletion_flag() const { return program_.runs(records::deleted); }
+
+bool Compiled::is_filter_of(std::uint32_t record_length) const {
+  const auto lies_within = [=](const Value& operand) {
+    return operand.form != Form::field ||
+           std::uint64_t{operand.field.offset} + static_cast<std::uint32_t>(operand.length) <=
+               record_length;
+  };
+  return ok(refusal_.result) && program_.result().type == Type::logical &&
+         std::ranges::all_of(program_.operands(), lies_within);
+}
 
 void Compiled::read_date_literals(const VqBlock& block) {
   const std::uint32_t format = block.date_format;

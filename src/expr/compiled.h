@@ -22,6 +22,8 @@ class Compiled {
   Result compile(VqBlock& block, const Postfix& order, bool check_types, ResultShape& shape);
 
   bool reads_deletion_flag() const;
+  // Whether it gives logical values and reads no field behind records of this length.
+  bool is_filter_of(std::uint32_t record_length) const;
 
   Result run(VqBlock& block, const char* record, std::uint32_t options, std::int32_t max,
              char* buffer, std::int32_t& length);

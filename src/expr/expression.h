@@ -56,6 +56,12 @@ std::int32_t key_length(const ResultShape& shape, std::uint32_t options);
 Result run(VqBlock& block, Expression& expression, const void* record, std::uint32_t options,
            std::int32_t max, void* buffer, std::int32_t& length);
 
+// Writes the numbers of the table's records for which the value is true, from the first on, and how
+// many. Stops at the first record that cannot be read or whose run fails. Details 6063 (no
+// logical value, or fields of another table), 6064 (no memory), and those of run and of reading.
+Result filter(Expression& expression, table::Table& table, std::uint32_t first, std::uint32_t count,
+              std::uint32_t* recnos, std::uint32_t& got);
+
 }  // namespace vqdb::expr
 
 #endif  // VQDBSYS_EXPR_EXPRESSION_H_

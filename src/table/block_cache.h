@@ -49,6 +49,14 @@ class BlockCache {
     return find_block(recno, load, record);
   }
 
+  // The records behind this one in its block, as far as the block is at hand and holds them.
+  std::span<const Byte> behind(std::uint32_t recno) const {
+    const std::uint32_t position = recno + 1 - current_first_;
+    if (position >= buffers_[current_].held) return {};
+    return {data_of(current_) + std::size_t{position} * file_.record_length,
+            std::size_t{buffers_[current_].held - position} * file_.record_length};
+  }
+
   // Room for the record behind the last. It counts once append_done() is called. Details as for
   // find, and 341 for a changed block that had to make room.
   Result find_append(Byte*& record) {

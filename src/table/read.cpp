@@ -1,5 +1,7 @@
 // Reading records: from the buffers, or from the file past them.
+#include <algorithm>
 #include <cstring>
+#include <span>
 
 #include "table/locks.h"
 #include "table/records.h"
@@ -97,6 +99,26 @@ Result read_record(Table& table, std::uint32_t recno, void* record) {
 
 Result read_whole_record(Table& table, std::uint32_t recno, Byte* record) {
   return read(table, recno, 0, record);
+}
+
+Result read_records(Table& table, std::uint32_t first, std::uint32_t count, void* records,
+                    std::uint32_t& got) {
+  const std::size_t length = table.records.record_length - table.caller_offset();
+  auto* const place = static_cast<Byte*>(records);
+  for (got = 0; got < count;) {
+    const std::uint32_t recno = first + got;
+    const Result result = read_record(table, recno, place + got * length);
+    if (!ok(result)) return result;
+    ++got;
+    if (table.caller_offset() != 0 || table.reads_from_file()) continue;
+    const std::span<const Byte> behind = table.cache.behind(recno);
+    const std::size_t more = std::min<std::size_t>(count - got, behind.size() / length);
+    if (more == 0) continue;
+    std::memcpy(place + got * length, behind.data(), more * length);
+    got += static_cast<std::uint32_t>(more);
+    table.current = first + got - 1;
+  }
+  return Result::ok;
 }
 
 Result reread_record(Table& table, std::uint32_t recno, void* record) {

@@ -18,7 +18,10 @@ inline constexpr char kDeleted = '*';
 // Details 262 (number below 1), 263 (beyond the last record), 264 and 265 (not read).
 Result read_record(Table& table, std::uint32_t recno, void* record);
 Result read_whole_record(Table& table, std::uint32_t recno, Byte* record);
-// The same from the file, past the buffers, unless changes wait there; a number beyond the last
+// Records that follow one another, up to the first that cannot be read; how many is told.
+Result read_records(Table& table, std::uint32_t first, std::uint32_t count, void* records,
+                    std::uint32_t& got);
+// One record from the file, past the buffers, unless changes wait there; a number beyond the last
 // record as known is looked for in the file as well. For a record that is locked: what was read
 // before may have changed.
 Result reread_record(Table& table, std::uint32_t recno, void* record);

@@ -31,6 +31,37 @@ class Navigation : public ::testing::Test {
   std::uint32_t recno_ = 0;
 };
 
+TEST_F(Navigation, records_in_blocks_are_those_that_come_one_by_one) {
+  const VqMember names = order_member(database_, orders_, 0);
+  for (const VqMember* const member : std::array<const VqMember*, 2>{&table_, &names}) {
+    for (std::uint16_t flags = 0; flags < 2; ++flags) {
+      orders_.block.runtime_flags = flags;
+      const std::size_t length = kOrderBytes - flags;
+      std::string expected(4 * length, '\0');
+      std::array<std::uint32_t, 4> numbers = {};
+      ASSERT_EQ(0, lib.DBrewind(member));
+      std::uint32_t count = 0;
+      std::int32_t last = 0;
+      for (; last == 0; count += last == 0 ? 1 : 0) {
+        last =
+            lib.DBnextrec(member, expected.data() + count * length, &numbers[count], key_.data());
+      }
+      EXPECT_EQ(3u, count);
+      std::string records(4 * length, '\0');
+      std::array<std::uint32_t, 4> got_numbers = {};
+      std::uint32_t got = 9;
+      ASSERT_EQ(0, lib.DBrewind(member));
+      EXPECT_EQ(0, lib.DBgetrecs(member, 1, records.data(), got_numbers.data(), &got));
+      EXPECT_EQ(1u, got);
+      EXPECT_EQ(last, lib.DBgetrecs(member, 3, records.data() + length, &got_numbers[1], &got));
+      EXPECT_EQ(2u, got);
+      EXPECT_EQ(expected, records);
+      EXPECT_EQ(numbers, got_numbers);
+    }
+  }
+  orders_.block.runtime_flags = 0;
+}
+
 TEST_F(Navigation, the_table_goes_by_record_numbers) {
   ASSERT_EQ(0, lib.DBrewind(&table_));
   for (std::uint32_t n = 1; n <= 3; ++n) {

@@ -1,5 +1,6 @@
 #include "support/bound_table.h"
 #include "support/test.h"
+#include "table/scratch_table.h"
 
 namespace {
 
@@ -25,6 +26,43 @@ TEST(ExpressionHandles, bad_ones_are_refused) {
   }
   Program unbound(bound, "NAME", reinterpret_cast<VqTable*>(foreign));
   EXPECT_EQ("-10/6007", codes_of(unbound.run(nullptr)));
+}
+
+TEST(ExpressionHandles, a_filter_gives_the_records_for_which_a_run_is_true) {
+  ScratchTable scratch;
+  scratch.append(1, 300);
+  OpenTable table(scratch.block, scratch.name, 0, 2);
+  const auto parse = [&](const char* text) {
+    VqExpr* expr = nullptr;
+    char type = 0;
+    std::int32_t length = 0;
+    EXPECT_EQ(0, lib.dEparse(&scratch.block, text, table, &expr, &type, &length)) << text;
+    return expr;
+  };
+  std::vector<std::uint32_t> recnos(400);
+  std::uint32_t got = 9;
+  VqExpr* const some = parse("MOD(NUMBER,7) = 3 .OR. RECNO() = 8");
+  EXPECT_EQ(0, lib.dEfilter(some, table, 5, 20, recnos.data(), &got));
+  recnos.resize(got);
+  EXPECT_EQ((std::vector<std::uint32_t>{8, 10, 17, 24}), recnos);
+  recnos.resize(400);
+  EXPECT_EQ("-4/263",
+            codes(lib.dEfilter(some, table, 290, 20, recnos.data(), &got), scratch.block));
+  EXPECT_EQ((std::pair{2u, 297u}), (std::pair{got, recnos[1]}));
+  VqExpr* const failing = parse("1/(NUMBER-12) > 0");
+  EXPECT_EQ("-31/5004",
+            codes(lib.dEfilter(failing, table, 10, 9, recnos.data(), &got), scratch.block));
+  EXPECT_EQ(0u, got);
+  VqExpr* const text = parse("TEXT");
+  EXPECT_EQ("-9/6063", codes(lib.dEfilter(text, table, 1, 1, recnos.data(), &got), scratch.block));
+
+  ScratchTable narrow;
+  ASSERT_EQ(0, create_table(narrow.block, narrow.folder.file("N"), {"A", "C9"}));
+  OpenTable other(narrow.block, narrow.folder.file("N"), 0, 1);
+  EXPECT_EQ("-9/6063", codes(lib.dEfilter(some, other, 1, 1, recnos.data(), &got), narrow.block))
+      << "a field lies behind its records";
+  for (VqExpr* const expr : {some, failing, text}) EXPECT_EQ(0, lib.dEfree(expr));
+  EXPECT_EQ("-10/6061", codes(lib.dEfilter(some, table, 1, 1, recnos.data(), &got), scratch.block));
 }
 
 TEST(ExpressionHandles, failed_parses_leave_no_handle) {

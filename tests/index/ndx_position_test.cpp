@@ -1,4 +1,9 @@
 // Searching and stepping: what the position is after every kind of operation.
+#include <cmath>
+#include <random>
+#include <tuple>
+#include <vector>
+
 #include "support/ndx_fixture.h"
 #include "support/test.h"
 
@@ -109,6 +114,35 @@ TEST_P(NdxPosition, search_delivers_the_key_or_the_next_one) {
   expect_at(10 * kCount);
   EXPECT_EQ(-5, seek(1e9));
   EXPECT_EQ(-7, next());
+}
+
+TEST_P(NdxPosition, many_keys_at_once_are_found_as_one_by_one) {
+  fill();
+  for (std::uint32_t n = 20; n <= kCount * 10; n += 30) ASSERT_EQ(0, remove(n));
+  ASSERT_EQ(0, lib.dNputkey(index_, number_key(70).data(), 7));
+  std::mt19937 random(3);
+  for (const std::uint32_t count : {1u, 16u, 17u, 300u}) {
+    std::string keys;
+    std::vector<std::uint32_t> expected(count), recnos(count, 9);
+    std::uint32_t present = 0;
+    for (std::uint32_t& recno : expected) {
+      const auto n = static_cast<double>(random() % (kCount * 2 + 20) * 5);
+      keys += number_key(n);
+      recno = seek(n) == 0 ? recno_ : 0;
+      present += recno != 0 ? 1 : 0;
+    }
+    const auto position = [&] { return std::tuple{current(), next(), recno_, key_}; };
+    const auto expected_position = position();
+    std::uint32_t found = 9;
+    ASSERT_EQ(0, lib.dNseeks(index_, keys.data(), count, recnos.data(), &found));
+    EXPECT_EQ(present, found);
+    EXPECT_EQ(expected, recnos);
+    EXPECT_EQ(expected_position, position());
+  }
+  const std::string odd = number_key(10) + number_key(std::nan(""));
+  std::uint32_t recnos[2], found = 9;
+  EXPECT_EQ("-4/3092", codes(lib.dNseeks(index_, odd.data(), 2, recnos, &found), block));
+  EXPECT_EQ(1u, found);
 }
 
 TEST_P(NdxPosition, inserted_entry_is_the_current_one) {

@@ -243,6 +243,29 @@ TEST(Records, closed_foreign_and_null_handles_are_refused) {
   }
 }
 
+TEST(Records, come_in_blocks_as_one_by_one) {
+  for (const Way& way : all_ways()) {
+    ScratchTable scratch;
+    scratch.append(1, 200);
+    scratch.block.runtime_flags = way.flags;
+    OpenTable table(scratch.block, scratch.name, way.mode, way.buffers);
+    const std::size_t length = kLength - (way.flags & 1);
+    std::string expected;
+    for (std::uint32_t n = 50; n <= 200; ++n)
+      expected += ScratchTable::record(n).substr(way.flags & 1);
+    std::string records(expected.size() + length, '?');
+    std::uint32_t got = 0;
+    ASSERT_EQ(0, lib.dDgetrecs(table, 50, 100, records.data(), &got)) << way;
+    EXPECT_EQ(100u, got);
+    EXPECT_EQ("-4/263", codes(lib.dDgetrecs(table, 150, 52, records.data() + 100 * length, &got),
+                              scratch.block));
+    EXPECT_EQ(51u, got);
+    EXPECT_EQ(expected + std::string(length, '?'), records) << way;
+    EXPECT_EQ("-4/262", codes(lib.dDgetrecs(table, 0, 2, records.data(), &got), scratch.block));
+    EXPECT_EQ(0u, got);
+  }
+}
+
 TEST(Records, insert_and_remove_move_the_records_behind) {
   for (const std::int32_t buffers : {1, 2, 30}) {
     for (std::uint16_t flags = 0; flags < 2; ++flags) {

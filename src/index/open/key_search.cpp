@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "index/open/key_position.h"
 #include "index/open/key_tree.h"
 
@@ -132,6 +134,34 @@ Result find_first(KeyTree& keys, const Byte* key, std::uint32_t* recno) {
   return fail(keys.file.block, Result::not_found, keys.operations.find.detail(4));
 }
 
+// Seeks a key by itself that its leaf did not tell of, or at which the position is to be.
+Result complete(KeyTree& keys, const Byte* key, bool moves, std::uint32_t& recno) {
+  if (!has_place(keys, key)) {
+    return fail(keys.file.block, Result::out_of_range, keys.operations.find.detail(2));
+  }
+  if (recno != 0 && !moves) return Result::ok;
+  const Result result = find_first(keys, key, &recno);
+  if (result != Result::not_found) return result;
+  recno = 0;
+  return Result::ok;
+}
+
+Result find_each(KeyTree& keys, const Byte* wanted, std::uint32_t count, std::uint32_t* recnos,
+                 std::uint32_t& found) {
+  const std::size_t length = keys.key_length();
+  found = 0;
+  for (std::uint32_t done = 0; done < count;) {
+    const std::uint32_t group = std::min(count - done, Tree::kGroup);
+    Result result = keys.tree.find_group(wanted + done * length, group, recnos + done);
+    for (const std::uint32_t end = done + group; ok(result) && done < end; ++done) {
+      result = complete(keys, wanted + done * length, done + 1 == count, recnos[done]);
+      found += ok(result) && recnos[done] != 0 ? 1 : 0;
+    }
+    if (!ok(result)) return result;
+  }
+  return Result::ok;
+}
+
 }  // namespace
 
 Result check_language(KeyTree& keys, bool descending, std::int32_t detail) {
@@ -158,6 +188,14 @@ Result find_record(KeyTree& keys, const void* key, std::uint32_t* recno) {
   }
   return in_tree(keys, keys.operations.find, Purpose::reading,
                  [&] { return find_first(keys, static_cast<const Byte*>(key), recno); });
+}
+
+Result find_records(KeyTree& keys, const void* wanted, std::uint32_t count, std::uint32_t* recnos,
+                    std::uint32_t& found) {
+  if (count == 0) return Result::ok;
+  return in_tree(keys, keys.operations.find, Purpose::reading, [&] {
+    return find_each(keys, static_cast<const Byte*>(wanted), count, recnos, found);
+  });
 }
 
 Result next_key(KeyTree& keys, void* key, std::uint32_t* recno) {

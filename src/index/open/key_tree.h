@@ -118,6 +118,10 @@ Result holds_entry(KeyTree& keys, const void* key, std::uint32_t recno, bool& ho
 // The first entry with the key. Without one -5, with the record number of the first entry above
 // the key, or 0 where there is none above it.
 Result find_record(KeyTree& keys, const void* key, std::uint32_t* recno);
+// The first entry with each of the keys, which follow one another: its record number, or 0 where
+// there is none, and how many there are. The position is then the last key's.
+Result find_records(KeyTree& keys, const void* wanted, std::uint32_t count, std::uint32_t* recnos,
+                    std::uint32_t& found);
 // Null out arguments are not written.
 Result next_key(KeyTree& keys, void* key, std::uint32_t* recno);
 Result previous_key(KeyTree& keys, void* key, std::uint32_t* recno);

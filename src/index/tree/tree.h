@@ -73,6 +73,11 @@ class Tree {
   // Where the key is, or would be inserted: the first entry equal to or above it. In the path's
   // leaf it may be the place behind the last entry; step_to_entry goes on from there.
   Result find(const Byte* key, Path& path);
+  // Where several keys are: the record number of the first entry with each key, as far as their own
+  // leaf tells, and otherwise 0. Goes down level by level with all, so that the processor fetches
+  // the pages of one while it searches those of the others.
+  static constexpr std::uint32_t kGroup = 16;
+  Result find_group(const Byte* keys, std::uint32_t count, std::uint32_t* recnos);
   // The last entry equal to or below the key; found is false when there is none.
   Result find_last(const Byte* key, Path& path, bool& found);
   // From a place behind the last entry of a leaf to the first entry of the next leaf that has one.

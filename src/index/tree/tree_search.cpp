@@ -48,6 +48,31 @@ Result Tree::descend(PageNumber number, End end, Path& path) {
 
 Result Tree::find(const Byte* key, Path& path) { return descend(order_->lower_bound, key, path); }
 
+Result Tree::find_group(const Byte* keys, std::uint32_t count, std::uint32_t* recnos) {
+  std::array<PageNumber, kGroup> at;
+  at.fill(root_);
+  std::uint32_t under_way = count;
+  for (std::uint32_t level = 0; level < kMaxDepth && under_way > 0; ++level) {
+    for (std::size_t i = 0; i < count; ++i) {
+      if (at[i] == 0) continue;
+      const Byte* const key = keys + i * layout_.key_length;
+      PageCache::Frame frame = 0;
+      if (const Result result = fetch(at[i], frame); !ok(result)) return result;
+      const Page node = page(frame);
+      const std::uint32_t slot = order_->lower_bound(node.keys(), key, layout_.key_length);
+      const bool is_last = node.count() == 0 || node.is_leaf();
+      at[i] = is_last ? 0 : node.child(slot);
+      cache_.prefetch(cache_.home_of(at[i]));
+      if (!is_last) continue;
+      --under_way;
+      const bool holds =
+          slot < node.count() && order_->compare(node.key(slot), key, layout_.key_length) == 0;
+      recnos[i] = holds ? node.recno(slot) : 0;
+    }
+  }
+  return under_way == 0 ? Result::ok : fail(block_, Result::page_error, kSearch.detail(3));
+}
+
 Result Tree::find_last(const Byte* key, Path& path, bool& found) {
   if (const Result result = descend(order_->upper_bound, key, path); !ok(result)) return result;
   return previous(path, found);
