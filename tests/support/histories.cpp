@@ -124,6 +124,20 @@ std::vector<Alone> operations_alone() {
       {"rebuild_tags", nullptr, on_table([](World& world, VqTable* table) {
          return lib.dXreindx(table, world.group.table().c_str());
        })},
+      {"drop_tag", nullptr, on_table([](World& world, VqTable* table) {
+         VqIndex* const file = lib.dXopen(table, world.group.table().c_str(), 0, 4);
+         if (file == nullptr) return std::int32_t{world.group.block.result};
+         const std::int32_t result = lib.dXdeltag(file, "QTYS");
+         const std::int32_t closed = lib.dXclose(file);
+         return result != 0 ? result : closed;
+       })},
+      {"copy_index", nullptr, on_group([](CheckedGroup& group) {
+         const std::string other = group.file("OTHER");
+         const std::int32_t result =
+             lib.dNcopy(&group.block, group.index_names[0].c_str(), other.c_str());
+         return result != 0 ? result
+                            : lib.dXcopy(&group.block, group.table().c_str(), other.c_str());
+       })},
   };
 }
 
@@ -254,6 +268,12 @@ std::vector<History> histories() {
                    {open_in(mode), append(13, 13), append(100, 14), update(3, 49), remove(5),
                     recall(5), append(28, 15), update(1, 1999), append(20, 16), kFlush, kClose}});
   }
+  const Step index = {[](World& world) {
+    const std::string name = world.group.file("BYPAID");
+    return lib.DBindex(world.database, VQ_KIND_NDX, name.c_str(), nullptr, "NAME", nullptr, 0);
+  }};
+  const Step rebuild = {[](World& world) { return lib.DBreindex(world.database); }};
+  all.push_back({"index", 7, 0, true, nullptr, {}, {open_in(0), index, rebuild, kClose}});
   for (const Alone& alone : operations_alone()) {
     all.push_back({alone.name, 7, 0, true, alone.prepare, alone.may_find, {alone.step}});
   }
