@@ -63,8 +63,11 @@ void lose_memos(World& world) {
   EXPECT_EQ(0, world.close());
 }
 
+// Also a memo that two fields name.
 void damage(World& world) {
-  write_bytes(world.group.file("ITEMS.DBF"), 4, "\x03");
+  const std::string table = world.group.file("ITEMS.DBF");
+  write_bytes(table, CheckedGroup::at(2, 28), read_bytes(table, CheckedGroup::at(1, 28), 10));
+  write_bytes(table, 4, "\x03");
   write_bytes(world.group.file("ITEMS.DBT"), 2, "\x7F");
   write_bytes(world.group.file("BYNAME.NDX"), 1024, "\x77");
 }
@@ -112,6 +115,17 @@ std::vector<Alone> operations_alone() {
        })},
       {"repair", damage, Step{[](World& world) { return world.repair().result; }}},
       {"check", nullptr, on_group([](CheckedGroup& group) { return group.check().result; })},
+      {"check_files", nullptr, on_group([](CheckedGroup& group) {
+         const std::string table = group.table();
+         const VqCheckOptions against = {0, 0, nullptr, table.c_str(), nullptr};
+         std::int32_t result = 0;
+         for (const auto& [check, name] :
+              {std::pair(lib.dDcheck, table), std::pair(lib.dTcheck, table),
+               std::pair(lib.dNcheck, group.index_names[0]), std::pair(lib.dXcheck, table)}) {
+           if (result == 0) result = run_check(check, group.block, name, &against).result;
+         }
+         return result;
+       })},
       {"build", nullptr, on_table([](World& world, VqTable* table) {
          return lib.dNindex(table, world.group.index_names[0].c_str(), "NAME+SPACE(80)", 0);
        })},
@@ -278,7 +292,7 @@ std::vector<History> histories() {
     all.push_back({alone.name, 7, 0, true, alone.prepare, alone.may_find, {alone.step}});
   }
   for (const Alone& alone : operations_alone()) {
-    if (alone.prepare != lose_memos) continue;
+    if (alone.prepare != lose_memos && alone.prepare != damage) continue;
     all.push_back({alone.name, 1, 0, true, alone.prepare, {}, {alone.step}});
   }
   return all;
