@@ -13,6 +13,10 @@ namespace {
 
 const std::string kTable = "ITEMS.DBF";
 const std::string kMemo = "ITEMS.DBT";
+// The first entry of BYNAME's root, and how far the next one is.
+constexpr std::size_t kRoot = 3 * 512 + 4;
+constexpr std::size_t kStride = 98;
+
 TEST(Check, finds_nothing_in_files_that_the_library_wrote) {
   for (const std::uint32_t kind : {1U, 2U, 4U, 7U}) {
     SCOPED_TRACE(kind);
@@ -81,6 +85,15 @@ TEST(Check, names_what_was_damaged) {
       {"type", "BYNAME.NDX", 24, std::string("PAID", 5), "305 r0 p0 BYNAME.NDX\n"},
       {"key", "BYDUE.NDX", 512 + 4 + 16 + 8 + 5, "\x40", "310"},
       {"key that is no number", "BYDUE.NDX", 512 + 4 + 8 + 6, "\xF8\x7F", "310"},
+      {"key of a unique index", "BYQTY.NDX", 512 + 4 + 16 + 8,
+       std::string("\0\0\0\0\0\0\xF8\x3F", 8), "314 r0 p1 BYQTY.NDX\n"},
+      {"record number", "BYQTY.NDX", 512 + 4 + 4, "\x63", "313 r99 p1 BYQTY.NDX\n"},
+      {"count", "BYQTY.NDX", 512, "\xFF", "308 r0 p1 BYQTY.NDX\n"},
+      {"child outside", "BYNAME.NDX", kRoot, "\x09", "306 r0 p9 BYNAME.NDX\n"},
+      {"child of another", "BYNAME.NDX", kRoot + kStride, "\x01", "307 r0 p1 BYNAME.NDX\n"},
+      {"separators", "BYNAME.NDX", kRoot + 8, "t", "310 r0 p3 BYNAME.NDX\n"},
+      {"separator", "BYNAME.NDX", kRoot + 8, "h", "311 r0 p1 BYNAME.NDX\n"},
+      {"empty leaf", "BYNAME.NDX", 4 * 512, std::string(1, '\0'), "312 r0 p4 BYNAME.NDX\n"},
   };
   for (const Damage& damage : cases) {
     SCOPED_TRACE(damage.what);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "support/checked_group.h"
+#include "support/test.h"
 #include "support/tree_checker.h"
 
 namespace vqdb::testing {

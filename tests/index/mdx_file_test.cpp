@@ -133,6 +133,32 @@ TEST_F(Mdx, tags_are_listed_found_and_described) {
   EXPECT_EQ("-10/1201", codes(lib.dXnxtkey(tag, text, nullptr), block));
 }
 
+TEST_F(Mdx, tags_tell_where_they_are_and_files_who_holds_them) {
+  create();
+  VqIndex* const file = open("M", 4);
+  VqIndex* const tag = make_tag(file, "T", "NAME", "C4");
+  ASSERT_EQ(0, lib.dXputkey(tag, "AAAA", 1));
+  ASSERT_EQ(0, lib.dXputkey(tag, "BBBB", 2));
+  char key[5] = {};
+  std::uint32_t recno = 0;
+  ASSERT_EQ(0, lib.dXforwrd(tag));
+  EXPECT_EQ("-7/0", codes(lib.dXcurkey(tag, key, &recno), 0));
+  ASSERT_EQ(0, lib.dXprvkey(tag, key, &recno));
+  ASSERT_EQ(0, lib.dXcurkey(tag, key, &recno));
+  EXPECT_EQ("BBBB2", key + std::to_string(recno));
+  VqIndex* const other = open("M", 4);
+  EXPECT_EQ("-35/1143", codes(lib.dXlkfsta(file), block));
+  EXPECT_EQ("-35/1223", codes(lib.dXulkfil(file), block));
+  EXPECT_EQ(0, lib.dXlkfil(file));
+  EXPECT_EQ(0, lib.dXlkfsta(file));
+  EXPECT_EQ("-37/1144", codes(lib.dXlkfsta(other), block));
+  EXPECT_EQ("-38/1133", codes(lib.dXlkfil(other), block));
+  EXPECT_EQ(0, lib.dXulkfil(file));
+  EXPECT_EQ(0, lib.dXlkfil(other));
+  EXPECT_EQ(0, lib.dXclose(other));
+  EXPECT_EQ(0, lib.dXclose(file));
+}
+
 TEST_F(Mdx, tags_that_cannot_be_made_are_refused) {
   struct Case {
     const char* tag;
