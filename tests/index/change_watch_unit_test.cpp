@@ -79,6 +79,22 @@ TEST(ChangeTimes, no_write_goes_unnoticed) {
   }
 }
 
+// A program that takes no lock may still be writing the bytes when their time can be seen.
+TEST(ChangeTimes, what_is_written_behind_its_time_is_read_in_the_end) {
+  for (const Notes::Kind kind : {Notes::Kind::ticks, Notes::Kind::looks}) {
+    Notes file(kind);
+    ChangeTimes times;
+    const auto look = [&] { return times.look(file.look(), file.clock(), file.clock(), false); };
+    file.write();
+    file.pass(30'000'000);
+    EXPECT_FALSE(look());
+    EXPECT_TRUE(look());
+    file.pass(1'000'000'000);
+    EXPECT_FALSE(look());
+    EXPECT_TRUE(look());
+  }
+}
+
 class KeptPages : public NdxFixture {
  protected:
   static std::string key(std::uint32_t n) {

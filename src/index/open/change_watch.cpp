@@ -10,6 +10,7 @@ namespace {
 
 constexpr std::int64_t kHundredth = 10'000'000;  // nanoseconds; the tick of the slowest clocks
 constexpr std::int64_t kBehindTheClock = 2 * kHundredth;
+constexpr std::int64_t kLongestWrite = 100 * kHundredth;
 constexpr std::uint32_t kMostStrangeLooks = 6;
 
 // File systems that keep no more than seconds give nothing else.
@@ -25,10 +26,13 @@ bool ChangeTimes::look(const platform::LastChange& found, std::int64_t clock_bef
     if (found.time > seen_.time) grain_ = Grain::look;
     if (found.time == seen_.time && is_own_change) grain_ = Grain::tick;
   }
-  const bool unchanged = counts_ && !is_own_change && found == seen_;
-  const bool is_behind =
-      clock_before - found.time > kBehindTheClock && !is_in_hundredths(found.time);
+  const std::int64_t age = clock_before - found.time;
+  const bool is_complete = age > kLongestWrite;
+  const bool is_known = found == seen_ && (was_complete_ || !is_complete);
+  const bool unchanged = counts_ && !is_own_change && is_known;
+  const bool is_behind = age > kBehindTheClock && !is_in_hundredths(found.time);
   counts_ = unchanged || is_behind || grain_ == Grain::look;
+  was_complete_ = is_complete;
   seen_ = found;
   clock_ = clock_before;
   return unchanged;

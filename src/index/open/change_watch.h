@@ -5,6 +5,10 @@
 // was. A look therefore counts only where the time that it finds lies behind the clock: no later
 // write gets it again. Some file systems give the first change after a look a time of its own;
 // where one has shown that, by two times within one tick, every look counts.
+//
+// The time is noted before the bytes are written. Who locks the file to write is done with both
+// when others look; for the sake of those who do not, such as a program that copies a file into the
+// place of this one, a change counts as another one once it is old enough to be complete.
 #ifndef VQDBSYS_INDEX_OPEN_CHANGE_WATCH_H_
 #define VQDBSYS_INDEX_OPEN_CHANGE_WATCH_H_
 
@@ -35,6 +39,7 @@ class ChangeTimes {
   std::int64_t clock_ = INT64_MAX;  // before the last look
   Grain grain_ = Grain::unknown;
   bool counts_ = false;
+  bool was_complete_ = false;  // what the last look found
 };
 
 class ChangeWatch {
