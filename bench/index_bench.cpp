@@ -1,10 +1,12 @@
 // One NDX index on the customers' names, and a table kept with three of them.
 
+#include <algorithm>
 #include <array>
 #include <vector>
 
 #include "customers.h"
 #include "folder.h"
+#include "lmdb.h"
 #include "sqlite.h"
 #include "vq_table.h"
 #include "workload.h"
@@ -106,6 +108,24 @@ const Register insert_few({11, "NDX insert, 1000 pages",
                            [](benchmark::State& state) { insert_ours(state, kFewPages); },
                            insert_sqlite, 0.5, nullptr, 0, 3});
 
+void insert_lmdb_names(Lmdb& database) {
+  for (const Customer& customer : customers()) {
+    database.insert({customer.name.data(), customer.name.size()}, customer.id);
+  }
+  database.commit();
+}
+
+void insert_lmdb(benchmark::State& state) {
+  customers();
+  Lmdb database(fresh_file("insert.lmdb"));
+  for (auto _ : state) insert_lmdb_names(database);
+  count_items(state);
+}
+
+const Register insert_beside({14, "NDX insert, 64 MB of pages, LMDB",
+                              [](benchmark::State& state) { insert_ours(state, kPagesOf64MiB); },
+                              insert_lmdb, 1.8, nullptr, 0, 3, "LMDB"});
+
 // ---- exact seek
 
 std::size_t text_length(const std::array<char, kNameBytes>& name) {
@@ -171,6 +191,57 @@ void seek_sqlite(benchmark::State& state) {
   count_items(state);
 }
 
+const std::string& lmdb_names() {
+  static const std::string path = [] {
+    std::string made = fresh_file("seek.lmdb");
+    Lmdb database(made);
+    insert_lmdb_names(database);
+    return made;
+  }();
+  return path;
+}
+
+void seek_lmdb(benchmark::State& state) {
+  Lmdb database(lmdb_names());
+  const auto seek_all = [&] {
+    for (const auto& name : sought_names()) {
+      const std::uint32_t found = database.find({name.data(), name.size()});
+      require(found != 0, "seek a name");
+      benchmark::DoNotOptimize(found);
+    }
+  };
+  seek_all();
+  for (auto _ : state) seek_all();
+  count_items(state);
+}
+
+// Keys sought so many at a time.
+void seek_block_ours(benchmark::State& state) {
+  constexpr std::size_t kBlock = 1000;
+  Block block;
+  const Table table(block, customer_table(), 0, 1);
+  const Index index(table, name_index(), kPagesOf64MiB);
+  const auto& names = sought_names();
+  static_assert(sizeof names[0] == kNameBytes);
+  std::array<std::uint32_t, kBlock> numbers;
+  const auto seek_all = [&] {
+    for (std::size_t i = 0; i < names.size(); i += kBlock) {
+      const auto count = static_cast<std::uint32_t>(std::min(kBlock, names.size() - i));
+      std::uint32_t found = 0;
+      require(dNseeks(index, names[i].data(), count, numbers.data(), &found) == 0, "dNseeks");
+      require(found == count, "find every name");
+    }
+  };
+  seek_all();
+  for (auto _ : state) seek_all();
+  count_items(state);
+}
+
+const Register seek_beside({15, "exact seek, LMDB", seek_ours, seek_lmdb, 2, nullptr, 0, 5,
+                            "LMDB"});
+const Register seek_block({16, "exact seeks in blocks, LMDB", seek_block_ours, seek_lmdb, 2,
+                           nullptr, 0, 5, "LMDB"});
+
 const Register seek({12, "exact seek, 64 MB of pages", seek_ours, seek_sqlite, 2});
 
 // ---- ordered walk that reads key and record number
@@ -214,6 +285,27 @@ void walk_sqlite(benchmark::State& state) {
   database.run("COMMIT");
   count_items(state);
 }
+
+void walk_lmdb(benchmark::State& state) {
+  Lmdb database(lmdb_names());
+  const auto walk_all = [&] {
+    std::string_view name;
+    std::uint32_t number = 0;
+    std::uint64_t sum = 0;
+    std::size_t steps = 0;
+    for (database.rewind(); database.next(name, number); ++steps) {
+      sum += number + static_cast<unsigned char>(name[0]);
+    }
+    require(steps == record_count(), "walk over every key");
+    benchmark::DoNotOptimize(sum);
+  };
+  walk_all();
+  for (auto _ : state) walk_all();
+  count_items(state);
+}
+
+const Register walk_beside({17, "ordered walk, LMDB", walk_ours, walk_lmdb, 1.2, nullptr, 0, 5,
+                            "LMDB"});
 
 const Register walk({13, "ordered walk", walk_ours, walk_sqlite, 1});
 
