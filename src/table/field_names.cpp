@@ -46,7 +46,7 @@ bool FieldNames::take_in(std::span<const Field> fields) {
 
 std::uint16_t& FieldNames::slot_of(const Key& key) const {
   const std::size_t mask = (std::size_t{1} << (64 - shift_)) - 1;
-  std::size_t at = key.hash() >> shift_;
+  auto at = static_cast<std::size_t>(key.hash() >> shift_);
   while (slots_[at] != 0 && key != Key(fields_[slots_[at] - 1u].name)) at = (at + 1) & mask;
   return slots_[at];
 }
