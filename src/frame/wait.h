@@ -14,6 +14,8 @@ class Wait {
 
   // Pauses, and is true, as long as there is time left.
   bool goes_on();
+  // Whether it takes longer than most locks are held.
+  bool is_long() const { return turns_ > kEagerTurns; }
 
  private:
   static constexpr std::uint32_t kEagerTurns = 50;

@@ -311,6 +311,20 @@ Result test_whole_file(VqBlock& block, platform::File& file, std::uint32_t schem
       {Result::file_locked, kWholeFile.detail(1), Result::lock_refused, kWholeFile.detail(2)});
 }
 
+bool ask_for_turn(platform::File& file, std::uint32_t scheme) {
+  return file.lock(bracket_of(scheme).offset_of(1), 1).ok();
+}
+
+void take_back_request(platform::File& file, std::uint32_t scheme) {
+  (void)file.unlock(bracket_of(scheme).offset_of(1), 1);
+}
+
+bool somebody_asks_for_turn(platform::File& file, std::uint32_t scheme) {
+  const platform::Outcome outcome =
+      file.test_lock(bracket_of(scheme).offset_of(1), 1, platform::Sharing::shared);
+  return outcome.error == platform::Error::lock_refused;
+}
+
 Result lock_unopened_table(VqBlock& block, platform::File& file, std::uint32_t scheme,
                            UnopenedLock& held) {
   const LockScheme& place = lock_scheme_of(scheme);

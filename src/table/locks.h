@@ -70,6 +70,12 @@ Result unlock_whole_file(VqBlock& block, platform::File& file, std::uint32_t sch
 // REQUIRES that this file has none.
 Result test_whole_file(VqBlock& block, platform::File& file, std::uint32_t scheme,
                        platform::Sharing sharing = platform::Sharing::exclusive);
+// Who waits to change such a file asks those who read it to let him come first, by a byte that has
+// no other meaning there: that of record 1. Such a request never waits, nor does it matter when it
+// fails.
+bool ask_for_turn(platform::File& file, std::uint32_t scheme);
+void take_back_request(platform::File& file, std::uint32_t scheme);
+bool somebody_asks_for_turn(platform::File& file, std::uint32_t scheme);
 // The file lock of a table that no handle has open through `file`: nobody else holds a record, or
 // appends. It lasts until the file is closed. Asked for again after a refusal, it goes on where it
 // came to: whoever waits for records to be let go keeps new ones from being locked. Schemes 4 to 6

@@ -153,6 +153,35 @@ TEST_F(KeptPages, a_search_waits_for_who_writes_and_not_for_who_reads) {
   EXPECT_EQ(0, lib.dNclose(index));
 }
 
+// There may always be somebody who reads: one who waits to write asks to come first.
+TEST_F(KeptPages, readers_give_way_to_who_waits_to_write) {
+  VqIndex* index = make("K", "C20", 2);
+  const auto& place = vqdb::table::kLockSchemes[0];
+  File other;
+  ASSERT_TRUE(other.open(folder.file("K.NDX"), vqdb::platform::Access::read_write).ok());
+  ASSERT_TRUE(other.lock(place.file_offset, place.file_length, Sharing::shared).ok());
+  std::uint64_t calls = 0;
+  {
+    const FaultPlan plan(0, vqdb::platform::Verdict::go_on, [&](vqdb::platform::Call) {
+      if (++calls == 80) {
+        EXPECT_TRUE(vqdb::table::somebody_asks_for_turn(other, 0));
+        EXPECT_TRUE(other.unlock(place.file_offset, place.file_length).ok());
+      }
+      return false;
+    });
+    EXPECT_EQ(0, lib.dNputkey(index, key(1).data(), 1));
+  }
+  EXPECT_FALSE(vqdb::table::somebody_asks_for_turn(other, 0));
+  ASSERT_TRUE(vqdb::table::ask_for_turn(other, 0));
+  const auto begin = std::chrono::steady_clock::now();
+  for (std::uint32_t i = 1; i <= 16; ++i) {
+    renumber(i);
+    EXPECT_EQ(i, seek(index, key(1)));
+  }
+  EXPECT_LE(90ms, std::chrono::steady_clock::now() - begin);
+  EXPECT_EQ(0, lib.dNclose(index));
+}
+
 // The leaf is not in memory, what is above it is: somebody splits the leaf, or empties it, between
 // any two calls of the search.
 TEST_F(KeptPages, a_search_that_is_overtaken_begins_again) {

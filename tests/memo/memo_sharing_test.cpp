@@ -19,18 +19,10 @@ std::string text_of(const std::string& writer, int number) {
          std::string(static_cast<std::size_t>(number * 37 % 1500), writer[0]);
 }
 
-// Calls until nobody else holds the file.
-template <typename Call>
-std::int32_t patiently(Call call) {
-  for (;;) {
-    const std::int32_t result = call();
-    if (result != VQ_E_FILE_LOCKED) return result;
-  }
-}
-
 // Writes memos, lets some of them move, and says where they ended up.
 VQ_CHILD(write_memos) {
   VqBlock block = memo_block(2);
+  lib.dUsetwait(&block, 60000);
   MemoFile file(block, args[0], layout_named(args[1]), 2);
   if (file.handle() == nullptr) return 1;
   say("ready");
@@ -40,12 +32,8 @@ VQ_CHILD(write_memos) {
     std::string reference = kNoMemo;
     const bool twice = i % 3 == 0;
     const std::string text = text_of(args[2], i);
-    std::int32_t result =
-        patiently([&] { return file.write_new(twice ? "draft" : text, reference); });
-    if (result == 0 && twice) {
-      result = patiently([&] { return file.replace(text, reference); });
-    }
-    if (result != 0) return 2;
+    if (file.write_new(twice ? "draft" : text, reference) != 0) return 2;
+    if (twice && file.replace(text, reference) != 0) return 3;
     references.push_back(reference);
   }
   for (const std::string& reference : references) say(reference);

@@ -15,6 +15,9 @@ using platform::Sharing;
 
 // Another operation holds the lock for some microseconds; a caller's own lock may take longer.
 constexpr std::uint32_t kMostMilliseconds = 3000;
+// How often who reads looks for those who wait to write, and how long it lets them come first.
+constexpr std::uint32_t kTurns = 16;
+constexpr std::uint32_t kGiveWayMilliseconds = 100;
 
 constexpr Operation kLog{1034};
 constexpr std::int32_t kUnfinished = 10345;
@@ -126,14 +129,27 @@ Result IndexFile::lock_and_refresh(Lock lock) {
 
 Result IndexFile::take_lock(Lock lock) {
   if (held_ >= lock) return Result::ok;
-  const Sharing sharing = lock == Lock::shared ? Sharing::shared : Sharing::exclusive;
+  const bool reads = lock == Lock::shared;
+  const Sharing sharing = reads ? Sharing::shared : Sharing::exclusive;
+  if (reads) give_way();
   Wait wait(kMostMilliseconds);
-  Result result = Result::ok;
-  do {
+  bool asks = false;
+  Result result = table::lock_whole_file(block, system_file, scheme, sharing);
+  while (is_busy(result) && wait.goes_on()) {
+    asks = asks || (!reads && wait.is_long() && table::ask_for_turn(system_file, scheme));
     result = table::lock_whole_file(block, system_file, scheme, sharing);
-  } while (is_busy(result) && wait.goes_on());
+  }
+  if (asks) table::take_back_request(system_file, scheme);
   if (ok(result)) held_ = lock;
   return result;
+}
+
+// Readers that never rest would keep out who waits to write, as there is always one of them.
+void IndexFile::give_way() {
+  if (++shared_locks_ % kTurns != 0) return;
+  Wait wait(kGiveWayMilliseconds);
+  while (table::somebody_asks_for_turn(system_file, scheme) && wait.goes_on()) {
+  }
 }
 
 Result IndexFile::let_go() {

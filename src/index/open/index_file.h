@@ -95,6 +95,7 @@ class IndexFile : public PageStore {
   bool is_as_known();
   Result lock_and_refresh(Lock lock);
   Result take_lock(Lock lock);
+  void give_way();
   Result let_go();
   Result refresh();
   Result write_back();
@@ -106,6 +107,7 @@ class IndexFile : public PageStore {
   bool torn_ = false;             // a flush stopped in it, and nothing tells what is missing
   bool stale_ = true;             // memory and file may differ: refresh before the next operation
   bool overtaken_ = false;
+  std::uint32_t shared_locks_ = 0;  // that were taken
 };
 
 // Runs the work inside a bracket, which is left however the work ends. The first failure counts,
