@@ -418,7 +418,8 @@ int32_t VQ_CALL dDapart(VqBlock* block, const char* name);
 
 /*
  * Locks on bytes beyond the data, against every other handle in any process; a request never waits,
- * unless the host has asked for that (dUsetwait). Where the bytes lie depends on the lock scheme (dUsetnet) at the time of opening:
+ * unless the host has asked for that (dUsetwait). Where the bytes lie depends on the lock scheme
+ * (dUsetnet) at the time of opening:
  *   scheme 0: file 0xEFFFFFFE, append 0xEFFFFFFF, record n 0xEFFFFFFE - n
  *   scheme 1: file 1000000000, append 1134217727, record n 1000000000 + n
  *   scheme 2: file and append 0xEFFFFFFF,         record n 0xEFFFFFFF - n
