@@ -32,6 +32,10 @@ void add_text_options(CommandLine& command, TextOptions& texts);
 void add_filter_option(CommandLine& command, std::string& filter);
 void add_selection_options(CommandLine& command, Selection& selection);
 
+inline Reads reads_of(const Selection& selection) {
+  return selection.order.empty() ? Reads::in_turn : Reads::by_number;
+}
+
 // The numbers (from 0) of the fields that are asked for.
 std::vector<std::size_t> field_numbers(const Table& table, const std::vector<std::string>& names);
 

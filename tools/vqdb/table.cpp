@@ -15,7 +15,9 @@ namespace {
 // time, so that nobody's change is missed between two looks; here none would be, and many are read
 // at once.
 constexpr int kBuffers = 64;
-constexpr std::uint32_t kMode = VQ_OPEN_READ_ONLY;
+constexpr std::uint32_t kInTurn = VQ_OPEN_READ_ONLY;
+// An index may lead to records that were appended since the table was opened.
+constexpr std::uint32_t kByNumber = VQ_OPEN_READ_ONLY | VQ_OPEN_SHARED;
 
 constexpr std::uint8_t kFoxproMemo = 0xF5;
 constexpr std::uint8_t kDbase4Memo = 0x8B;
@@ -49,7 +51,7 @@ std::unique_ptr<Encoding> encoding_of(const std::string& path, const Header& hea
   return std::make_unique<Encoding>("1252", std::string(kAssumedSource));
 }
 
-Table::Table(const std::string& name, const TextOptions& texts)
+Table::Table(const std::string& name, const TextOptions& texts, Reads reads)
     : path_(find_table(name)),
       memo_name_(split_at_semicolon(name).second),
       header_(read_header(path_)),
@@ -59,7 +61,8 @@ Table::Table(const std::string& name, const TextOptions& texts)
                 header_.version, name_of_version(header_.version));
   }
   require(*block_, DBinit(block_.get(), dialect_of(header_)), path_);
-  handle_ = dDopen(block_.get(), path_.c_str(), kMode, kBuffers);
+  handle_ =
+      dDopen(block_.get(), path_.c_str(), reads == Reads::in_turn ? kInTurn : kByNumber, kBuffers);
   if (handle_ == nullptr) {
     stop_failed("{}: version 0x{:02X} ({}): {}", path_, header_.version,
                 name_of_version(header_.version), words_of(block_->result, block_->detail));
@@ -93,6 +96,8 @@ void Table::take_fields() {
 
 void Table::count_records() {
   require(*block_, dDreccnt(handle_, &count_), path_);
+  // Others may have appended some since the file was looked at.
+  if (header_.records_in_file() < count_) header_ = read_header(path_);
   const std::uint64_t held = header_.records_in_file();
   if (held < count_ || header_.hides_records()) {
     print_warning(

@@ -24,10 +24,13 @@ struct TextOptions {
 // The dialect that a table of this header belongs to, as DBinit takes it.
 std::uint32_t dialect_of(const Header& header);
 
+// Which records are read: one after the other, or those that an index leads to.
+enum class Reads : std::uint8_t { in_turn, by_number };
+
 class Table {
  public:
   // Ends the command when there is no such table or it cannot be read.
-  Table(const std::string& name, const TextOptions& texts);
+  Table(const std::string& name, const TextOptions& texts, Reads reads = Reads::in_turn);
   ~Table();
   Table(const Table&) = delete;
   Table& operator=(const Table&) = delete;

@@ -50,7 +50,7 @@ void check_output(const Options& options, const Table& table) {
 }
 
 Exit run(const Options& options) {
-  const Table table(options.table, options.texts);
+  const Table table(options.table, options.texts, reads_of(options.selection));
   if (!options.output.empty() && options.output != "-") check_output(options, table);
   Warnings warnings(options.strict);
   Progress progress("exporting", options.output.empty() || options.output == "-");

@@ -12,7 +12,7 @@ struct Options {
 };
 
 Exit run(const Options& options) {
-  const Table table(options.table, options.texts);
+  const Table table(options.table, options.texts, reads_of(options.selection));
   Warnings warnings(false);
   Progress progress("reading", true);
   const std::vector<std::size_t> fields = field_numbers(table, options.selection.fields);

@@ -15,7 +15,7 @@ struct Options {
 };
 
 Exit run(const Options& options) {
-  const Table table(options.table, options.texts);
+  const Table table(options.table, options.texts, Reads::by_number);
   Order order(table, options.index, false);
   order.find(options.key, options.prefix);
   Warnings warnings(false);
