@@ -92,7 +92,7 @@ _vqdb() {{
   case "$at ${{COMP_WORDS[COMP_CWORD - 1]}}" in
 {}  esac
   [[ $current != -* ]] || words=$options
-  mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
+  COMPREPLY=($(compgen -W "$words" -- "$current"))
 }}
 complete -o bashdefault -o default -F _vqdb vqdb
 )",
