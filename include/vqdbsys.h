@@ -103,11 +103,11 @@ extern "C" {
 #define VQ_OPEN_NO_MEMO_CREATE 64 /* a missing memo file is not made: the open fails */
 #define VQ_OPEN_WITHOUT_MEMO 192  /* nor does the open fail without it */
 
-/* How DBopen is given its specifications. */
+/* How DBopen is told which indexes to open. */
 #define VQ_SPECS_ARRAY 1
 #define VQ_SPECS_CHAIN 2
 
-/* Kinds of the members of a database, and of index specifications. */
+/* Kinds of the members of a database, and of index descriptions. */
 #define VQ_KIND_TABLE 1
 #define VQ_KIND_DBASE4_MEMO 2
 #define VQ_KIND_DBASE3_MEMO 4
@@ -1070,10 +1070,10 @@ int32_t VQ_CALL DBinit(VqBlock* block, uint32_t kind);
  * `next`. The name of an MDX file may carry a tag behind a semicolon; else all its tags join.
  * `mode`: VQ_OPEN_*. The index list, from which DBuse opens the group again, is a file of the
  * table's name with extension DD. `out` becomes the database, to be given back to DBclose.
- * `failed` (may be null) becomes the specification that could not be opened, else null. On failure
+ * `failed` (may be null) becomes the one that could not be opened, else null. On failure
  * nothing stays open. A production MDX file that is not named goes stale: dDmode & 2 tells of it.
  * A missing memo file is made, unless somebody else makes it first; see VQ_OPEN_NO_MEMO_CREATE.
- *   6111 -11 neither form of specifications     6112 -9  memo file missing
+ *   6111 -11 neither form of descriptions     6112 -9  memo file missing
  *   6118 -11 a DBpack of this table has not come to its end: call it again
  *   6124 -25 tag without a key expression       6125 -25 filter that is not logical
  *   6127 -9  the index holds keys of another type, or of another length, than its expression gives
@@ -1093,7 +1093,7 @@ int32_t VQ_CALL DBopen(VqBlock* block, const char* name, uint32_t mode, int32_t 
  *   6302     list not opened                    6303 -3  empty list
  *   6305 -17 not read                           6307, 6311 -3 a line that is not keyword, "=", name
  *   6312 -3  no memory for a name
- *   -14 no memory: 6301 name        6304 text           6306 tokens         6308 specification */
+ *   -14 no memory: 6301 name        6304 text           6306 tokens         6308 description */
 int32_t VQ_CALL DBuse(VqBlock* block, const char* name, uint32_t mode, VqDatabase** out);
 /* Closes table, memo file and indexes, all of them even when one fails; returns the first failure.
  * 6120: bad handle. */
@@ -1227,9 +1227,10 @@ int32_t VQ_CALL DBpack(VqBlock* block, const char* name);
  * (VQ_E_RANGE): no such field. */
 int32_t VQ_CALL DBexfield(VqTable* table, const void* record, const char* name, char* out);
 
-/* Questions to an index member. VQ_E_UNAVAILABLE: a driver column beyond 6. 6260: bad member. A file
- * of tags has no key and a tag has no tags: VQ_E_BAD_HANDLE with the detail of dXexpr, dXexplen,
- * dXlistag or dXsortag; DBkeylen and DBkeytype give 0 and leave VQ_E_BAD_HANDLE for the value. */
+/* Questions to an index member. VQ_E_UNAVAILABLE: a driver column beyond 6. 6260: bad member. A
+ * file of tags has no key and a tag has no tags: VQ_E_BAD_HANDLE with the detail of dXexpr,
+ * dXexplen, dXlistag or dXsortag; DBkeylen and DBkeytype give 0 and leave VQ_E_BAD_HANDLE for the
+ * value. */
 
 /* The key expression and its zero byte; for a tag its filter expression and another behind it.
  * `flags`, which may be null: VQ_INDEX_*. */

@@ -1,5 +1,5 @@
 // The index kinds, one row each: their keyword in the index-list file, the kind codes of
-// specifications and members, and the columns of the index driver and key builder tables. Nothing
+// descriptions and members, and the columns of the index driver and key builder tables. Nothing
 // else in this room names a kind.
 #ifndef VQDBSYS_API_INDEX_KINDS_H_
 #define VQDBSYS_API_INDEX_KINDS_H_
@@ -26,7 +26,7 @@ inline constexpr std::uint16_t kNameToken = 256;
 struct IndexKind {
   std::string_view keyword;
   std::uint16_t token;
-  std::uint32_t code;            // of specifications, and of members that are files
+  std::uint32_t code;            // of descriptions, and of members that are files
   std::uint32_t tag_code;        // of members that are tags; 0 for files of a single index
   std::uint32_t column;          // of the index driver table
   std::uint32_t builder_column;  // of the key builder table
@@ -44,10 +44,10 @@ const IndexKind* kind_of_keyword(std::string_view word);
 const IndexKind* kind_of_token(std::uint16_t token);
 // The kind of a file's member code; null for any other code.
 const IndexKind* kind_of_file(std::uint32_t code);
-// The kind of a specification; null for any other code. Two bits of it belong to the host.
+// The kind of a description; null for any other code. Two bits of it belong to the host.
 const IndexKind* kind_of_spec(std::uint32_t code);
 // The kind that a line of the index list is written for: code 2304 is a FOXIDX that reading never
-// brings back. Null for a specification that has no line.
+// brings back. Null for a description that has no line.
 const IndexKind* listed_kind(std::uint32_t code);
 // The kind whose members with keys have this code.
 const IndexKind* kind_of_keys(std::uint32_t code);

@@ -10,7 +10,7 @@
 #include "frame/file_name.h"
 #include "frame/system_file.h"
 #include "frame/temporary_file.h"
-#include "platform/clock.h"
+#include "frame/wait.h"
 #include "platform/file.h"
 #include "platform/path.h"
 
@@ -34,8 +34,7 @@ std::string list_path(const char* table_name) {
 constexpr std::uint64_t kLongestList = 1 << 20;
 // Locked by whoever changes the list, for the blink of an eye.
 constexpr std::uint64_t kHoldByte = std::uint64_t{1} << 62;
-constexpr int kPatience = 1000;  // attempts
-constexpr std::uint32_t kPauseMicroseconds = 1000;
+constexpr std::uint32_t kPatience = 1000;  // milliseconds
 
 bool begins_with(const std::string& path, std::string_view text) {
   platform::File file;
@@ -72,7 +71,8 @@ class HeldList {
 };
 
 bool HeldList::take(std::string& text) {
-  for (int attempt = 0; attempt < kPatience; ++attempt) {
+  Wait wait(kPatience);
+  do {
     const platform::Outcome opened = file_.open(path_, platform::Access::read_write_or_read);
     if (opened.error == platform::Error::not_found) return true;
     if (!opened.ok()) return false;
@@ -86,8 +86,7 @@ bool HeldList::take(std::string& text) {
       return read;
     }
     let_go();
-    platform::pause(kPauseMicroseconds);
-  }
+  } while (wait.goes_on());
   return false;
 }
 
@@ -101,10 +100,10 @@ HeldList::Change HeldList::put(std::string_view text) {
   if constexpr (!platform::kReplacesOpenFiles) let_go();
   const platform::Outcome placed =
       is_first ? fresh.put_if_absent() : fresh.put_in_place(nullptr, platform::Replaced::kept);
-  const bool is_busy =
+  const bool is_overtaken =
       placed.error == platform::Error::already_exists ||
       (!platform::kReplacesOpenFiles && placed.error == platform::Error::access_denied);
-  if (is_busy) return Change::overtaken;
+  if (is_overtaken) return Change::overtaken;
   return placed.ok() ? Change::done : Change::not_made;
 }
 
@@ -117,14 +116,14 @@ HeldList::Change HeldList::remove() {
 // Makes of the list's text what edit(text) makes of it. Where that gives false nothing changes.
 template <typename Edit>
 HeldList::Change change(const char* table_name, Edit edit) {
-  for (int attempt = 0; attempt < kPatience; ++attempt) {
+  Wait wait(kPatience);
+  do {
     HeldList list(table_name);
     std::string text;
     if (!list.take(text) || !edit(text)) return HeldList::Change::not_made;
     const HeldList::Change put = list.put(text);
     if (put != HeldList::Change::overtaken) return put;
-    platform::pause(kPauseMicroseconds);
-  }
+  } while (wait.goes_on());
   return HeldList::Change::not_made;
 }
 
@@ -154,7 +153,7 @@ Result read_text(VqBlock& block, platform::File& file, platform::Bytes& bytes,
   return Result::ok;
 }
 
-// The specification that a line makes; a line of blanks makes none.
+// The description that a line makes; a line of blanks makes none.
 Result read_line(VqBlock& block, std::string_view line, std::span<Token> tokens,
                  ListedIndexes& indexes) {
   std::size_t read = 0;

@@ -16,7 +16,7 @@
 
 namespace vqdb::api {
 
-// The specifications that an open is given: an array, or a chain through their next field.
+// The descriptions that an open is given: an array, or a chain through their next field.
 class SpecWalk {
  public:
   static constexpr std::uint32_t kArray = VQ_SPECS_ARRAY;
@@ -25,7 +25,7 @@ class SpecWalk {
   SpecWalk(VqIndexSpec* first, std::int32_t count, std::uint32_t options)
       : at_(first), left_(count), chained_((options & kChain) != 0) {}
 
-  // The next specification; null behind the last.
+  // The next description; null behind the last.
   VqIndexSpec* next();
 
  private:
@@ -71,7 +71,7 @@ struct Token {
 Result parse_tokens(VqBlock& block, std::string_view line, std::size_t least,
                     std::span<Token> tokens, std::size_t& read);
 
-// A line of a list as a specification, chained to the next.
+// A line of a list as a description, chained to the next.
 struct ListedIndex {
   Text name;
   VqIndexSpec spec = {};

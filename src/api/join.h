@@ -10,9 +10,9 @@
 
 namespace vqdb::api {
 
-// Opens the index file of the specification, in the table's mode, and adds it behind the other
+// Opens the index file of the description, in the table's mode, and adds it behind the other
 // members; a multiple-index file brings its tags, or the one named behind a semicolon. A
-// specification of a kind that is no index file adds nothing. After a failure the group is what it
+// description of a kind that is no index file adds nothing. After a failure the group is what it
 // was. Details 6113 to 6115, 6121 to 6128.
 Result join_index(Database& database, const VqIndexSpec& spec);
 

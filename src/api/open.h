@@ -1,5 +1,5 @@
 // Opening a database: its table, its memo file, which is made when missing, and its index group,
-// from specifications or from the index-list file.
+// from descriptions or from the index-list file.
 #ifndef VQDBSYS_API_OPEN_H_
 #define VQDBSYS_API_OPEN_H_
 
@@ -34,11 +34,11 @@ struct OpenRequest {
 // The request for the indexes of a list.
 OpenRequest listed_request(const VqBlock& block, const char* name, ListedIndexes& indexes);
 
-// `failed` becomes the specification that could not be opened, else null. On failure nothing stays
+// `failed` becomes the description that could not be opened, else null. On failure nothing stays
 // open. Details 6111 to 6118, those of join.h, and those of the rooms below.
 Result open(VqBlock& block, const OpenRequest& request, Database*& out, VqIndexSpec*& failed);
 
-// The same with the specifications of the index-list file. Details 6301 to 6312 as well.
+// The same with the descriptions of the index-list file. Details 6301 to 6312 as well.
 Result use(VqBlock& block, const char* name, std::uint32_t mode, Database*& out);
 
 // The memo file name that a table name implies: the text behind its semicolon, else the table's

@@ -13,8 +13,6 @@ namespace {
 // Others hold a lock for the time of an operation, hosts for the time of a change.
 constexpr std::uint32_t kMilliseconds = 3000;
 
-bool is_busy(Result result) { return result == Result::file_locked || result == Result::locked; }
-
 }  // namespace
 
 Result HeldFile::open(const std::string& path, Hold hold) {
@@ -39,7 +37,7 @@ Result HeldFile::take_lock(Hold hold) {
 
 Result HeldFile::look(State& state) {
   std::size_t got = 0;
-  const bool known = file_.size(state.size).ok() && file_.last_change(state.changed).ok() &&
+  const bool known = file_.last_change(state.change).ok() &&
                      file_.read_at(0, state.head.data(), state.head.size(), got).ok();
   return known ? Result::ok : fail(block_, Result::io, kCheck.detail(1));
 }

@@ -40,15 +40,14 @@ class HeldFile {
   VqBlock& block() { return block_; }
   platform::File& file() { return file_; }
   const std::string& path() const { return path_; }
-  std::uint64_t size() const { return opened_.size; }
+  std::uint64_t size() const { return opened_.change.size; }
   bool is_open() const { return file_.is_open(); }
   void close() { (void)file_.close(); }
 
  private:
   Result take_lock(Hold hold);
   struct State {
-    std::uint64_t size = 0;
-    std::uint64_t changed = 0;
+    platform::LastChange change;
     std::array<Byte, 32> head = {};
 
     bool operator==(const State&) const = default;

@@ -13,6 +13,7 @@
 #include "api/queries.h"
 #include "api/updates.h"
 #include "exports/guard.h"
+#include "frame/wait.h"
 #include "table/records.h"
 #include "table/table_handle.h"
 #include "vqdbsys.h"
@@ -53,7 +54,7 @@ std::int32_t with_database(VqDatabase* database, Operation operation, Body body)
 template <typename Body>
 std::int32_t change(VqDatabase* database, Operation operation, Body body) {
   return with_database(database, operation, [&](api::Database& open) {
-    return vqdb::exports::patiently(open.owner_block(), [&] { return body(open); });
+    return vqdb::patiently(open.owner_block(), [&] { return body(open); });
   });
 }
 

@@ -7,7 +7,6 @@
 
 #include "frame/handle_pool.h"
 #include "frame/result.h"
-#include "frame/wait.h"
 
 namespace vqdb::exports {
 
@@ -39,22 +38,6 @@ std::int32_t with_handle(const HandlePool<T>& pool, const void* address, std::in
     return code(fail(pool.block_of(address), Result::bad_handle, bad_handle));
   }
   return guarded([&] { return body(*handle); });
-}
-
-// Runs the body again, for as long as the host has asked for, where somebody else has locked what
-// it needs. REQUIRES that it has changed nothing then, and holds no lock.
-template <typename Body>
-Result patiently(VqBlock& block, Body body) {
-  const std::int32_t detail = block.detail;
-  Wait wait(block.lock_wait);
-  Result result = body();
-  bool waited = false;
-  while ((result == Result::locked || result == Result::file_locked) && wait.goes_on()) {
-    waited = true;
-    result = body();
-  }
-  if (waited && ok(result)) block.detail = detail;
-  return result;
 }
 
 }  // namespace vqdb::exports

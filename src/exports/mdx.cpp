@@ -1,4 +1,5 @@
 #include "exports/guard.h"
+#include "frame/wait.h"
 #include "index/mdx/mdx_build.h"
 #include "index/mdx/mdx_describe.h"
 #include "index/mdx/mdx_file.h"
@@ -214,7 +215,7 @@ int32_t VQ_CALL dXkeytyp(VqIndex* tag) {
 
 int32_t VQ_CALL dXlkfil(VqIndex* file) {
   return with_file(file, kLock, [](MdxFile& mdx) {
-    return exports::patiently(mdx.store.block, [&] { return mdx.store.lock(kLock); });
+    return patiently(mdx.store.block, [&] { return mdx.store.lock(kLock); });
   });
 }
 

@@ -1,4 +1,5 @@
 #include "exports/guard.h"
+#include "frame/wait.h"
 #include "index/ndx/ndx_build.h"
 #include "index/ndx/ndx_describe.h"
 #include "index/ndx/ndx_file.h"
@@ -191,7 +192,7 @@ int32_t VQ_CALL dNkeytyp(VqIndex* index) {
 
 int32_t VQ_CALL dNlkfil(VqIndex* index) {
   return with_index(index, kLock, [](NdxFile& file) {
-    return exports::patiently(file.file.block, [&] { return file.file.lock(kLock); });
+    return patiently(file.file.block, [&] { return file.file.lock(kLock); });
   });
 }
 

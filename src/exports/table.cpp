@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "exports/guard.h"
+#include "exports/on_table.h"
 #include "table/create.h"
 #include "table/describe.h"
 #include "table/records.h"
@@ -18,8 +18,8 @@ using vqdb::ok;
 using vqdb::Operation;
 using vqdb::Result;
 using vqdb::exports::guarded;
-using vqdb::exports::patiently;
-using vqdb::exports::with_handle;
+using vqdb::exports::on_table;
+using vqdb::exports::on_table_patiently;
 using vqdb::table::Table;
 using vqdb::table::tables;
 namespace table = vqdb::table;
@@ -38,18 +38,6 @@ constexpr Operation kRmrec{40};
 constexpr Operation kReccnt{42};
 constexpr Operation kUpdrec{46};
 constexpr Operation kOpen{1004};
-
-template <typename Body>
-std::int32_t on_table(const void* table, const Operation& operation, Body body) {
-  return with_handle(tables(), table, operation.bad_handle(), body);
-}
-
-// A change of one record.
-template <typename Body>
-std::int32_t change(const void* table, const Operation& operation, Body body) {
-  return on_table(table, operation,
-                  [&](Table& t) { return patiently(table::block_of(t), [&] { return body(t); }); });
-}
 
 Result null_argument(VqBlock* block, const Operation& operation) {
   return fail(block, Result::out_of_range, operation.detail(0));
@@ -192,25 +180,27 @@ int32_t VQ_CALL dDgetrecs(VqTable* table, uint32_t first, uint32_t count, void* 
 int32_t VQ_CALL dDapprec(VqTable* table, const void* record) {
   // Whatever refuses the record, nobody shall take the number of the one before for its own.
   if (VqBlock* const block = tables().block_of(table); block != nullptr) block->record_number = -1;
-  return change(table, kApprec, [=](Table& t) {
+  return on_table_patiently(table, kApprec, [=](Table& t) {
     return record == nullptr ? null_argument(&table::block_of(t), kApprec)
                              : table::append_record(t, record);
   });
 }
 
 int32_t VQ_CALL dDupdrec(VqTable* table, uint32_t recno, const void* record) {
-  return change(table, kUpdrec, [=](Table& t) {
+  return on_table_patiently(table, kUpdrec, [=](Table& t) {
     return record == nullptr ? null_argument(&table::block_of(t), kUpdrec)
                              : table::update_record(t, recno, record);
   });
 }
 
 int32_t VQ_CALL dDdelrec(VqTable* table, uint32_t recno) {
-  return change(table, kUpdrec, [=](Table& t) { return table::delete_record(t, recno); });
+  return on_table_patiently(table, kUpdrec,
+                            [=](Table& t) { return table::delete_record(t, recno); });
 }
 
 int32_t VQ_CALL dDrclrec(VqTable* table, uint32_t recno) {
-  return change(table, kUpdrec, [=](Table& t) { return table::recall_record(t, recno); });
+  return on_table_patiently(table, kUpdrec,
+                            [=](Table& t) { return table::recall_record(t, recno); });
 }
 
 int32_t VQ_CALL dDinsrec(VqTable* table, uint32_t recno, const void* record) {

@@ -1,7 +1,7 @@
 // The dDlk family: locks on tables and records.
 #include <algorithm>
 
-#include "exports/guard.h"
+#include "exports/on_table.h"
 #include "table/locks.h"
 #include "vqdbsys.h"
 
@@ -11,8 +11,8 @@ using vqdb::code;
 using vqdb::fail;
 using vqdb::Operation;
 using vqdb::Result;
-using vqdb::exports::patiently;
-using vqdb::exports::with_handle;
+using vqdb::exports::on_table;
+using vqdb::exports::on_table_patiently;
 using vqdb::table::Table;
 using vqdb::table::tables;
 namespace table = vqdb::table;
@@ -23,17 +23,6 @@ constexpr Operation kFile{48};
 constexpr Operation kUnlock{49};
 constexpr Operation kRecord{50};
 
-template <typename Body>
-std::int32_t on_table(const void* table, const Operation& operation, Body body) {
-  return with_handle(tables(), table, operation.bad_handle(), body);
-}
-
-template <typename Body>
-std::int32_t wait_for(const void* table, const Operation& operation, Body body) {
-  return on_table(table, operation,
-                  [&](Table& t) { return patiently(table::block_of(t), [&] { return body(t); }); });
-}
-
 Result null_argument(Table& table) {
   return fail(table::block_of(table), Result::out_of_range, kRecord.detail(0));
 }
@@ -43,7 +32,7 @@ Result null_argument(Table& table) {
 extern "C" {
 
 int32_t VQ_CALL dDlkfil(VqTable* table) {
-  return wait_for(table, kFile, [](Table& t) { return table::lock_file(t); });
+  return on_table_patiently(table, kFile, [](Table& t) { return table::lock_file(t); });
 }
 
 int32_t VQ_CALL dDulkfil(VqTable* table) {
@@ -51,7 +40,7 @@ int32_t VQ_CALL dDulkfil(VqTable* table) {
 }
 
 int32_t VQ_CALL dDlkrec(VqTable* table, uint32_t recno) {
-  return wait_for(table, kRecord, [=](Table& t) { return table::lock_record(t, recno); });
+  return on_table_patiently(table, kRecord, [=](Table& t) { return table::lock_record(t, recno); });
 }
 
 int32_t VQ_CALL dDulkrec(VqTable* table, uint32_t recno) {
@@ -59,7 +48,7 @@ int32_t VQ_CALL dDulkrec(VqTable* table, uint32_t recno) {
 }
 
 int32_t VQ_CALL dDlkgetr(VqTable* table, uint32_t recno, void* record) {
-  return wait_for(table, kRecord, [=](Table& t) {
+  return on_table_patiently(table, kRecord, [=](Table& t) {
     return record == nullptr ? null_argument(t) : table::lock_and_read_record(t, recno, record);
   });
 }
@@ -87,7 +76,7 @@ int32_t VQ_CALL dDpoplk(VqTable* table) {
 }
 
 int32_t VQ_CALL dDlkapp(VqTable* table) {
-  return wait_for(table, kAppend, [](Table& t) { return table::lock_append(t); });
+  return on_table_patiently(table, kAppend, [](Table& t) { return table::lock_append(t); });
 }
 
 int32_t VQ_CALL dDulkapp(VqTable* table) {

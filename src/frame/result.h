@@ -54,6 +54,10 @@ enum class [[nodiscard]] Result : std::int32_t{
 };
 
 inline bool ok(Result result) { return result == Result::ok; }
+// Whether somebody else has locked what is needed.
+inline bool is_busy(Result result) {
+  return result == Result::locked || result == Result::file_locked;
+}
 // The result as the host sees it.
 inline std::int32_t code(Result result) {
   return static_cast<std::int32_t>(result == Result::duplicate_key ? Result::page_error : result);

@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+#include "frame/result.h"
+
 namespace vqdb {
 
 class Wait {
@@ -26,6 +28,22 @@ class Wait {
   std::uint64_t begin_ = 0;
   std::uint32_t turns_ = 0;
 };
+
+// Makes the attempt again, for as long as the host has asked for, where somebody else has locked
+// what it needs. REQUIRES that it has changed nothing then, and holds no lock.
+template <typename Attempt>
+Result patiently(VqBlock& block, Attempt attempt) {
+  const std::int32_t detail = block.detail;
+  Wait wait(block.lock_wait);
+  Result result = attempt();
+  bool waited = false;
+  while (is_busy(result) && wait.goes_on()) {
+    waited = true;
+    result = attempt();
+  }
+  if (waited && ok(result)) block.detail = detail;
+  return result;
+}
 
 }  // namespace vqdb
 

@@ -14,14 +14,9 @@ Hold::~Hold() {
 Result Hold::take() {
   if (!memo_.shared()) return Result::ok;
   VqBlock& block = *memo_.block;
-  const std::int32_t detail = block.detail;
-  Wait wait(block.lock_wait);
-  Result result = table::lock_whole_file(block, memo_.file, memo_.lock_scheme);
-  while (result == Result::file_locked && wait.goes_on()) {
-    result = table::lock_whole_file(block, memo_.file, memo_.lock_scheme);
-  }
+  const Result result = patiently(
+      block, [&] { return table::lock_whole_file(block, memo_.file, memo_.lock_scheme); });
   held_ = ok(result);
-  if (held_) block.detail = detail;
   memo_.stale = true;
   return result;
 }

@@ -204,10 +204,6 @@ Outcome File::size(std::uint64_t& bytes) {
   return pass(Call::size, [&] { return system::file_size(handle_, bytes); });
 }
 
-Outcome File::last_change(std::uint64_t& time) {
-  return pass(Call::size, [&] { return system::last_change(handle_, time); });
-}
-
 Outcome File::identity(FileIdentity& identity) {
   return pass(Call::size, [&] { return system::file_identity(handle_, identity); });
 }

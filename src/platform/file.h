@@ -115,8 +115,6 @@ class File {
                        std::size_t* transferred = nullptr);
 
   Outcome size(std::uint64_t& bytes);
-  // A number that is another one after a change, as finely as the system tells times.
-  Outcome last_change(std::uint64_t& time);
   Outcome identity(FileIdentity& identity);
   // How many names lead to the file: none once it was removed, or another one took its place.
   Outcome names(std::uint32_t& count);
@@ -139,6 +137,7 @@ class File {
   // Whether the system knows of every change, by any process, as soon as it is made: true only of
   // file systems of this machine that are known for it.
   bool notes_changes();
+  // As finely as the system tells times, and as soon as it does.
   Outcome last_change(LastChange& change);
 
  private:

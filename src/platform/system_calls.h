@@ -37,7 +37,6 @@ Outcome write_pieces(Handle file, std::uint64_t offset, std::span<const Piece> p
                      std::size_t& moved);
 
 Outcome file_size(Handle file, std::uint64_t& bytes);
-Outcome last_change(Handle file, std::uint64_t& time);
 Outcome file_identity(Handle file, FileIdentity& identity);
 Outcome count_names(Handle file, std::uint32_t& count);
 Outcome path_identity(const std::string& path, FileIdentity& identity);

@@ -18,7 +18,7 @@ std::int32_t open(VqBlock& block, const std::string& name, std::uint32_t mode,
   return lib.DBopen(&block, name.c_str(), mode, 1, 1, 0, nullptr, &database, nullptr);
 }
 
-TEST(OpenDatabase, needs_to_know_the_form_of_the_specifications) {
+TEST(OpenDatabase, needs_to_know_the_form_of_the_descriptions) {
   Orders orders;
   orders.create();
   VqDatabase* database = nullptr;
@@ -30,7 +30,7 @@ TEST(OpenDatabase, needs_to_know_the_form_of_the_specifications) {
   EXPECT_EQ(nullptr, failed);
 }
 
-TEST(OpenDatabase, names_the_specification_that_failed_and_leaves_nothing_open) {
+TEST(OpenDatabase, names_the_description_that_failed_and_leaves_nothing_open) {
   struct Case {
     VqIndexSpec spec;
     std::int32_t result;

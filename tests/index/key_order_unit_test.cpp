@@ -160,7 +160,7 @@ TEST(StreamOrder, language_one_collates_text_only) {
   EXPECT_EQ(KeyKind::number, stream_order(IndexFamily::ndx, *numbers, true)->kind);
 }
 
-TEST(StreamOrder, specifications_parse_and_format) {
+TEST(StreamOrder, descriptions_parse_and_format) {
   for (const char* text : {"AC10U", "DN12", "AT8"}) {
     ASSERT_TRUE(parse_stream_spec(text).has_value());
     EXPECT_EQ(text, format_stream_spec(*parse_stream_spec(text)));

@@ -46,7 +46,7 @@ struct OrderKey {
 };
 
 struct OrderIndex {
-  std::uint32_t kind;  // of the specification
+  std::uint32_t kind;  // of the description
   const char* file;
   const char* expression;
   const char* format;  // for dNcreat

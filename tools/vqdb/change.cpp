@@ -1,8 +1,6 @@
 #include "change.h"
 
 #include <algorithm>
-#include <chrono>
-#include <thread>
 
 #include "file_names.h"
 #include "memo_file.h"
@@ -17,24 +15,7 @@ constexpr int kBuffers = 64;
 constexpr std::uint32_t kPagesOfAnIndex = 1000;
 constexpr std::uint32_t kLastSchemeWithLocks = 3;
 constexpr std::uint32_t kSortWorkspace = 4096;  // of 16384 bytes
-constexpr auto kPatience = std::chrono::seconds(3);
-constexpr auto kPause = std::chrono::milliseconds(20);
-
-bool is_busy(int32_t result) {
-  return result == VQ_E_LOCKED || result == VQ_E_FILE_LOCKED || result == VQ_E_LOCK_REFUSED;
-}
-
-// Asks again for some seconds while somebody else has the lock.
-template <typename Lock>
-int32_t patiently(Lock lock) {
-  const auto end = std::chrono::steady_clock::now() + kPatience;
-  int32_t result = lock();
-  while (is_busy(result) && std::chrono::steady_clock::now() < end) {
-    std::this_thread::sleep_for(kPause);
-    result = lock();
-  }
-  return result;
-}
+constexpr int32_t kPatience = 3000;             // milliseconds, for locks of others
 
 }  // namespace
 
@@ -43,13 +24,14 @@ std::unique_ptr<VqBlock> working_block(const Header& header) {
   require(*block, DBinit(block.get(), dialect_of(header)), "DBinit");
   if (block->index_kind > kLastSchemeWithLocks) dUsetnet(block.get(), 0);
   block->page_count_setting = kSortWorkspace;
+  dUsetwait(block.get(), kPatience);
   return block;
 }
 
 TableLock::TableLock(const std::string& path, const Header& header)
     : block_(working_block(header)), table_(dDopen(block_.get(), path.c_str(), kShared, 1)) {
   if (table_ == nullptr) stop_unopened(*block_, path);
-  const int32_t result = patiently([&] { return dDlkfil(table_); });
+  const int32_t result = dDlkfil(table_);
   if (result == VQ_OK) return;
   dDclose(table_);
   require(*block_, result, path);
@@ -98,8 +80,7 @@ void Change::lock_indexes() {
         (is_mdx ? dXopen : dNopen)(lock_->table(), file.path.c_str(), kShared, 4);
     if (index == nullptr) stop_unopened(lock_->block(), file.path);
     index_locks_.push_back({index, is_mdx ? dXclose : dNclose});
-    require(lock_->block(), patiently([&] { return (is_mdx ? dXlkfil : dNlkfil)(index); }),
-            file.path);
+    require(lock_->block(), (is_mdx ? dXlkfil : dNlkfil)(index), file.path);
   }
 }
 

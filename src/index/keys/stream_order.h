@@ -31,7 +31,7 @@ struct StreamSpec {
   bool unique = false;
 };
 
-// Nothing when the text is no specification: order A or D, a letter, a length above 0.
+// Nothing when the text is no description: order A or D, a letter, a length above 0.
 std::optional<StreamSpec> parse_stream_spec(std::string_view text);
 std::string format_stream_spec(const StreamSpec& spec);
 

@@ -24,8 +24,6 @@ constexpr std::int32_t kUnfinished = 10345;
 
 bool has_locks(std::uint32_t scheme) { return table::lock_scheme_of(scheme).has_locks; }
 
-bool is_busy(Result result) { return result == Result::file_locked || result == Result::locked; }
-
 }  // namespace
 
 bool IndexFile::attach(platform::File&& file, std::uint32_t open_mode, std::uint32_t lock_scheme,

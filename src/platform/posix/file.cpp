@@ -224,14 +224,6 @@ Outcome file_size(Handle file, std::uint64_t& bytes) {
   return {};
 }
 
-Outcome last_change(Handle file, std::uint64_t& time) {
-  struct stat about = {};
-  if (::fstat(descriptor(file), &about) != 0) return outcome_of(errno);
-  time = static_cast<std::uint64_t>(about.st_mtim.tv_sec) * 1'000'000'000 +
-         static_cast<std::uint64_t>(about.st_mtim.tv_nsec);
-  return {};
-}
-
 Outcome file_identity(Handle file, FileIdentity& identity) {
   struct stat about = {};
   if (::fstat(descriptor(file), &about) != 0) return outcome_of(errno);

@@ -190,15 +190,6 @@ Outcome file_size(Handle file, std::uint64_t& bytes) {
   return {};
 }
 
-Outcome last_change(Handle file, std::uint64_t& time) {
-  FILETIME written = {};
-  if (::GetFileTime(handle_of(file), nullptr, nullptr, &written) == 0) {
-    return outcome_of(::GetLastError());
-  }
-  time = std::uint64_t{written.dwHighDateTime} << 32 | written.dwLowDateTime;
-  return {};
-}
-
 Outcome file_identity(Handle file, FileIdentity& identity) {
   BY_HANDLE_FILE_INFORMATION about = {};
   if (::GetFileInformationByHandle(handle_of(file), &about) == 0) {
@@ -261,7 +252,19 @@ Outcome test_range(Handle file, std::uint64_t offset, std::uint64_t length, Shar
 
 // Times of writing are noted when a file is closed.
 bool notes_changes(Handle) { return false; }
-Outcome last_change(Handle, LastChange&) { return {Error::other, ERROR_NOT_SUPPORTED}; }
+
+Outcome last_change(Handle file, LastChange& change) {
+  constexpr std::int64_t kNanosecondsPerTick = 100;
+  constexpr std::int64_t kTicksUntil1970 = 116'444'736'000'000'000;  // from 1601
+  FILETIME written = {};
+  if (::GetFileTime(handle_of(file), nullptr, nullptr, &written) == 0) {
+    return outcome_of(::GetLastError());
+  }
+  const auto ticks = static_cast<std::int64_t>(std::uint64_t{written.dwHighDateTime} << 32 |
+                                               written.dwLowDateTime);
+  change.time = (ticks - kTicksUntil1970) * kNanosecondsPerTick;
+  return file_size(file, change.size);
+}
 
 bool exists(const std::string& path) {
   return ::GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES;
