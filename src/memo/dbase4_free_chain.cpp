@@ -16,8 +16,7 @@ constexpr Operation kAllocate{211};
 constexpr Operation kAllocateLinks{212};
 constexpr Operation kFree{1032};
 
-// Stands for the file header where a run's index is asked for.
-constexpr std::size_t kInHeader = std::numeric_limits<std::size_t>::max();
+constexpr std::uint32_t kMoreThanAnyRun = std::numeric_limits<std::uint32_t>::max();
 
 Result broken_chain(Memo& memo) {
   return fail(memo.block, Result::bad_format, kAllocate.detail(7));
@@ -40,10 +39,6 @@ bool looks_like_memo(const Memo& memo, std::uint32_t link) {
   return link == kMarkBlock && link > memo.blocks_in_file();
 }
 
-bool overlap(Run a, Run b) {
-  return a.first < std::uint64_t{b.first} + b.count && b.first < std::uint64_t{a.first} + a.count;
-}
-
 Result write_run(Memo& memo, Run run, std::uint32_t link, std::int32_t detail) {
   std::array<Byte, kFreeRunBytes> bytes;
   store_le32(bytes.data(), link);
@@ -54,32 +49,83 @@ Result write_run(Memo& memo, Run run, std::uint32_t link, std::int32_t detail) {
   return fail(memo.block, Result::io, detail);
 }
 
+// Lets the link at this offset, in a run or in the header, name another block. One that could only
+// be written in part is put back as it was, as far as the file lets us.
+struct Link {
+  std::uint32_t from;
+  std::uint32_t to;
+};
+
+Result set_link(Memo& memo, std::uint64_t offset, Link link, std::int32_t detail) {
+  std::array<Byte, 4> bytes;
+  store_le32(bytes.data(), link.to);
+  if (memo.file.write_at(offset, bytes.data(), bytes.size()).ok()) return Result::ok;
+  store_le32(bytes.data(), link.from);
+  static_cast<void>(memo.file.write_at(offset, bytes.data(), bytes.size()).ok());
+  return fail(memo.block, Result::io, detail);
+}
+
 }  // namespace
+
+// Reads the beginnings of runs. Neighbours in a chain often lie close together, as memos are freed
+// one after the other; then one read gets many of them, in the direction in which the chain goes.
+// What it holds is as old as the reader: it lasts for one walk, under the file's lock.
+class ChainReader {
+ public:
+  // Null where the run cannot be read. `before` is the run that leads there, or {}.
+  const Byte* read(Memo& memo, Run before, std::uint32_t first) {
+    const std::uint64_t start = memo.offset_of(first);
+    if (start < offset_ || start + kFreeRunBytes > offset_ + size_) fill(memo, before, start);
+    const bool has_it = start >= offset_ && start + kFreeRunBytes <= offset_ + size_;
+    return has_it ? &bytes_[static_cast<std::size_t>(start - offset_)] : nullptr;
+  }
+
+ private:
+  // So that a read of many beginnings costs less than one of each.
+  static constexpr std::size_t kClose = platform::kChunkBytes / 16;
+
+  void fill(Memo& memo, Run before, std::uint64_t start) {
+    const std::uint64_t from = memo.offset_of(before.first);
+    const bool is_close =
+        before.count != 0 && std::max(start, from) - std::min(start, from) <= kClose;
+    const std::size_t wanted = is_close ? bytes_.size() : kFreeRunBytes;
+    const std::uint64_t end = start + kFreeRunBytes;
+    offset_ = start > from ? start : end - std::min<std::uint64_t>(end, wanted);
+    if (!memo.file.read_at(offset_, bytes_.data(), wanted, size_).ok()) size_ = 0;
+  }
+
+  std::uint64_t offset_ = 0;
+  std::size_t size_ = 0;
+  std::array<Byte, platform::kChunkBytes> bytes_;
+};
 
 void FreeChain::reset(std::uint32_t first) {
   runs_.clear();
   next_ = first;
 }
 
-std::uint32_t FreeChain::front() const { return behind(kInHeader); }
-
-// The first block of the run behind the one at index.
-std::uint32_t FreeChain::behind(std::size_t index) const {
-  const std::size_t following = index == kInHeader ? 0 : index + 1;
-  return following < runs_.size() ? runs_[following].first : next_;
+std::uint32_t FreeChain::front() const {
+  return runs_.empty() ? next_ : runs_.at(runs_.begin()).first;
 }
 
+// The first block of the run behind this one.
+std::uint32_t FreeChain::behind(FreeRuns::Place place) const {
+  const FreeRuns::Place following = runs_.behind(place);
+  return following == runs_.end() ? next_ : runs_.at(following).first;
+}
+
+// Whether the chain has more runs than those read so far.
+bool FreeChain::goes_on(const Memo& memo) const { return memo.offset_of(next_) < memo.file_size; }
+
 // Reads the run at next_, which lies inside the file.
-Result FreeChain::read_run(Memo& memo) {
-  std::array<Byte, kFreeRunBytes> bytes;
-  if (!memo.file.read_exactly(memo.offset_of(next_), bytes.data(), bytes.size()).ok()) {
-    return fail(memo.block, Result::io, kAllocate.detail(4));
-  }
-  const std::uint32_t link = load_le32(bytes.data());
-  const Run run{next_, load_le32(bytes.data() + 4)};
+Result FreeChain::read_run(Memo& memo, ChainReader& reader) {
+  const Run before = runs_.empty() ? Run{} : runs_.at(runs_.before(runs_.end()));
+  const Byte* const bytes = reader.read(memo, before, next_);
+  if (bytes == nullptr) return fail(memo.block, Result::io, kAllocate.detail(4));
+  const std::uint32_t link = load_le32(bytes);
+  const Run run{next_, load_le32(bytes + 4)};
   const std::uint64_t blocks = memo.blocks_in_file();
-  const bool sound = run.first != 0 && run.count != 0 &&
-                     std::uint64_t{run.first} + run.count <= blocks && link != 0 &&
+  const bool sound = run.first != 0 && run.count != 0 && run.end() <= blocks && link != 0 &&
                      !looks_like_memo(memo, link) && runs_.size() < blocks;
   if (!sound) return broken_chain(memo);
   runs_.push_back(run);
@@ -87,14 +133,28 @@ Result FreeChain::read_run(Memo& memo) {
   return Result::ok;
 }
 
+// Finds the first run that has enough blocks or one in common with `used`; runs_.end() without one.
+Result FreeChain::find(Memo& memo, std::uint32_t blocks, Run used, FreeRuns::Place& place) {
+  place = runs_.find(blocks, used);
+  ChainReader reader;
+  while (place == runs_.end() && goes_on(memo)) {
+    if (const Result read = read_run(memo, reader); !ok(read)) return read;
+    const FreeRuns::Place last = runs_.before(runs_.end());
+    const Run& run = runs_.at(last);
+    place = run.count >= blocks || overlap(run, used) ? last : runs_.end();
+  }
+  return Result::ok;
+}
+
 // Once for each handle, as it takes reading all of the chain: a memo in one run would be written
 // over by a later one in the other.
 Result FreeChain::check_apart(Memo& memo) {
   if (is_apart_) return Result::ok;
-  while (memo.offset_of(next_) < memo.file_size) {
-    if (const Result read = read_run(memo); !ok(read)) return read;
+  ChainReader reader;
+  while (goes_on(memo)) {
+    if (const Result read = read_run(memo, reader); !ok(read)) return read;
   }
-  std::vector<Run> sorted(runs_.begin(), runs_.end());
+  std::vector<Run> sorted = runs_.all();
   std::ranges::sort(sorted, {}, &Run::first);
   if (std::ranges::adjacent_find(sorted, overlap) != sorted.end()) return broken_chain(memo);
   is_apart_ = true;
@@ -103,47 +163,43 @@ Result FreeChain::check_apart(Memo& memo) {
 
 Result FreeChain::take(Memo& memo, std::uint32_t blocks, Run used, Placement& placement) {
   if (const Result apart = check_apart(memo); !ok(apart)) return apart;
-  for (std::size_t i = 0;; ++i) {
-    if (i == runs_.size()) {
-      if (memo.offset_of(next_) >= memo.file_size) return append(memo, blocks, placement);
-      if (const Result read = read_run(memo); !ok(read)) return read;
-    }
-    if (overlap(runs_[i], used)) return broken_chain(memo);
-    if (runs_[i].count < blocks) continue;
-    placement = {{runs_[i].first, blocks}, false};
-    const Run rest = past_mark(Run{runs_[i].first + blocks, runs_[i].count - blocks});
-    return rest.count == 0 ? take_whole(memo, i) : take_part(memo, i, rest);
-  }
+  FreeRuns::Place place;
+  if (const Result found = find(memo, blocks, used, place); !ok(found)) return found;
+  if (place == runs_.end()) return append(memo, blocks, placement);
+  const Run run = runs_.at(place);
+  if (overlap(run, used)) return broken_chain(memo);
+  placement = {{run.first, blocks}, false};
+  const Run rest = past_mark(Run{run.first + blocks, run.count - blocks});
+  return rest.count == 0 ? take_whole(memo, place) : take_part(memo, place, rest);
 }
 
 Result FreeChain::contains(Memo& memo, std::uint32_t block, bool& yes) {
-  yes = false;
-  for (std::size_t i = 0; !yes; ++i) {
-    if (i == runs_.size()) {
-      if (memo.offset_of(next_) >= memo.file_size) break;
-      if (const Result read = read_run(memo); !ok(read)) return read;
-    }
-    yes = runs_[i].first == block;
-  }
-  return Result::ok;
+  FreeRuns::Place place;
+  const Result found = find(memo, kMoreThanAnyRun, {block, 1}, place);
+  yes = ok(found) && place != runs_.end() && runs_.at(place).first == block;
+  return found;
 }
 
-Result FreeChain::take_whole(Memo& memo, std::size_t index) {
-  const Link link{runs_[index].first, behind(index)};
-  const Result linked = set_link(memo, index - 1, link, kAllocateLinks.detail(0));
-  if (!ok(linked)) return linked;
-  runs_.erase(runs_.begin() + static_cast<std::ptrdiff_t>(index));
-  return Result::ok;
+// Where the link to the run at this place, or to the chain's end, lies in the file.
+std::uint64_t FreeChain::link_before(const Memo& memo, FreeRuns::Place place) const {
+  return place == runs_.begin() ? kNextFreeOffset
+                                : memo.offset_of(runs_.at(runs_.before(place)).first);
+}
+
+Result FreeChain::take_whole(Memo& memo, FreeRuns::Place place) {
+  const Link link{runs_.at(place).first, behind(place)};
+  const Result linked = set_link(memo, link_before(memo, place), link, kAllocateLinks.detail(0));
+  if (ok(linked)) runs_.erase(place);
+  return linked;
 }
 
 // The rest is written before it is linked, so that the chain never names a block that is no run.
-Result FreeChain::take_part(Memo& memo, std::size_t index, Run rest) {
-  Result result = write_run(memo, rest, behind(index), kAllocate.detail(9));
-  const Link link{runs_[index].first, rest.first};
-  if (ok(result)) result = set_link(memo, index - 1, link, kAllocate.detail(8));
-  if (!ok(result)) return result;
-  runs_[index] = rest;
-  return Result::ok;
+Result FreeChain::take_part(Memo& memo, FreeRuns::Place place, Run rest) {
+  Result result = write_run(memo, rest, behind(place), kAllocate.detail(9));
+  const Link link{runs_.at(place).first, rest.first};
+  if (ok(result)) result = set_link(memo, link_before(memo, place), link, kAllocate.detail(8));
+  if (ok(result)) runs_.replace(place, rest);
+  return result;
 }
 
 // The chain's end moves before the memo is written: the other way round a crash would leave a chain
@@ -168,7 +224,8 @@ Result FreeChain::append(Memo& memo, std::uint32_t blocks, Placement& placement)
 Result FreeChain::move_end(Memo& memo, std::uint32_t end) {
   end = past_mark(end);
   const Link link{next_, end};
-  const Result linked = set_link(memo, runs_.size() - 1, link, kAllocateLinks.detail(3));
+  const Result linked =
+      set_link(memo, link_before(memo, runs_.end()), link, kAllocateLinks.detail(3));
   if (ok(linked)) next_ = end;
   return linked;
 }
@@ -180,7 +237,7 @@ Result FreeChain::give(Memo& memo, Run run) {
   runs_.push_front(run);  // while nothing is written yet: there may be no memory
   const Result written = write_run(memo, run, old_front, kFree.detail(1));
   if (!ok(written)) return written;
-  return set_link(memo, kInHeader, {old_front, run.first}, kFree.detail(3));
+  return set_link(memo, kNextFreeOffset, {old_front, run.first}, kFree.detail(3));
 }
 
 void FreeChain::give_back(Memo& memo, const Placement& placement) {
@@ -201,19 +258,6 @@ void FreeChain::shrink_end(Memo& memo, std::uint32_t first) {
   if (ok(move_end(memo, first + static_cast<std::uint32_t>(reached))) && reached != 0) {
     static_cast<void>(give(memo, {first, static_cast<std::uint32_t>(reached)}));
   }
-}
-
-// Lets the run at index, or the header, name another block. A link that could only be written in
-// part is put back as it was, as far as the file lets us.
-Result FreeChain::set_link(Memo& memo, std::size_t index, Link link, std::int32_t detail) const {
-  const std::uint64_t offset =
-      index == kInHeader ? kNextFreeOffset : memo.offset_of(runs_[index].first);
-  std::array<Byte, 4> bytes;
-  store_le32(bytes.data(), link.to);
-  if (memo.file.write_at(offset, bytes.data(), bytes.size()).ok()) return Result::ok;
-  store_le32(bytes.data(), link.from);
-  static_cast<void>(memo.file.write_at(offset, bytes.data(), bytes.size()).ok());
-  return fail(memo.block, Result::io, detail);
 }
 
 }  // namespace vqdb::memo

@@ -7,20 +7,15 @@
 #ifndef VQDBSYS_MEMO_DBASE4_FREE_CHAIN_H_
 #define VQDBSYS_MEMO_DBASE4_FREE_CHAIN_H_
 
-#include <cstddef>
 #include <cstdint>
-#include <deque>
 
 #include "frame/result.h"
+#include "memo/free_runs.h"
 
 namespace vqdb::memo {
 
 struct Memo;
-
-struct Run {
-  std::uint32_t first = 0;
-  std::uint32_t count = 0;
-};
+class ChainReader;
 
 // Blocks taken for a memo.
 struct Placement {
@@ -50,23 +45,20 @@ class FreeChain {
   void give_back(Memo& memo, const Placement& placement);
 
  private:
-  struct Link {
-    std::uint32_t from;
-    std::uint32_t to;
-  };
-
   std::uint32_t front() const;
-  std::uint32_t behind(std::size_t index) const;
-  Result read_run(Memo& memo);
+  std::uint32_t behind(FreeRuns::Place place) const;
+  bool goes_on(const Memo& memo) const;
+  Result read_run(Memo& memo, ChainReader& reader);
+  Result find(Memo& memo, std::uint32_t blocks, Run used, FreeRuns::Place& place);
   Result check_apart(Memo& memo);
-  Result take_whole(Memo& memo, std::size_t index);
-  Result take_part(Memo& memo, std::size_t index, Run rest);
+  Result take_whole(Memo& memo, FreeRuns::Place place);
+  Result take_part(Memo& memo, FreeRuns::Place place, Run rest);
   Result append(Memo& memo, std::uint32_t blocks, Placement& placement);
-  Result set_link(Memo& memo, std::size_t index, Link link, std::int32_t detail) const;
+  std::uint64_t link_before(const Memo& memo, FreeRuns::Place place) const;
   Result move_end(Memo& memo, std::uint32_t end);
   void shrink_end(Memo& memo, std::uint32_t first);
 
-  std::deque<Run> runs_;    // read so far, in chain order
+  FreeRuns runs_;           // read so far
   std::uint32_t next_ = 0;  // where the chain goes on behind them
   bool is_apart_ = false;   // no two runs have a block in common
 };

@@ -145,4 +145,99 @@ TEST(MemoHistory, every_memo_stays_and_no_block_is_lost_or_used_twice) {
   }
 }
 
+// A file in which every place is found by following the chain run by run.
+class SimpleFile {
+ public:
+  explicit SimpleFile(std::string bytes) : bytes_(std::move(bytes)) {}
+
+  const std::string& bytes() const { return bytes_; }
+
+  std::uint32_t write_new(const std::string& text) {
+    const std::uint32_t first = take(blocks_of(text));
+    write(first, text);
+    return first;
+  }
+
+  std::uint32_t replace(std::uint32_t first, const std::string& text) {
+    const std::uint32_t count = (at(first * kBlock + 4) - 1) / kBlock + 1;
+    const bool fits = blocks_of(text) == count;
+    const std::uint32_t place = fits ? first : take(blocks_of(text));
+    write(place, text);
+    if (!fits) {
+      put(first * kBlock, {at(0), count});
+      put(0, {first});
+    }
+    return place;
+  }
+
+ private:
+  static constexpr std::uint32_t kBlock = 512;
+
+  static std::uint32_t blocks_of(const std::string& text) {
+    return static_cast<std::uint32_t>(text.size() + 7) / kBlock + 1;
+  }
+  std::uint32_t at(std::uint32_t offset) const { return read_le32(bytes_, offset); }
+  void put(std::uint32_t offset, std::initializer_list<std::uint32_t> numbers) {
+    for (const std::uint32_t number : numbers) {
+      bytes_.replace(offset, 4, le32(number));
+      offset += 4;
+    }
+  }
+
+  std::uint32_t take(std::uint32_t blocks) {
+    std::uint32_t link = 0;
+    std::uint32_t run = at(link);
+    for (; run * kBlock < bytes_.size() && at(run * kBlock + 4) < blocks; run = at(link)) {
+      link = run * kBlock;
+    }
+    const bool at_end = run * kBlock >= bytes_.size();
+    const std::uint32_t rest = at_end ? 0 : at(run * kBlock + 4) - blocks;
+    if (rest != 0) put((run + blocks) * kBlock, {at(run * kBlock), rest});
+    put(link, {at_end || rest != 0 ? run + blocks : at(run * kBlock)});
+    return run;
+  }
+
+  void write(std::uint32_t first, const std::string& text) {
+    const std::size_t start = first * kBlock;
+    bytes_.resize(std::max(bytes_.size(), start + 8 + text.size()));
+    const std::string header = {'\xFF', '\xFF', 8, 0};
+    bytes_.replace(start, 8 + text.size(),
+                   header + le32(static_cast<std::uint32_t>(text.size() + 8)) + text);
+  }
+
+  std::string bytes_;
+};
+
+// Chains of some hundred runs that go up, down and to and fro, with large runs here and there.
+TEST(MemoHistory, a_long_chain_gives_out_the_same_blocks_as_a_walk_run_by_run) {
+  constexpr std::size_t kMemos = 900;
+  for (const std::uint32_t mode : {0u, 2u}) {
+    const TemporaryFolder folder;
+    write_file(folder.file("T.DBF"), memo_table(0x03, 1, {}));
+    VqBlock block = memo_block(2);
+    ASSERT_EQ(0, lib.dTcreat(&block, folder.file("T").c_str()));
+    SimpleFile simple(read_file(folder.file("T.DBT")));
+    MemoFile file(block, folder.file("T"), MemoFile::Layout::dbase4, mode);
+    std::mt19937 random(mode);
+    std::vector<std::string> references(kMemos, kNoMemo);
+    const auto text_of_blocks = [](std::size_t blocks) {
+      return std::string(blocks * 512 - 100, static_cast<char>('a' + blocks));
+    };
+    for (std::string& reference : references) {
+      const std::string text = text_of_blocks(1);
+      ASSERT_EQ(0, file.write_new(text, reference));
+      ASSERT_EQ(simple.write_new(text), block_of(reference));
+    }
+    for (std::size_t i = 0; i < 3 * kMemos; ++i) {
+      const std::size_t places[] = {i, 2 * kMemos - 1 - i, random() % kMemos};
+      std::string& reference = references[places[i / kMemos]];
+      const std::string text = text_of_blocks(2 + i / kMemos + (random() % 8 == 0 ? 5 : 0));
+      const std::uint32_t expected = simple.replace(block_of(reference), text);
+      ASSERT_EQ(0, file.replace(text, reference)) << block.detail;
+      ASSERT_EQ(expected, block_of(reference)) << i;
+    }
+    EXPECT_TRUE(simple.bytes() == read_file(folder.file("T.DBT")));
+  }
+}
+
 }  // namespace
