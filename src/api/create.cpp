@@ -1,5 +1,6 @@
 #include "api/create.h"
 
+#include <algorithm>
 #include <array>
 #include <string>
 
@@ -134,11 +135,15 @@ Result create(VqBlock& block, const char* name, std::int32_t count, const char* 
   NewFiles files(block, name);
   Result result = table.add_described(count, fields);
   if (ok(result)) result = files.make(table, nullptr);
-  if (ok(result)) result = files.put_in_place();
   if (!ok(result)) return result;
-  for (const char* extension : kStaleExtensions) {
-    (void)platform::remove(platform::resolve(replace_extension(name, extension)));
-  }
+  // Where the new files are in their places, nothing may fail any more.
+  std::array<std::string, kStaleExtensions.size()> stale;
+  std::ranges::transform(kStaleExtensions, stale.begin(), [&](const char* extension) {
+    return platform::resolve(replace_extension(name, extension));
+  });
+  result = files.put_in_place();
+  if (!ok(result)) return result;
+  for (const std::string& path : stale) (void)platform::remove(path);
   return Result::ok;
 }
 

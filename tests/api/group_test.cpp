@@ -132,71 +132,6 @@ TEST_F(Group, refuses_stale_and_foreign_copies) {
       EXPECT_EQ(codes(-10, test.detail), codes(test.call(&copy), orders_.block));
     }
   }
-  ASSERT_EQ(0, lib.DBclose(database_));
-  for (const MemberCall& test : kMemberCalls) {
-    EXPECT_EQ(codes(-10, test.detail), codes(test.call(&live), orders_.block));
-  }
-  database_ = nullptr;
-}
-
-TEST_F(Group, refuses_closed_databases_in_every_operation) {
-  using Call = std::int32_t (*)(VqDatabase*);
-  struct Case {
-    std::int32_t detail;
-    Call call;
-  };
-  const Case cases[] = {
-      {6120, [](VqDatabase* d) { return lib.DBclose(d); }},
-      {6130,
-       [](VqDatabase* d) {
-         VqMember member;
-         return lib.GRPmember(d, 1, nullptr, nullptr, &member);
-       }},
-      {6200, [](VqDatabase* d) { return lib.DBapprec(d, record_bytes, &found); }},
-      {6210, [](VqDatabase* d) { return lib.DBupdrec(d, 1, record_bytes); }},
-      {6220, [](VqDatabase* d) { return lib.DBdelrec(d, 1); }},
-      {6230, [](VqDatabase* d) { return lib.DBrclrec(d, 1); }},
-      {6240, [](VqDatabase* d) { return lib.DBflush(d); }},
-      {6250, [](VqDatabase* d) { return lib.DBrecsta(d, 1); }},
-      {6270,
-       [](VqDatabase* d) {
-         return lib.DBgetmemo(d, "0000000001", 0, 1, key_bytes, &number, &number);
-       }},
-      {6270, [](VqDatabase* d) { return lib.DBmemosize(d, "0000000001", &number); }},
-      {6270, [](VqDatabase* d) { return lib.DBmemotype(d, "0000000001", &number); }}};
-  for (const Case& test : cases) EXPECT_EQ(VQ_E_BAD_HANDLE, test.call(nullptr));
-  ASSERT_EQ(0, lib.DBclose(database_));
-  for (const Case& test : cases) {
-    EXPECT_EQ(codes(-10, test.detail), codes(test.call(database_), orders_.block));
-  }
-  database_ = nullptr;
-}
-
-TEST_F(Group, refuses_missing_arguments) {
-  const VqMember member = order_member(database_, orders_, 0);
-  VqBlock* const block = &orders_.block;
-  VqDatabase* out = nullptr;
-  const std::int32_t results[] = {
-      lib.DBopen(nullptr, "A", 0, 1, 1, 0, nullptr, &out, nullptr),
-      lib.DBopen(block, nullptr, 0, 1, 1, 0, nullptr, &out, nullptr),
-      lib.DBopen(block, "A", 0, 1, 1, 0, nullptr, nullptr, nullptr),
-      lib.DBuse(block, "A", 0, nullptr),
-      lib.DBcreat(block, "A", 1, nullptr),
-      lib.DBapprec(database_, nullptr, &found),
-      lib.DBupdrec(database_, 1, nullptr),
-      lib.DBgetrec(&member, nullptr, record_bytes, &found),
-      lib.DBgetrec(&member, key_bytes, nullptr, &found),
-      lib.DBnextrec(&member, record_bytes, &found, nullptr),
-      lib.DBnextrec(&member, record_bytes, nullptr, key_bytes),
-      lib.DBrewind(nullptr),
-      lib.DBkeylen(&member, nullptr),
-      lib.GRPmember(database_, 1, nullptr, nullptr, nullptr),
-      lib.DBmemomem(block, nullptr, &number),
-      lib.DBoptimize(nullptr, "A"),
-  };
-  for (std::size_t i = 0; i < std::size(results); ++i) {
-    EXPECT_EQ(VQ_E_RANGE, results[i]) << "call " << i;
-  }
 }
 
 TEST_F(Group, answers_questions_through_the_driver) {
@@ -250,9 +185,7 @@ TEST(FieldText, is_taken_out_of_either_form_of_a_record) {
   ASSERT_EQ(0, lib.DBexfield(table, record.data() + 1, "DUE", text));
   EXPECT_STREQ("19900107", text);
   EXPECT_EQ("-4/222", codes(lib.DBexfield(table, record.data(), "NOBODY", text), orders.block));
-  EXPECT_EQ(VQ_E_RANGE, lib.DBexfield(table, nullptr, "DUE", text));
   EXPECT_EQ(0, lib.dDclose(table));
-  EXPECT_EQ("-10/221", codes(lib.DBexfield(table, record.data(), "DUE", text), orders.block));
 }
 
 }  // namespace

@@ -202,6 +202,7 @@ TEST(Numbers, memo_fields_hold_a_block_number_or_nothing) {
 
 TEST(Numbers, texts_are_cut_and_filled_to_the_field) {
   char text[7] = "------";
+  EXPECT_EQ(-4, lib.dUatocf("AB", -1, text));
   EXPECT_EQ(0, lib.dUatocf("AB", 4, text));
   EXPECT_STREQ("AB  --", text);
   EXPECT_EQ(0, lib.dUatocf("ABCDEF", 3, text));

@@ -58,32 +58,4 @@ TEST(Settings, version_is_told) {
   EXPECT_STREQ("6.00", text);
 }
 
-TEST(Settings, null_arguments_are_refused) {
-  VqBlock block = {};
-  char bytes[16] = {};
-  int32_t m = 0;
-  EXPECT_EQ(-4, lib.dU3itodf(&block, 1, 1, 1995, nullptr));
-  EXPECT_EQ(-4, lib.dUdfto3i(nullptr, &m, &m, &m));
-  EXPECT_EQ(-4, lib.dUdfto3i("19950101", &m, nullptr, &m));
-  EXPECT_EQ(-4, lib.dU3itodk(nullptr, 2, 1, 1, 1995, nullptr));
-  EXPECT_EQ(-4, lib.dUdftodk(&block, 2, nullptr, bytes));
-  EXPECT_EQ(-4, lib.dUdkto3i(2, nullptr, &m, &m, &m));
-  EXPECT_EQ(-4, lib.dUJto3i(1, nullptr, &m, &m));
-  EXPECT_EQ(-4, lib.dUatoJ(&block, nullptr));
-  EXPECT_EQ(-4, lib.dUatoJ(nullptr, "01/01/95"));
-  EXPECT_EQ(-4, lib.dUdtonk(2, 1, nullptr));
-  EXPECT_EQ(-4, lib.dUnftonk(&block, 2, nullptr, 1, bytes));
-  EXPECT_EQ(-4, lib.dUnktoa(2, bytes, 5, 1, nullptr));
-  EXPECT_EQ(-4, lib.dUnftod(nullptr, 1, nullptr));
-  EXPECT_EQ(-4, lib.dUatonf(&block, nullptr, 5, 1, bytes));
-  EXPECT_EQ(-4, lib.dUdtonf(&block, 1, 5, 1, nullptr));
-  EXPECT_EQ(-4, lib.dUfldtoa(nullptr, 1, bytes));
-  EXPECT_EQ(-4, lib.dUatocf("A", -1, bytes));
-  EXPECT_EQ(-4, lib.dUcheck_mfld(nullptr));
-  EXPECT_EQ(-4, lib.dUinitmf(nullptr));
-  EXPECT_EQ(-4, lib.dUtoday(&m, &m, nullptr));
-  EXPECT_EQ(-4, lib.dUtmpdir(nullptr, "X"));
-  EXPECT_EQ(nullptr, lib.dUversion(nullptr));
-}
-
 }  // namespace

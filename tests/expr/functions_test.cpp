@@ -251,11 +251,6 @@ TEST(TextFunctions, exported_ones_trim_and_pad) {
               c.pad(c.text, c.width, c.fill, out));
     EXPECT_STREQ(c.padded, out);
   }
-  EXPECT_EQ(nullptr, lib.fLTRIM(nullptr, out));
-  EXPECT_EQ(nullptr, lib.fRTRIM("", nullptr));
-  EXPECT_EQ(nullptr, lib.fALLTRIM(nullptr, out));
-  EXPECT_EQ(-4, lib.fPADL(nullptr, 3, "", out));
-  EXPECT_EQ(-4, lib.fPADC("", 3, "", nullptr));
 }
 
 // ---- Records

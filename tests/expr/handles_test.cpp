@@ -147,23 +147,4 @@ TEST(ExpressionHandles, evaluating_parses_runs_and_frees) {
   EXPECT_EQ("-31/5004", codes(evaluate("1 / 0"), bound.block));
 }
 
-TEST(ExpressionHandles, null_arguments_are_refused) {
-  BoundTable bound;
-  const Program parsed(bound, "NAME");
-  VqBlock* const block = &bound.block;
-  const char* const record = bound.record.data();
-  VqExpr* expr = nullptr;
-  char type = 0;
-  std::int32_t length = 0;
-  char buffer[100];
-  EXPECT_EQ(-4, lib.dEparse(nullptr, "1", nullptr, &expr, &type, &length));
-  EXPECT_EQ(-4, lib.dEparse(block, "1", nullptr, nullptr, &type, &length));
-  EXPECT_EQ(-4, lib.dEparse(block, "1", nullptr, &expr, nullptr, &length));
-  EXPECT_EQ(-4, lib.dEparse(block, "1", nullptr, &expr, &type, nullptr));
-  EXPECT_EQ(-4, lib.dErun(nullptr, parsed.expr, record, 0, 0, buffer, &length));
-  EXPECT_EQ(-4, lib.dErun(block, parsed.expr, record, 0, 0, nullptr, &length));
-  EXPECT_EQ(-4, lib.dErun(block, parsed.expr, record, 0, 0, buffer, nullptr));
-  EXPECT_EQ(-4, lib.dEeval(block, "1", nullptr, record, nullptr, &type, &length));
-}
-
 }  // namespace

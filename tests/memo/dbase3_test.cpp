@@ -113,8 +113,6 @@ TEST_F(Dbase3Memo, what_cannot_be_written_or_read_is_refused) {
   char buffer[8] = {};
   EXPECT_EQ("-4/2283",
             codes(lib.dTupdmm3(memo.handle(), 0, 0, "", reference.data(), &moved), block_));
-  block_.detail = 0;
-  EXPECT_EQ("-4/2283", codes(lib.dTputmm3(memo.handle(), nullptr, reference.data()), block_));
   EXPECT_EQ(kNoMemo, reference);
   EXPECT_EQ("-4/10162", codes(lib.dTmemsz3(memo.handle(), kNoMemo.c_str(), &length), block_));
   EXPECT_EQ("-17/2243", codes(lib.dTmemsz3(memo.handle(), "0000000001", &length), block_));

@@ -175,11 +175,17 @@ void World::keep() {
   for (const std::string& name : group.folder.list()) files_[name] = read_file(group.file(name));
 }
 
-void World::restore() {
+bool World::restore() {
+  bool same = true;
   for (const std::string& name : group.folder.list()) {
-    if (files_.count(name) == 0) std::filesystem::remove(group.file(name));
+    if (files_.count(name) == 0) same = !std::filesystem::remove(group.file(name));
   }
-  for (const auto& [name, bytes] : files_) write_file(group.file(name), bytes);
+  for (const auto& [name, bytes] : files_) {
+    if (file_exists(group.file(name)) && read_file(group.file(name)) == bytes) continue;
+    write_file(group.file(name), bytes);
+    same = false;
+  }
+  return same;
 }
 
 // Table and memo file by themselves: what belongs to a pack that was cut off opens as no group.

@@ -25,7 +25,7 @@ class World {
   explicit World(std::uint32_t kind);
 
   void keep();
-  void restore();
+  bool restore();  // whether they were what they had been
   Atoms read();
   // Errors that the check finds, but for those codes, and for keys of records that `may_differ`.
   std::string errors(const std::set<std::int32_t>& allowed,

@@ -416,13 +416,4 @@ TEST(Detach, clears_the_production_flag_only) {
   EXPECT_EQ("-17/101", codes(lib.dDapart(&scratch.block, scratch.name.c_str()), scratch.block));
 }
 
-TEST(Maintenance, null_names_are_refused) {
-  VqBlock block = block_of_kind(1);
-  EXPECT_EQ(-4, lib.dDcmpstr(&block, "A", nullptr));
-  EXPECT_EQ(-4, lib.dDcat(&block, nullptr, "A"));
-  EXPECT_EQ(-4, lib.dDpack(&block, nullptr));
-  EXPECT_EQ(-4, lib.dDapart(&block, nullptr));
-  EXPECT_EQ(-4, lib.dDpack(nullptr, "A"));
-}
-
 }  // namespace
