@@ -79,20 +79,42 @@ TEST(KeyOrder, kinds_compare_over_the_whole_key) {
                                         {packed(123), 9}});
 }
 
+// In rows of every length, of keys that are equal, or so at their front.
 TEST(KeyOrder, bounds_enclose_equal_keys) {
-  const std::string row = "AACCCEEGG";
-  const KeyRow keys{bytes(row), 1, 9};
-  const KeyOrder& order = key_order(KeyKind::text, false);
-  struct Case {
-    const char* key;
-    std::uint32_t lower, upper;
-  };
-  for (const Case& c : {Case{"@", 0, 0}, Case{"A", 0, 2}, Case{"B", 2, 2}, Case{"C", 2, 5},
-                        Case{"G", 7, 9}, Case{"H", 9, 9}}) {
-    EXPECT_EQ(c.lower, order.lower_bound(keys, bytes(c.key), 1)) << c.key;
-    EXPECT_EQ(c.upper, order.upper_bound(keys, bytes(c.key), 1)) << c.key;
+  const struct {
+    KeyKind kind;
+    std::vector<std::string> keys;
+  } cases[] = {
+      {KeyKind::text, {"A", "B", "a", "\xC4"}},
+      {KeyKind::text, {"AAAAAAAA 1", "AAAAAAAA 2", "AAAAAAAB 1", "B         ", "\xC4       1 "}},
+      {KeyKind::collated_text, {"A1", "a1", "B1", "Z1"}},
+      {KeyKind::number, {number(-2), number(-0.0), number(0), number(256)}},
+      {KeyKind::packed_number, {packed(-2), packed(0), packed(8)}}};
+  for (const auto& [kind, keys] : cases) {
+    for (const bool descending : {false, true}) {
+      const KeyOrder& order = key_order(kind, descending);
+      const std::size_t length = keys[0].size();
+      std::vector<std::string> row;
+      for (std::size_t count = 0; count < 40; ++count) {
+        std::string all;
+        for (const std::string& key : row) all += key.substr(0, length);
+        for (const std::string& key : keys) {
+          const auto bound = [&](int limit) {
+            return std::ranges::count_if(row, [&](const std::string& one) {
+              return order.compare(bytes(one), bytes(key), length) < limit;
+            });
+          };
+          const KeyRow there{bytes(all), length, static_cast<std::uint32_t>(count)};
+          EXPECT_EQ(bound(0), order.lower_bound(there, bytes(key), length)) << count;
+          EXPECT_EQ(bound(1), order.upper_bound(there, bytes(key), length)) << count;
+        }
+        row.push_back(keys[count * 7 % 11 % keys.size()]);
+        std::ranges::stable_sort(row, [&](const std::string& a, const std::string& b) {
+          return order.compare(bytes(a), bytes(b), length) < 0;
+        });
+      }
+    }
   }
-  EXPECT_EQ(0u, order.lower_bound({bytes(row), 1, 0}, bytes("A"), 1));
 }
 
 std::string entry(std::uint32_t recno, const std::string& key) {
