@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 #include <utility>
-#include <vector>
 
 #include "api/entered_files.h"
 #include "api/first_failure.h"
@@ -11,6 +10,7 @@
 #include "api/group.h"
 #include "api/index_kinds.h"
 #include "api/key_moves.h"
+#include "api/new_keys.h"
 #include "api/record_keys.h"
 #include "memo/memo.h"
 #include "table/locks.h"
@@ -22,11 +22,6 @@ namespace {
 constexpr Operation kAppend{620};
 constexpr Operation kUpdate{621};
 constexpr Operation kFlushMember{634};
-
-// Inside the bracket of the record operation.
-constexpr bool kBracketed = false;
-
-using KeyBuffers = std::vector<KeyBuffer, PlatformAllocator<KeyBuffer>>;
 
 bool is_shared(const table::Table& table) {
   return (table::open_mode_of(table) & open_mode::kShared) != 0;
@@ -70,26 +65,6 @@ class RecordLock {
   std::uint32_t recno_;
   bool taken_ = false;
 };
-
-// Inserts the keys of a record that the table has just taken.
-Result insert_keys(Database& database, const Byte* record, std::uint32_t recno, KeyBuffer& key) {
-  VqBlock& block = database.owner_block();
-  for (Member& member : database.members) {
-    if (!member.carries_keys()) continue;
-    bool has = false;
-    Result result = belongs(block, member, record, has);
-    if (ok(result) && !has) continue;
-    if (ok(result)) result = build_key(block, member, record, key);
-    if (!ok(result)) return result;
-    if (member.driver().putkey == nullptr) return Result::no_driver;
-    result = member.driver().putkey(*member.index, key.bytes.data(), recno, kBracketed);
-    // A unique index may hold the key already; the record stays.
-    if (!ok(result) && result != Result::duplicate_key && !is_dropped(member, result)) {
-      return result;
-    }
-  }
-  return Result::ok;
-}
 
 // Appends under the append lock, which is held until the last key is in, so that no other appender
 // comes between record and keys. The table's own append finds the lock held and leaves it.
@@ -242,22 +217,20 @@ Result append_record(Database& database, const void* record, std::uint32_t& recn
     return result;
   }
   const std::size_t length = table::record_length(table);
-  KeyBuffers key;
   platform::Bytes whole;
   const bool complete = !fields_only(block);
   if (!complete) whole = platform::allocate_bytes(length);
-  if ((!complete && whole == nullptr) || !has_memory([&] { key.resize(1); })) {
-    return fail(block, Result::no_memory, kAppend.detail(1));
-  }
+  if (!complete && whole == nullptr) return fail(block, Result::no_memory, kAppend.detail(1));
   if (!complete) complete_record(record, length, whole.get());
   const auto* const full = complete ? static_cast<const Byte*>(record) : whole.get();
   EnteredFiles files(database);
   files.want_all();
   Result result = files.enter();
   if (ok(result)) result = follow_tags(database);
+  NewKeys keys(database);
+  if (ok(result) && !keys.reserve()) result = fail(block, Result::no_memory, kAppend.detail(1));
   if (ok(result)) {
-    result = append_and_insert(database, record, recno,
-                               [&] { return insert_keys(database, full, recno, key.front()); });
+    result = append_and_insert(database, record, recno, [&] { return keys.insert(full, recno); });
   }
   return files.leave_after(result);
 }

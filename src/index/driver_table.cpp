@@ -9,6 +9,7 @@
 #include "index/ndx/ndx_describe.h"
 #include "index/ndx/ndx_open.h"
 #include "index/open/index_file.h"
+#include "index/open/key_place.h"
 #include "index/open/key_tree.h"
 
 namespace vqdb::index {
@@ -155,6 +156,7 @@ constexpr Bracket kBracket = {
            bool bracketed) {
           return update_key(index.key_tree(), old_key, new_key, recno, bracketed);
         },
+    .putat = put_key_at,
     .datek = nullptr,
     .haskey = [](Index& index, const void* key, std::uint32_t recno,
                  bool* has) { return holds_entry(index.key_tree(), key, recno, *has); },

@@ -13,6 +13,7 @@
 
 namespace vqdb::index {
 
+struct KeyPlace;
 class Index;  // an index file or a tag; derives from HandleHead
 
 // The rows, in order.
@@ -60,6 +61,8 @@ struct Bracket {
   // An old key that is missing is -5, and then nothing goes in.
   Result (*updkey)(Index&, const void* old_key, const void* new_key, std::uint32_t recno,
                    bool bracketed);
+  // Puts a key at its place (open/key_place.h), or looks for the place where none was found.
+  Result (*putat)(const KeyPlace& place, std::uint32_t recno, bool bracketed);
   // Tells that the keys are dates, where a file may leave that open; null where none does.
   void (*datek)(Index&);
   // Whether exactly this key and record number are there. The position stays.

@@ -27,9 +27,12 @@ Result holds_key(KeyTree& keys, Path path, const Byte* key, bool& holds) {
 }
 
 Result insert_entry(KeyTree& keys, const Byte* key, std::uint32_t recno,
-                    std::int32_t duplicate_detail) {
-  Path path;
-  if (const Result result = keys.tree.find(key, path); !ok(result)) return result;
+                    std::int32_t duplicate_detail, const Path* place = nullptr) {
+  Path found;
+  if (place == nullptr) {
+    if (const Result result = keys.tree.find(key, found); !ok(result)) return result;
+  }
+  const Path& path = place != nullptr ? *place : found;
   if (keys.unique) {
     bool holds = false;
     if (const Result result = holds_key(keys, path, key, holds); !ok(result)) return result;
@@ -115,13 +118,14 @@ Result change(KeyTree& keys, Operation operation, bool bracketed, Change work) {
 
 }  // namespace
 
-Result put_key(KeyTree& keys, const void* key, std::uint32_t recno, bool bracketed) {
+Result put_key(KeyTree& keys, const void* key, std::uint32_t recno, bool bracketed,
+               const Path* place) {
   const Operation operation = keys.operations.put;
   if (const Result result = check(keys, operation, has_place(keys, key), recno); !ok(result)) {
     return result;
   }
   return change(keys, operation, bracketed, [&] {
-    return insert_entry(keys, static_cast<const Byte*>(key), recno, operation.detail(4));
+    return insert_entry(keys, static_cast<const Byte*>(key), recno, operation.detail(4), place);
   });
 }
 

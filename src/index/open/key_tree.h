@@ -106,8 +106,9 @@ Result check_language(KeyTree& keys, bool descending, std::int32_t detail);
 // (read-only), 4 (put: a unique index holds the key, which is Result::duplicate_key; remove,
 // update: no such entry, -5; for update 5 is the duplicate). A change runs inside a bracket of its
 // own, or, without `bracketed`, inside the caller's; outside any a shared file refuses it (-35,
-// digit 6).
-Result put_key(KeyTree& keys, const void* key, std::uint32_t recno, bool bracketed = true);
+// digit 6). Where the key belongs need not be looked for where the caller knows the place.
+Result put_key(KeyTree& keys, const void* key, std::uint32_t recno, bool bracketed = true,
+               const Path* place = nullptr);
 Result remove_key(KeyTree& keys, const void* key, std::uint32_t recno, bool bracketed = true);
 // The new key goes in before the old one goes out; where the old one is missing nothing goes in.
 Result update_key(KeyTree& keys, const void* old_key, const void* new_key, std::uint32_t recno,

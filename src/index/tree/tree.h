@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <span>
 
 #include "frame/result.h"
 #include "index/keys/key_order.h"
@@ -73,9 +74,18 @@ class Tree {
   // Where the key is, or would be inserted: the first entry equal to or above it. In the path's
   // leaf it may be the place behind the last entry; step_to_entry goes on from there.
   Result find(const Byte* key, Path& path);
+  // find() for several keys, each in a tree of its own or all in one. Goes down level by level with
+  // all of them, so that the processor fetches the pages of one while it searches those of the
+  // others. After a failure no path counts.
+  struct Search {
+    Tree* tree = nullptr;
+    const Byte* key = nullptr;
+    Path path;
+    PageNumber next = 0;  // page; 0 in the leaf
+  };
+  static Result find_together(std::span<Search> searches);
   // Where several keys are: the record number of the first entry with each key, as far as their own
-  // leaf tells, and otherwise 0. Goes down level by level with all, so that the processor fetches
-  // the pages of one while it searches those of the others.
+  // leaf tells, and otherwise 0.
   static constexpr std::uint32_t kGroup = 16;
   Result find_group(const Byte* keys, std::uint32_t count, std::uint32_t* recnos);
   // The last entry equal to or below the key; found is false when there is none.
@@ -125,6 +135,7 @@ class Tree {
   enum class End : std::uint8_t { first, middle, last };
 
   Result fetch(PageNumber number, PageCache::Frame& frame);
+  Result go_down(Search& search);
   Page page(PageCache::Frame frame) { return Page(layout_, cache_.image(frame)); }
   Result descend(KeyOrder::Bound bound, const Byte* key, Path& path);
   Result descend(PageNumber start, End end, Path& path);

@@ -48,29 +48,53 @@ Result Tree::descend(PageNumber number, End end, Path& path) {
 
 Result Tree::find(const Byte* key, Path& path) { return descend(order_->lower_bound, key, path); }
 
-Result Tree::find_group(const Byte* keys, std::uint32_t count, std::uint32_t* recnos) {
-  std::array<PageNumber, kGroup> at;
-  at.fill(root_);
-  std::uint32_t under_way = count;
+// One level further.
+Result Tree::go_down(Search& search) {
+  PageCache::Frame frame = 0;
+  if (const Result result = fetch(search.next, frame); !ok(result)) return result;
+  const Page node = page(frame);
+  const std::uint32_t slot = order_->lower_bound(node.keys(), search.key, layout_.key_length);
+  search.path.steps[search.path.depth++] = {search.next, slot};
+  search.next = node.count() == 0 || node.is_leaf() ? 0 : node.child(slot);
+  if (search.next != 0) cache_.prefetch(cache_.home_of(search.next));
+  return Result::ok;
+}
+
+Result Tree::find_together(std::span<Search> searches) {
+  std::size_t under_way = searches.size();
+  for (Search& search : searches) {
+    search.next = search.tree->root_;
+    search.path.depth = 0;
+  }
   for (std::uint32_t level = 0; level < kMaxDepth && under_way > 0; ++level) {
-    for (std::size_t i = 0; i < count; ++i) {
-      if (at[i] == 0) continue;
-      const Byte* const key = keys + i * layout_.key_length;
-      PageCache::Frame frame = 0;
-      if (const Result result = fetch(at[i], frame); !ok(result)) return result;
-      const Page node = page(frame);
-      const std::uint32_t slot = order_->lower_bound(node.keys(), key, layout_.key_length);
-      const bool is_last = node.count() == 0 || node.is_leaf();
-      at[i] = is_last ? 0 : node.child(slot);
-      cache_.prefetch(cache_.home_of(at[i]));
-      if (!is_last) continue;
-      --under_way;
-      const bool holds =
-          slot < node.count() && order_->compare(node.key(slot), key, layout_.key_length) == 0;
-      recnos[i] = holds ? node.recno(slot) : 0;
+    for (Search& search : searches) {
+      if (search.next == 0) continue;
+      if (const Result result = search.tree->go_down(search); !ok(result)) return result;
+      if (search.next == 0) --under_way;
     }
   }
-  return under_way == 0 ? Result::ok : fail(block_, Result::page_error, kSearch.detail(3));
+  if (under_way == 0) return Result::ok;
+  return fail(searches.front().tree->block_, Result::page_error, kSearch.detail(3));
+}
+
+Result Tree::find_group(const Byte* keys, std::uint32_t count, std::uint32_t* recnos) {
+  std::array<Search, kGroup> group;
+  const std::span<Search> searches = std::span(group).first(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    group[i].tree = this;
+    group[i].key = keys + i * layout_.key_length;
+  }
+  if (const Result result = find_together(searches); !ok(result)) return result;
+  for (const Search& search : searches) {
+    PageCache::Frame frame = 0;
+    const Path::Step& at = search.path.leaf();
+    if (const Result result = fetch(at.page, frame); !ok(result)) return result;
+    const Page leaf = page(frame);
+    const bool holds = at.slot < leaf.count() &&
+                       order_->compare(leaf.key(at.slot), search.key, layout_.key_length) == 0;
+    *recnos++ = holds ? leaf.recno(at.slot) : 0;
+  }
+  return Result::ok;
 }
 
 Result Tree::find_last(const Byte* key, Path& path, bool& found) {
