@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <utility>
 
 #include "platform/fault.h"
@@ -45,6 +46,22 @@ std::span<const Piece> first_half(std::span<const Piece> pieces,
     left -= half[count].size;
   }
   return std::span(half).first(count);
+}
+
+// Few bytes are copied together sooner than a system takes them in pieces.
+Outcome write_together(system::Handle file, std::uint64_t offset, std::span<const Piece> pieces,
+                       std::size_t& moved) {
+  constexpr std::size_t kFewBytes = 1024;
+  const std::size_t size = total_size(pieces);
+  if (pieces.size() == 1) return system::write_file(file, offset, pieces[0].data, size, moved);
+  if (size > kFewBytes) return system::write_pieces(file, offset, pieces, moved);
+  std::array<char, kFewBytes> bytes;
+  std::size_t filled = 0;
+  for (const Piece& piece : pieces) {
+    std::memcpy(bytes.data() + filled, piece.data, piece.size);
+    filled += piece.size;
+  }
+  return system::write_file(file, offset, bytes.data(), size, moved);
 }
 
 // One read through the seam: `system` (moved) does it.
@@ -193,15 +210,18 @@ Outcome File::write_pieces(std::uint64_t offset, std::span<const Piece> pieces,
   std::array<Piece, kMaxPieces> half;
   const auto sent = seam == Verdict::cut_short ? first_half(pieces, half) : pieces;
   std::size_t moved = 0;
-  const Outcome outcome = seam == Verdict::fail
-                              ? injected(Call::write)
-                              : system::write_pieces(handle_, offset, sent, moved);
+  const Outcome outcome =
+      seam == Verdict::fail ? injected(Call::write) : write_together(handle_, offset, sent, moved);
   if (transferred != nullptr) *transferred = moved;
   return complete_write(outcome, moved, total_size(pieces));
 }
 
 Outcome File::size(std::uint64_t& bytes) {
   return pass(Call::size, [&] { return system::file_size(handle_, bytes); });
+}
+
+Outcome File::size_under_lock(std::uint64_t& bytes) {
+  return pass(Call::size, [&] { return system::file_end(handle_, bytes); });
 }
 
 Outcome File::identity(FileIdentity& identity) {

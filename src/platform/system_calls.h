@@ -37,6 +37,8 @@ Outcome write_pieces(Handle file, std::uint64_t offset, std::span<const Piece> p
                      std::size_t& moved);
 
 Outcome file_size(Handle file, std::uint64_t& bytes);
+// The size without a look at the times.
+Outcome file_end(Handle file, std::uint64_t& bytes);
 Outcome file_identity(Handle file, FileIdentity& identity);
 Outcome count_names(Handle file, std::uint32_t& count);
 Outcome path_identity(const std::string& path, FileIdentity& identity);

@@ -76,7 +76,9 @@ Result refresh_count(Table& table) {
 
 Result check_stored(Table& table, std::uint32_t recno) {
   std::uint64_t bytes = 0;
-  if (!table.records.file.size(bytes).ok()) {
+  platform::File& file = table.records.file;
+  const bool is_locked = table.locks.append || table.locks.count() > 0;
+  if (!(is_locked ? file.size_under_lock(bytes) : file.size(bytes)).ok()) {
     return fail(table.block, Result::io, kReccnt.detail(4));
   }
   return bytes >= table.records.offset_of(recno + 1) ? Result::ok

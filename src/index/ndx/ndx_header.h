@@ -12,7 +12,7 @@
 namespace vqdb::index {
 
 inline constexpr std::uint32_t kNdxPageBytes = 512;
-inline constexpr PageGrid kNdxPageGrid = {kNdxPageBytes, kNdxPageBytes, 1};
+inline constexpr PageGrid kNdxPageGrid = {kNdxPageBytes, kNdxPageBytes, 1, true};
 inline constexpr std::size_t kMaxNdxExpression = 240;
 inline constexpr std::uint32_t kMaxNdxTextKey = 100;
 inline constexpr std::uint32_t kNdxEntryHead = 8;  // child page and record number before the key

@@ -106,9 +106,11 @@ bool IndexFile::is_as_known() {
   return !stale_;
 }
 
-bool IndexFile::may_read() {
+// Who changes the file has its time noted before he writes the first byte, so that what was read
+// before a look which finds no change is what the look before that one stood for.
+bool IndexFile::holds_still() {
   if (!is_shared() || brackets_ == 0 || held_ != Lock::none || lock_is_callers_) return true;
-  const bool unchanged = ok(take_lock(Lock::shared)) && watch_.is_unchanged();
+  const bool unchanged = watch_.is_unchanged();
   if (!unchanged) stale_ = overtaken_ = true;
   return unchanged;
 }

@@ -44,8 +44,8 @@ class IndexFile : public PageStore {
   // Whether the work in the last bracket failed because others have changed the file meanwhile:
   // one for reading needs no lock as long as what is in memory suffices. The next one has a lock.
   bool was_overtaken() { return std::exchange(overtaken_, false); }
-  // Takes the lock that a bracket for reading may have done without.
-  bool may_read() override;
+  // Whether what a bracket without a lock has read is of the time at which it began.
+  bool holds_still() override;
   // Whether what is in memory may be worked on now.
   bool is_entered() const { return !is_shared() || brackets_ > 0; }
 

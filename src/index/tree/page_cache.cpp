@@ -20,6 +20,11 @@ constexpr std::int32_t kForceFailed = 10194;
 // go by the same log.
 constexpr std::ptrdiff_t kFewAlone = 8;
 
+// So many pages are read alone when what was kept had to go, as somebody else keeps changing the
+// file; behind them these come at once, a page of the system's memory.
+constexpr std::uint32_t kLoadsAlone = 32;
+constexpr PageNumber kPagesAtOnce = 8;
+
 // With more of them the table of pages would outgrow its numbers.
 constexpr std::uint32_t kMostBuffers = 1u << 30;
 
@@ -75,10 +80,37 @@ Result PageCache::load(PageNumber page, Frame& frame) {
     return fail(block_, Result::page_error, kPages.detail(5));
   }
   if (const Result result = victim(page, frame); !ok(result)) return result;
-  const auto outcome = read_past(offset_of(page), {image(frame), page_bytes_});
+  const PageRun run = beside(page, frame);
+  const Frame first = frame - (page - run.first);
+  const auto outcome =
+      read_past(offset_of(run.first), {image(first), std::size_t{run.count} * page_bytes_});
   if (!outcome.ok()) return fail(block_, transfer_result(outcome), kPages.detail(2));
-  take_in(frame, page);
+  for (std::uint32_t i = 0; i < run.count; ++i) {
+    take_in(first + i, run.first + i);
+    frames_[first + i].referenced = first + i == frame;
+  }
   return Result::ok;
+}
+
+// Who reads on comes to the pages beside the one that he asks for, too: where their homes are
+// empty, which follow one another as the pages do, they come along.
+PageCache::PageRun PageCache::beside(PageNumber page, Frame frame) {
+  PageRun run = {page, 1};
+  if (!grid_.has_only_pages || ++loads_ <= kLoadsAlone || home_of(page) != frame) return run;
+  const auto is_free = [&](PageNumber other) {
+    const FrameState& home = frames_[home_of(other)];
+    return home_of(other) - frame == other - page && home.page == 0 && home.pins == 0 &&
+           !home.changed && find(other)->page != other;
+  };
+  const PageNumber group = page / kPagesAtOnce * kPagesAtOnce;
+  const PageNumber start = std::max(group, grid_.first);
+  while (run.first > start && is_free(run.first - 1)) --run.first;
+  // The last page may be cut short.
+  const PageNumber stop = std::min(group + kPagesAtOnce, std::max(store_.file_end(), 1u) - 1);
+  PageNumber end = page + 1;
+  while (end < stop && is_free(end)) ++end;
+  run.count = end - run.first;
+  return run;
 }
 
 // New pages are mostly numbered from the end of the file on, one by one.
@@ -328,8 +360,8 @@ Result PageCache::take_up_log(bool for_reading, bool& found) {
 }
 
 platform::Outcome PageCache::read_past(std::uint64_t offset, std::span<Byte> bytes) {
-  if (!store_.may_read()) return {platform::Error::other, 0};
   const auto outcome = file_.read_exactly(offset, bytes.data(), bytes.size());
+  if (!store_.holds_still()) return {platform::Error::other, 0};
   log_.patch(offset, bytes);
   return outcome;
 }
@@ -384,7 +416,7 @@ void PageCache::drop_all() {
     forget(listed_[i]);
     frames_[listed_[i]] = {};
   }
-  listed_count_ = hand_ = changed_count_ = 0;
+  listed_count_ = hand_ = changed_count_ = loads_ = 0;
 }
 
 }  // namespace vqdb::index

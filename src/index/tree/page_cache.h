@@ -148,6 +148,12 @@ class PageCache {
 
   Result fetch_away(PageNumber page, Frame& frame);
   Result load(PageNumber page, Frame& frame);
+  struct PageRun {
+    PageNumber first;
+    std::uint32_t count;
+  };
+  // What is read with the page, which goes into this frame: frames follow one another as pages do.
+  PageRun beside(PageNumber page, Frame frame);
   // Makes an empty frame the page's, in the hash table too where it is not the page's home.
   void take_in(Frame frame, PageNumber page);
   // An empty frame: the page's home where that is free, else the one that the hand finds.
@@ -193,6 +199,7 @@ class PageCache {
   platform::Array<Frame> changed_;
   PageNumber limit_ = 0;
   std::uint32_t buffers_ = 0;
+  std::uint32_t loads_ = 0;  // since all pages were forgotten
   std::uint32_t hand_ = 0;
   std::uint32_t listed_count_ = 0;
   std::uint32_t changed_count_ = 0;

@@ -18,14 +18,16 @@ struct PageGrid {
   std::uint32_t unit_bytes;
   std::uint32_t page_bytes;
   PageNumber first;
+  bool has_only_pages = false;  // from the first one on, each for good
 
   PageNumber step() const { return page_bytes / unit_bytes; }
 };
 
 class PageStore {
  public:
-  // Before bytes are read that are not in memory. Where it is false the operation has to fail.
-  virtual bool may_read() { return true; }
+  // After bytes were read that were not in memory: whether they belong to what is there. Where they
+  // do not the operation has to fail.
+  virtual bool holds_still() { return true; }
 
   // Under the file's lock, before a tree with pages from here is used: its root is the file's.
   virtual Result prepare() { return Result::ok; }

@@ -224,6 +224,13 @@ Outcome file_size(Handle file, std::uint64_t& bytes) {
   return {};
 }
 
+// No transfer goes by the position that this moves.
+Outcome file_end(Handle file, std::uint64_t& bytes) {
+  const off_t end = ::lseek(descriptor(file), 0, SEEK_END);
+  bytes = static_cast<std::uint64_t>(end);
+  return outcome_if(end >= 0);
+}
+
 Outcome file_identity(Handle file, FileIdentity& identity) {
   struct stat about = {};
   if (::fstat(descriptor(file), &about) != 0) return outcome_of(errno);

@@ -190,6 +190,8 @@ Outcome file_size(Handle file, std::uint64_t& bytes) {
   return {};
 }
 
+Outcome file_end(Handle file, std::uint64_t& bytes) { return file_size(file, bytes); }
+
 Outcome file_identity(Handle file, FileIdentity& identity) {
   BY_HANDLE_FILE_INFORMATION about = {};
   if (::GetFileInformationByHandle(handle_of(file), &about) == 0) {
