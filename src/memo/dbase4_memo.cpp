@@ -48,6 +48,7 @@ Result write_placed(Memo& memo, std::uint32_t length, Run old, Run& run, Write w
   const std::uint32_t blocks = blocks_for(length, memo.block_size);
   const Result taken = memo.free_chain.take(memo, blocks, old, placement);
   if (!ok(taken)) return taken;
+  if (memo.shared()) memo.watch.learn();
   const Result written = write(placement.run);
   if (!ok(written)) memo.free_chain.give_back(memo, placement);
   run = placement.run;

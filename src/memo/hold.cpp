@@ -17,9 +17,12 @@ Result Hold::take() {
   const Result result = patiently(
       block, [&] { return table::lock_whole_file(block, memo_.file, memo_.lock_scheme); });
   held_ = ok(result);
-  memo_.stale = true;
+  if (held_) memo_.stale = !is_as_known() || memo_.stale;
   return result;
 }
+
+// The dBASE III layout keeps no more than a number, which each write reads.
+bool Hold::is_as_known() { return memo_.layout == Layout::dbase4 && memo_.watch.is_unchanged(); }
 
 Result Hold::release(Result result) {
   if (!std::exchange(held_, false)) return result;

@@ -1,5 +1,6 @@
 // The hold of one operation on a memo file: in the shared modes the file's lock, from take() to
-// release(). What another process may have changed meanwhile is marked as stale.
+// release(). Where another process may have changed the file meanwhile, what is known of it is
+// marked as stale.
 #ifndef VQDBSYS_MEMO_HOLD_H_
 #define VQDBSYS_MEMO_HOLD_H_
 
@@ -20,6 +21,8 @@ class Hold {
   Result release(Result result);
 
  private:
+  bool is_as_known();
+
   Memo& memo_;
   bool held_ = false;
 };
@@ -43,6 +46,7 @@ Result changing(Memo& memo, Body body) {
   memo.stale = true;
   const Result result = body();
   memo.stale = !ok(result);
+  if (ok(result) && memo.shared()) memo.watch.note_own_change();
   return result;
 }
 

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "frame/change_watch.h"
 #include "frame/handle_pool.h"
 #include "frame/result.h"
 #include "memo/dbase4_free_chain.h"
@@ -47,6 +48,7 @@ struct Memo : HandleHead {
   std::uint64_t file_size = 0;
 
   // dBASE IV.
+  ChangeWatch watch{file};  // for the shared modes
   FreeChain free_chain;
   Window window;
 

@@ -4,7 +4,7 @@
 #include <random>
 #include <thread>
 
-#include "index/open/change_watch.h"
+#include "frame/change_watch.h"
 #include "support/fault_plan.h"
 #include "support/ndx_fixture.h"
 #include "support/test.h"
@@ -14,7 +14,7 @@
 namespace {
 
 using namespace std::chrono_literals;
-using vqdb::index::ChangeTimes;
+using vqdb::ChangeTimes;
 using vqdb::platform::File;
 using vqdb::platform::LastChange;
 using vqdb::platform::Sharing;

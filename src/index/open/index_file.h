@@ -11,9 +11,9 @@
 #include <string>
 #include <utility>
 
+#include "frame/change_watch.h"
 #include "frame/handle_pool.h"
 #include "frame/result.h"
-#include "index/open/change_watch.h"
 #include "index/tree/page_cache.h"
 #include "platform/file.h"
 

@@ -9,14 +9,14 @@
 // The time is noted before the bytes are written. Who locks the file to write is done with both
 // when others look; for the sake of those who do not, such as a program that copies a file into the
 // place of this one, a change counts as another one once it is old enough to be complete.
-#ifndef VQDBSYS_INDEX_OPEN_CHANGE_WATCH_H_
-#define VQDBSYS_INDEX_OPEN_CHANGE_WATCH_H_
+#ifndef VQDBSYS_FRAME_CHANGE_WATCH_H_
+#define VQDBSYS_FRAME_CHANGE_WATCH_H_
 
 #include <cstdint>
 
 #include "platform/file.h"
 
-namespace vqdb::index {
+namespace vqdb {
 
 // What looks at a file tell.
 class ChangeTimes {
@@ -52,6 +52,8 @@ class ChangeWatch {
   // What was written since the last look is the caller's own. REQUIRES that nobody else could
   // write meanwhile.
   void note_own_change();
+  // The same between two changes, as long as it is not known how finely the system notes them.
+  void learn();
 
  private:
   enum class Use : std::uint8_t { unknown, none, some };
@@ -65,6 +67,6 @@ class ChangeWatch {
   std::uint32_t own_changes_ = 0;    // since the last look behind one
 };
 
-}  // namespace vqdb::index
+}  // namespace vqdb
 
-#endif  // VQDBSYS_INDEX_OPEN_CHANGE_WATCH_H_
+#endif  // VQDBSYS_FRAME_CHANGE_WATCH_H_

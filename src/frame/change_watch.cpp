@@ -1,11 +1,11 @@
-#include "index/open/change_watch.h"
+#include "frame/change_watch.h"
 
 #include <algorithm>
 #include <utility>
 
 #include "platform/clock.h"
 
-namespace vqdb::index {
+namespace vqdb {
 namespace {
 
 constexpr std::int64_t kHundredth = 10'000'000;  // nanoseconds; the tick of the slowest clocks
@@ -66,4 +66,8 @@ void ChangeWatch::note_own_change() {
   static_cast<void>(look(true));
 }
 
-}  // namespace vqdb::index
+void ChangeWatch::learn() {
+  if (times_.grain() == ChangeTimes::Grain::unknown) static_cast<void>(look(true));
+}
+
+}  // namespace vqdb
