@@ -32,6 +32,8 @@ struct Function {
   std::array<TypeSet, 4> arguments;  // what each one admits
   Rule rule;
   Handler run;
+  // Gives the same for the same arguments, whatever record, settings, files and clock say.
+  bool is_pure = false;
 };
 
 // REQUIRES is_function(token).

@@ -70,11 +70,11 @@ constexpr Operator kComparison = {token, 5, 2, &kCompared, truth_rule, compariso
 // .OR. binds tighter than $, and that tighter than .AND.; .NOT. binds so loosely that it reaches to
 // the next comma or closing parenthesis.
 constexpr Operator kTable[] = {
-    {Token::plus, 4, 2, &kSum, sum_rule, sum_handler},
-    {Token::minus, 4, 2, &kDifference, sum_rule, difference_handler},
-    {Token::multiply, 3, 2, &kProduct, product_rule, always<multiply>},
-    {Token::divide, 3, 2, &kProduct, product_rule, always<divide>},
-    {Token::power, 2, 2, &kProduct, product_rule, always<raise>},
+    {Token::plus, 4, 2, &kSum, sum_rule, sum_handler, false, true},
+    {Token::minus, 4, 2, &kDifference, sum_rule, difference_handler, false, true},
+    {Token::multiply, 3, 2, &kProduct, product_rule, always<multiply>, false, true},
+    {Token::divide, 3, 2, &kProduct, product_rule, always<divide>, false, true},
+    {Token::power, 2, 2, &kProduct, product_rule, always<raise>, false, true},
     kComparison<Token::less>,
     kComparison<Token::less_or_equal>,
     kComparison<Token::greater>,
@@ -82,10 +82,10 @@ constexpr Operator kTable[] = {
     kComparison<Token::equal>,
     kComparison<Token::exactly_equal>,
     kComparison<Token::not_equal>,
-    {Token::contained, 7, 2, &kContained, truth_rule, always<is_contained>, true},
-    {Token::logical_and, 8, 2, &kLogicals, truth_rule, always<both>, true},
-    {Token::logical_or, 6, 2, &kLogicals, truth_rule, always<either>, true},
-    {Token::logical_not, 80, 1, &kLogicals, truth_rule, always<negation>, true},
+    {Token::contained, 7, 2, &kContained, truth_rule, always<is_contained>, true, true},
+    {Token::logical_and, 8, 2, &kLogicals, truth_rule, always<both>, true, true},
+    {Token::logical_or, 6, 2, &kLogicals, truth_rule, always<either>, true, true},
+    {Token::logical_not, 80, 1, &kLogicals, truth_rule, always<negation>, true, true},
 };
 
 constexpr bool tokens_are_positions() {

@@ -26,6 +26,7 @@ struct Operator {
   // The handler for operands that the types admit.
   Handler (*handler)(Type left, Type right);
   bool never_fails = false;  // whatever the operands
+  bool is_pure = false;      // as functions are
 
   // Type::none for memo operands and operands without a type, too.
   Type result_type(Type left, Type right) const;

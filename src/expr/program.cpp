@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "expr/folding.h"
 #include "expr/operators.h"
 #include "expr/shortcuts.h"
 
@@ -38,7 +39,7 @@ Result Program::reserve(VqBlock& block, const Postfix& order, std::int32_t run_s
 // be, which holds its type and size meanwhile, and for each mark a place without a value.
 class Assembler {
  public:
-  Assembler(const VqBlock& block, Program& program, Place* stack)
+  Assembler(VqBlock& block, Program& program, Place* stack)
       : block_(block), program_(program), stack_(stack), arguments_(program.arguments_) {}
 
   Refusal assemble(const Postfix& order) {
@@ -53,7 +54,10 @@ class Assembler {
     }
     if (depth_ != 1 || stack_[0].value == nullptr) return {Result::operand, kEvaluate.detail(2)};
     program_.result_ = stack_[0].value;
-    take_shortcuts({program_.calls_, program_.call_count_});
+    const std::span<Call> calls(program_.calls_, program_.call_count_);
+    if (!calls.empty())
+      program_.call_count_ = static_cast<std::uint16_t>(fold_constants(block_, calls));
+    take_shortcuts(calls.first(program_.call_count_));
     return {};
   }
 
@@ -124,14 +128,14 @@ class Assembler {
     return Result::ok;
   }
 
-  const VqBlock& block_;
+  VqBlock& block_;
   Program& program_;
   Place* stack_;
   Place* arguments_;
   std::size_t depth_ = 0;
 };
 
-Refusal Program::assemble(const VqBlock& block, const Postfix& order, Place* check_stack) {
+Refusal Program::assemble(VqBlock& block, const Postfix& order, Place* check_stack) {
   return Assembler(block, *this, check_stack).assemble(order);
 }
 

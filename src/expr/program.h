@@ -51,7 +51,7 @@ class Program {
   Result reserve(VqBlock& block, const Postfix& order, std::int32_t run_stack_detail);
 
   // Checks the types and lays out the calls. The check stack has room for every word.
-  Refusal assemble(const VqBlock& block, const Postfix& order, Place* check_stack);
+  Refusal assemble(VqBlock& block, const Postfix& order, Place* check_stack);
 
   // In the order of the run.
   std::span<const Call> calls() const { return {calls_, call_count_}; }
