@@ -109,6 +109,61 @@ TEST_F(SharedNdx, walk_over_equal_keys_goes_on_from_a_removed_entry) {
   }
 }
 
+// While a walk over equal keys stands still, another handle takes entries away, adds some, and
+// moves some away and back: whatever nobody touched since the walk began is met, in both
+// directions.
+TEST_F(SharedNdx, walk_over_equal_keys_misses_nothing_that_stayed) {
+  const std::string key = text_key("SAME", 60);
+  const std::string aside = text_key("TEMP", 60);
+  for (std::uint32_t seed = 0; seed < 150; ++seed) {
+    SCOPED_TRACE(seed);
+    std::mt19937 random(seed);
+    const auto any = [&](std::uint32_t n) { return static_cast<std::uint32_t>(random() % n); };
+    const bool forward = seed % 2 == 0;
+    VqIndex* walker = make("W", "C60", 4);
+    VqIndex* other = open("W", 4);
+    const std::uint32_t count = 1 + any(60);
+    std::set<std::uint32_t> untouched;
+    for (std::uint32_t recno = 1; recno <= count; ++recno) {
+      ASSERT_EQ(0, lib.dNputkey(other, key.data(), recno));
+      untouched.insert(recno);
+    }
+    std::set<std::uint32_t> there = untouched;
+    std::set<std::uint32_t> missed = untouched;
+    ASSERT_EQ(0, forward ? lib.dNrewind(walker) : lib.dNforwrd(walker));
+    const auto move = forward ? lib.dNnxtkey : lib.dNprvkey;
+    std::string found = key;
+    std::uint32_t recno = 0;
+    std::uint32_t added = count;
+    for (std::uint32_t step = 0; move(walker, found.data(), &recno) == 0; ++step) {
+      ASSERT_EQ(key, found);
+      ASSERT_TRUE(there.contains(recno)) << recno;
+      missed.erase(recno);
+      if (step >= 2 * count || any(2) == 0) continue;
+      // Mostly the entry that the walk stands at and its neighbours.
+      const std::uint32_t near = recno + any(3) - 1;
+      const std::uint32_t which = there.contains(near) ? near : *there.begin();
+      const std::uint32_t choice = any(8);
+      if (choice < 2) {
+        ASSERT_EQ(0, lib.dNputkey(other, key.data(), ++added));
+        there.insert(added);
+        continue;
+      }
+      untouched.erase(which);
+      if (choice == 2 && there.size() > 1) {
+        ASSERT_EQ(0, lib.dNrmkey(other, key.data(), which));
+        there.erase(which);
+      } else {
+        ASSERT_EQ(0, lib.dNupdkey(other, key.data(), aside.data(), which));
+        ASSERT_EQ(0, lib.dNupdkey(other, aside.data(), key.data(), which));
+      }
+    }
+    for (const std::uint32_t one : missed) EXPECT_FALSE(untouched.contains(one)) << one;
+    EXPECT_EQ(0, lib.dNclose(other));
+    EXPECT_EQ(0, lib.dNclose(walker));
+  }
+}
+
 class NdxHandles : public NdxFixture, public ::testing::WithParamInterface<std::uint32_t> {};
 
 // Handles search, step, insert, remove and move keys in turn; what one has come to another moves.

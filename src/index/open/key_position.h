@@ -47,7 +47,7 @@ Result locate(KeyTree& keys, Direction direction, bool& at_entry);
 // Keeps the leaf of a shared file for locate(), with the slot of the anchor's entry; false when it
 // is not kept.
 bool keep_leaf(KeyTree& keys, const Path& path);
-// Keeps what was kept of the leaf that a step has left.
+// Keeps what was kept of the leaf that a step has left at its end: all its entries lie behind then.
 void keep_passed(KeyTree& keys, Direction direction);
 
 inline void set_anchor(Cursor& cursor, Cursor::Anchor anchor, PositionState state) {

@@ -45,6 +45,7 @@ struct Cursor {
   platform::Bytes key;
   platform::Bytes leaf;  // shared files only
   std::uint32_t leaf_slot = 0;
+  PageNumber leaf_page = 0;
   bool leaf_holds = false;
   platform::Bytes passed;  // the leaf that stepping came from
   bool passed_holds = false;
