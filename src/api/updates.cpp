@@ -46,7 +46,7 @@ class RecordLock {
   RecordLock& operator=(const RecordLock&) = delete;
 
   Result take() {
-    if (!locks_changes(table_) || ok(table::record_lock_status(table_, recno_))) return Result::ok;
+    if (!locks_changes(table_) || table::may_change_record(table_, recno_)) return Result::ok;
     const Result result = table::lock_record(table_, recno_);
     taken_ = ok(result);
     return result;

@@ -141,6 +141,9 @@ std::uint32_t lock_count(const Table& table) { return table.locks.count(); }
 bool holds_record_lock(const Table& table, std::uint32_t recno) {
   return recno != LockState::kFile && table.locks.holds(recno);
 }
+bool may_change_record(const Table& table, std::uint32_t recno) {
+  return table.locks.holds(recno) || table.locks.holds_file();
+}
 bool holds_any_lock(const Table& table) { return table.locks.count() != 0; }
 
 std::uint32_t list_record_locks(const Table& table, std::uint32_t* records, std::uint32_t max) {
@@ -268,7 +271,7 @@ Result record_lock_status(Table& table, std::uint32_t recno) {
   if (recno < 1 || recno > max_lockable(table, *scheme)) {
     return fail(table.block, Result::out_of_range, kStatus.detail(1));
   }
-  if (table.locks.holds(recno) || table.locks.holds_file()) return Result::ok;
+  if (may_change_record(table, recno)) return Result::ok;
   platform::Outcome outcome = table.records.file.test_lock(scheme->offset_of(recno), 1);
   if (outcome.ok()) outcome = test_file_byte(table, *scheme);
   const Result result =

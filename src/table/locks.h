@@ -50,6 +50,8 @@ std::uint32_t list_record_locks(const Table& table, std::uint32_t* records, std:
 // The lock taken last: a record number, or 0 for the file. Detail 493 (none).
 Result top_lock(const Table& table, std::uint32_t& lock);
 bool holds_record_lock(const Table& table, std::uint32_t recno);
+// Whether this handle has the record locked, or the whole file.
+bool may_change_record(const Table& table, std::uint32_t recno);
 // Any lock of the caller's (file or record).
 bool holds_any_lock(const Table& table);
 

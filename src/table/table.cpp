@@ -11,6 +11,12 @@ constexpr Operation kReccnt{42};
 
 constinit HandlePool<Table> pool;
 
+platform::Outcome find_size(Table& table, std::uint64_t& bytes) {
+  platform::File& file = table.records.file;
+  const bool is_locked = table.locks.append || table.locks.count() > 0;
+  return is_locked ? file.size_under_lock(bytes) : file.size(bytes);
+}
+
 bool counts_by_size(const Table& table) { return (table.block->kind & dialect::kCountBySize) != 0; }
 
 }  // namespace
@@ -58,7 +64,7 @@ Result refresh_count(Table& table) {
   if (table.is_shared() && counts_by_size(table)) {
     std::uint64_t bytes = 0;
     // A file without its header is one that was replaced.
-    if (!records.file.size(bytes).ok() || bytes < records.header_length) {
+    if (!find_size(table, bytes).ok() || bytes < records.header_length) {
       return fail(table.block, Result::io, kReccnt.detail(4));
     }
     const std::uint64_t data = bytes - records.header_length;
@@ -76,9 +82,7 @@ Result refresh_count(Table& table) {
 
 Result check_stored(Table& table, std::uint32_t recno) {
   std::uint64_t bytes = 0;
-  platform::File& file = table.records.file;
-  const bool is_locked = table.locks.append || table.locks.count() > 0;
-  if (!(is_locked ? file.size_under_lock(bytes) : file.size(bytes)).ok()) {
+  if (!find_size(table, bytes).ok()) {
     return fail(table.block, Result::io, kReccnt.detail(4));
   }
   return bytes >= table.records.offset_of(recno + 1) ? Result::ok
