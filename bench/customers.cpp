@@ -77,6 +77,19 @@ std::vector<Customer> invent_customers() {
   return all;
 }
 
+std::vector<const Customer*> as_they_come() {
+  std::vector<const Customer*> all;
+  for (const Customer& customer : customers()) all.push_back(&customer);
+  return all;
+}
+
+std::vector<const Customer*> by_name() {
+  std::vector<const Customer*> all = as_they_come();
+  std::stable_sort(all.begin(), all.end(),
+                   [](const Customer* a, const Customer* b) { return a->name < b->name; });
+  return all;
+}
+
 }  // namespace
 
 std::size_t record_count() {
@@ -101,6 +114,32 @@ const std::vector<std::uint32_t>& random_order() {
     return numbers;
   }();
   return order;
+}
+
+const std::vector<const Customer*>& filling_order() {
+  static const std::vector<const Customer*> order =
+      record_count() > 2000000 ? by_name() : as_they_come();
+  return order;
+}
+
+double sum_of_amounts() {
+  static const double sum = [] {
+    double all = 0;
+    for (const Customer& customer : customers()) all += customer.cents / 100.0;
+    return all;
+  }();
+  return sum;
+}
+
+std::uint64_t sum_of_walk() {
+  static const std::uint64_t sum = [] {
+    std::uint64_t all = 0;
+    for (const Customer& customer : customers()) {
+      all += customer.id + static_cast<unsigned char>(customer.name[0]);
+    }
+    return all;
+  }();
+  return sum;
 }
 
 void format_record(const Customer& customer, char* record) {

@@ -45,6 +45,15 @@ const std::vector<Customer>& customers();
 // Record numbers from 1 in a fixed random order, each once.
 const std::vector<std::uint32_t>& random_order();
 
+// The customers as files of names that are only sought in and walked are filled: as they come, or
+// by their names where there are more than two million, as that takes many minutes otherwise.
+const std::vector<const Customer*>& filling_order();
+
+// What a side of a workload has to come to: the sum of the amounts, of the numbers and first
+// letters of an ordered walk over the names, and of the lowest record number of each name sought.
+double sum_of_amounts();
+std::uint64_t sum_of_walk();
+
 // Writes the 84 bytes of the record, deletion flag first.
 void format_record(const Customer& customer, char* record);
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <vector>
 
+#include "berkeley.h"
 #include "customers.h"
 #include "folder.h"
 #include "lmdb.h"
@@ -54,7 +55,9 @@ const std::string& name_index() {
     const Table table(block, customer_table(), 0, 1);
     create_name_index(block, made);
     const Index index(table, made, kPagesOf64MiB);
-    insert_names(index);
+    for (const Customer* customer : filling_order()) {
+      require(dNputkey(index, customer->name.data(), customer->id) == 0, "dNputkey");
+    }
     return made;
   }();
   return path;
@@ -79,13 +82,13 @@ void insert_ours(benchmark::State& state, std::int32_t pages) {
   count_items(state);
 }
 
-void insert_sqlite_names(Sqlite& database) {
+void insert_sqlite_names(Sqlite& database, const std::vector<const Customer*>& order) {
   database.run("BEGIN");
   {
     Statement insert(database, "INSERT INTO names VALUES(?,?)");
-    for (const Customer& customer : customers()) {
-      insert.bind(1, customer.name_text());
-      insert.bind(2, std::int64_t{customer.id});
+    for (const Customer* customer : order) {
+      insert.bind(1, customer->name_text());
+      insert.bind(2, std::int64_t{customer->id});
       insert.step();
       insert.reset();
     }
@@ -97,7 +100,9 @@ void insert_sqlite(benchmark::State& state) {
   customers();
   Sqlite database(fresh_file("insert.sqlite"));
   create_names(database);
-  for (auto _ : state) insert_sqlite_names(database);
+  std::vector<const Customer*> order;
+  for (const Customer& customer : customers()) order.push_back(&customer);
+  for (auto _ : state) insert_sqlite_names(database, order);
   count_items(state);
 }
 
@@ -108,23 +113,40 @@ const Register insert_few({11, "NDX insert, 1000 pages",
                            [](benchmark::State& state) { insert_ours(state, kFewPages); },
                            insert_sqlite, 0.5, nullptr, 0, 3});
 
-void insert_lmdb_names(Lmdb& database) {
+// The file name of a store, by what it is for.
+template <typename Store>
+std::string store_file(const char* purpose) {
+  return std::string(purpose) + "." + Store::kName;
+}
+
+template <typename Store>
+void insert_store_names(Store& database) {
   for (const Customer& customer : customers()) {
     database.insert({customer.name.data(), customer.name.size()}, customer.id);
   }
   database.commit();
 }
 
-void insert_lmdb(benchmark::State& state) {
+template <typename Store>
+void insert_store(benchmark::State& state) {
   customers();
-  Lmdb database(fresh_file("insert.lmdb"));
-  for (auto _ : state) insert_lmdb_names(database);
+  Store database(fresh_file(store_file<Store>("insert")));
+  for (auto _ : state) insert_store_names(database);
   count_items(state);
 }
 
-const Register insert_beside({14, "NDX insert, 64 MB of pages, LMDB",
-                              [](benchmark::State& state) { insert_ours(state, kPagesOf64MiB); },
-                              insert_lmdb, 1.8, nullptr, 0, 3, "LMDB"});
+template <typename Store>
+Workload beside(int order, const std::string& name, Side ours, Side other, double target,
+                int rounds) {
+  return {order, name + ", " + Store::kName, ours, other, target, nullptr, 0, rounds, Store::kName};
+}
+
+void insert_ours_cached(benchmark::State& state) { insert_ours(state, kPagesOf64MiB); }
+
+const Register insert_lmdb{
+    beside<Lmdb>(14, "NDX insert, 64 MB of pages", insert_ours_cached, insert_store<Lmdb>, 1.8, 3)};
+const Register insert_berkeley{beside<Berkeley>(14, "NDX insert, 64 MB of pages",
+                                                insert_ours_cached, insert_store<Berkeley>, 0, 3)};
 
 // ---- exact seek
 
@@ -144,31 +166,43 @@ const std::vector<std::array<char, kNameBytes>>& sought_names() {
   return names;
 }
 
+bool has_name(std::uint32_t number, const std::array<char, kNameBytes>& name) {
+  return number >= 1 && number <= customers().size() && customers()[number - 1].name == name;
+}
+
+// Seeks every name by `find` (name), once to see that each is found, then for the clock.
+template <typename Find>
+void seek_names(benchmark::State& state, Find find) {
+  std::uint64_t expected = 0;
+  for (const auto& name : sought_names()) {
+    const std::uint32_t number = find(name);
+    require(has_name(number, name), "find every name");
+    expected += number;
+  }
+  for (auto _ : state) {
+    std::uint64_t sum = 0;
+    for (const auto& name : sought_names()) sum += find(name);
+    require(sum == expected, "find the same again");
+  }
+  count_items(state);
+}
+
 void seek_ours(benchmark::State& state) {
   Block block;
   const Table table(block, customer_table(), 0, 1);
   const Index index(table, name_index(), kPagesOf64MiB);
-  const auto seek_all = [&] {
-    for (const auto& name : sought_names()) {
-      std::uint32_t found = 0;
-      require(dNgetrno(index, name.data(), &found) == 0, "dNgetrno");
-      benchmark::DoNotOptimize(found);
-    }
-  };
-  seek_all();
-  for (auto _ : state) seek_all();
-  count_items(state);
+  seek_names(state, [&](const auto& name) {
+    std::uint32_t found = 0;
+    require(dNgetrno(index, name.data(), &found) == 0, "dNgetrno");
+    return found;
+  });
 }
 
 const std::string& sqlite_names() {
-  static const std::string path = [] {
-    std::string made = fresh_file("seek.sqlite");
-    Sqlite database(made);
+  return sqlite_file("seek.sqlite", [](Sqlite& database) {
     create_names(database);
-    insert_sqlite_names(database);
-    return made;
-  }();
-  return path;
+    insert_sqlite_names(database, filling_order());
+  });
 }
 
 void seek_sqlite(benchmark::State& state) {
@@ -176,43 +210,34 @@ void seek_sqlite(benchmark::State& state) {
   database.run("BEGIN");
   {
     Statement select(database, "SELECT recno FROM names WHERE name=?");
-    const auto seek_all = [&] {
-      for (const auto& name : sought_names()) {
-        select.bind(1, std::string_view(name.data(), text_length(name)));
-        require(select.step(), "seek a name");
-        benchmark::DoNotOptimize(select.integer(0));
-        select.reset();
-      }
-    };
-    seek_all();
-    for (auto _ : state) seek_all();
+    seek_names(state, [&](const auto& name) {
+      select.bind(1, std::string_view(name.data(), text_length(name)));
+      require(select.step(), "seek a name");
+      const auto number = static_cast<std::uint32_t>(select.integer(0));
+      select.reset();
+      return number;
+    });
   }
   database.run("COMMIT");
-  count_items(state);
 }
 
-const std::string& lmdb_names() {
+template <typename Store>
+const std::string& store_names() {
   static const std::string path = [] {
-    std::string made = fresh_file("seek.lmdb");
-    Lmdb database(made);
-    insert_lmdb_names(database);
+    std::string made = fresh_file(store_file<Store>("seek"));
+    Store database(made);
+    for (const Customer* customer : filling_order()) {
+      database.insert({customer->name.data(), customer->name.size()}, customer->id);
+    }
     return made;
   }();
   return path;
 }
 
-void seek_lmdb(benchmark::State& state) {
-  Lmdb database(lmdb_names());
-  const auto seek_all = [&] {
-    for (const auto& name : sought_names()) {
-      const std::uint32_t found = database.find({name.data(), name.size()});
-      require(found != 0, "seek a name");
-      benchmark::DoNotOptimize(found);
-    }
-  };
-  seek_all();
-  for (auto _ : state) seek_all();
-  count_items(state);
+template <typename Store>
+void seek_store(benchmark::State& state) {
+  Store database(store_names<Store>());
+  seek_names(state, [&](const auto& name) { return database.find({name.data(), name.size()}); });
 }
 
 // Keys sought so many at a time.
@@ -223,24 +248,28 @@ void seek_block_ours(benchmark::State& state) {
   const Index index(table, name_index(), kPagesOf64MiB);
   const auto& names = sought_names();
   static_assert(sizeof names[0] == kNameBytes);
-  std::array<std::uint32_t, kBlock> numbers;
+  std::vector<std::uint32_t> numbers(names.size());
   const auto seek_all = [&] {
     for (std::size_t i = 0; i < names.size(); i += kBlock) {
       const auto count = static_cast<std::uint32_t>(std::min(kBlock, names.size() - i));
       std::uint32_t found = 0;
-      require(dNseeks(index, names[i].data(), count, numbers.data(), &found) == 0, "dNseeks");
+      require(dNseeks(index, names[i].data(), count, &numbers[i], &found) == 0, "dNseeks");
       require(found == count, "find every name");
     }
   };
   seek_all();
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    require(has_name(numbers[i], names[i]), "find every name");
+  }
   for (auto _ : state) seek_all();
   count_items(state);
 }
 
-const Register seek_beside({15, "exact seek, LMDB", seek_ours, seek_lmdb, 2, nullptr, 0, 5,
-                            "LMDB"});
-const Register seek_block({16, "exact seeks in blocks, LMDB", seek_block_ours, seek_lmdb, 2,
-                           nullptr, 0, 5, "LMDB"});
+const Register seek_lmdb{beside<Lmdb>(15, "exact seek", seek_ours, seek_store<Lmdb>, 2, 5)};
+const Register seek_berkeley{
+    beside<Berkeley>(15, "exact seek", seek_ours, seek_store<Berkeley>, 0, 5)};
+const Register seek_block{
+    beside<Lmdb>(16, "exact seeks in blocks", seek_block_ours, seek_store<Lmdb>, 2, 5)};
 
 const Register seek({12, "exact seek, 64 MB of pages", seek_ours, seek_sqlite, 2});
 
@@ -260,8 +289,7 @@ void walk_ours(benchmark::State& state) {
       sum += number + static_cast<unsigned char>(key[0]);
       ++steps;
     }
-    require(steps == record_count(), "walk over every key");
-    benchmark::DoNotOptimize(sum);
+    require(steps == record_count() && sum == sum_of_walk(), "walk over every key");
   };
   walk_all();
   for (auto _ : state) walk_all();
@@ -278,7 +306,7 @@ void walk_sqlite(benchmark::State& state) {
       sum += static_cast<std::uint64_t>(select.integer(1)) +
              static_cast<unsigned char>(select.text(0)[0]);
     }
-    benchmark::DoNotOptimize(sum);
+    require(sum == sum_of_walk(), "walk over every key");
   };
   walk_all();
   for (auto _ : state) walk_all();
@@ -286,8 +314,9 @@ void walk_sqlite(benchmark::State& state) {
   count_items(state);
 }
 
-void walk_lmdb(benchmark::State& state) {
-  Lmdb database(lmdb_names());
+template <typename Store>
+void walk_store(benchmark::State& state) {
+  Store database(store_names<Store>());
   const auto walk_all = [&] {
     std::string_view name;
     std::uint32_t number = 0;
@@ -296,16 +325,16 @@ void walk_lmdb(benchmark::State& state) {
     for (database.rewind(); database.next(name, number); ++steps) {
       sum += number + static_cast<unsigned char>(name[0]);
     }
-    require(steps == record_count(), "walk over every key");
-    benchmark::DoNotOptimize(sum);
+    require(steps == record_count() && sum == sum_of_walk(), "walk over every key");
   };
   walk_all();
   for (auto _ : state) walk_all();
   count_items(state);
 }
 
-const Register walk_beside({17, "ordered walk, LMDB", walk_ours, walk_lmdb, 1.2, nullptr, 0, 5,
-                            "LMDB"});
+const Register walk_lmdb{beside<Lmdb>(17, "ordered walk", walk_ours, walk_store<Lmdb>, 1.2, 5)};
+const Register walk_berkeley{
+    beside<Berkeley>(17, "ordered walk", walk_ours, walk_store<Berkeley>, 0, 5)};
 
 const Register walk({13, "ordered walk", walk_ours, walk_sqlite, 1});
 

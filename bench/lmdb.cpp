@@ -1,42 +1,16 @@
 #include "lmdb.h"
 
-#include <array>
-#include <cstring>
-
 #include "require.h"
+#include "store_entry.h"
 
 namespace vqdb::bench {
 namespace {
 
 constexpr std::size_t kMapBytes = std::size_t{4} << 30;
-constexpr std::size_t kMostKeyBytes = 64;
+MDB_val thing(StoreEntry& entry) { return {entry.size(), entry.data()}; }
 
-// The record number last, its high byte first, so that entries with equal keys are ordered by it.
-class Entry {
- public:
-  Entry(std::string_view key, std::uint32_t number) : size_(key.size() + sizeof number) {
-    require(size_ <= bytes_.size(), "a short key");
-    key.copy(bytes_.data(), key.size());
-    number = __builtin_bswap32(number);
-    std::memcpy(bytes_.data() + key.size(), &number, sizeof number);
-  }
-
-  MDB_val value() { return {size_, bytes_.data()}; }
-
- private:
-  std::array<char, kMostKeyBytes> bytes_;
-  std::size_t size_;
-};
-
-std::string_view key_of(const MDB_val& entry) {
-  return {static_cast<const char*>(entry.mv_data), entry.mv_size - sizeof(std::uint32_t)};
-}
-
-std::uint32_t number_of(const MDB_val& entry) {
-  std::uint32_t number = 0;
-  const char* const end = static_cast<const char*>(entry.mv_data) + entry.mv_size;
-  std::memcpy(&number, end - sizeof number, sizeof number);
-  return __builtin_bswap32(number);
+std::string_view text_of(const MDB_val& entry) {
+  return {static_cast<const char*>(entry.mv_data), entry.mv_size};
 }
 
 void check(int result, const char* step) { require(result == MDB_SUCCESS, step); }
@@ -66,11 +40,11 @@ void Lmdb::commit() {
   transaction_ = nullptr;
 }
 
-void Lmdb::insert(std::string_view key, std::uint32_t number) {
-  Entry entry(key, number);
-  MDB_val bytes = entry.value();
+void Lmdb::put(std::string_view key, std::uint32_t number, unsigned how) {
+  StoreEntry entry(key, number);
+  MDB_val bytes = thing(entry);
   MDB_val nothing = {};
-  check(mdb_cursor_put(cursor_, &bytes, &nothing, 0), "mdb_cursor_put");
+  check(mdb_cursor_put(cursor_, &bytes, &nothing, how), "mdb_cursor_put");
 }
 
 bool Lmdb::get(MDB_cursor_op operation) {
@@ -81,16 +55,19 @@ bool Lmdb::get(MDB_cursor_op operation) {
 }
 
 std::uint32_t Lmdb::find(std::string_view key) {
-  Entry lowest(key, 0);
-  entry_ = lowest.value();
-  return get(MDB_SET_RANGE) && key_of(entry_) == key ? number_of(entry_) : 0;
+  StoreEntry lowest(key, 0);
+  entry_ = thing(lowest);
+  if (!get(MDB_SET_RANGE)) return 0;
+  const std::string_view found = text_of(entry_);
+  return StoreEntry::key_of(found) == key ? StoreEntry::number_of(found) : 0;
 }
 
 bool Lmdb::next(std::string_view& key, std::uint32_t& number) {
   if (!get(at_start_ ? MDB_FIRST : MDB_NEXT)) return false;
   at_start_ = false;
-  key = key_of(entry_);
-  number = number_of(entry_);
+  const std::string_view entry = text_of(entry_);
+  key = StoreEntry::key_of(entry);
+  number = StoreEntry::number_of(entry);
   return true;
 }
 

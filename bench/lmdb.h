@@ -13,12 +13,16 @@ namespace vqdb::bench {
 
 class Lmdb {
  public:
+  static constexpr const char* kName = "LMDB";
+
   explicit Lmdb(const std::string& path);
   ~Lmdb();
   Lmdb(const Lmdb&) = delete;
   Lmdb& operator=(const Lmdb&) = delete;
 
-  void insert(std::string_view key, std::uint32_t number);
+  void insert(std::string_view key, std::uint32_t number) { put(key, number, 0); }
+  // The same behind all other entries.
+  void append(std::string_view key, std::uint32_t number) { put(key, number, MDB_APPEND); }
   void commit();
   // The number of the first entry with the key; 0 without one.
   std::uint32_t find(std::string_view key);
@@ -28,6 +32,7 @@ class Lmdb {
   bool next(std::string_view& key, std::uint32_t& number);
 
  private:
+  void put(std::string_view key, std::uint32_t number, unsigned how);
   bool get(MDB_cursor_op operation);
 
   MDB_env* environment_ = nullptr;

@@ -3,7 +3,10 @@
 #include <malloc.h>
 
 #include <cstdio>
+#include <fstream>
+#include <string>
 
+#include "customers.h"
 #include "folder.h"
 #include "require.h"
 #include "vq_table.h"
@@ -38,7 +41,27 @@ void measure_index(VqBlock* block, VqTable* table, const std::string& path, std:
   dNclose(index);
 }
 
+// A line of what the system tells of the program, in bytes.
+std::size_t status(const char* name) {
+  std::ifstream lines("/proc/self/status");
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with(name)) return std::stoul(line.substr(line.find(':') + 1)) * 1024;
+  }
+  return 0;
+}
+
 }  // namespace
+
+std::size_t forget_peak() {
+  customers();
+  random_order();
+  std::ofstream("/proc/self/clear_refs") << 5;
+  return status("VmRSS");
+}
+
+double megabytes_since(std::size_t before) {
+  return static_cast<double>(status("VmHWM") - before) / (1 << 20);
+}
 
 void print_memory() {
   std::printf("\nBytes that an open handle takes, beside what dDbuffs and dNbuffs say\n\n");

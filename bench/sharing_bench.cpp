@@ -323,7 +323,7 @@ void add(int order, const std::string& name, double target) {
     workloads().push_back({order++, name + ", " + std::to_string(kProcesses) + " at once",
                            [](benchmark::State& state) { kOurs(state, kProcesses); },
                            [](benchmark::State& state) { kSqlite(state, kProcesses); }, target,
-                           nullptr, 0, 3});
+                           nullptr, 0, 3, "SQLite", false});
   };
   at.template operator()<1>();
   at.template operator()<2>();

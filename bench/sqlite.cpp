@@ -1,6 +1,5 @@
 #include "sqlite.h"
 
-#include "folder.h"
 #include "require.h"
 
 namespace vqdb::bench {
@@ -8,7 +7,16 @@ namespace {
 
 constexpr int kBusyMilliseconds = 60000;
 
+std::size_t way_in_use = 0;
+
 }  // namespace
+
+const SqliteWay& sqlite_way() { return kSqliteWays[way_in_use]; }
+void use_sqlite_way(std::size_t way) { way_in_use = way; }
+
+Sqlite::Sqlite(const std::string& path) : Sqlite(path, "PRAGMA journal_mode=MEMORY") {
+  run(sqlite_way().sql);
+}
 
 Sqlite::Sqlite(const std::string& path, const char* journal) {
   require(sqlite3_open(path.c_str(), &database_) == SQLITE_OK, "open the SQLite database");
@@ -96,14 +104,10 @@ void insert_customers(Sqlite& database) {
 }
 
 const std::string& sqlite_customers() {
-  static const std::string path = [] {
-    std::string made = fresh_file("customers.sqlite");
-    Sqlite database(made);
+  return sqlite_file("customers.sqlite", [](Sqlite& database) {
     create_customer_table(database);
     insert_customers(database);
-    return made;
-  }();
-  return path;
+  });
 }
 
 }  // namespace vqdb::bench

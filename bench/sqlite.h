@@ -5,17 +5,41 @@
 
 #include <sqlite3.h>
 
+#include <array>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <string_view>
 
 #include "customers.h"
+#include "folder.h"
 
 namespace vqdb::bench {
 
+// Ways of setting it up, the first of them as said above. Databases made meanwhile are set up in
+// the way that use_sqlite_way chose last, but for those in WAL mode.
+struct SqliteWay {
+  const char* name;
+  const char* sql;
+};
+inline constexpr std::array<SqliteWay, 7> kSqliteWays = {{
+    {"as ever", ""},
+    {"256 MB", "PRAGMA cache_size=-262144"},
+    {"alone", "PRAGMA locking_mode=EXCLUSIVE"},
+    {"16 KB pages, alone", "PRAGMA page_size=16384; PRAGMA locking_mode=EXCLUSIVE"},
+    {"16 KB pages, 256 MB, alone",
+     "PRAGMA page_size=16384; PRAGMA cache_size=-262144; PRAGMA locking_mode=EXCLUSIVE"},
+    {"64 KB pages, 256 MB, alone",
+     "PRAGMA page_size=65536; PRAGMA cache_size=-262144; PRAGMA locking_mode=EXCLUSIVE"},
+    {"mapped, 256 MB, alone",
+     "PRAGMA mmap_size=4294967296; PRAGMA cache_size=-262144; PRAGMA locking_mode=EXCLUSIVE"},
+}};
+const SqliteWay& sqlite_way();
+void use_sqlite_way(std::size_t way);
+
 class Sqlite {
  public:
-  explicit Sqlite(const std::string& path, const char* journal = "PRAGMA journal_mode=MEMORY");
+  explicit Sqlite(const std::string& path);
   ~Sqlite();
   Sqlite(const Sqlite&) = delete;
   Sqlite& operator=(const Sqlite&) = delete;
@@ -23,9 +47,25 @@ class Sqlite {
   void run(const char* sql);
   sqlite3* handle() { return database_; }
 
+ protected:
+  Sqlite(const std::string& path, const char* journal);
+
  private:
   sqlite3* database_ = nullptr;
 };
+
+// A database of this name with what `fill` (database) puts into it, made once for each way.
+template <typename Fill>
+const std::string& sqlite_file(const char* name, Fill fill) {
+  static std::map<std::string, std::string> paths;
+  std::string& path = paths[sqlite_way().name];
+  if (path.empty()) {
+    path = fresh_file(std::string(name) + "." + std::to_string(paths.size()));
+    Sqlite database(path);
+    fill(database);
+  }
+  return path;
+}
 
 class Statement {
  public:

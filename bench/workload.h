@@ -26,6 +26,7 @@ struct Workload {
   double limit_target = 0;
   int rounds = 5;  // how often each side runs, in turns
   std::string yardstick_name = "SQLite";
+  bool has_ways = true;  // SQLite may be set up in other ways
 };
 
 // The workloads registered so far, by their order.

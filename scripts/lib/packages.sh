@@ -21,7 +21,7 @@ full_reader_needs=(gdal-bin=ogr2ogr)
 reference_needs=(doxygen=doxygen)
 # The benchmarks, and the programs beside which vqdb is measured.
 bench_needs=(libbenchmark-dev=/usr/include/benchmark/benchmark.h libsqlite3-dev=/usr/include/sqlite3.h
-  liblmdb-dev=/usr/include/lmdb.h
+  liblmdb-dev=/usr/include/lmdb.h libdb-dev=/usr/include/db.h
   gdal-bin=ogr2ogr sqlite3=sqlite3 strace=strace)
 root_needs=(debootstrap=debootstrap)
 fuzz_needs=(clang=clang++)
