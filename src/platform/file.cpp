@@ -114,7 +114,7 @@ Outcome File::create(const std::string& path, Creation creation) {
 // The maker of a replacement holds its lock for as long as it lives. Somebody else may come between
 // making and locking, take the file for abandoned and remove it: already_exists, lock_refused.
 Outcome File::hold_work(const std::string& path) {
-  const Outcome locked = system::lock_range(handle_, kWorkByte, 1, Sharing::exclusive);
+  const Outcome locked = lock(kWorkByte, 1, Sharing::exclusive);
   if (!locked.ok()) return locked;
   return is_at(path) ? Outcome{} : Outcome{Error::already_exists, 0};
 }
@@ -122,8 +122,8 @@ Outcome File::hold_work(const std::string& path) {
 bool File::is_at(const std::string& path) {
   FileIdentity here;
   FileIdentity there;
-  return system::file_identity(handle_, here).ok() && system::path_identity(path, there).ok() &&
-         here == there;
+  const Outcome known = pass(Call::look, [&] { return system::path_identity(path, there); });
+  return known.ok() && system::file_identity(handle_, here).ok() && here == there;
 }
 
 Outcome File::create_replacement(const std::string& path, const std::string& replaced) {
@@ -142,7 +142,7 @@ Outcome File::create_scratch(const std::string& path) {
 }
 
 Outcome File::open_abandoned(const std::string& path) {
-  const Outcome opened = system::open_removable(path, handle_);
+  const Outcome opened = open_replaceable(path);
   return opened.ok() ? hold_work(path) : opened;
 }
 

@@ -1,21 +1,11 @@
 // What is only read needs no right to be written.
 #include <sys/stat.h>
-#include <unistd.h>
 
+#include "support/ordinary_user.h"
 #include "support/test.h"
 #include "table/scratch_table.h"
 
 namespace {
-
-// Root may write everything: works as somebody else meanwhile.
-class OrdinaryUser {
- public:
-  OrdinaryUser() { EXPECT_EQ(0, ::seteuid(user_ == 0 ? 65534 : user_)); }
-  ~OrdinaryUser() { EXPECT_EQ(0, ::seteuid(user_)); }
-
- private:
-  const uid_t user_ = ::geteuid();
-};
 
 TEST(Rights, to_read_are_enough_for_a_source) {
   ScratchTable scratch;

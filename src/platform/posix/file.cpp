@@ -28,32 +28,28 @@ constexpr std::array<std::uint32_t, 4> kLocalSystems = {EXT4_SUPER_MAGIC, kXfs, 
 
 constexpr int kMostLinks = 40;  // that lead from one to the next
 
+struct Meaning {
+  int number;
+  Error error;
+};
+constexpr std::array<Meaning, 14> kMeanings = {{{0, Error::none},
+                                                {ENOENT, Error::not_found},
+                                                {ENOTDIR, Error::not_found},
+                                                {EEXIST, Error::already_exists},
+                                                {EMFILE, Error::too_many_open},
+                                                {ENFILE, Error::too_many_open},
+                                                {EACCES, Error::access_denied},
+                                                {EPERM, Error::access_denied},
+                                                {EROFS, Error::access_denied},
+                                                {EISDIR, Error::access_denied},
+                                                {ENOSPC, Error::disk_full},
+                                                {EDQUOT, Error::disk_full},
+                                                {EFBIG, Error::disk_full},
+                                                {EXDEV, Error::other_device}}};
+
 Outcome outcome_of(int number) {
-  switch (number) {
-    case 0:
-      return {};
-    case ENOENT:
-    case ENOTDIR:
-      return {Error::not_found, number};
-    case EEXIST:
-      return {Error::already_exists, number};
-    case EMFILE:
-    case ENFILE:
-      return {Error::too_many_open, number};
-    case EACCES:
-    case EPERM:
-    case EROFS:
-    case EISDIR:
-      return {Error::access_denied, number};
-    case ENOSPC:
-    case EDQUOT:
-    case EFBIG:
-      return {Error::disk_full, number};
-    case EXDEV:
-      return {Error::other_device, number};
-    default:
-      return {Error::other, number};
-  }
+  const auto* const found = std::ranges::find(kMeanings, number, &Meaning::number);
+  return {found != kMeanings.end() ? found->error : Error::other, number};
 }
 
 Outcome outcome_if(bool succeeded) { return succeeded ? Outcome{} : outcome_of(errno); }
