@@ -122,8 +122,8 @@ Outcome File::hold_work(const std::string& path) {
 bool File::is_at(const std::string& path) {
   FileIdentity here;
   FileIdentity there;
-  const Outcome known = pass(Call::look, [&] { return system::path_identity(path, there); });
-  return known.ok() && system::file_identity(handle_, here).ok() && here == there;
+  return system::file_identity(handle_, here).ok() && system::path_identity(path, there).ok() &&
+         here == there;
 }
 
 Outcome File::create_replacement(const std::string& path, const std::string& replaced) {
