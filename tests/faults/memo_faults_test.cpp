@@ -230,6 +230,7 @@ TEST(MemoFaults, a_failed_create_or_open_leaves_nothing) {
     bool struck = true;
     for (std::uint64_t n = 1; struck; ++n) {
       write_file(folder.file("T.DBF"), table);
+      std::filesystem::remove(folder.file("T.DBT"));
       std::int32_t result = 0;
       {
         const FaultPlan plan(n, Verdict::fail);
