@@ -163,9 +163,4 @@ std::string memo_name_of(const char* table_name) {
   return given.empty() ? table_stem(table_name) : std::string(given);
 }
 
-std::string memo_and_table(const char* table_name) {
-  const std::string_view whole(table_name);
-  return memo_name_of(table_name).append(";").append(whole.substr(0, whole.find(';')));
-}
-
 }  // namespace vqdb::api

@@ -45,9 +45,6 @@ Result use(VqBlock& block, const char* name, std::uint32_t mode, Database*& out)
 // name without extension, which the memo drivers complete with their own.
 std::string memo_name_of(const char* table_name);
 
-// What the memo drivers' create is given, so that it marks the right table.
-std::string memo_and_table(const char* table_name);
-
 }  // namespace vqdb::api
 
 #endif  // VQDBSYS_API_OPEN_H_

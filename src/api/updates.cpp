@@ -266,8 +266,7 @@ Result flush_member(const VqMember& copy) {
   const Member* const member = member_of(*owner, copy);
   if (member == nullptr) return fail(owner->block, Result::bad_handle, kFlushMember.detail(0));
   const Member& file = member->is_tag() ? *member->file : *member;
-  const auto flush_index = file.driver().flush;
-  return flush_index != nullptr ? flush_index(*file.index) : Result::no_driver;
+  return file.driver().flush(*file.index);
 }
 
 Result flush(Database& database) {
@@ -276,9 +275,7 @@ Result flush(Database& database) {
   if (database.memo != nullptr) failure.note(memo::flush(*database.memo));
   failure.note(table::flush(*database.table));
   for (const Member& member : database.members) {
-    if (member.is_tag()) continue;
-    const auto flush_index = member.driver().flush;
-    failure.note(flush_index != nullptr ? flush_index(*member.index) : Result::no_driver);
+    if (!member.is_tag()) failure.note(member.driver().flush(*member.index));
   }
   return failure.result();
 }

@@ -7,6 +7,7 @@
 
 #include "support/checked_group.h"
 #include "support/memo_files.h"
+#include "support/test.h"
 
 namespace vqdb::testing {
 namespace {
@@ -93,6 +94,7 @@ TEST(Check, names_what_was_damaged) {
       {"child of another", "BYNAME.NDX", kRoot + kStride, "\x01", "307 r0 p1 BYNAME.NDX\n"},
       {"separators", "BYNAME.NDX", kRoot + 8, "t", "310 r0 p3 BYNAME.NDX\n"},
       {"separator", "BYNAME.NDX", kRoot + 8, "h", "311 r0 p1 BYNAME.NDX\n"},
+      {"no separators", "BYNAME.NDX", 3 * 512, std::string(1, '\0'), "308 r0 p3 BYNAME.NDX\n"},
       {"empty leaf", "BYNAME.NDX", 4 * 512, std::string(1, '\0'), "312 r0 p4 BYNAME.NDX\n"},
   };
   for (const Damage& damage : cases) {
@@ -104,6 +106,65 @@ TEST(Check, names_what_was_damaged) {
     const Report report = group.check();
     EXPECT_EQ(damage.found, report.summary().substr(0, damage.found.size()));
     EXPECT_EQ(report.summary(VQ_SEVERITY_ERROR).empty(), report.result == 0);
+  }
+}
+
+TEST(Check, looks_into_the_chain_of_a_memo_file) {
+  const auto run = [](std::uint32_t link, std::uint32_t blocks) {
+    return little_endian(link, 4) + little_endian(blocks, 4);
+  };
+  // Block 8 is the second of the last memo.
+  const struct {
+    std::size_t bytes;  // that the file is cut off behind
+    std::uint32_t first;
+    std::vector<std::pair<std::size_t, std::string>> runs;
+    const char* found;
+  } cases[] = {
+      {10, 9, {}, "201 r0 p0 ITEMS.DBT\n"},
+      {20 * 512, 8, {{8, run(20, 1)}}, "204 r0 p8 ITEMS.DBT\n"},
+      {20 * 512, 9, {{9, run(10, 3)}, {10, run(20, 1)}}, "204 r0 p10 ITEMS.DBT\n"},
+      {20 * 512, 9, {{9, run(12, 1)}, {12, run(10, 2)}, {10, run(20, 1)}}, ""},
+      {20 * 512, 9, {{9, run(9, 1)}}, "203 r0 p9 ITEMS.DBT\n"},
+      {20 * 512, 9, {{9, run(20, 12)}}, "203 r0 p9 ITEMS.DBT\n"},
+      {9 * 512 + 4, 9, {}, "203 r0 p9 ITEMS.DBT\n"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(&c - cases);
+    CheckedGroup group;
+    group.create();
+    group.fill();
+    const std::string memo = group.file(kMemo);
+    std::filesystem::resize_file(memo, c.bytes);
+    write_bytes(memo, 0, little_endian(c.first, 4));
+    for (const auto& [block, bytes] : c.runs) write_bytes(memo, block * 512, bytes);
+    const std::string found = group.check().summary();
+    EXPECT_TRUE(*c.found == '\0' ? found.empty() : found.find(c.found) != std::string::npos)
+        << found;
+  }
+}
+
+TEST(Check, of_indexes_that_the_host_names) {
+  CheckedGroup group;
+  group.create();
+  group.fill();
+  const std::string dues = group.file("BYDUE.NDX"), none = group.file("NONE");
+  const struct {
+    std::uint32_t kind;
+    const char* name;
+    std::int32_t result;
+    const char* found;
+  } cases[] = {{VQ_KIND_NDX3, dues.c_str(), 0, ""},
+               {VQ_KIND_NDX, none.c_str(), 1, "401 r0 p0 NONE.NDX\n"},
+               {VQ_KIND_FOXIDX, dues.c_str(), 0, "403 r0 p0 BYDUE.NDX\n"},
+               {VQ_KIND_TABLE, dues.c_str(), VQ_E_UNKNOWN_KIND, ""},
+               {VQ_KIND_NDX, nullptr, VQ_E_RANGE, ""}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(&c - cases);
+    const VqIndexDef index = {c.kind, c.name, nullptr, nullptr, nullptr, 0};
+    const VqCheckOptions options = {0, 1, &index, nullptr, nullptr};
+    const Report report = group.check(&options);
+    EXPECT_EQ(c.result, report.result);
+    EXPECT_EQ(c.found, report.summary(VQ_SEVERITY_NOTE));
   }
 }
 

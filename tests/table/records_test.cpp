@@ -199,6 +199,26 @@ TEST(Records, handles_without_their_signature_are_refused) {
   EXPECT_EQ(0, lib.dDreclen(table));
 }
 
+TEST(Records, longer_than_one_transfer_are_changed_whole) {
+  const TemporaryFolder folder;
+  VqBlock block = block_of_kind(8);
+  std::vector<std::string> names;
+  for (char c = 'A'; c <= 'Z'; ++c) names.insert(names.end(), {{c}, {c, '1'}, {c, '2'}});
+  std::vector<const char*> fields;
+  for (const std::string& name : names) fields.insert(fields.end(), {name.c_str(), "C254"});
+  ASSERT_EQ(0, create_table(block, folder.file("T"), fields));
+  for (const unsigned flags : {0U, 1U}) {
+    block.runtime_flags = static_cast<std::uint16_t>(flags);
+    OpenTable table(block, folder.file("T"), 2, 0);
+    std::string record(78 * 254 + 1 - flags, ' '), back = record;
+    ASSERT_EQ(0, lib.dDapprec(table, record.data()));
+    for (std::size_t i = 1; i < record.size(); ++i) record[i] = static_cast<char>('a' + i % 23);
+    ASSERT_EQ(0, lib.dDupdrec(table, 1 + flags, record.data()));
+    ASSERT_EQ(0, lib.dDgetrec(table, 1 + flags, back.data()));
+    EXPECT_TRUE(record == back) << flags;
+  }
+}
+
 TEST(Records, come_in_blocks_as_one_by_one) {
   for (const Way& way : all_ways()) {
     ScratchTable scratch;

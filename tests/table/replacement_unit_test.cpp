@@ -107,6 +107,22 @@ TEST(Replacement, of_one_name_among_several_is_refused) {
   EXPECT_EQ(before, read_file(scratch.file));
 }
 
+TEST(Replacement, that_its_journal_does_not_tell_is_left_and_the_table_refused) {
+  ScratchTable scratch;
+  const std::string journal = scratch.file + "$";
+  for (const std::string& text :
+       {std::string("x"), std::string("1"), std::string("1\t"), std::string("1\t2"),
+        std::string("1\t2\t"), std::string("1\t2\tT.DBF"), std::string("\n"), std::string("1\n"),
+        std::string("1\t2\n"), std::string("1\t2\t\n"), std::string("1 2\tT.DBF\n"),
+        std::string((1 << 20) + 1, '1')}) {
+    write_file(journal, text);
+    EXPECT_EQ("-17/10049",
+              refusal(lib.dDopen(&scratch.block, scratch.name.c_str(), 0, 1), scratch.block))
+        << text.substr(0, 20);
+    EXPECT_EQ(text, read_file(journal));
+  }
+}
+
 TEST(Replacement, of_a_link_to_nothing_makes_what_it_leads_to) {
   ScratchTable scratch;
   scratch.append(1, 20);
