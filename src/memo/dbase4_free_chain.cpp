@@ -39,14 +39,17 @@ bool looks_like_memo(const Memo& memo, std::uint32_t link) {
   return link == kMarkBlock && link > memo.blocks_in_file();
 }
 
+// The file may end inside these bytes, behind the last ones of a memo that lay here.
 Result write_run(Memo& memo, Run run, std::uint32_t link, std::int32_t detail) {
   std::array<Byte, kFreeRunBytes> bytes;
   store_le32(bytes.data(), link);
   store_le32(bytes.data() + 4, run.count);
-  if (memo.file.write_at(memo.offset_of(run.first), bytes.data(), bytes.size()).ok()) {
-    return Result::ok;
+  const std::uint64_t start = memo.offset_of(run.first);
+  if (!memo.file.write_at(start, bytes.data(), bytes.size()).ok()) {
+    return fail(memo.block, Result::io, detail);
   }
-  return fail(memo.block, Result::io, detail);
+  memo.grow_to(start + bytes.size());
+  return Result::ok;
 }
 
 // Lets the link at this offset, in a run or in the header, name another block. One that could only

@@ -86,8 +86,6 @@ bool reaches(Memo& memo, std::uint64_t offset) {
   return memo.file.size(size).ok() && offset <= size;
 }
 
-void grow_to(Memo& memo, std::uint64_t end) { memo.file_size = std::max(memo.file_size, end); }
-
 std::uint64_t text_offset(const Memo& memo, Run run, std::uint32_t offset) {
   return memo.offset_of(run.first) + kMemoHeaderBytes + offset;
 }
@@ -166,7 +164,7 @@ Result write_text(Memo& memo, Run run, std::uint32_t offset, std::span<const Byt
   if (!memo.file.write_at(position, text.data(), text.size()).ok()) {
     return fail(memo.block, Result::io, detail);
   }
-  grow_to(memo, position + text.size());
+  memo.grow_to(position + text.size());
   return Result::ok;
 }
 
@@ -198,7 +196,7 @@ Result write_memo(Memo& memo, Run run, std::uint32_t length, std::span<const Byt
     return fail(memo.block, Result::io, bare ? kWrite.detail(1) : detail);
   }
   const std::size_t written = leading.size() + along.size();
-  grow_to(memo, start + kMemoHeaderBytes + written);
+  memo.grow_to(start + kMemoHeaderBytes + written);
   return write_text(memo, run, static_cast<std::uint32_t>(written), text.subspan(along.size()),
                     detail);
 }

@@ -2,6 +2,7 @@
 #ifndef VQDBSYS_MEMO_MEMO_H_
 #define VQDBSYS_MEMO_MEMO_H_
 
+#include <algorithm>
 #include <cstdint>
 
 #include "frame/change_watch.h"
@@ -59,6 +60,8 @@ struct Memo : HandleHead {
   bool shared() const { return (mode & open_mode::kShared) != 0; }
   bool read_only() const { return (mode & open_mode::kReadOnly) != 0; }
   std::uint64_t offset_of(std::uint64_t block_number) const { return block_number * block_size; }
+  // REQUIRES that the file has been written up to there.
+  void grow_to(std::uint64_t end) { file_size = std::max(file_size, end); }
   // How many blocks the file reaches into.
   std::uint64_t blocks_in_file() const { return (file_size + block_size - 1) / block_size; }
 };

@@ -164,6 +164,25 @@ TEST_F(Dbase4Memo, freed_runs_are_taken_first_fit_from_the_front_of_the_chain) {
   EXPECT_EQ("", fault_in_dbase4(bytes(), {a, b, c, d}));
 }
 
+// The last memo ends so close behind the beginning of its last block that a free run of it reaches
+// farther.
+TEST_F(Dbase4Memo, what_is_left_of_a_run_at_the_end_of_the_file_stays_free) {
+  for (const std::uint32_t mode : {0u, 2u}) {
+    create();
+    MemoFile memo(block_, name_, MemoFile::Layout::dbase4, mode);
+    std::string a = kNoMemo, b = kNoMemo, c = kNoMemo, d = kNoMemo;
+    ASSERT_EQ(0, memo.write_new(text_of(1000), a));  // 1 and 2
+    ASSERT_EQ(0, memo.replace("short", a));          // 3
+    ASSERT_EQ(0, memo.write_new(text_of(1019), b));  // 4, 5 and three bytes of 6
+    ASSERT_EQ(0, memo.replace(text_of(1000), b));    // 1 and 2
+    ASSERT_EQ(0, memo.write_new(text_of(1000), c));  // 4 and 5
+    ASSERT_EQ(0, memo.write_new(text_of(1000), d));  // 7 and 8
+    EXPECT_EQ("", fault_in_dbase4(bytes(), {a, b, c, d}));
+    EXPECT_EQ((std::vector<std::uint32_t>{6, 9}), chain());
+    EXPECT_EQ(1u, read_le32(bytes(), 6 * 512 + 4));
+  }
+}
+
 // In every mode: what an idle handle does when it closes must not touch what others have added.
 TEST_F(Dbase4Memo, the_end_of_the_chain_is_stored_with_every_memo) {
   for (const std::uint32_t mode : {0u, 2u, 4u}) {
