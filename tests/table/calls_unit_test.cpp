@@ -117,14 +117,15 @@ TEST(Calls, shared_operations_take_their_steps_and_no_more) {
   struct Case {
     std::uint32_t mode, scheme;
     std::int32_t buffers;
-    std::uint64_t append, update, locked_update, read;
+    std::uint64_t append, update, locked_update, read, group_update;
   };
   // Append: lock, a look at the file's lock, count, size, record with end mark, header, unlock.
   // Update: a look at the record's and the file's locks, size, record.
-  for (const Case& c : {Case{2, 0, 0, 7, 4, 2, 1},
-                        {2, 2, 3, 6, 4, 2, 1},
-                        {4, 3, 3, 7, 4, 2, 0},
-                        {2, 4, 0, 4, 2, 2, 1}}) {
+  // Update by a group: lock, a look at the file's lock, size, record, unlock.
+  for (const Case& c : {Case{2, 0, 0, 7, 4, 2, 1, 5},
+                        {2, 2, 3, 6, 4, 2, 1, 5},
+                        {4, 3, 3, 7, 4, 2, 0, 5},
+                        {2, 4, 0, 4, 2, 2, 1, 2}}) {
     ScratchTable scratch;
     scratch.append(1, 100);
     scratch.block.index_kind = c.scheme;
@@ -136,6 +137,11 @@ TEST(Calls, shared_operations_take_their_steps_and_no_more) {
     EXPECT_EQ(c.update, calls_of([&] { lib.dDupdrec(table, 5, kRecord.data()); }));
     lib.dDlkrec(table, 5);
     EXPECT_EQ(c.locked_update, calls_of([&] { lib.dDupdrec(table, 5, kRecord.data()); }));
+    VqDatabase* group = nullptr;
+    ASSERT_EQ(0, lib.DBuse(&scratch.block, scratch.name.c_str(), c.mode, &group));
+    ASSERT_EQ(0, lib.DBupdrec(group, 6, kRecord.data()));  // takes memory for locks
+    EXPECT_EQ(c.group_update, calls_of([&] { lib.DBupdrec(group, 6, kRecord.data()); }));
+    EXPECT_EQ(0, lib.DBclose(group));
   }
 }
 
