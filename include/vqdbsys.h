@@ -737,6 +737,12 @@ int32_t VQ_CALL dNseeks(VqIndex* index, const void* keys, uint32_t count, uint32
  * 3203 reached, 3202 reached before. VQ_E_INDEX_START: 3173, 3172. Bad handle: 3201, 3171. */
 int32_t VQ_CALL dNnxtkey(VqIndex* index, void* key, uint32_t* recno);
 int32_t VQ_CALL dNprvkey(VqIndex* index, void* key, uint32_t* recno);
+/* Steps to the next entry up to `count` times; the key of each goes to the place behind the one
+ * before, its record number to recnos. Stops at the first step that fails, with what dNnxtkey says
+ * of it; *got is how many entries there are, of which the last is the current one. Faster than one
+ * by one. An addition to the family. */
+int32_t VQ_CALL dNnxtkeys(VqIndex* index, uint32_t count, void* keys, uint32_t* recnos,
+                          uint32_t* got);
 /* The current entry. 3042: before the first (VQ_E_INDEX_START); 3043: past the last
  * (VQ_E_INDEX_END); 3044: none (VQ_E_NOT_FOUND). Bad handle: 3041. */
 int32_t VQ_CALL dNcurkey(VqIndex* index, void* key, uint32_t* recno);
@@ -865,8 +871,12 @@ int32_t VQ_CALL dXputkey(VqIndex* tag, const void* key, uint32_t recno);
 int32_t VQ_CALL dXrmkey(VqIndex* tag, const void* key, uint32_t recno);
 int32_t VQ_CALL dXupdkey(VqIndex* tag, const void* old_key, const void* new_key, uint32_t recno);
 int32_t VQ_CALL dXgetrno(VqIndex* tag, const void* key, uint32_t* recno);
+int32_t VQ_CALL dXseeks(VqIndex* tag, const void* keys, uint32_t count, uint32_t* recnos,
+                        uint32_t* found);
 int32_t VQ_CALL dXnxtkey(VqIndex* tag, void* key, uint32_t* recno);
 int32_t VQ_CALL dXprvkey(VqIndex* tag, void* key, uint32_t* recno);
+int32_t VQ_CALL dXnxtkeys(VqIndex* tag, uint32_t count, void* keys, uint32_t* recnos,
+                          uint32_t* got);
 int32_t VQ_CALL dXcurkey(VqIndex* tag, void* key, uint32_t* recno);
 int32_t VQ_CALL dXrewind(VqIndex* tag);
 int32_t VQ_CALL dXforwrd(VqIndex* tag);

@@ -159,10 +159,30 @@ int32_t VQ_CALL dXgetrno(VqIndex* tag, const void* key, uint32_t* recno) {
   });
 }
 
+int32_t VQ_CALL dXseeks(VqIndex* tag, const void* keys, uint32_t count, uint32_t* recnos,
+                        uint32_t* found) {
+  if (found != nullptr) *found = 0;
+  return with_tag(tag, kFind, [&](MdxTag& active) {
+    if (keys == nullptr || recnos == nullptr || found == nullptr)
+      return refuse_null(active.block, kFind);
+    return index::find_records(active.keys, keys, count, recnos, *found);
+  });
+}
+
 int32_t VQ_CALL dXnxtkey(VqIndex* tag, void* key, uint32_t* recno) {
   return with_tag(tag, kNext, [&](MdxTag& active) {
     if (key == nullptr || recno == nullptr) return refuse_null(active.block, kNext);
     return index::next_key(active.keys, key, recno);
+  });
+}
+
+int32_t VQ_CALL dXnxtkeys(VqIndex* tag, uint32_t count, void* keys, uint32_t* recnos,
+                          uint32_t* got) {
+  if (got != nullptr) *got = 0;
+  return with_tag(tag, kNext, [&](MdxTag& active) {
+    if (keys == nullptr || recnos == nullptr || got == nullptr)
+      return refuse_null(active.block, kNext);
+    return index::next_keys(active.keys, count, keys, recnos, *got);
   });
 }
 

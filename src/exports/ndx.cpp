@@ -143,6 +143,16 @@ int32_t VQ_CALL dNnxtkey(VqIndex* index, void* key, uint32_t* recno) {
   });
 }
 
+int32_t VQ_CALL dNnxtkeys(VqIndex* index, uint32_t count, void* keys, uint32_t* recnos,
+                          uint32_t* got) {
+  if (got != nullptr) *got = 0;
+  return with_index(index, kNext, [&](NdxFile& file) {
+    if (keys == nullptr || recnos == nullptr || got == nullptr)
+      return refuse_null(file.block, kNext);
+    return index::next_keys(file.keys, count, keys, recnos, *got);
+  });
+}
+
 int32_t VQ_CALL dNprvkey(VqIndex* index, void* key, uint32_t* recno) {
   return with_index(index, kPrevious, [&](NdxFile& file) {
     if (key == nullptr || recno == nullptr) return refuse_null(file.block, kPrevious);

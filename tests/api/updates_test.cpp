@@ -208,6 +208,37 @@ TEST(Updates, a_failing_key_leaves_the_record_and_the_keys_before_it) {
   }
 }
 
+// In more indexes than are searched together.
+TEST(Updates, keys_of_an_append_go_where_they_go_one_by_one) {
+  Orders orders;
+  orders.create();
+  std::array<std::string, 18> files;
+  std::array<VqIndexSpec, 17> specs;
+  for (std::size_t i = 0; i < files.size(); ++i) {
+    files[i] = orders.file("I" + std::to_string(i) + ".NDX");
+    ASSERT_EQ(0, lib.dNcreat(&orders.block, files[i].c_str(), "AMOUNT", "N"));
+    if (i < specs.size()) specs[i] = {64, files[i].c_str(), 10, nullptr};
+  }
+  const auto amount_of = [](std::uint32_t n) { return static_cast<int>(n * 37 % 101); };
+  VqDatabase* database = nullptr;
+  ASSERT_EQ(0, lib.DBopen(&orders.block, orders.table().c_str(), 0, 4, 1, specs.size(),
+                          specs.data(), &database, nullptr));
+  std::uint32_t recno = 0;
+  for (std::uint32_t n = 1; n <= 1500; ++n) {
+    ASSERT_EQ(0, append(database, {"ann", 100 * amount_of(n), 1}, recno));
+  }
+  ASSERT_EQ(0, lib.DBclose(database));
+  VqTable* const table = lib.dDopen(&orders.block, orders.table().c_str(), 0, 1);
+  VqIndex* const index = lib.dNopen(table, files.back().c_str(), 0, 10);
+  for (std::uint32_t n = 1; n <= 1500; ++n) {
+    const double key = amount_of(n);
+    ASSERT_EQ(0, lib.dNputkey(index, &key, n));
+  }
+  ASSERT_EQ(0, lib.dNclose(index));
+  ASSERT_EQ(0, lib.dDclose(table));
+  for (const std::string& file : files) EXPECT_EQ(read_file(files.back()), read_file(file));
+}
+
 TEST(Updates, refusals_of_the_table_come_through_and_change_no_index) {
   Orders orders;
   orders.create();

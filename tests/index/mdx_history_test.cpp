@@ -144,17 +144,28 @@ class MdxHistory : public MdxFixture, public ::testing::WithParamInterface<Histo
     }
   }
 
-  // The library steps through the same entries in the same order, both ways.
+  // The library steps through the same entries in the same order, both ways, and finds them.
   void walk(std::size_t at, const MdxTag& tag) {
     VqIndex* const handle = some_handle(at);
-    std::string found(kTags[at].key_length, '\0');
+    const std::size_t length = kTags[at].key_length;
+    const auto count = static_cast<std::uint32_t>(tag.entries.size());
+    std::string found(length, '\0');
+    std::string keys(length * (count + 1), '\0');
+    std::vector<std::uint32_t> recnos(count + 1);
     std::uint32_t recno = 0;
     ASSERT_EQ(0, lib.dXrewind(handle));
-    for (const IndexEntry& entry : tag.entries) {
-      ASSERT_EQ(0, lib.dXnxtkey(handle, found.data(), &recno));
-      ASSERT_EQ(entry, IndexEntry(found, recno));
+    ASSERT_EQ(-7, lib.dXnxtkeys(handle, count + 1, keys.data(), recnos.data(), &recno));
+    ASSERT_EQ(count, recno);
+    for (std::size_t i = 0; i < count; ++i) {
+      ASSERT_EQ(tag.entries[i], IndexEntry(keys.substr(i * length, length), recnos[i]));
     }
-    ASSERT_EQ(-7, lib.dXnxtkey(handle, found.data(), &recno));
+    ASSERT_EQ(0, lib.dXseeks(handle, keys.data(), count, recnos.data(), &recno));
+    ASSERT_EQ(count, recno);
+    for (std::size_t i = 0, first = 0; i < count; ++i) {
+      if (tag.entries[i].first != tag.entries[first].first) first = i;
+      ASSERT_EQ(tag.entries[first].second, recnos[i]);
+    }
+    ASSERT_EQ(0, lib.dXforwrd(handle));
     for (std::size_t i = tag.entries.size(); i-- > 0;) {
       ASSERT_EQ(0, lib.dXprvkey(handle, found.data(), &recno));
       ASSERT_EQ(tag.entries[i], IndexEntry(found, recno));

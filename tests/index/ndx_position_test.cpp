@@ -145,6 +145,45 @@ TEST_P(NdxPosition, many_keys_at_once_are_found_as_one_by_one) {
   EXPECT_EQ(1u, found);
 }
 
+// From the start, from an entry, from a gap, and past the last key.
+TEST_P(NdxPosition, many_steps_at_once_are_those_one_by_one) {
+  fill();
+  ASSERT_EQ(0, lib.dNputkey(index_, number_key(70).data(), 7));
+  for (const std::uint32_t from : {0u, 70u, 5005u, 10 * kCount - 100}) {
+    const auto start = [&] {
+      EXPECT_EQ(0, lib.dNrewind(index_));
+      if (from != 0 && seek(from) != 0) {
+        EXPECT_EQ(0, put(from) | remove(from));
+      }
+      block.detail = 0;
+    };
+    for (const std::uint32_t count : {0u, 1u, 32u, 300u, 4000u}) {
+      start();
+      std::string keys;
+      std::vector<std::uint32_t> recnos;
+      std::int32_t result = 0;
+      while (recnos.size() < count && (result = next()) == 0) {
+        keys += key_;
+        recnos.push_back(recno_);
+      }
+      const std::string end = codes(result, block);
+      const auto position = [&] { return std::tuple{current(), previous(), recno_, key_}; };
+      const auto expected_position = position();
+      start();
+      std::string got_keys(8 * count + 8, '#');
+      std::vector<std::uint32_t> got_recnos(count + 1);
+      std::uint32_t got = 9;
+      EXPECT_EQ(end, codes(lib.dNnxtkeys(index_, count, got_keys.data(), got_recnos.data(), &got),
+                           block));
+      ASSERT_EQ(recnos.size(), got);
+      got_recnos.resize(got);
+      EXPECT_EQ(recnos, got_recnos);
+      EXPECT_EQ(keys, got_keys.substr(0, 8 * got));
+      EXPECT_EQ(expected_position, position());
+    }
+  }
+}
+
 TEST_P(NdxPosition, inserted_entry_is_the_current_one) {
   fill();
   ASSERT_EQ(0, seek(100));

@@ -6,6 +6,9 @@
 namespace vqdb::index {
 namespace {
 
+// After so many steps at once whoever waits to change a shared file comes first.
+constexpr std::uint32_t kStepsAtOnce = 256;
+
 void deliver(const KeyTree& keys, void* key, std::uint32_t* recno) {
   if (key != nullptr) copy_short(key, keys.cursor.key.get(), keys.key_length());
   if (recno != nullptr) *recno = keys.cursor.recno;
@@ -97,12 +100,18 @@ Result step_backward(KeyTree& keys, void* key, std::uint32_t* recno) {
   return arrive(keys, key, recno);
 }
 
-// The usual step, to the next entry of the leaf that the position lies in. Nobody else changes the
-// tree of an exclusive index, so that neither lock nor the way from the root is needed.
+// Whether the position is an entry whose leaf is known. Nobody else changes the tree of an
+// exclusive index, so that neither lock nor the way from the root is needed to go on from there.
+bool stands_in_leaf(const KeyTree& keys) {
+  const Cursor& cursor = keys.cursor;
+  return cursor.path_holds && cursor.anchor == Cursor::Anchor::entry && !keys.gone &&
+         !keys.file.is_shared();
+}
+
+// The usual step, to the next entry of the leaf that the position lies in.
 bool step_in_leaf(KeyTree& keys, Direction direction, void* key, std::uint32_t* recno) {
+  if (!stands_in_leaf(keys)) return false;
   Cursor& cursor = keys.cursor;
-  const bool stands = cursor.path_holds && cursor.anchor == Cursor::Anchor::entry && !keys.gone;
-  if (!stands || keys.file.is_shared()) return false;
   Entry entry{};
   if (!keys.tree.step_in_leaf(cursor.path, direction == Direction::forward ? 1 : -1, entry)) {
     return false;
@@ -111,6 +120,32 @@ bool step_in_leaf(KeyTree& keys, Direction direction, void* key, std::uint32_t* 
   cursor.state = PositionState::positioned;
   deliver(keys, key, recno);
   return true;
+}
+
+// So many usual steps, as far as the leaf goes.
+std::uint32_t walk_in_leaf(KeyTree& keys, std::uint32_t most, Byte* key, std::uint32_t* recnos) {
+  if (!stands_in_leaf(keys)) return 0;
+  Cursor& cursor = keys.cursor;
+  const std::uint32_t count = keys.tree.copy_in_leaf(cursor.path, most, key, recnos);
+  if (count == 0) return 0;
+  remember(keys, key + (count - 1) * keys.key_length(), recnos[count - 1]);
+  cursor.state = PositionState::positioned;
+  return count;
+}
+
+// Goes on to where `end` entries are delivered.
+Result walk(KeyTree& keys, std::uint32_t end, Byte* key, std::uint32_t* recnos,
+            std::uint32_t& got) {
+  const std::size_t length = keys.key_length();
+  while (got < end) {
+    got += walk_in_leaf(keys, end - got, key + got * length, recnos + got);
+    if (got == end) break;
+    if (const Result result = step_forward(keys, key + got * length, recnos + got); !ok(result)) {
+      return result;
+    }
+    ++got;
+  }
+  return Result::ok;
 }
 
 Result find_first(KeyTree& keys, const Byte* key, std::uint32_t* recno) {
@@ -208,6 +243,17 @@ Result previous_key(KeyTree& keys, void* key, std::uint32_t* recno) {
   if (step_in_leaf(keys, Direction::backward, key, recno)) return Result::ok;
   return in_tree(keys, keys.operations.previous, Purpose::reading,
                  [&] { return step_backward(keys, key, recno); });
+}
+
+Result next_keys(KeyTree& keys, std::uint32_t count, void* key, std::uint32_t* recnos,
+                 std::uint32_t& got) {
+  Result result = Result::ok;
+  for (got = 0; ok(result) && got < count;) {
+    const std::uint32_t end = got + std::min(count - got, kStepsAtOnce);
+    result = in_tree(keys, keys.operations.next, Purpose::reading,
+                     [&] { return walk(keys, end, static_cast<Byte*>(key), recnos, got); });
+  }
+  return result;
 }
 
 Result current_key(KeyTree& keys, void* key, std::uint32_t* recno) {

@@ -127,6 +127,10 @@ Result find_records(KeyTree& keys, const void* wanted, std::uint32_t count, std:
 // Null out arguments are not written.
 Result next_key(KeyTree& keys, void* key, std::uint32_t* recno);
 Result previous_key(KeyTree& keys, void* key, std::uint32_t* recno);
+// The next entries, up to `count`, their keys one behind the other. Stops at the first step that
+// fails; got is how many there were.
+Result next_keys(KeyTree& keys, std::uint32_t count, void* key, std::uint32_t* recnos,
+                 std::uint32_t& got);
 Result current_key(KeyTree& keys, void* key, std::uint32_t* recno);
 void rewind(KeyTree& keys);
 void forward(KeyTree& keys);

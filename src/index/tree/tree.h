@@ -110,6 +110,23 @@ class Tree {
     entry = {leaf.key(slot), leaf.recno(slot)};
     return true;
   }
+  // The usual step forward, up to so many times; key and record number of each entry go to the
+  // place behind those of the one before. Gives how many there were.
+  std::uint32_t copy_in_leaf(Path& path, std::uint32_t most, Byte* keys, std::uint32_t* recnos) {
+    PageCache::Frame frame = 0;
+    if (!cache_.find_home(path.leaf().page, frame)) return 0;
+    const Page leaf = page(frame);
+    const std::uint32_t first = path.leaf().slot + 1;
+    if (!leaf.is_sound() || first >= leaf.count()) return 0;
+    const std::uint32_t count = std::min(most, leaf.count() - first);
+    for (std::uint32_t slot = first; slot < first + count; ++slot) {
+      copy_short(keys, leaf.key(slot), layout_.key_length);
+      keys += layout_.key_length;
+      *recnos++ = leaf.recno(slot);
+    }
+    path.leaf().slot += count;
+    return count;
+  }
   // How many entries the path's leaf has.
   Result leaf_entries(const Path& path, std::uint32_t& count);
   // Copies the page of the path's leaf.
