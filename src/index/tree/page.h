@@ -53,6 +53,14 @@ class Page {
   PageNumber child(std::uint32_t slot) const { return load_le32(entry(slot)); }
   KeyRow keys() const { return {key(0), layout_->stride, count()}; }
 
+  // Copies so many keys from the slot on, one behind the other.
+  void copy_keys(std::uint32_t slot, std::uint32_t count, Byte* to) const {
+    const std::size_t length = layout_->key_length;
+    const std::size_t stride = layout_->stride;
+    const Byte* from = key(slot);
+    for (; count > 0; --count, from += stride, to += length) copy_short(to, from, length);
+  }
+
   // A page that changes no longer names its left neighbour, in file kinds that have a place for
   // that: neighbours come and go without it.
   void set_count(std::uint32_t count) {

@@ -119,11 +119,8 @@ class Tree {
     const std::uint32_t first = path.leaf().slot + 1;
     if (!leaf.is_sound() || first >= leaf.count()) return 0;
     const std::uint32_t count = std::min(most, leaf.count() - first);
-    for (std::uint32_t slot = first; slot < first + count; ++slot) {
-      copy_short(keys, leaf.key(slot), layout_.key_length);
-      keys += layout_.key_length;
-      *recnos++ = leaf.recno(slot);
-    }
+    leaf.copy_keys(first, count, keys);
+    for (std::uint32_t i = 0; i < count; ++i) recnos[i] = leaf.recno(first + i);
     path.leaf().slot += count;
     return count;
   }
@@ -159,6 +156,7 @@ class Tree {
   // From the page at a level of the path, by another of its children.
   Result branch(const Path& path, std::uint32_t level, std::uint32_t slot, Path& branched);
   Result step(Path& path, End from, bool& found);
+  bool step_beside(Path& path, End from);
   void await_step(const Path& path, End from);
   Result insert_with_split(const Path& path, const Byte* key, std::uint32_t recno);
   void split(Split& plan, const Path& path, const Byte* key, std::uint32_t recno);

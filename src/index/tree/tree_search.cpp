@@ -105,6 +105,8 @@ Result Tree::find_last(const Byte* key, Path& path, bool& found) {
 // Moves to the neighbouring leaf that has entries: its first entry, or behind its last. Leaves
 // without entries are passed over; more of them than a file of this size can hold are a circle.
 Result Tree::step(Path& path, End from, bool& found) {
+  found = step_beside(path, from);
+  if (found) return Result::ok;
   Path way = path;
   for (std::uint32_t passed = 0; passed <= cache_.limit(); ++passed) {
     PageNumber child = 0;
@@ -135,6 +137,26 @@ Result Tree::step(Path& path, End from, bool& found) {
     return Result::ok;
   }
   return fail(block_, Result::page_error, kSearch.detail(4));
+}
+
+// The usual step: to the leaf beside, below the same page. False, and the path as it was, where
+// there is none, or where one of the pages would have to be looked for.
+bool Tree::step_beside(Path& path, End from) {
+  if (path.depth < 2) return false;
+  PageCache::Frame frame = 0;
+  Path::Step& upper = path.steps[path.depth - 2];
+  if (!cache_.find_home(upper.page, frame)) return false;
+  const Page node = page(frame);
+  const std::uint32_t beside = upper.slot + (from == End::first ? 1u : ~0u);
+  if (!node.is_sound() || beside > node.count()) return false;
+  const PageNumber number = node.child(beside);
+  if (number == 0 || !cache_.find_home(number, frame)) return false;
+  const Page leaf = page(frame);
+  if (!leaf.is_sound() || leaf.count() == 0 || !leaf.is_leaf()) return false;
+  upper.slot = beside;
+  path.leaf() = {number, from == End::first ? 0 : leaf.count()};
+  await_step(path, from);
+  return true;
 }
 
 // A walk comes to the leaf beside the path's next: lets the processor fetch it meanwhile.
