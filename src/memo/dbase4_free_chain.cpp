@@ -5,6 +5,7 @@
 #include <limits>
 #include <vector>
 
+#include "memo/dbase4_file.h"
 #include "memo/dbase4_run.h"
 #include "memo/file_layout.h"
 #include "memo/memo.h"
@@ -68,6 +69,12 @@ Result set_link(Memo& memo, std::uint64_t offset, Link link, std::int32_t detail
   return fail(memo.block, Result::io, detail);
 }
 
+bool link_is(Memo& memo, std::uint64_t offset, std::uint32_t first) {
+  std::array<Byte, 4> bytes;
+  return memo.file.read_exactly(offset, bytes.data(), bytes.size()).ok() &&
+         load_le32(bytes.data()) == first;
+}
+
 }  // namespace
 
 // Reads the beginnings of runs. Neighbours in a chain often lie close together, as memos are freed
@@ -107,14 +114,16 @@ void FreeChain::reset(std::uint32_t first) {
   next_ = first;
 }
 
-std::uint32_t FreeChain::front() const {
-  return runs_.empty() ? next_ : runs_.at(runs_.begin()).first;
+std::uint32_t FreeChain::front() const { return first_at(runs_.begin()); }
+
+// The first block of the run at this place, or the chain's end.
+std::uint32_t FreeChain::first_at(FreeRuns::Place place) const {
+  return place == runs_.end() ? next_ : runs_.at(place).first;
 }
 
 // The first block of the run behind this one.
 std::uint32_t FreeChain::behind(FreeRuns::Place place) const {
-  const FreeRuns::Place following = runs_.behind(place);
-  return following == runs_.end() ? next_ : runs_.at(following).first;
+  return first_at(runs_.behind(place));
 }
 
 // Whether the chain has more runs than those read so far.
@@ -164,10 +173,29 @@ Result FreeChain::check_apart(Memo& memo) {
   return Result::ok;
 }
 
+// Whether the file has what a memo at this place goes by as it is known here.
+bool FreeChain::is_as_in_file(Memo& memo, FreeRuns::Place place) const {
+  std::uint64_t size = 0;
+  const bool begins_chain = place == runs_.begin();
+  return memo.file.size(size).ok() && size == memo.file_size &&
+         link_is(memo, kNextFreeOffset, front()) &&
+         (begins_chain || link_is(memo, link_before(memo, place), first_at(place)));
+}
+
+// Who writes without a lock may have done so while this handle did, at a time that it takes for its
+// own. What is known then does for reading, but not for giving out blocks.
+Result FreeChain::find_place(Memo& memo, std::uint32_t blocks, Run used, FreeRuns::Place& place) {
+  const bool may_be_old = memo.shared() && memo.is_carried;
+  Result result = check_apart(memo);
+  if (ok(result)) result = find(memo, blocks, used, place);
+  if (!ok(result) || !may_be_old || is_as_in_file(memo, place)) return result;
+  result = refresh_dbase4(memo);
+  return ok(result) ? find(memo, blocks, used, place) : result;
+}
+
 Result FreeChain::take(Memo& memo, std::uint32_t blocks, Run used, Placement& placement) {
-  if (const Result apart = check_apart(memo); !ok(apart)) return apart;
   FreeRuns::Place place;
-  if (const Result found = find(memo, blocks, used, place); !ok(found)) return found;
+  if (const Result found = find_place(memo, blocks, used, place); !ok(found)) return found;
   if (place == runs_.end()) return append(memo, blocks, placement);
   const Run run = runs_.at(place);
   if (overlap(run, used)) return broken_chain(memo);

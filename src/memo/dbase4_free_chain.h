@@ -46,10 +46,13 @@ class FreeChain {
 
  private:
   std::uint32_t front() const;
+  std::uint32_t first_at(FreeRuns::Place place) const;
   std::uint32_t behind(FreeRuns::Place place) const;
   bool goes_on(const Memo& memo) const;
   Result read_run(Memo& memo, ChainReader& reader);
   Result find(Memo& memo, std::uint32_t blocks, Run used, FreeRuns::Place& place);
+  Result find_place(Memo& memo, std::uint32_t blocks, Run used, FreeRuns::Place& place);
+  bool is_as_in_file(Memo& memo, FreeRuns::Place place) const;
   Result check_apart(Memo& memo);
   Result take_whole(Memo& memo, FreeRuns::Place place);
   Result take_part(Memo& memo, FreeRuns::Place place, Run rest);

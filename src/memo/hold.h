@@ -32,6 +32,7 @@ template <typename Refresh, typename Body>
 Result under_hold(Memo& memo, Refresh refresh, Body body) {
   Hold hold(memo);
   if (const Result taken = hold.take(); !ok(taken)) return taken;
+  memo.is_carried = !memo.stale;
   Result result = memo.stale ? refresh(memo) : Result::ok;
   if (ok(result)) {
     memo.stale = false;

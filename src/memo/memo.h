@@ -45,6 +45,7 @@ struct Memo : HandleHead {
   std::uint32_t lock_scheme = 0;
   Layout layout = Layout::none;  // none once closed
   bool stale = false;            // what is known of the file has to be read again
+  bool is_carried = false;       // what is known was read by an earlier operation
   std::uint32_t block_size = 0;
   std::uint64_t file_size = 0;
 

@@ -186,4 +186,39 @@ TEST_F(MemoCalls, a_failed_release_of_the_lock_is_told) {
   EXPECT_EQ(10162, block_.detail);
 }
 
+// Another program that takes no lock adds a memo, or makes the last one longer, while this handle
+// replaces a memo in place, and then this handle adds one.
+TEST(MemoUnlocked, what_others_write_without_a_lock_beside_a_change_is_not_written_over) {
+  const std::string foreign(100, 'F');
+  for (const bool adds : {true, false}) {
+    bool came = true;
+    for (std::uint64_t n = 1; came; ++n) {
+      SCOPED_TRACE(n);
+      const TemporaryFolder folder;
+      VqBlock block = memo_block(2);
+      write_file(folder.file("T.DBF"), memo_table(0x03, 1, {}));
+      ASSERT_EQ(0, lib.dTcreat(&block, folder.file("T").c_str()));
+      const std::string path = folder.file("T.DBT");
+      MemoFile file(block, folder.file("T"), MemoFile::Layout::dbase4, 2);
+      std::string mine = kNoMemo, last = kNoMemo, next = kNoMemo;
+      ASSERT_EQ(0, file.write_new("mine", mine));
+      ASSERT_EQ(0, file.write_new("last", last));
+      const auto write = [&] {
+        write_bytes(path, (adds ? 3 : 2) * 512,
+                    "\xFF\xFF\x08" + std::string(1, 0) + le32(8 + 100) + foreign);
+        if (adds) write_bytes(path, 0, le32(4));
+      };
+      const auto beside = vqdb::testing::beside_another(
+          n, [&] { return file.replace("Mine", mine); }, write);
+      came = beside.struck;
+      if (!came) break;
+      ASSERT_EQ(0, beside.result);
+      ASSERT_EQ(0, file.write_new("next", next));
+      std::string got;
+      EXPECT_EQ(0, file.read(reference_to(adds ? 3 : 2), got));
+      EXPECT_EQ(foreign, got);
+    }
+  }
+}
+
 }  // namespace
