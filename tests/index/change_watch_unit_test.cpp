@@ -1,6 +1,7 @@
 // What is kept of a shared index across brackets: nobody's change goes unnoticed, whether the
 // writer knows this library or not, and whatever the file system notes of it.
 #include <chrono>
+#include <filesystem>
 #include <random>
 #include <thread>
 
@@ -237,6 +238,20 @@ TEST_F(KeptPages, pages_beside_one_another_come_by_one_call) {
   for (std::uint32_t n = 0; n < 4000; ++n)
     ASSERT_EQ(n * 7 % 4000 + 1, seek(index, key(n * 7 % 4000)));
   EXPECT_GT(150u, plan.calls());
+  EXPECT_EQ(0, lib.dNclose(index));
+}
+
+// Somebody has cut the last two leaves off the file, within the eight pages that are read at once.
+TEST_F(KeptPages, a_page_is_read_where_those_beside_it_are_gone) {
+  VqIndex* index = make("K", "C20");
+  for (std::uint32_t n = 0; n < 550; ++n) ASSERT_EQ(0, lib.dNputkey(index, key(n).data(), n + 1));
+  ASSERT_EQ(0, lib.dNclose(index));
+  index = open("K", 0, 1000);
+  const std::string path = folder.file("K.NDX");
+  std::filesystem::resize_file(path, std::filesystem::file_size(path) - 2 * 512);
+  std::uint32_t found = 0;
+  for (std::uint32_t n = 0; n < 550; ++n) found += seek(index, key(n)) == n + 1 ? 1 : 0;
+  EXPECT_EQ(530u, found);
   EXPECT_EQ(0, lib.dNclose(index));
 }
 

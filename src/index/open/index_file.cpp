@@ -110,7 +110,7 @@ bool IndexFile::is_as_known() {
 // before a look which finds no change is what the look before that one stood for.
 bool IndexFile::holds_still() {
   if (!is_shared() || brackets_ == 0 || held_ != Lock::none || lock_is_callers_) return true;
-  const bool unchanged = watch_.is_unchanged();
+  const bool unchanged = !stale_ && watch_.is_unchanged();
   if (!unchanged) stale_ = overtaken_ = true;
   return unchanged;
 }

@@ -80,14 +80,22 @@ Result PageCache::load(PageNumber page, Frame& frame) {
     return fail(block_, Result::page_error, kPages.detail(5));
   }
   if (const Result result = victim(page, frame); !ok(result)) return result;
-  const PageRun run = beside(page, frame);
-  const Frame first = frame - (page - run.first);
-  const auto outcome =
-      read_past(offset_of(run.first), {image(first), std::size_t{run.count} * page_bytes_});
+  PageRun run = beside(page, frame);
+  const auto read = [&] {
+    const Frame first = frame - (page - run.first);
+    return read_past(offset_of(run.first), {image(first), std::size_t{run.count} * page_bytes_});
+  };
+  auto outcome = read();
+  // What lies beside may be damaged, or gone where somebody has cut the file.
+  if (!outcome.ok() && run.count > 1) {
+    run = {page, 1};
+    outcome = read();
+  }
   if (!outcome.ok()) return fail(block_, transfer_result(outcome), kPages.detail(2));
   for (std::uint32_t i = 0; i < run.count; ++i) {
-    take_in(first + i, run.first + i);
-    frames_[first + i].referenced = first + i == frame;
+    const PageNumber other = run.first + i;
+    take_in(frame - (page - other), other);
+    frames_[frame - (page - other)].referenced = other == page;
   }
   return Result::ok;
 }
