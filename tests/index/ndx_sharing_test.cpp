@@ -164,6 +164,30 @@ TEST_F(SharedNdx, walk_over_equal_keys_misses_nothing_that_stayed) {
   }
 }
 
+// Leaves of four: A 6 5 4 | 1. Away and back, the last entry ends its leaf again: A 1 | 6 5 4.
+TEST_F(SharedNdx, walk_back_is_not_misled_by_an_entry_that_ends_another_leaf) {
+  const auto name = [](const char* text) { return text_key(text, 100); };
+  VqIndex* walker = make("W", "C100", 4);
+  VqIndex* other = open("W", 4);
+  for (std::uint32_t recno : {1, 2, 3, 4}) {
+    ASSERT_EQ(0, lib.dNputkey(other, name("B").data(), recno));
+  }
+  ASSERT_EQ(0, lib.dNputkey(other, name("A").data(), 100));
+  for (std::uint32_t recno : {5, 6}) ASSERT_EQ(0, lib.dNputkey(other, name("B").data(), recno));
+  for (std::uint32_t recno : {3, 2}) ASSERT_EQ(0, lib.dNrmkey(other, name("B").data(), recno));
+  std::string found = name("");
+  std::uint32_t recno = 0;
+  ASSERT_EQ(0, lib.dNforwrd(walker));
+  ASSERT_EQ(0, lib.dNprvkey(walker, found.data(), &recno));
+  ASSERT_EQ(1u, recno);
+  ASSERT_EQ(0, lib.dNupdkey(other, name("B").data(), name("Z").data(), 1));
+  ASSERT_EQ(0, lib.dNupdkey(other, name("Z").data(), name("B").data(), 1));
+  ASSERT_EQ(0, lib.dNprvkey(walker, found.data(), &recno));
+  EXPECT_EQ(4u, recno);
+  EXPECT_EQ(0, lib.dNclose(other));
+  EXPECT_EQ(0, lib.dNclose(walker));
+}
+
 class NdxHandles : public NdxFixture, public ::testing::WithParamInterface<std::uint32_t> {};
 
 // Handles search, step, insert, remove and move keys in turn; what one has come to another moves.

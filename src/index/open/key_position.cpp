@@ -41,7 +41,9 @@ class Gap {
   // all that its leaf showed behind it, up to the leaf's end. Elsewhere it has been away, and has
   // come back in front of its equals.
   Result still_fits(const Path& found, bool& fits) {
-    fits = true;
+    // Nothing before a leaf's first entry is known: behind another one it may be anywhere.
+    fits = direction_ == Direction::forward || slot_ > 0 || found.leaf().slot == 0;
+    if (!fits) return Result::ok;
     Path at = found;
     const bool was_first = slot_ > 0 && !is_equal(keys_, leaf_.key(slot_ - 1));
     Result result = Result::ok;
