@@ -220,7 +220,7 @@ Outcome File::size(std::uint64_t& bytes) {
   return pass(Call::size, [&] { return system::file_size(handle_, bytes); });
 }
 
-Outcome File::size_under_lock(std::uint64_t& bytes) {
+Outcome File::known_size(std::uint64_t& bytes) {
   return pass(Call::size, [&] { return system::file_end(handle_, bytes); });
 }
 

@@ -115,9 +115,10 @@ class File {
                        std::size_t* transferred = nullptr);
 
   Outcome size(std::uint64_t& bytes);
-  // The same for who holds a lock of the file, which has brought the size up to date. Unlike size()
-  // it looks at no times: a system that tells who has looked makes the next write note a new one.
-  Outcome size_under_lock(std::uint64_t& bytes);
+  // The same where the system knows the size by now: of a file of this machine, or under a lock
+  // that keeps others from changing it. Unlike size() it looks at no times: a system that tells who
+  // has looked makes the next write note a new one.
+  Outcome known_size(std::uint64_t& bytes);
   Outcome identity(FileIdentity& identity);
   // How many names lead to the file: none once it was removed, or another one took its place.
   Outcome names(std::uint32_t& count);

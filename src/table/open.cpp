@@ -84,6 +84,7 @@ Result look_at_size(VqBlock& block, Table& table) {
   std::uint64_t bytes = 0;
   const platform::Outcome outcome = records.file.size(bytes);
   if (!outcome.ok()) return fail(block, transfer_result(outcome), kOpen.detail(4));
+  table.is_of_this_machine = table.is_shared() && records.file.notes_changes();
   table.short_file =
       bytes < records.header_length + std::uint64_t{records.count} * records.record_length;
   return Result::ok;

@@ -13,8 +13,10 @@ constinit HandlePool<Table> pool;
 
 platform::Outcome find_size(Table& table, std::uint64_t& bytes) {
   platform::File& file = table.records.file;
-  const bool is_locked = table.locks.append || table.locks.count() > 0;
-  return is_locked ? file.size_under_lock(bytes) : file.size(bytes);
+  const LockState& locks = table.locks;
+  const bool nobody_appends = locks.append || locks.holds_file();
+  const bool is_known = nobody_appends || (table.is_of_this_machine && locks.count() > 0);
+  return is_known ? file.known_size(bytes) : file.size(bytes);
 }
 
 bool counts_by_size(const Table& table) { return (table.block->kind & dialect::kCountBySize) != 0; }

@@ -36,7 +36,8 @@ class Table : public HandleHead {
   std::uint32_t stored_count = 0;  // in the header, as this handle read or wrote it last
   bool production = false;
   std::string path;
-  bool short_file = false;  // at open, the file lacked records that its header counts
+  bool is_of_this_machine = false;  // the file, so that its size is known at once
+  bool short_file = false;          // at open, the file lacked records that its header counts
   convert::Date updated;
   platform::Bytes field_memory;
   std::uint32_t field_count = 0;
