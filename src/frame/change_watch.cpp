@@ -29,7 +29,10 @@ bool ChangeTimes::look(const platform::LastChange& found, std::int64_t clock_bef
   const std::int64_t age = clock_before - found.time;
   const bool is_complete = age > kLongestWrite;
   const bool is_known = found == seen_ && (was_complete_ || !is_complete);
-  const bool unchanged = counts_ && !is_own_change && is_known;
+  if (is_own_change) own_since_ = std::min(own_since_, clock_before);
+  const bool is_overdue = own_since_ < clock_before - kLongestWrite;
+  const bool unchanged = counts_ && !is_own_change && is_known && !is_overdue;
+  if (!unchanged && !is_own_change) own_since_ = INT64_MAX;
   const bool is_behind = age > kBehindTheClock && !is_in_hundredths(found.time);
   counts_ = unchanged || is_behind || grain_ == Grain::look;
   was_complete_ = is_complete;

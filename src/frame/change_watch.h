@@ -8,7 +8,8 @@
 //
 // The time is noted before the bytes are written. Who locks the file to write is done with both
 // when others look; for the sake of those who do not, such as a program that copies a file into the
-// place of this one, a change counts as another one once it is old enough to be complete.
+// place of this one, a change counts as another one once it is old enough to be complete. Nor is
+// what the caller has noted as his own believed for longer: it may have covered one of theirs.
 #ifndef VQDBSYS_FRAME_CHANGE_WATCH_H_
 #define VQDBSYS_FRAME_CHANGE_WATCH_H_
 
@@ -36,7 +37,8 @@ class ChangeTimes {
 
  private:
   platform::LastChange seen_;
-  std::int64_t clock_ = INT64_MAX;  // before the last look
+  std::int64_t clock_ = INT64_MAX;      // before the last look
+  std::int64_t own_since_ = INT64_MAX;  // the first own change since others' were last assumed
   Grain grain_ = Grain::unknown;
   bool counts_ = false;
   bool was_complete_ = false;  // what the last look found

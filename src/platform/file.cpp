@@ -58,7 +58,7 @@ Outcome write_together(system::Handle file, std::uint64_t offset, std::span<cons
   std::array<char, kFewBytes> bytes;
   std::size_t filled = 0;
   for (const Piece& piece : pieces) {
-    std::memcpy(bytes.data() + filled, piece.data, piece.size);
+    if (piece.size != 0) std::memcpy(bytes.data() + filled, piece.data, piece.size);
     filled += piece.size;
   }
   return system::write_file(file, offset, bytes.data(), size, moved);

@@ -236,6 +236,7 @@ TEST_P(KilledWriters, take_nothing_with_them_that_anybody_was_told_is_done) {
   const auto start = [&](const char* body) {
     const std::string number = std::to_string(logs.size() + 1);
     logs.push_back(world.group.file("LOG" + number));
+    write_file(logs.back(), "");  // some are killed before they begin
     return std::make_unique<Child>(
         body, Arguments{world.group.table(), std::to_string(dialect), std::to_string(scheme),
                         std::to_string(mode), number, logs.back(), stop});
