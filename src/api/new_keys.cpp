@@ -37,8 +37,7 @@ Result NewKeys::insert(const Byte* record, std::uint32_t recno) {
   index::find_places(places_);
   for (std::size_t i = 0; i < places_.size(); ++i) {
     const Member& member = *keys_[i].member;
-    const auto put = member.bracket().putat;
-    const Result result = put != nullptr ? put(places_[i], recno, kBracketed) : Result::no_driver;
+    const Result result = member.bracket().putat(places_[i], recno, kBracketed);
     // A unique index may hold the key already; the record stays.
     if (!ok(result) && result != Result::duplicate_key && !is_dropped(member, result)) {
       return result;
