@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "bare_append.h"
 #include "customers.h"
 #include "folder.h"
 #include "sqlite.h"
@@ -314,16 +315,38 @@ void read_number_sqlite(benchmark::State& state, std::uint32_t processes) {
               });
 }
 
+// ---- bare calls
+
+void append_bare(benchmark::State& state, std::uint32_t processes, std::size_t indexes) {
+  customers();
+  BareAppend::make(indexes);
+  measure(state, processes, [&]() -> Part {
+    auto* const files = new BareAppend(indexes);
+    return [files](std::uint32_t number, std::uint32_t count) {
+      std::array<char, kRecordBytes> record;
+      each_part(number, count, [&](std::uint32_t i) {
+        format_record(customers()[i], record.data());
+        files->append(record.data());
+      });
+      delete files;
+    };
+  });
+}
+
 // ---- the list
 
 // Adds a workload at each number of processes.
-template <auto kOurs, auto kSqlite>
+template <auto kOurs, auto kSqlite, auto kBare = nullptr>
 void add(int order, const std::string& name, double target) {
   const auto at = [&]<std::uint32_t kProcesses>() {
+    Side limit = nullptr;
+    if constexpr (kBare != nullptr) {
+      limit = [](benchmark::State& state) { kBare(state, kProcesses); };
+    }
     workloads().push_back({order++, name + ", " + std::to_string(kProcesses) + " at once",
                            [](benchmark::State& state) { kOurs(state, kProcesses); },
                            [](benchmark::State& state) { kSqlite(state, kProcesses); }, target,
-                           nullptr, 0, 3, "SQLite", false});
+                           limit, 0, 3, "SQLite", false});
   };
   at.template operator()<1>();
   at.template operator()<2>();
@@ -338,11 +361,15 @@ template <std::size_t kIndexes>
 void append_sqlite(benchmark::State& state, std::uint32_t processes) {
   append_sqlite(state, processes, kIndexes);
 }
+template <std::size_t kIndexes>
+void append_bare(benchmark::State& state, std::uint32_t processes) {
+  append_bare(state, processes, kIndexes);
+}
 
 const bool added = [] {
-  add<append_ours<0>, append_sqlite<0>>(100, "shared append, no index", 3.5);
-  add<append_ours<1>, append_sqlite<1>>(110, "shared append, one index", 3);
-  add<append_ours<3>, append_sqlite<3>>(120, "shared append, three indexes", 2.5);
+  add<append_ours<0>, append_sqlite<0>, append_bare<0>>(100, "shared append, no index", 3.5);
+  add<append_ours<1>, append_sqlite<1>, append_bare<1>>(110, "shared append, one index", 3);
+  add<append_ours<3>, append_sqlite<3>, append_bare<3>>(120, "shared append, three indexes", 2.5);
   add<update_ours, update_sqlite>(130, "shared update of a key", 2);
   add<read_number_ours, read_number_sqlite>(140, "shared read by number", 2);
   add<read_ours, read_sqlite>(150, "shared read by key", 2);
