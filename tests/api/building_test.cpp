@@ -1,7 +1,5 @@
-#include <filesystem>
 
 #include "support/orders.h"
-#include "support/test.h"
 
 namespace {
 

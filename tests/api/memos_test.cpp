@@ -1,5 +1,4 @@
 #include "support/orders.h"
-#include "support/test.h"
 
 namespace {
 
@@ -89,7 +88,7 @@ INSTANTIATE_TEST_SUITE_P(layouts, Memos,
                                            Layout{"dbase4", 2, 2, 512 + 467},
                                            Layout{"dbase4_in_dialect_4", 4, 2, 512 + 467},
                                            Layout{"dbase4_in_dialect_7", 7, 2, 512 + 467}),
-                         [](const auto& test) { return test.param.name; });
+                         by_name);
 
 TEST(MemoFiles, of_a_kind_without_a_driver_are_refused) {
   VqBlock block;

@@ -1,5 +1,4 @@
 #include "support/orders.h"
-#include "support/test.h"
 
 namespace {
 

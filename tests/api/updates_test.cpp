@@ -1,6 +1,5 @@
 #include "support/ndx_checker.h"
 #include "support/orders.h"
-#include "support/test.h"
 
 namespace {
 

@@ -1,15 +1,10 @@
-#include <gtest/gtest.h>
 
 #include <chrono>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "support/checked_group.h"
 #include "support/memo_files.h"
-#include "support/test.h"
 
-namespace vqdb::testing {
 namespace {
 
 const std::string kTable = "ITEMS.DBF";
@@ -277,4 +272,3 @@ TEST(Check, waits_for_nobody_who_keeps_a_lock) {
 }
 
 }  // namespace
-}  // namespace vqdb::testing

@@ -1,14 +1,8 @@
 // Every byte of a small sound group is damaged in turn. The check either says so, or everything can
 // be read as before, but for what the byte itself is part of.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <string>
-#include <vector>
 
 #include "support/checked_group.h"
 
-namespace vqdb::testing {
 namespace {
 
 // All that a host can read of the group.
@@ -105,4 +99,3 @@ INSTANTIATE_TEST_SUITE_P(Kinds, EveryByte, ::testing::Values(1, 7),
                          [](const auto& each) { return "dialect" + std::to_string(each.param); });
 
 }  // namespace
-}  // namespace vqdb::testing

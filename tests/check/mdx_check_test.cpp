@@ -1,11 +1,7 @@
-#include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
 
 #include "support/checked_group.h"
 
-namespace vqdb::testing {
 namespace {
 
 // The first tag's header, its page, and those of the second one.
@@ -130,4 +126,3 @@ TEST(MdxCheck, finds_every_damaged_byte_that_a_reader_would_notice) {
 }
 
 }  // namespace
-}  // namespace vqdb::testing

@@ -1,14 +1,8 @@
-#include <gtest/gtest.h>
 
-#include <algorithm>
-#include <string>
-#include <vector>
 
 #include "support/checked_group.h"
-#include "support/test.h"
 #include "support/tree_checker.h"
 
-namespace vqdb::testing {
 namespace {
 
 class Repairs : public ::testing::Test {
@@ -393,4 +387,3 @@ TEST(SafeCompaction, keeps_every_memo_whole_and_the_table_in_step) {
 }
 
 }  // namespace
-}  // namespace vqdb::testing

@@ -1,4 +1,3 @@
-#include <set>
 
 #include "convert/collation.h"
 #include "support/test.h"

@@ -1,9 +1,7 @@
-#include <algorithm>
 #include <bit>
 #include <charconv>
 #include <cmath>
 #include <limits>
-#include <random>
 
 #include "support/test.h"
 

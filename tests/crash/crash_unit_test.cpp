@@ -1,7 +1,6 @@
 // Each history in a process that dies at its n-th change of a file, for every n, also with a write
 // cut in half: nothing that was stored is lost, table and memo file check, a repair makes the group
 // sound, and work goes on.
-#include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -11,7 +10,6 @@
 #include "support/fault_plan.h"
 #include "support/histories.h"
 
-namespace vqdb::testing {
 namespace {
 
 constexpr std::uint64_t kMaxChanges = 2000;
@@ -87,4 +85,3 @@ INSTANTIATE_TEST_SUITE_P(Histories, Crash, ::testing::ValuesIn(histories()),
                          [](const auto& each) { return name_of(each.param); });
 
 }  // namespace
-}  // namespace vqdb::testing

@@ -1,6 +1,5 @@
 // Indexes on computed keys: they get the length that the expression says, stay in step with the
 // table, and find what they hold.
-#include <set>
 
 #include "support/test.h"
 

@@ -4,7 +4,6 @@
 #include <tuple>
 
 #include "support/orders.h"
-#include "support/test.h"
 
 namespace {
 

@@ -1,12 +1,10 @@
 #include "support/interface.h"
 
-#include "support/test.h"
-
 namespace {
 
 TEST(Interface, refuses_null_foreign_and_closed_in_every_function_and_changes_nothing) {
   Stage stage;
-  for (const Call& call : interface_calls()) {
+  for (const FunctionCall& call : interface_calls()) {
     EXPECT_EQ(call.refusals, call.refuse(stage)) << call.name;
   }
 }
@@ -18,7 +16,7 @@ TEST(Interface, is_all_in_the_table_and_every_call_succeeds) {
 #undef VQ_EXPORTED
   std::vector<std::string> called;
   Stage stage;
-  for (const Call& call : interface_calls()) {
+  for (const FunctionCall& call : interface_calls()) {
     called.emplace_back(call.name);
     EXPECT_LE(0, call.prepare(stage)()) << call.name << " " << int32_t{stage.block->detail};
     stage.close();

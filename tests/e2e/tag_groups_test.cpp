@@ -1,19 +1,9 @@
 // Databases whose group has an MDX file, beside NDX files: whatever happens to the records, every
 // tag holds those that its filter lets in.
-#include <gtest/gtest.h>
 
-#include <algorithm>
-#include <random>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include "support/exports.h"
 #include "support/mdx_checker.h"
 #include "support/order_tags.h"
-#include "support/test.h"
 
-namespace vqdb::testing {
 namespace {
 
 using Tag = OrderTag;
@@ -64,9 +54,7 @@ class TagGroupTest : public ::testing::Test {
     records_.push_back(order);
   }
 
-  void expect_tag(const Tag& tag, const MdxReport& report) {
-    testing::expect_tag(tag, report, records_);
-  }
+  void expect_tag(const Tag& tag, const MdxReport& report) { ::expect_tag(tag, report, records_); }
 
   void check() {
     expect_in_step(database_, orders_, records_);
@@ -439,4 +427,3 @@ TEST_P(TagGroups, a_tag_of_others_that_cannot_be_kept_stops_changes) {
 }
 
 }  // namespace
-}  // namespace vqdb::testing

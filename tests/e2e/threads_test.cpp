@@ -1,8 +1,6 @@
-#include <functional>
 #include <thread>
 
 #include "support/interface.h"
-#include "support/test.h"
 
 namespace {
 
@@ -13,11 +11,11 @@ void run_in_threads(const std::function<void(unsigned)>& run) {
 }
 
 TEST(Threads, call_every_function_at_the_same_time) {
-  const std::vector<Call>& calls = interface_calls();
+  const std::vector<FunctionCall>& calls = interface_calls();
   run_in_threads([&](unsigned t) {
     Stage stage;
     for (std::size_t i = 0; i < 3 * calls.size(); ++i) {
-      const Call& call = calls[(i + t * calls.size() / 8) % calls.size()];
+      const FunctionCall& call = calls[(i + t * calls.size() / 8) % calls.size()];
       EXPECT_LE(0, call.prepare(stage)()) << call.name << " " << int32_t{stage.block->detail};
       stage.close();
       stage.restore();

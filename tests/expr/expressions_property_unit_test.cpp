@@ -5,7 +5,6 @@
 
 #include "support/bound_table.h"
 #include "support/expression_model.h"
-#include "support/test.h"
 
 namespace {
 

@@ -3,7 +3,6 @@
 #include <sstream>
 
 #include "support/bound_table.h"
-#include "support/test.h"
 
 namespace {
 

@@ -1,8 +1,6 @@
 // Every example of docs/expressions.md, run from the document itself.
-#include <set>
 
 #include "support/bound_table.h"
-#include "support/test.h"
 
 namespace {
 

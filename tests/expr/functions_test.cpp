@@ -2,7 +2,6 @@
 #include <chrono>
 
 #include "support/bound_table.h"
-#include "support/test.h"
 
 namespace {
 

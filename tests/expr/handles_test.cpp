@@ -1,5 +1,4 @@
 #include "support/bound_table.h"
-#include "support/test.h"
 #include "table/scratch_table.h"
 
 namespace {

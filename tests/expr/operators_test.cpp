@@ -1,5 +1,4 @@
 #include "support/bound_table.h"
-#include "support/test.h"
 
 namespace {
 

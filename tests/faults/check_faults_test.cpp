@@ -1,17 +1,9 @@
 // What a compaction leaves that stops between its two files.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <string>
-#include <vector>
 
 #include "support/checked_group.h"
 #include "support/fault_plan.h"
 
-namespace vqdb::testing {
 namespace {
-
-using platform::Verdict;
 
 void prepare(CheckedGroup& group) {
   group.create();
@@ -79,8 +71,8 @@ TEST(CutOffCompaction, takes_no_missing_or_changed_file_for_its_own) {
     const std::string texts = texts_of(group);
     const std::size_t size = read_file(group.file("ITEMS.DBT")).size();
     {
-      const auto is_change = [](platform::Call call) {
-        return call == platform::Call::replace || call == platform::Call::remove;
+      const auto is_change = [](Call call) {
+        return call == Call::replace || call == Call::remove;
       };
       // A leftover is removed before each of the two files is made.
       const FaultPlan plan(each.replaced + 2, Verdict::fail, is_change, true);
@@ -111,4 +103,3 @@ TEST(CutOffCompaction, takes_no_missing_or_changed_file_for_its_own) {
 }
 
 }  // namespace
-}  // namespace vqdb::testing

@@ -2,19 +2,14 @@
 // was acknowledged is lost, nothing stays open, and the codes say what failed.
 #include <chrono>
 #include <future>
-#include <set>
 
 #include "api/index_list.h"
 #include "support/fault_plan.h"
 #include "support/orders.h"
-#include "support/test.h"
 
 namespace {
 
 using namespace vqdb;
-
-using platform::Call;
-using platform::Verdict;
 
 constexpr std::uint64_t kMaxCalls = 500;
 
@@ -122,7 +117,7 @@ INSTANTIATE_TEST_SUITE_P(changes, FailingChange,
                                            Change{"update", 0, false, false},
                                            Change{"update_shared", 2, false, false},
                                            Change{"update_shared_full", 4, true, false}),
-                         [](const auto& test) { return test.param.name; });
+                         by_name);
 
 // A lock that is refused stops a change before anything is written, and the change can be repeated.
 TEST(RefusedLock, leaves_everything_as_it_was) {
@@ -142,8 +137,7 @@ TEST(RefusedLock, leaves_everything_as_it_was) {
       const std::string record = record_of(order);
       std::int32_t result = 0;
       {
-        const FaultPlan plan(static_cast<std::uint64_t>(n), Verdict::fail,
-                             [](Call call) { return call == Call::lock; });
+        const FaultPlan plan(static_cast<std::uint64_t>(n), Verdict::fail, only(Call::lock));
         result = appends ? lib.DBapprec(database, record.data(), &recno)
                          : lib.DBupdrec(database, 2, record.data());
         struck = plan.struck();

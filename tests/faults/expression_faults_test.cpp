@@ -1,12 +1,11 @@
 #include "support/bound_table.h"
 #include "support/fault_plan.h"
-#include "support/test.h"
 
 namespace {
 
 using namespace vqdb;
 
-const FaultPlan::Filter allocations = only(platform::Call::allocate);
+const FaultPlan::Filter allocations = only(Call::allocate);
 
 // The details of the refusals while the first allocation fails, then the second, and so on.
 std::vector<std::int32_t> details_of_parse(BoundTable& bound, const char* text, VqTable* table) {
@@ -14,8 +13,8 @@ std::vector<std::int32_t> details_of_parse(BoundTable& bound, const char* text, 
   for (std::uint64_t n = 1;; ++n) {
     const auto parsed =
         under_fault(
-            n, platform::Verdict::fail,
-            [&] { return std::make_shared<Program>(bound, text, table); }, allocations)
+            n, Verdict::fail, [&] { return std::make_shared<Program>(bound, text, table); },
+            allocations)
             .result;
     if (parsed->result == 0) return details;
     EXPECT_EQ(parsed->result, VQ_E_NO_MEMORY);
@@ -67,14 +66,14 @@ TEST(ExpressionFaults, only_long_texts_take_memory_in_a_run) {
     Program program(bound, c.text);
     const auto run = [&] { return program.run(bound.record.data()).result; };
     {
-      const FaultPlan plan(1, platform::Verdict::fail, allocations);
+      const FaultPlan plan(1, Verdict::fail, allocations);
       EXPECT_EQ(run(), c.detail == 0 ? 0 : VQ_E_NO_MEMORY) << c.text;
       EXPECT_EQ(plan.struck(), c.detail != 0) << c.text;
       EXPECT_EQ(bound.block.detail, c.detail) << c.text;
     }
     EXPECT_EQ(run(), 0) << c.text;
     // What the first run took serves the next ones.
-    const FaultPlan plan(1, platform::Verdict::fail, allocations);
+    const FaultPlan plan(1, Verdict::fail, allocations);
     EXPECT_EQ(run(), 0) << c.text;
   }
 }

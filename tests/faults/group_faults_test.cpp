@@ -1,16 +1,10 @@
 // Every operation on a whole group, with each call of the system failing in turn: the files are the
 // old ones or the complete new ones, nothing stays open or locked, and the next open works.
-#include <map>
-#include <set>
 
 #include "support/fault_plan.h"
 #include "support/orders.h"
-#include "support/test.h"
 
 namespace {
-
-using vqdb::platform::Call;
-using vqdb::platform::Verdict;
 
 // NAME C4, COUNT N3, NOTE M: 18 bytes with the deletion flag.
 constexpr std::size_t kRecordBytes = 18;
@@ -280,7 +274,6 @@ TEST_P(FailingGroup, has_old_or_complete_files_and_opens_again) {
   EXPECT_TRUE(operation.reads_list == (details.contains(6302) && details.contains(6305)));
 }
 
-INSTANTIATE_TEST_SUITE_P(operations, FailingGroup, ::testing::ValuesIn(kOperations),
-                         [](const auto& test) { return std::string(test.param.name); });
+INSTANTIATE_TEST_SUITE_P(operations, FailingGroup, ::testing::ValuesIn(kOperations), by_name);
 
 }  // namespace

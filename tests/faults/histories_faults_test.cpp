@@ -1,18 +1,13 @@
 // Each history while its n-th call fails or is cut short, for n = 1, 2, ... until none does, also a
 // call for memory; and on a disk that is full from the n-th write on, where it goes on after room
 // has been made. Nothing that was stored is lost, and nothing is left behind.
-#include <gtest/gtest.h>
 
 #include <new>
 
 #include "support/fault_plan.h"
 #include "support/histories.h"
 
-namespace vqdb::testing {
 namespace {
-
-using platform::Call;
-using platform::Verdict;
 
 constexpr std::uint64_t kMaxCalls = 20000;
 
@@ -103,4 +98,3 @@ INSTANTIATE_TEST_SUITE_P(Histories, Faults, ::testing::ValuesIn(histories()),
                          [](const auto& each) { return name_of(each.param); });
 
 }  // namespace
-}  // namespace vqdb::testing

@@ -1,20 +1,14 @@
 // The process dies between two writes, at every place of every operation on trees that split,
 // shrink and hold runs of equal keys: what was there before is there once, the operation at hand is
 // done or not, and the file goes on as if nothing had happened.
-#include <map>
-#include <set>
 
 #include "support/fault_plan.h"
 #include "support/mdx_fixture.h"
 #include "support/ndx_fixture.h"
-#include "support/test.h"
 
 namespace {
 
 using namespace vqdb;
-
-using platform::Call;
-using platform::Verdict;
 
 using Entries = std::vector<IndexEntry>;
 
@@ -282,7 +276,7 @@ INSTANTIATE_TEST_SUITE_P(Trees, IndexCrash,
                                            CrashCase{"mdx_shared_equal", "C100", 4, 2, 1},
                                            CrashCase{"mdx_exclusive", "C100", 0, 240, 40},
                                            CrashCase{"mdx_exclusive_equal", "C100D", 0, 2, 40}),
-                         [](const auto& crash) { return std::string(crash.param.name); });
+                         by_name);
 
 // What a device may hold of a file after a loss of power: what it was told to keep, and any of the
 // writes since.
@@ -383,7 +377,7 @@ INSTANTIATE_TEST_SUITE_P(Trees, PowerLoss,
                                            CrashCase{"ndx_exclusive", nullptr, 0, 240, 30},
                                            CrashCase{"mdx_shared_equal", "C100", 4, 2, 1},
                                            CrashCase{"mdx_exclusive", "C100D", 0, 240, 40}),
-                         [](const auto& crash) { return std::string(crash.param.name); });
+                         by_name);
 
 // What a handle leaves undone is the next one's that locks the file, whatever came between.
 class SharedCrash : public NdxFixture {

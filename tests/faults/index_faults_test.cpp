@@ -1,18 +1,13 @@
 // The n-th call of the system fails, for n = 1, 2, ... until a whole history of changes succeeds.
 // Whatever failed, the tree in memory stays whole, the file opens as it lies on disk at that
 // moment, and no key that was flushed before is lost.
-#include <map>
 
 #include "support/fault_plan.h"
 #include "support/ndx_fixture.h"
-#include "support/test.h"
 
 namespace {
 
 using namespace vqdb;
-
-using platform::Call;
-using platform::Verdict;
 
 struct Setting {
   const char* name;
@@ -176,7 +171,7 @@ INSTANTIATE_TEST_SUITE_P(
                       Setting{"shared", 4, 4, Verdict::fail, false},
                       Setting{"shared_cut_short", 2, 30, Verdict::cut_short, false},
                       Setting{"shared_all_after", 4, 30, Verdict::fail, true}),
-    [](const auto& setting) { return std::string(setting.param.name); });
+    by_name);
 
 // Opening, creating and copying either work or leave nothing behind and say why.
 TEST_F(NdxFixture, files_are_made_whole_or_not_at_all) {

@@ -1,19 +1,14 @@
-#include <set>
 
 #include "support/fault_plan.h"
 #include "support/interface.h"
-#include "support/test.h"
 
 namespace {
-
-using vqdb::platform::Call;
-using vqdb::platform::Verdict;
 
 // What goes on in steps, each of which stays when a later one fails; the histories stop these.
 const std::set<std::string> kInSteps = {"dXindex",  "dXezindx", "dXdeltag",  "DBapprec", "DBindex",
                                         "DBrepair", "DBpack",   "DBreindex", "DBcompact"};
 
-void fail_each_call_of(const vqdb::testing::Call& call, bool memory, Stage& stage) {
+void fail_each_call_of(const FunctionCall& call, bool memory, Stage& stage) {
   bool struck = true;
   for (std::uint64_t n = 1; struck; ++n) {
     const auto run = call.prepare(stage);

@@ -1,15 +1,10 @@
 // Every call to the system fails, in turn, while tables are packed and joined: the old table or the
 // new one is there, whole, and no other file.
-#include <set>
 
 #include "support/fault_plan.h"
-#include "support/test.h"
 #include "table/scratch_table.h"
 
 namespace {
-
-using vqdb::platform::Call;
-using vqdb::platform::Verdict;
 
 constexpr std::uint32_t kRecords = 2500;  // more than three transfers
 

@@ -2,20 +2,15 @@
 // until a whole history of changes to an MDX file succeeds: entries, splits that take from the free
 // list, pages and whole tags that go back to it, tags added and rebuilt. No block is ever in two
 // places, no key that was flushed is lost, and what goes on in memory stays whole.
-#include <map>
 
 #include "support/fault_plan.h"
 #include "support/host.h"
 #include "support/mdx_fixture.h"
-#include "support/test.h"
 #include "table/locks.h"
 
 namespace {
 
 using namespace vqdb;
-
-using platform::Call;
-using platform::Verdict;
 
 struct Setting {
   const char* name;
@@ -177,7 +172,7 @@ INSTANTIATE_TEST_SUITE_P(
                       Setting{"exclusive_many_buffers_crash", 0, 300, Verdict::fail, true},
                       Setting{"shared", 4, 4, Verdict::fail, false},
                       Setting{"shared_crash", 2, 30, Verdict::fail, true}),
-    [](const auto& setting) { return std::string(setting.param.name); });
+    by_name);
 
 // Making, copying and rebuilding files: the old file or the new one, and no other file beside it.
 TEST_F(MdxFixture, mdx_files_are_made_whole_or_not_at_all) {
@@ -197,7 +192,7 @@ TEST_F(MdxFixture, mdx_files_are_made_whole_or_not_at_all) {
       [&] { return lib.dXcreat(table, name("OLD").c_str()); },
       [&] { return lib.dXcopy(&block, name("SOURCE").c_str(), name("OLD").c_str()); },
       [&] { return lib.dXezindx(table, name("FRESH").c_str(), "KEYS", "TEXT", nullptr, 0); }};
-  const auto but_removing = [](Call call) { return call != Call::remove; };
+  const auto but_removing = all_but(Call::remove);
   for (const auto& work : works) {
     for (const Verdict verdict : {Verdict::fail, Verdict::cut_short}) {
       for (std::uint64_t n = 1;; ++n) {

@@ -1,15 +1,11 @@
 // The n-th call to the system fails, for every n that an operation reaches: what was acknowledged
 // before can be read afterwards, and the file takes new memos once the disk works again.
-#include <map>
 
 #include "support/fault_plan.h"
 #include "support/memo_files.h"
-#include "support/test.h"
 
 namespace {
 
-using vqdb::platform::Call;
-using vqdb::platform::Verdict;
 using Layout = MemoFile::Layout;
 
 struct Memo {
@@ -263,7 +259,7 @@ bool compact_with_failure(Layout layout, std::uint64_t n, bool and_all_after) {
   std::int32_t result = 0;
   bool struck = false;
   {
-    const auto counts = [](Call call) { return call != Call::remove; };
+    const auto counts = all_but(Call::remove);
     const FaultPlan plan(n, Verdict::fail, counts, and_all_after);
     result = lib.dToptimize(&prepared.block(), prepared.name().c_str());
     struck = plan.struck();

@@ -1,16 +1,9 @@
 // A process that dies while it packs a table with its indexes: what can be opened is in step, and
 // packing again finishes what was begun.
-#include <gtest/gtest.h>
 
-#include <string>
-#include <utility>
-#include <vector>
-
-#include "support/exports.h"
 #include "support/fault_plan.h"
 #include "support/orders.h"
 
-namespace vqdb::testing {
 namespace {
 
 // A table of a dozen orders, every third of them deleted, with its indexes and list.
@@ -36,8 +29,7 @@ void expect_contents(Orders& orders, const std::vector<Order>& records) {
   EXPECT_EQ(0, lib.DBclose(database));
 }
 
-bool changes_files(platform::Call call) {
-  using platform::Call;
+bool changes_files(Call call) {
   return call == Call::create || call == Call::write || call == Call::sync ||
          call == Call::remove || call == Call::replace;
 }
@@ -62,7 +54,7 @@ TEST(StoppedPack, leaves_nothing_that_opens_out_of_step) {
     for (const auto& [name, bytes] : files) write_file(name, bytes);
     std::int32_t result = 0;
     {
-      const FaultPlan plan(n, platform::Verdict::fail, changes_files, true);
+      const FaultPlan plan(n, Verdict::fail, changes_files, true);
       result = lib.DBpack(&orders.block, orders.table().c_str());
       struck = plan.struck();
     }
@@ -88,4 +80,3 @@ TEST(StoppedPack, leaves_nothing_that_opens_out_of_step) {
 }
 
 }  // namespace
-}  // namespace vqdb::testing

@@ -3,16 +3,11 @@
 #include <sys/resource.h>
 
 #include <csignal>
-#include <set>
 
 #include "support/fault_plan.h"
-#include "support/test.h"
 #include "table/scratch_table.h"
 
 namespace {
-
-using vqdb::platform::Call;
-using vqdb::platform::Verdict;
 
 using Records = std::vector<std::string>;
 
@@ -239,7 +234,7 @@ TEST(TableFaults, what_no_longer_counts_is_cut_off_where_the_size_tells_the_coun
     }
     for (int i = 0; i < 20; ++i) EXPECT_EQ(0, lib.dDapprec(table, kNew.data()));
     {
-      const FaultPlan plan(1, Verdict::cut_short, [](Call call) { return call == Call::write; });
+      const FaultPlan plan(1, Verdict::cut_short, only(Call::write));
       EXPECT_EQ(-17, lib.dDflush(table));
     }
     EXPECT_EQ(148u, count_by_size()) << "half of the last block, not what was removed behind";
@@ -248,7 +243,7 @@ TEST(TableFaults, what_no_longer_counts_is_cut_off_where_the_size_tells_the_coun
   }
   OpenTable table(scratch.block, scratch.name, 2, 0);
   {
-    const FaultPlan plan(2, Verdict::fail, [](Call call) { return call == Call::write; });
+    const FaultPlan plan(2, Verdict::fail, only(Call::write));
     EXPECT_EQ(-17, lib.dDapprec(table, kNew.data()));
   }
   EXPECT_EQ(kRecords + 10, count_by_size());
@@ -282,14 +277,14 @@ TEST(TableFaults, flag_4_forces_what_flush_and_close_write_to_the_device) {
       scratch.block.runtime_flags = forced ? VQ_FLAG_DURABLE : 0;
       OpenTable table(scratch.block, scratch.name, mode, 1);
       const auto syncs = [&](auto work) {
-        const FaultPlan plan(0, Verdict::fail, [](Call call) { return call == Call::sync; });
+        const FaultPlan plan(0, Verdict::fail, only(Call::sync));
         EXPECT_EQ(0, work());
         return plan.calls();
       };
       EXPECT_EQ(0u, syncs([&] { return lib.dDapprec(table, kNew.data()); }));
       EXPECT_EQ(forced ? 1u : 0u, syncs([&] { return lib.dDflush(table); }));
       {
-        const FaultPlan plan(1, Verdict::fail, [](Call call) { return call == Call::sync; });
+        const FaultPlan plan(1, Verdict::fail, only(Call::sync));
         EXPECT_EQ(forced ? -17 : 0, lib.dDflush(table));
         EXPECT_EQ(forced ? 244 : 0, +scratch.block.detail);
       }

@@ -3,7 +3,6 @@
 
 #include "frame/handle_pool.h"
 #include "support/fault_plan.h"
-#include "support/test.h"
 
 namespace {
 
@@ -79,7 +78,7 @@ TEST(HandlePool, lets_closed_slots_rest_and_reuses_the_longest_closed_first) {
 TEST(HandlePool, gives_null_without_memory_and_goes_on_when_there_is_some_again) {
   static HandlePool<Door> pool;
   {
-    const FaultPlan plan(1, vqdb::platform::Verdict::fail, nullptr, true);
+    const FaultPlan plan(1, Verdict::fail, nullptr, true);
     for (int i = 0; i < 100 && pool.open(nullptr) != nullptr; ++i) {
     }
     EXPECT_EQ(nullptr, pool.open(nullptr));

@@ -1,29 +1,18 @@
 // Files in the making: whose they are, where they go, and what a dead process leaves.
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <cstring>
-#include <filesystem>
 #include <fstream>
-#include <string>
-#include <vector>
 
 #include "frame/temporary_file.h"
 #include "support/fault_plan.h"
-#include "support/files.h"
 #include "support/ordinary_user.h"
 
 namespace vqdb {
 namespace {
 
 namespace fs = std::filesystem;
-using platform::Call;
 using platform::Error;
-using testing::read_file;
-using testing::TemporaryFolder;
-using testing::write_file;
 using Names = std::vector<std::string>;
 
 VqBlock block_with(const fs::path& directory) {
@@ -105,8 +94,7 @@ TEST(TemporaryFiles, reach_another_device_by_a_copy_beside_the_target) {
     ASSERT_TRUE(file.make(block_with(other), target).ok());
     ASSERT_TRUE(file.file().write_at(0, text.data(), text.size()).ok());
     {
-      const testing::FaultPlan plan(fails ? 2 : 0, platform::Verdict::fail,
-                                    [](Call call) { return call == Call::replace; });
+      const testing::FaultPlan plan(fails ? 2 : 0, Verdict::fail, only(Call::replace));
       EXPECT_EQ(fails, !file.put_in_place().ok());
     }
     EXPECT_EQ(fails ? "old" : text, read_file(target));

@@ -1,14 +1,11 @@
 // What is kept of a shared index across brackets: nobody's change goes unnoticed, whether the
 // writer knows this library or not, and whatever the file system notes of it.
 #include <chrono>
-#include <filesystem>
-#include <random>
 #include <thread>
 
 #include "frame/change_watch.h"
 #include "support/fault_plan.h"
 #include "support/ndx_fixture.h"
-#include "support/test.h"
 #include "table/lock_scheme.h"
 #include "table/locks.h"
 
@@ -19,7 +16,6 @@ using vqdb::ChangeTimes;
 using vqdb::platform::File;
 using vqdb::platform::LastChange;
 using vqdb::platform::Sharing;
-using vqdb::testing::FaultPlan;
 
 // A file on a system whose clock ticks every 4 ms, with times of ticks, of looks or of seconds.
 class Notes {
@@ -164,7 +160,7 @@ TEST_F(KeptPages, a_search_waits_for_who_writes_and_not_for_who_reads) {
   ASSERT_TRUE(other.unlock(place.file_offset, place.file_length).ok());
   ASSERT_TRUE(other.lock(place.file_offset, place.file_length).ok());
   std::uint64_t calls = 0;
-  const FaultPlan plan(0, vqdb::platform::Verdict::go_on, [&](vqdb::platform::Call) {
+  const FaultPlan plan(0, Verdict::go_on, [&](Call) {
     if (++calls == 10) {
       renumber(3);
       EXPECT_TRUE(other.unlock(place.file_offset, place.file_length).ok());
@@ -184,7 +180,7 @@ TEST_F(KeptPages, readers_give_way_to_who_waits_to_write) {
   ASSERT_TRUE(other.lock(place.file_offset, place.file_length, Sharing::shared).ok());
   std::uint64_t calls = 0;
   {
-    const FaultPlan plan(0, vqdb::platform::Verdict::go_on, [&](vqdb::platform::Call) {
+    const FaultPlan plan(0, Verdict::go_on, [&](Call) {
       if (++calls == 80) {
         EXPECT_TRUE(vqdb::table::somebody_asks_for_turn(other, 0));
         EXPECT_TRUE(other.unlock(place.file_offset, place.file_length).ok());

@@ -3,7 +3,6 @@
 #include "index/open/key_tree.h"
 #include "support/fault_plan.h"
 #include "support/ndx_fixture.h"
-#include "support/test.h"
 #include "table/table.h"
 
 namespace {
@@ -12,8 +11,6 @@ using namespace vqdb;
 
 using index::bracket;
 using index::driver;
-using platform::Call;
-using platform::Verdict;
 
 using DriverTable = NdxFixture;
 
@@ -126,10 +123,10 @@ TEST_F(Brackets, nested_ones_lock_refresh_and_write_once) {
     };
     const std::uint64_t once = mode == 0 ? 0 : 1;
     // The status question locks as well: to no avail, or for a moment.
-    EXPECT_EQ(once + 1, count([](Call call) { return call == Call::lock; }));
-    EXPECT_EQ(1u, count([](Call call) { return call == Call::unlock; }));
-    EXPECT_EQ(once, count([](Call call) { return call == Call::write; }));
-    EXPECT_EQ(2 * once, count([](Call call) { return call == Call::read; })) << "header and root";
+    EXPECT_EQ(once + 1, count(only(Call::lock)));
+    EXPECT_EQ(1u, count(only(Call::unlock)));
+    EXPECT_EQ(once, count(only(Call::write)));
+    EXPECT_EQ(2 * once, count(only(Call::read))) << "header and root";
     EXPECT_EQ(Result::ok, driver(1).rmkey(*mine, text_key("OLD", 10).data(), 1, true));
     EXPECT_EQ(Result::ok, driver(1).close(*theirs));
     EXPECT_EQ(Result::ok, driver(1).close(*mine));
@@ -140,16 +137,14 @@ TEST_F(Brackets, what_cannot_be_written_is_forgotten_at_the_end) {
   ASSERT_EQ(0, lib.dNcreat(&block, folder.file("B").c_str(), "NAME", "C10"));
   index::Index* const handle = open_index(4);
   {
-    const FaultPlan plan(
-        1, Verdict::fail, [](Call call) { return call == Call::write; }, true);
+    const FaultPlan plan(1, Verdict::fail, only(Call::write), true);
     ASSERT_EQ(Result::ok, ndx.enter(*handle));
     EXPECT_EQ(Result::ok, put(handle, "A", 1));
     EXPECT_EQ(Result::io, ndx.leave(*handle));
   }
   EXPECT_EQ(0u, record_of(handle, "A"));
   {
-    const FaultPlan plan(
-        1, Verdict::fail, [](Call call) { return call == Call::lock; }, true);
+    const FaultPlan plan(1, Verdict::fail, only(Call::lock), true);
     EXPECT_NE(Result::ok, ndx.enter(*handle));
   }
   EXPECT_EQ(Result::not_locked, put(handle, "A", 1)) << "an enter that failed needs no leave";

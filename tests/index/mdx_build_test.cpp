@@ -2,7 +2,6 @@
 // pages, beside other tags that stay as they are; and nothing changed when it fails.
 #include "support/host.h"
 #include "support/mdx_fixture.h"
-#include "support/test.h"
 
 namespace {
 

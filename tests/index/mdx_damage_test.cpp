@@ -1,7 +1,6 @@
 // MDX files that no writer made: every operation ends, with a code, and the library never follows a
 // page out of the file.
 #include "support/mdx_fixture.h"
-#include "support/test.h"
 
 namespace {
 

@@ -2,7 +2,6 @@
 #include <cstdlib>
 
 #include "support/mdx_fixture.h"
-#include "support/test.h"
 
 namespace {
 

@@ -1,12 +1,9 @@
 // Whole histories of several tags in one file, by one handle or by several of a shared file:
 // entries come and go, tags are dropped and made again. Checked against a model and, byte by byte,
 // by the checker: every block of the file is in one tree or in the free list.
-#include <set>
 
 #include "support/mdx_fixture.h"
-#include "support/test.h"
 
-namespace vqdb::testing {
 namespace {
 
 struct TagKind {
@@ -254,7 +251,6 @@ INSTANTIATE_TEST_SUITE_P(Settings, MdxHistory,
                                            History{"two_in_mode_2", 2, 20, {2, 2}, 15000},
                                            History{
                                                "three_in_modes_2_and_4", 3, 300, {4, 2, 4}, 15000}),
-                         [](const auto& history) { return std::string(history.param.name); });
+                         by_name);
 
 }  // namespace
-}  // namespace vqdb::testing

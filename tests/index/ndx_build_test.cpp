@@ -2,7 +2,6 @@
 // workspace, and nothing changed when it fails.
 #include "support/host.h"
 #include "support/ndx_fixture.h"
-#include "support/test.h"
 
 namespace {
 

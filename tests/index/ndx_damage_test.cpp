@@ -1,7 +1,6 @@
 // Files that no writer made: every operation ends, with a code, and the library never follows a
 // page out of the file.
 #include "support/ndx_fixture.h"
-#include "support/test.h"
 
 namespace {
 

@@ -1,6 +1,5 @@
 // NDX files as bytes: what create writes, what open accepts, and every refusal with its codes.
 #include "support/ndx_fixture.h"
-#include "support/test.h"
 
 namespace {
 

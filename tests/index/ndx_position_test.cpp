@@ -1,11 +1,8 @@
 // Searching and stepping: what the position is after every kind of operation.
 #include <cmath>
-#include <random>
 #include <tuple>
-#include <vector>
 
 #include "support/ndx_fixture.h"
-#include "support/test.h"
 
 namespace {
 

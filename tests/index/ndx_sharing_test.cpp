@@ -1,10 +1,8 @@
 // Several processes and handles on one index file: nobody loses a key, locks exclude, and what one
 // writes the others find.
-#include <set>
 
 #include "support/ndx_fixture.h"
 #include "support/process.h"
-#include "support/test.h"
 
 namespace {
 

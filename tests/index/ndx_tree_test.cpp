@@ -1,10 +1,8 @@
 // Whole histories of insertions and removals, checked against a model and, byte by byte, by the
 // checker.
 #include <cmath>
-#include <map>
 
 #include "support/ndx_fixture.h"
-#include "support/test.h"
 
 namespace {
 
@@ -103,7 +101,7 @@ INSTANTIATE_TEST_SUITE_P(
                       History{"numbers_4_buffers", "N", 8, 4, 1000000, 60000},
                       History{"numbers_1000_buffers", "3N", 8, 1000, 20000, 150000},
                       History{"dates_1000_buffers", "D", 8, 1000, 3000, 100000}),
-    [](const auto& history) { return std::string(history.param.name); });
+    by_name);
 
 using Ndx = NdxFixture;
 

@@ -1,14 +1,10 @@
 // MDX files beside another reader, the Perl module XBase, where it is installed, and beside files
 // that other programs wrote, in the folder that VQDB_REAL_FILES of the environment names.
-#include <algorithm>
-#include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <random>
 
 #include "support/mdx_fixture.h"
 
-namespace vqdb::testing {
 namespace {
 
 // Prints the record number of every entry of a tag.
@@ -182,4 +178,3 @@ TEST_F(RealFiles, tags_of_another_program_walk_and_stay_right_after_a_thousand_u
 }
 
 }  // namespace
-}  // namespace vqdb::testing

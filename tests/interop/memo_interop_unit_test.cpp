@@ -1,20 +1,14 @@
 // Memo files beside another reader: the Perl module XBase, where it is installed. Ours are read by
 // it, and files that other programs wrote, in the folder that VQDB_REAL_FILES of the environment
 // names, by both.
-#include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <string>
-#include <vector>
 
 #include "interop/other_reader.h"
-#include "support/exports.h"
-#include "support/files.h"
 #include "support/memo_files.h"
 
 namespace {
 
-using namespace vqdb::testing;
 using Layout = MemoFile::Layout;
 
 // Prints each memo of a table in hexadecimal, one a line, by records and fields.

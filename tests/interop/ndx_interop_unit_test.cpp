@@ -1,11 +1,9 @@
 // NDX files beside another reader, the Perl module XBase, where it is installed: it walks ours in
 // the same order, and finds single keys.
-#include <random>
 
 #include "interop/other_reader.h"
 #include "support/ndx_fixture.h"
 
-namespace vqdb::testing {
 namespace {
 
 // Prints key and record number of every entry, from a key on when there is one.
@@ -62,4 +60,3 @@ TEST_F(NdxInterop, other_reader_walks_our_files_in_our_order) {
 }
 
 }  // namespace
-}  // namespace vqdb::testing

@@ -2,13 +2,10 @@
 #ifndef VQDBSYS_TESTS_INTEROP_OTHER_READER_H_
 #define VQDBSYS_TESTS_INTEROP_OTHER_READER_H_
 
-#include <gtest/gtest.h>
-
-#include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <string>
-#include <vector>
+
+#include "support/test.h"
 
 namespace vqdb::testing {
 

@@ -1,17 +1,10 @@
 // Tables beside other readers, where they are installed: what we write is what they read.
-#include <gtest/gtest.h>
 
 #include <cstdio>
-#include <string>
-#include <vector>
 
 #include "interop/other_reader.h"
-#include "support/exports.h"
-#include "support/files.h"
 
 namespace {
-
-using namespace vqdb::testing;
 
 struct Reader {
   const char* what;

@@ -1,6 +1,5 @@
 #include "support/host.h"
 #include "support/memo_files.h"
-#include "support/test.h"
 
 namespace {
 

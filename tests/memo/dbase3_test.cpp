@@ -1,5 +1,4 @@
 #include "support/memo_files.h"
-#include "support/test.h"
 
 namespace {
 

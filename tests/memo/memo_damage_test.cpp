@@ -1,6 +1,5 @@
 // Files that no sound program wrote: every call answers with a code, and nothing is written over.
 #include "support/memo_files.h"
-#include "support/test.h"
 
 namespace {
 

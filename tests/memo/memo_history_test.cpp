@@ -1,6 +1,5 @@
 // Long random histories of a memo file, step by step against a model of what it must hold.
 #include "support/memo_files.h"
-#include "support/test.h"
 
 namespace {
 

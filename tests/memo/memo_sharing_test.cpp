@@ -1,8 +1,6 @@
-#include <map>
 
 #include "support/memo_files.h"
 #include "support/process.h"
-#include "support/test.h"
 
 namespace {
 

@@ -1,20 +1,11 @@
 // What the calls of the system show of memo operations: how many there are, and the lock.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
 
 #include "platform/file.h"
-#include "support/exports.h"
 #include "support/fault_plan.h"
-#include "support/files.h"
 #include "support/memo_files.h"
 
 namespace {
 
-using namespace vqdb::testing;
-using vqdb::platform::Call;
-using vqdb::platform::Verdict;
 using Layout = MemoFile::Layout;
 
 class MemoCalls : public ::testing::Test {
@@ -27,7 +18,7 @@ class MemoCalls : public ::testing::Test {
 
   template <typename Operation>
   std::uint64_t calls_of(Operation operation) {
-    const FaultPlan plan(0, Verdict::fail, [](Call call) { return call != Call::allocate; });
+    const FaultPlan plan(0, Verdict::fail, all_but(Call::allocate));
     EXPECT_EQ(0, operation());
     return plan.calls();
   }
@@ -155,7 +146,7 @@ TEST_F(MemoCalls, a_durable_flush_waits_until_the_device_has_the_memos) {
                         : lib.dTnewmm(memo, 0, 4, "text", reference.data()));
     for (const std::uint16_t flags : {std::uint16_t{0}, std::uint16_t{VQ_FLAG_DURABLE}}) {
       block_.runtime_flags = flags;
-      const FaultPlan plan(1, Verdict::fail, [](Call call) { return call == Call::sync; });
+      const FaultPlan plan(1, Verdict::fail, only(Call::sync));
       EXPECT_EQ(flags == 0 ? 0 : VQ_E_IO, lib.DBmember_flush(&member));
       EXPECT_EQ(flags == 0 ? 0 : dbase3 ? 2273 : 2153, block_.detail);
       EXPECT_EQ(0, lib.DBflush(database)) << "the first call fails alone";
@@ -172,7 +163,7 @@ TEST_F(MemoCalls, a_failed_release_of_the_lock_is_told) {
   MemoFile shared(block_, name_, Layout::dbase4, 2);
   std::string reference = kNoMemo;
   ASSERT_EQ(0, shared.write_new("text", reference));
-  const auto unlocks = [](Call call) { return call == Call::unlock; };
+  const auto unlocks = only(Call::unlock);
   std::int32_t size = 0;
   {
     const FaultPlan plan(1, Verdict::fail, unlocks);

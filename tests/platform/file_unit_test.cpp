@@ -5,7 +5,6 @@
 #include "platform/file.h"
 #include "platform/memory.h"
 #include "support/fault_plan.h"
-#include "support/test.h"
 
 namespace {
 

@@ -8,7 +8,6 @@
 #include <sys/syscall.h>
 
 #include <cerrno>
-#include <cstddef>
 #include <thread>
 
 #include "platform/file.h"

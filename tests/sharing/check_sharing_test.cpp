@@ -1,12 +1,8 @@
 // A check while another process works on the group.
-#include <gtest/gtest.h>
-
-#include <string>
 
 #include "support/checked_group.h"
 #include "support/process.h"
 
-namespace vqdb::testing {
 namespace {
 
 VQ_CHILD(change_records_until_told) {
@@ -50,4 +46,3 @@ TEST(CheckSharing, never_takes_another_process_at_work_for_damage) {
 }
 
 }  // namespace
-}  // namespace vqdb::testing

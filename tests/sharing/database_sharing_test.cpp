@@ -1,10 +1,8 @@
 // Several processes on one database at once.
 #include <chrono>
-#include <functional>
 
 #include "support/order_tags.h"
 #include "support/process.h"
-#include "support/test.h"
 
 namespace {
 

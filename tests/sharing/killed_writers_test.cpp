@@ -3,15 +3,12 @@
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
-#include <map>
-#include <set>
 #include <sstream>
 #include <thread>
 
 #include "support/histories.h"
 #include "support/orders.h"
 #include "support/process.h"
-#include "support/test.h"
 
 namespace {
 

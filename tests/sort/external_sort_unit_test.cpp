@@ -1,7 +1,6 @@
 // The sort engine against a stable sort in memory, with workspaces from ample to tiny.
 #include "sort/external_sort.h"
 #include "support/fault_plan.h"
-#include "support/test.h"
 
 namespace vqdb::sort {
 namespace {
@@ -93,9 +92,7 @@ TEST_F(ExternalSortTest, any_workspace_gives_the_stable_order) {
     // The runs are in one file, and those of every merge but the last in one more.
     std::uint64_t files = 0;
     {
-      const testing::FaultPlan plan(0, platform::Verdict::fail, [](platform::Call call) {
-        return call == platform::Call::create;
-      });
+      const testing::FaultPlan plan(0, Verdict::fail, only(Call::create));
       ASSERT_EQ(Result::ok, sort(entries, sorted));
       files = plan.calls();
     }
@@ -111,7 +108,7 @@ TEST_F(ExternalSortTest, failures_leave_no_files) {
   for (std::uint64_t n = 1;; ++n) {
     std::vector<std::string> sorted;
     block_.detail = 0;
-    const auto verdict = n % 2 == 0 ? platform::Verdict::cut_short : platform::Verdict::fail;
+    const auto verdict = n % 2 == 0 ? Verdict::cut_short : Verdict::fail;
     const auto [result, struck] =
         testing::under_fault(n, verdict, [&] { return sort(entries, sorted); });
     if (!struck) break;

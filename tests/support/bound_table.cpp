@@ -1,7 +1,6 @@
 #include "support/bound_table.h"
 
 #include <charconv>
-#include <cstring>
 
 namespace vqdb::testing {
 

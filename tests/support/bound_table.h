@@ -2,13 +2,7 @@
 #ifndef VQDBSYS_TESTS_SUPPORT_BOUND_TABLE_H_
 #define VQDBSYS_TESTS_SUPPORT_BOUND_TABLE_H_
 
-#include <cstdint>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include "support/exports.h"
-#include "support/files.h"
+#include "support/test.h"
 
 namespace vqdb::testing {
 

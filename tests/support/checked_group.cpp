@@ -1,8 +1,5 @@
 #include "support/checked_group.h"
 
-#include <gtest/gtest.h>
-
-#include <array>
 #include <cstdio>
 
 namespace vqdb::testing {

@@ -2,12 +2,7 @@
 #ifndef VQDBSYS_TESTS_SUPPORT_CHECKED_GROUP_H_
 #define VQDBSYS_TESTS_SUPPORT_CHECKED_GROUP_H_
 
-#include <cstdint>
-#include <string>
-#include <vector>
-
-#include "support/exports.h"
-#include "support/files.h"
+#include "support/test.h"
 
 namespace vqdb::testing {
 

@@ -1,10 +1,8 @@
 #include "support/expression_model.h"
 
-#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
-#include <string_view>
 
 namespace vqdb::testing {
 

@@ -4,9 +4,7 @@
 #ifndef VQDBSYS_TESTS_SUPPORT_EXPRESSION_MODEL_H_
 #define VQDBSYS_TESTS_SUPPORT_EXPRESSION_MODEL_H_
 
-#include <cstdint>
-#include <string>
-#include <vector>
+#include "support/test.h"
 
 namespace vqdb::testing {
 

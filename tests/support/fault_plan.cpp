@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <new>
 #include <optional>
-#include <utility>
 
 namespace {
 

@@ -2,21 +2,22 @@
 #ifndef VQDBSYS_TESTS_SUPPORT_FAULT_PLAN_H_
 #define VQDBSYS_TESTS_SUPPORT_FAULT_PLAN_H_
 
-#include <cstdint>
-#include <functional>
-
 #include "platform/fault.h"
+#include "support/test.h"
 
 namespace vqdb::testing {
+
+using platform::Call;
+using platform::Verdict;
 
 // While it lives, the n-th call (from 1) that `counts` selects fails, or is cut short. With
 // `and_all_after`, every later call fails too, as on a disk that stays full.
 class FaultPlan {
  public:
-  using Filter = std::function<bool(platform::Call)>;
+  using Filter = std::function<bool(Call)>;
 
-  explicit FaultPlan(std::uint64_t n, platform::Verdict verdict = platform::Verdict::fail,
-                     Filter counts = nullptr, bool and_all_after = false);
+  explicit FaultPlan(std::uint64_t n, Verdict verdict = Verdict::fail, Filter counts = nullptr,
+                     bool and_all_after = false);
   ~FaultPlan();
   FaultPlan(const FaultPlan&) = delete;
   FaultPlan& operator=(const FaultPlan&) = delete;
@@ -28,11 +29,11 @@ class FaultPlan {
 };
 
 // Selects the calls of one kind, or all the others.
-inline FaultPlan::Filter only(platform::Call kind) {
-  return [kind](platform::Call call) { return call == kind; };
+inline FaultPlan::Filter only(Call kind) {
+  return [kind](Call call) { return call == kind; };
 }
-inline FaultPlan::Filter all_but(platform::Call kind) {
-  return [kind](platform::Call call) { return call != kind; };
+inline FaultPlan::Filter all_but(Call kind) {
+  return [kind](Call call) { return call != kind; };
 }
 
 // While it lives, memory that the language asks for (operator new) fails as well, and is counted
@@ -51,9 +52,9 @@ inline constexpr int kCrashed = 77;  // its exit code
 void crash_at(std::uint64_t n, bool half, FaultPlan::Filter counts);
 
 // The calls that change what is on the disk.
-inline bool is_change(platform::Call call) {
-  return call == platform::Call::write || call == platform::Call::create ||
-         call == platform::Call::replace || call == platform::Call::remove;
+inline bool is_change(Call call) {
+  return call == Call::write || call == Call::create || call == Call::replace ||
+         call == Call::remove;
 }
 
 // What work gave under a plan, and whether the plan struck.
@@ -64,8 +65,8 @@ struct UnderFault {
 };
 
 template <typename Work>
-auto under_fault(std::uint64_t n, platform::Verdict verdict, Work work,
-                 FaultPlan::Filter counts = nullptr, bool and_all_after = false) {
+auto under_fault(std::uint64_t n, Verdict verdict, Work work, FaultPlan::Filter counts = nullptr,
+                 bool and_all_after = false) {
   const FaultPlan plan(n, verdict, std::move(counts), and_all_after);
   auto result = work();
   return UnderFault<decltype(result)>{result, plan.struck()};
@@ -77,7 +78,7 @@ template <typename Work, typename Other>
 auto beside_another(std::uint64_t n, Work work, Other other) {
   std::uint64_t calls = 0;
   bool came = false;
-  const FaultPlan plan(0, platform::Verdict::go_on, [&](platform::Call) {
+  const FaultPlan plan(0, Verdict::go_on, [&](Call) {
     if (!came && ++calls == n) {
       came = true;
       other();

@@ -1,10 +1,6 @@
 #include "support/histories.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <iterator>
-#include <utility>
 
 namespace vqdb::testing {
 namespace {

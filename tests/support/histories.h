@@ -3,14 +3,6 @@
 #ifndef VQDBSYS_TESTS_SUPPORT_HISTORIES_H_
 #define VQDBSYS_TESTS_SUPPORT_HISTORIES_H_
 
-#include <cstddef>
-#include <cstdint>
-#include <functional>
-#include <map>
-#include <set>
-#include <string>
-#include <vector>
-
 #include "support/checked_group.h"
 
 namespace vqdb::testing {

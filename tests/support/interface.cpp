@@ -1,13 +1,7 @@
 #include "support/interface.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
-#include <cstring>
 #include <tuple>
 #include <type_traits>
-#include <utility>
 
 namespace vqdb::testing {
 namespace {
@@ -88,7 +82,7 @@ std::string refusals_of(Stage& stage, Function function, Make make,
 }
 
 template <typename Function, typename Make>
-Call of(const char* name, const char* refusals, Function function, Make make) {
+FunctionCall of(const char* name, const char* refusals, Function function, Make make) {
   using Arguments = typename Signature<Function>::Tuple;
   return {name, refusals,
           [=](Stage& stage) {
@@ -213,8 +207,8 @@ void Stage::close() {
   }
 }
 
-const std::vector<Call>& interface_calls() {
-  static const std::vector<Call> calls = {
+const std::vector<FunctionCall>& interface_calls() {
+  static const std::vector<FunctionCall> calls = {
       CALL(dDcreat, "0 150 150", s.block, s.file("NEW"), 2, kFields.data()),
       CALL(dDopen, "0 10040", s.block, s.file("ITEMS"), 2, 4),
       CALL(dDclose, "301", s.table()),

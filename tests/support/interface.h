@@ -3,12 +3,7 @@
 #ifndef VQDBSYS_TESTS_SUPPORT_INTERFACE_H_
 #define VQDBSYS_TESTS_SUPPORT_INTERFACE_H_
 
-#include <array>
-#include <cstdint>
 #include <deque>
-#include <functional>
-#include <string>
-#include <vector>
 
 #include "support/histories.h"
 
@@ -76,7 +71,7 @@ class Stage {
   std::array<char, 10> named_ = {}, old_named_ = {};
 };
 
-struct Call {
+struct FunctionCall {
   const char* name;
   // What it answers to closed handles, then to a null in place of each pointer; for each handle to
   // a null and a foreign one, unless that is VQ_E_BAD_HANDLE without a detail for both. A detail
@@ -87,7 +82,7 @@ struct Call {
   // Tries all that; "changed" behind an answer when the files are not what they were.
   std::function<std::string(Stage&)> refuse;
 };
-const std::vector<Call>& interface_calls();
+const std::vector<FunctionCall>& interface_calls();
 
 }  // namespace vqdb::testing
 

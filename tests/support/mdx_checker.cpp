@@ -1,11 +1,5 @@
 #include "support/mdx_checker.h"
 
-#include <algorithm>
-#include <cstring>
-#include <map>
-
-#include "support/files.h"
-
 namespace vqdb::testing {
 namespace {
 

@@ -2,10 +2,6 @@
 #ifndef VQDBSYS_TESTS_SUPPORT_MDX_CHECKER_H_
 #define VQDBSYS_TESTS_SUPPORT_MDX_CHECKER_H_
 
-#include <cstdint>
-#include <string>
-#include <vector>
-
 #include "support/tree_checker.h"
 
 namespace vqdb::testing {

@@ -2,13 +2,8 @@
 #ifndef VQDBSYS_TESTS_SUPPORT_MDX_FIXTURE_H_
 #define VQDBSYS_TESTS_SUPPORT_MDX_FIXTURE_H_
 
-#include <gtest/gtest.h>
-
 #include <cstdio>
-#include <string>
 
-#include "support/exports.h"
-#include "support/files.h"
 #include "support/mdx_checker.h"
 
 namespace vqdb::testing {

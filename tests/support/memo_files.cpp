@@ -1,10 +1,5 @@
 #include "support/memo_files.h"
 
-#include <algorithm>
-#include <utility>
-
-#include "support/test.h"
-
 namespace vqdb::testing {
 
 std::string reference_to(std::uint32_t block) {

@@ -3,12 +3,6 @@
 #ifndef VQDBSYS_TESTS_SUPPORT_MEMO_FILES_H_
 #define VQDBSYS_TESTS_SUPPORT_MEMO_FILES_H_
 
-#include <cstddef>
-#include <cstdint>
-#include <string>
-#include <string_view>
-#include <vector>
-
 #include "support/test.h"
 
 namespace vqdb::testing {

@@ -1,9 +1,5 @@
 #include "support/ndx_checker.h"
 
-#include <cstring>
-
-#include "support/files.h"
-
 namespace vqdb::testing {
 namespace {
 

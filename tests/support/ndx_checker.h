@@ -2,9 +2,6 @@
 #ifndef VQDBSYS_TESTS_SUPPORT_NDX_CHECKER_H_
 #define VQDBSYS_TESTS_SUPPORT_NDX_CHECKER_H_
 
-#include <cstdint>
-#include <string>
-
 #include "support/tree_checker.h"
 
 namespace vqdb::testing {

@@ -3,7 +3,6 @@
 #define VQDBSYS_TESTS_SUPPORT_NDX_FIXTURE_H_
 
 #include "support/ndx_checker.h"
-#include "support/test.h"
 
 namespace vqdb::testing {
 

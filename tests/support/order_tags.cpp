@@ -1,7 +1,5 @@
 #include "support/order_tags.h"
 
-#include "support/test.h"
-
 namespace vqdb::testing {
 
 std::uint32_t OrderTag::options() const {

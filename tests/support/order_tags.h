@@ -2,9 +2,6 @@
 #ifndef VQDBSYS_TESTS_SUPPORT_ORDER_TAGS_H_
 #define VQDBSYS_TESTS_SUPPORT_ORDER_TAGS_H_
 
-#include <string>
-#include <vector>
-
 #include "support/mdx_checker.h"
 #include "support/orders.h"
 

@@ -1,13 +1,6 @@
 #include "support/orders.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <charconv>
-#include <cstring>
-#include <filesystem>
-
-#include "support/test.h"
 
 namespace vqdb::testing {
 namespace {

@@ -3,13 +3,9 @@
 #ifndef VQDBSYS_TESTS_SUPPORT_ORDERS_H_
 #define VQDBSYS_TESTS_SUPPORT_ORDERS_H_
 
-#include <array>
 #include <compare>
-#include <cstdint>
-#include <string>
-#include <vector>
 
-#include "support/files.h"
+#include "support/test.h"
 #include "vqdbsys.h"
 
 namespace vqdb::testing {

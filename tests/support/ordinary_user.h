@@ -2,8 +2,9 @@
 #ifndef VQDBSYS_TESTS_SUPPORT_ORDINARY_USER_H_
 #define VQDBSYS_TESTS_SUPPORT_ORDINARY_USER_H_
 
-#include <gtest/gtest.h>
 #include <unistd.h>
+
+#include "support/test.h"
 
 namespace vqdb::testing {
 

@@ -2,7 +2,6 @@
 
 #include <cstdio>
 #include <iostream>
-#include <map>
 #include <stdexcept>
 
 #ifdef _WIN32

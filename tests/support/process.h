@@ -18,9 +18,7 @@
 #ifndef VQDBSYS_TESTS_SUPPORT_PROCESS_H_
 #define VQDBSYS_TESTS_SUPPORT_PROCESS_H_
 
-#include <memory>
-#include <string>
-#include <vector>
+#include "support/test.h"
 
 namespace vqdb::testing {
 

@@ -12,8 +12,10 @@
 #include <cstring>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <memory>
 #include <random>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -50,6 +52,9 @@ inline std::string little_endian(std::uint64_t value, std::size_t bytes) {
   return text;
 }
 inline std::string le32(std::uint32_t value) { return little_endian(value, 4); }
+
+// Calls the cases of a test by their names.
+inline constexpr auto by_name = [](const auto& test) { return std::string(test.param.name); };
 
 }  // namespace vqdb::testing
 

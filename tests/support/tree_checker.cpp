@@ -1,8 +1,5 @@
 #include "support/tree_checker.h"
 
-#include <algorithm>
-#include <set>
-
 namespace vqdb::testing {
 namespace {
 

@@ -2,11 +2,7 @@
 #ifndef VQDBSYS_TESTS_SUPPORT_TREE_CHECKER_H_
 #define VQDBSYS_TESTS_SUPPORT_TREE_CHECKER_H_
 
-#include <cstdint>
-#include <functional>
-#include <string>
-#include <utility>
-#include <vector>
+#include "support/test.h"
 
 namespace vqdb::testing {
 

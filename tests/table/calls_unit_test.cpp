@@ -1,20 +1,11 @@
 // How many calls of the system records cost.
-#include <gtest/gtest.h>
 
-#include <algorithm>
-#include <functional>
 #include <list>
-#include <random>
-#include <string>
 
 #include "support/fault_plan.h"
 #include "table/scratch_table.h"
 
 namespace {
-
-using vqdb::testing::FaultPlan;
-using vqdb::testing::OpenTable;
-using vqdb::testing::ScratchTable;
 
 constexpr std::uint32_t kRecords = 6800;  // a hundred blocks
 const std::string kRecord = ScratchTable::record(1);

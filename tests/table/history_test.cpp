@@ -1,6 +1,5 @@
 // A long random history of a table beside a model of it, in every mode and with few and many
 // buffers.
-#include "support/test.h"
 #include "table/scratch_table.h"
 
 namespace {

@@ -1,16 +1,10 @@
 // Two handles that share a table through locks.
-#include <gtest/gtest.h>
 
 #include <optional>
-#include <string>
-#include <vector>
 
 #include "table/scratch_table.h"
 
 namespace {
-
-using vqdb::testing::OpenTable;
-using vqdb::testing::ScratchTable;
 
 struct Answer {
   std::int32_t result, detail;

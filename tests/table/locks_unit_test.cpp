@@ -1,5 +1,4 @@
 // Where locked bytes lie in the file, seen by a program that locks them by itself.
-#include <gtest/gtest.h>
 
 #include "platform/file.h"
 #include "table/scratch_table.h"
@@ -9,8 +8,6 @@ namespace {
 using vqdb::platform::Access;
 using vqdb::platform::Error;
 using vqdb::platform::File;
-using vqdb::testing::OpenTable;
-using vqdb::testing::ScratchTable;
 
 TEST(LockBytes, lie_where_the_scheme_says) {
   struct Case {

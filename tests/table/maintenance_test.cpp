@@ -1,6 +1,5 @@
 // Tables as whole files: copied, compared, joined, packed, detached.
 #include "support/host.h"
-#include "support/test.h"
 #include "table/scratch_table.h"
 
 namespace {

@@ -1,21 +1,10 @@
 // Records in every open mode: bytes in the file, codes and details.
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <string>
-#include <vector>
 
 #include "table/scratch_table.h"
 
 namespace {
 
 using namespace std::string_literals;
-using vqdb::testing::OpenTable;
-using vqdb::testing::read_bytes;
-using vqdb::testing::read_file;
-using vqdb::testing::ScratchTable;
-using vqdb::testing::write_bytes;
-using vqdb::testing::write_file;
 
 constexpr std::size_t kStart = ScratchTable::kHeaderBytes;
 constexpr std::size_t kLength = ScratchTable::kRecordBytes;

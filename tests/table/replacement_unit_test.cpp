@@ -1,6 +1,5 @@
 // Files that others have open, or locked, when another file takes their place.
 #include "platform/file.h"
-#include "support/test.h"
 #include "table/scratch_table.h"
 
 namespace {

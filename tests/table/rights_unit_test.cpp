@@ -2,7 +2,6 @@
 #include <sys/stat.h>
 
 #include "support/ordinary_user.h"
-#include "support/test.h"
 #include "table/scratch_table.h"
 
 namespace {

@@ -2,15 +2,7 @@
 #ifndef VQDBSYS_TESTS_TABLE_SCRATCH_TABLE_H_
 #define VQDBSYS_TESTS_TABLE_SCRATCH_TABLE_H_
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <string>
-#include <string_view>
-#include <vector>
-
-#include "support/exports.h"
-#include "support/files.h"
+#include "support/test.h"
 
 namespace vqdb::testing {
 

@@ -1,5 +1,4 @@
 #include "support/host.h"
-#include "support/test.h"
 #include "table/scratch_table.h"
 
 namespace {

@@ -1,5 +1,4 @@
 // Tables as files: what create writes and refuses, and what open makes of headers.
-#include "support/test.h"
 #include "table/scratch_table.h"
 
 namespace {
