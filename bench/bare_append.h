@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "sum.h"
+
 namespace vqdb::bench {
 
 class BareAppend {
@@ -22,6 +24,9 @@ class BareAppend {
   // Locks what an append locks, looks at what it looks at, and writes the record, the count and a
   // page of each index, as if no page were full. Waits for others inside the system.
   void append(const char* record);
+
+  // What the records in the file come to.
+  static Sum sum();
 
  private:
   int table_;

@@ -2,26 +2,19 @@
 
 #include <utility>
 
-#include "require.h"
-#include "store_entry.h"
-
 namespace vqdb::bench {
 namespace {
 
 constexpr std::uint32_t kCacheBytes = 64 << 20;
 
-void check(int result, const char* step) { require(result == 0, step); }
-
-DBT thing(StoreEntry& entry) {
+DBT bytes_of(std::string_view entry) {
   DBT bytes = {};
-  bytes.data = entry.data();
+  bytes.data = const_cast<char*>(entry.data());
   bytes.size = static_cast<std::uint32_t>(entry.size());
   return bytes;
 }
 
-std::string_view text_of(const DBT& entry) {
-  return {static_cast<const char*>(entry.data), entry.size};
-}
+void check(int result, const char* step) { require(result == 0, step); }
 
 }  // namespace
 
@@ -42,35 +35,21 @@ void Berkeley::commit() {
   check(database->close(database, DB_NOSYNC), "DB->close");
 }
 
-void Berkeley::insert(std::string_view key, std::uint32_t number) {
-  StoreEntry entry(key, number);
-  DBT bytes = thing(entry);
+void Berkeley::put(std::string_view entry, bool) {
+  DBT key = bytes_of(entry);
   DBT nothing = {};
-  check(database_->put(database_, nullptr, &bytes, &nothing, 0), "DB->put");
+  check(database_->put(database_, nullptr, &key, &nothing, 0), "DB->put");
 }
 
-bool Berkeley::get(std::uint32_t operation) {
+bool Berkeley::get(Go go, std::string_view& entry) {
+  static constexpr std::array<std::uint32_t, 3> kOperations = {DB_FIRST, DB_NEXT, DB_SET_RANGE};
+  DBT key = bytes_of(entry);
   DBT nothing = {};
-  const int result = cursor_->get(cursor_, &entry_, &nothing, operation);
+  const int result =
+      cursor_->get(cursor_, &key, &nothing, kOperations[static_cast<std::size_t>(go)]);
   require(result == 0 || result == DB_NOTFOUND, "DBcursor->get");
+  entry = {static_cast<const char*>(key.data), key.size};
   return result == 0;
-}
-
-std::uint32_t Berkeley::find(std::string_view key) {
-  StoreEntry lowest(key, 0);
-  entry_ = thing(lowest);
-  if (!get(DB_SET_RANGE)) return 0;
-  const std::string_view found = text_of(entry_);
-  return StoreEntry::key_of(found) == key ? StoreEntry::number_of(found) : 0;
-}
-
-bool Berkeley::next(std::string_view& key, std::uint32_t& number) {
-  if (!get(at_start_ ? DB_FIRST : DB_NEXT)) return false;
-  at_start_ = false;
-  const std::string_view entry = text_of(entry_);
-  key = StoreEntry::key_of(entry);
-  number = StoreEntry::number_of(entry);
-  return true;
 }
 
 }  // namespace vqdb::bench

@@ -122,26 +122,6 @@ const std::vector<const Customer*>& filling_order() {
   return order;
 }
 
-double sum_of_amounts() {
-  static const double sum = [] {
-    double all = 0;
-    for (const Customer& customer : customers()) all += customer.cents / 100.0;
-    return all;
-  }();
-  return sum;
-}
-
-std::uint64_t sum_of_walk() {
-  static const std::uint64_t sum = [] {
-    std::uint64_t all = 0;
-    for (const Customer& customer : customers()) {
-      all += customer.id + static_cast<unsigned char>(customer.name[0]);
-    }
-    return all;
-  }();
-  return sum;
-}
-
 void format_record(const Customer& customer, char* record) {
   std::memset(record, ' ', kNameOffset);
   put_number(record + 11, customer.id);
@@ -154,6 +134,16 @@ void format_record(const Customer& customer, char* record) {
   put_digits(record + 75, 2, customer.cents % 100);
   std::memcpy(record + 75, customer.due.data(), 8);
   record[83] = customer.active ? 'T' : 'F';
+}
+
+Sum sum_of_record(const char* record) {
+  return sum_of(std::string_view(record + 1, kRecordBytes - 1));
+}
+
+Sum sum_of_record(const Customer& customer) {
+  std::array<char, kRecordBytes> record;
+  format_record(customer, record.data());
+  return sum_of_record(record.data());
 }
 
 double parse_number(const char* field, std::size_t width) {

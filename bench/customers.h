@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "sum.h"
+
 namespace vqdb::bench {
 
 struct Customer {
@@ -49,13 +51,12 @@ const std::vector<std::uint32_t>& random_order();
 // by their names where there are more than two million, as that takes many minutes otherwise.
 const std::vector<const Customer*>& filling_order();
 
-// What a side of a workload has to come to: the sum of the amounts, of the numbers and first
-// letters of an ordered walk over the names, and of the lowest record number of each name sought.
-double sum_of_amounts();
-std::uint64_t sum_of_walk();
-
 // Writes the 84 bytes of the record, deletion flag first.
 void format_record(const Customer& customer, char* record);
+
+// The fields of a record, and of a customer as it would have them.
+Sum sum_of_record(const char* record);
+Sum sum_of_record(const Customer& customer);
 
 // The value of a numeric field.
 double parse_number(const char* field, std::size_t width);

@@ -1,7 +1,8 @@
-// One NDX index on the customers' names, and a table kept with three of them.
+// One NDX index on the customers' names.
 
 #include <algorithm>
 #include <array>
+#include <numeric>
 #include <vector>
 
 #include "berkeley.h"
@@ -17,26 +18,6 @@ namespace {
 
 constexpr std::int32_t kPagesOf64MiB = 64 * 1024 * 1024 / 512;
 constexpr std::int32_t kFewPages = 1000;
-
-void count_items(benchmark::State& state) {
-  state.SetItemsProcessed(static_cast<std::int64_t>(record_count()));
-}
-
-class Index {
- public:
-  Index(VqTable* table, const std::string& path, std::int32_t pages)
-      : index_(dNopen(table, path.c_str(), 0, pages)) {
-    require(index_ != nullptr, "dNopen");
-  }
-  ~Index() { require(dNclose(index_) == 0, "dNclose"); }
-  Index(const Index&) = delete;
-  Index& operator=(const Index&) = delete;
-
-  operator VqIndex*() const { return index_; }
-
- private:
-  VqIndex* index_;
-};
 
 void create_name_index(VqBlock* block, const std::string& path) {
   require(dNcreat(block, path.c_str(), "NAME", "C30") == 0, "dNcreat");
@@ -63,6 +44,35 @@ const std::string& name_index() {
   return path;
 }
 
+// Walks over every key.
+Sum walk_all(VqIndex* index) {
+  std::array<char, kNameBytes> key;
+  std::uint32_t number = 0;
+  GlanceSum sum;
+  require(dNrewind(index) == 0, "dNrewind");
+  while (dNnxtkey(index, key.data(), &number) == 0) sum.add(number, key[0]);
+  return sum;
+}
+
+Sum walk_all(Sqlite& database) {
+  Statement select(database, "SELECT name, recno FROM names ORDER BY name, recno");
+  GlanceSum sum;
+  while (select.step()) {
+    sum.add(static_cast<std::uint32_t>(select.integer(1)), select.text(0)[0]);
+  }
+  return sum;
+}
+
+template <typename Engine>
+Sum walk_all(OrderedStore<Engine>& database) {
+  std::string_view name;
+  std::uint32_t number = 0;
+  GlanceSum sum;
+  database.rewind();
+  while (database.next(name, number)) sum.add(number, name[0]);
+  return sum;
+}
+
 void create_names(Sqlite& database) {
   database.run(
       "CREATE TABLE names(name TEXT, recno INTEGER, PRIMARY KEY(name, recno)) WITHOUT ROWID");
@@ -70,7 +80,7 @@ void create_names(Sqlite& database) {
 
 // ---- insert in random order
 
-void insert_ours(benchmark::State& state, std::int32_t pages) {
+Sum insert_ours(benchmark::State& state, std::int32_t pages) {
   Block block;
   const Table table(block, customer_table(), 0, 1);
   const std::string path = fresh_file("INSERT.NDX");
@@ -79,7 +89,7 @@ void insert_ours(benchmark::State& state, std::int32_t pages) {
     const Index index(table, path, pages);
     insert_names(index);
   }
-  count_items(state);
+  return sum_of_walk(Index(table, path, pages), kNameBytes);
 }
 
 void insert_sqlite_names(Sqlite& database, const std::vector<const Customer*>& order) {
@@ -96,7 +106,7 @@ void insert_sqlite_names(Sqlite& database, const std::vector<const Customer*>& o
   database.run("COMMIT");
 }
 
-void insert_sqlite(benchmark::State& state, const char* cache = nullptr) {
+Sum insert_sqlite(benchmark::State& state, const char* cache = nullptr) {
   customers();
   Sqlite database(fresh_file("insert.sqlite"));
   if (cache != nullptr) database.run(cache);
@@ -104,22 +114,22 @@ void insert_sqlite(benchmark::State& state, const char* cache = nullptr) {
   std::vector<const Customer*> order;
   for (const Customer& customer : customers()) order.push_back(&customer);
   for (auto _ : state) insert_sqlite_names(database, order);
-  count_items(state);
+  return sum_of_walk(database, "SELECT name, recno FROM names ORDER BY name, recno");
 }
 
-const Register insert_cached({10, "NDX insert, 64 MB of pages",
-                              [](benchmark::State& state) { insert_ours(state, kPagesOf64MiB); },
-                              [](benchmark::State& state) { insert_sqlite(state); }, 1.5, nullptr,
-                              0, 3});
+const Register insert_cached(
+    {10, "NDX insert, 64 MB of pages",
+     [](benchmark::State& state) { return insert_ours(state, kPagesOf64MiB); },
+     [](benchmark::State& state) { return insert_sqlite(state); }, 1.5, nullptr, 0, 3});
 const Register insert_few({11, "NDX insert, 1000 pages",
-                           [](benchmark::State& state) { insert_ours(state, kFewPages); },
-                           [](benchmark::State& state) { insert_sqlite(state); }, 0.5, nullptr, 0,
-                           3});
+                           [](benchmark::State& state) { return insert_ours(state, kFewPages); },
+                           [](benchmark::State& state) { return insert_sqlite(state); }, 0.5,
+                           nullptr, 0, 3});
 // Both with as much memory as 1000 pages take.
 const Register insert_little({11, "NDX insert, 528 KiB of memory",
-                              [](benchmark::State& state) { insert_ours(state, kFewPages); },
+                              [](benchmark::State& state) { return insert_ours(state, kFewPages); },
                               [](benchmark::State& state) {
-                                insert_sqlite(state, "PRAGMA cache_size=-528");
+                                return insert_sqlite(state, "PRAGMA cache_size=-528");
                               },
                               1, nullptr, 0, 3});
 
@@ -138,11 +148,14 @@ void insert_store_names(Store& database) {
 }
 
 template <typename Store>
-void insert_store(benchmark::State& state) {
+Sum insert_store(benchmark::State& state) {
   customers();
-  Store database(fresh_file(store_file<Store>("insert")));
-  for (auto _ : state) insert_store_names(database);
-  count_items(state);
+  const std::string path = fresh_file(store_file<Store>("insert"));
+  {
+    Store database(path);
+    for (auto _ : state) insert_store_names(database);
+  }
+  return sum_of_walk(Store(path));
 }
 
 template <typename Store>
@@ -151,7 +164,7 @@ Workload beside(int order, const std::string& name, Side ours, Side other, doubl
   return {order, name + ", " + Store::kName, ours, other, target, nullptr, 0, rounds, Store::kName};
 }
 
-void insert_ours_cached(benchmark::State& state) { insert_ours(state, kPagesOf64MiB); }
+Sum insert_ours_cached(benchmark::State& state) { return insert_ours(state, kPagesOf64MiB); }
 
 const Register insert_lmdb{
     beside<Lmdb>(14, "NDX insert, 64 MB of pages", insert_ours_cached, insert_store<Lmdb>, 1.8, 3)};
@@ -176,32 +189,36 @@ const std::vector<std::array<char, kNameBytes>>& sought_names() {
   return names;
 }
 
-bool has_name(std::uint32_t number, const std::array<char, kNameBytes>& name) {
-  return number >= 1 && number <= customers().size() && customers()[number - 1].name == name;
+// What the customers come to that were found, one for each name, which they have to bear. Which of
+// several with one name is found is up to the index.
+Sum sum_of_found(const std::vector<std::uint32_t>& numbers) {
+  Sum sum = 0;
+  for (std::size_t i = 0; i < numbers.size(); ++i) {
+    require(numbers[i] >= 1 && numbers[i] <= record_count(), "find every name");
+    sum += (i + 1) * sum_of(customers()[numbers[i] - 1].name_text());
+  }
+  return sum;
 }
 
-// Seeks every name by `find` (name), once to see that each is found, then for the clock.
+// Seeks every name by `find` (name), once to see what is found, then for the clock.
 template <typename Find>
-void seek_names(benchmark::State& state, Find find) {
-  std::uint64_t expected = 0;
-  for (const auto& name : sought_names()) {
-    const std::uint32_t number = find(name);
-    require(has_name(number, name), "find every name");
-    expected += number;
-  }
+Sum seek_names(benchmark::State& state, Find find) {
+  std::vector<std::uint32_t> numbers;
+  for (const auto& name : sought_names()) numbers.push_back(find(name));
+  const auto expected = std::accumulate(numbers.begin(), numbers.end(), std::uint64_t{0});
   for (auto _ : state) {
     std::uint64_t sum = 0;
     for (const auto& name : sought_names()) sum += find(name);
     require(sum == expected, "find the same again");
   }
-  count_items(state);
+  return sum_of_found(numbers);
 }
 
-void seek_ours(benchmark::State& state) {
+Sum seek_ours(benchmark::State& state) {
   Block block;
   const Table table(block, customer_table(), 0, 1);
   const Index index(table, name_index(), kPagesOf64MiB);
-  seek_names(state, [&](const auto& name) {
+  return seek_names(state, [&](const auto& name) {
     std::uint32_t found = 0;
     require(dNgetrno(index, name.data(), &found) == 0, "dNgetrno");
     return found;
@@ -215,12 +232,13 @@ const std::string& sqlite_names() {
   });
 }
 
-void seek_sqlite(benchmark::State& state) {
+Sum seek_sqlite(benchmark::State& state) {
   Sqlite database(sqlite_names());
+  Sum sum = 0;
   database.run("BEGIN");
   {
     Statement select(database, "SELECT recno FROM names WHERE name=?");
-    seek_names(state, [&](const auto& name) {
+    sum = seek_names(state, [&](const auto& name) {
       select.bind(1, std::string_view(name.data(), text_length(name)));
       require(select.step(), "seek a name");
       const auto number = static_cast<std::uint32_t>(select.integer(0));
@@ -229,6 +247,7 @@ void seek_sqlite(benchmark::State& state) {
     });
   }
   database.run("COMMIT");
+  return sum;
 }
 
 template <typename Store>
@@ -245,13 +264,15 @@ const std::string& store_names() {
 }
 
 template <typename Store>
-void seek_store(benchmark::State& state) {
+Sum seek_store(benchmark::State& state) {
   Store database(store_names<Store>());
-  seek_names(state, [&](const auto& name) { return database.find({name.data(), name.size()}); });
+  return seek_names(state, [&](const auto& name) {
+    return database.find({name.data(), name.size()});
+  });
 }
 
 // Keys sought so many at a time.
-void seek_block_ours(benchmark::State& state) {
+Sum seek_block_ours(benchmark::State& state) {
   constexpr std::size_t kBlock = 1000;
   Block block;
   const Table table(block, customer_table(), 0, 1);
@@ -268,11 +289,8 @@ void seek_block_ours(benchmark::State& state) {
     }
   };
   seek_all();
-  for (std::size_t i = 0; i < names.size(); ++i) {
-    require(has_name(numbers[i], names[i]), "find every name");
-  }
   for (auto _ : state) seek_all();
-  count_items(state);
+  return sum_of_found(numbers);
 }
 
 const Register seek_lmdb{beside<Lmdb>(15, "exact seek", seek_ours, seek_store<Lmdb>, 2, 5)};
@@ -283,63 +301,35 @@ const Register seek_block{
 
 const Register seek({12, "exact seek, 64 MB of pages", seek_ours, seek_sqlite, 2});
 
-// ---- ordered walk that reads key and record number
+// ---- ordered walk that reads key and record number, once before the clock
 
-void walk_ours(benchmark::State& state) {
+template <typename Walked>
+Sum walk(benchmark::State& state, Walked& walked) {
+  walk_all(walked);
+  Sum sum = 0;
+  for (auto _ : state) sum = walk_all(walked);
+  return sum;
+}
+
+Sum walk_ours(benchmark::State& state) {
   Block block;
   const Table table(block, customer_table(), 0, 1);
   const Index index(table, name_index(), kPagesOf64MiB);
-  const auto walk_all = [&] {
-    std::array<char, kNameBytes> key;
-    std::uint32_t number = 0;
-    std::uint64_t sum = 0;
-    std::size_t steps = 0;
-    require(dNrewind(index) == 0, "dNrewind");
-    while (dNnxtkey(index, key.data(), &number) == 0) {
-      sum += number + static_cast<unsigned char>(key[0]);
-      ++steps;
-    }
-    require(steps == record_count() && sum == sum_of_walk(), "walk over every key");
-  };
-  walk_all();
-  for (auto _ : state) walk_all();
-  count_items(state);
+  return walk(state, index);
 }
 
-void walk_sqlite(benchmark::State& state) {
+Sum walk_sqlite(benchmark::State& state) {
   Sqlite database(sqlite_names());
   database.run("BEGIN");
-  const auto walk_all = [&] {
-    Statement select(database, "SELECT name, recno FROM names ORDER BY name, recno");
-    std::uint64_t sum = 0;
-    while (select.step()) {
-      sum += static_cast<std::uint64_t>(select.integer(1)) +
-             static_cast<unsigned char>(select.text(0)[0]);
-    }
-    require(sum == sum_of_walk(), "walk over every key");
-  };
-  walk_all();
-  for (auto _ : state) walk_all();
+  const Sum sum = walk(state, database);
   database.run("COMMIT");
-  count_items(state);
+  return sum;
 }
 
 template <typename Store>
-void walk_store(benchmark::State& state) {
+Sum walk_store(benchmark::State& state) {
   Store database(store_names<Store>());
-  const auto walk_all = [&] {
-    std::string_view name;
-    std::uint32_t number = 0;
-    std::uint64_t sum = 0;
-    std::size_t steps = 0;
-    for (database.rewind(); database.next(name, number); ++steps) {
-      sum += number + static_cast<unsigned char>(name[0]);
-    }
-    require(steps == record_count() && sum == sum_of_walk(), "walk over every key");
-  };
-  walk_all();
-  for (auto _ : state) walk_all();
-  count_items(state);
+  return walk(state, database);
 }
 
 const Register walk_lmdb{beside<Lmdb>(17, "ordered walk", walk_ours, walk_store<Lmdb>, 1.2, 5)};
@@ -347,7 +337,7 @@ const Register walk_berkeley{
     beside<Berkeley>(17, "ordered walk", walk_ours, walk_store<Berkeley>, 0, 5)};
 
 // So many steps at a time.
-void walk_block_ours(benchmark::State& state) {
+Sum walk_block_ours(benchmark::State& state) {
   constexpr std::uint32_t kBlock = 1000;
   Block block;
   const Table table(block, customer_table(), 0, 1);
@@ -355,85 +345,26 @@ void walk_block_ours(benchmark::State& state) {
   std::vector<std::array<char, kNameBytes>> keys(kBlock);
   std::array<std::uint32_t, kBlock> numbers;
   const auto walk_all = [&] {
-    std::uint64_t sum = 0;
-    std::size_t steps = 0;
+    GlanceSum sum;
     std::uint32_t got = kBlock;
     require(dNrewind(index) == 0, "dNrewind");
-    for (; got == kBlock; steps += got) {
+    while (got == kBlock) {
       const auto result = dNnxtkeys(index, kBlock, keys.data(), numbers.data(), &got);
       require(result == 0 || result == VQ_E_INDEX_END, "dNnxtkeys");
-      for (std::size_t i = 0; i < got; ++i) {
-        sum += numbers[i] + static_cast<unsigned char>(keys[i][0]);
-      }
+      for (std::size_t i = 0; i < got; ++i) sum.add(numbers[i], keys[i][0]);
     }
-    require(steps == record_count(), "walk over every key");
-    benchmark::DoNotOptimize(sum);
+    return sum;
   };
   walk_all();
-  for (auto _ : state) walk_all();
-  count_items(state);
+  Sum sum = 0;
+  for (auto _ : state) sum = walk_all();
+  return sum;
 }
 
 const Register walk_block{
     beside<Lmdb>(18, "ordered walk in blocks", walk_block_ours, walk_store<Lmdb>, 1.2, 5)};
 
-const Register walk({13, "ordered walk", walk_ours, walk_sqlite, 1});
-
-// ---- a table kept with three indexes
-
-struct KeptIndex {
-  const char* file;
-  const char* expression;
-  const char* format;
-};
-constexpr std::array<KeptIndex, 3> kKept = {{
-    {"BYNAME.NDX", "NAME", "C30"},
-    {"BYAMOUNT.NDX", "AMOUNT", "N"},
-    {"BYPLACE.NDX", "STATE+CITY", "C22"},
-}};
-
-void append_three_ours(benchmark::State& state) {
-  customers();
-  Block block;
-  const std::string path = fresh_file("KEPT.DBF");
-  create_customer_table(block, path);
-  std::array<std::string, kKept.size()> names;
-  std::array<VqIndexSpec, kKept.size()> specs;
-  for (std::size_t i = 0; i < kKept.size(); ++i) {
-    names[i] = fresh_file(kKept[i].file);
-    require(dNcreat(block, names[i].c_str(), kKept[i].expression, kKept[i].format) == 0, "dNcreat");
-    specs[i] = {64, names[i].c_str(), kPagesOf64MiB / 3, nullptr};
-  }
-  for (auto _ : state) {
-    VqDatabase* database = nullptr;
-    VqIndexSpec* failed = nullptr;
-    require(
-        DBopen(block, path.c_str(), 0, 64, 1, kKept.size(), specs.data(), &database, &failed) == 0,
-        "DBopen");
-    std::array<char, kRecordBytes> record;
-    std::uint32_t number = 0;
-    for (const Customer& customer : customers()) {
-      format_record(customer, record.data());
-      require(DBapprec(database, record.data(), &number) == 0, "DBapprec");
-    }
-    require(DBclose(database) == 0, "DBclose");
-  }
-  count_items(state);
-}
-
-void append_three_sqlite(benchmark::State& state) {
-  customers();
-  Sqlite database(fresh_file("kept.sqlite"));
-  create_customer_table(database);
-  database.run("CREATE INDEX by_name ON customer(name)");
-  database.run("CREATE INDEX by_amount ON customer(amount)");
-  database.run("CREATE INDEX by_place ON customer(state, city)");
-  for (auto _ : state) insert_customers(database);
-  count_items(state);
-}
-
-const Register append_three({20, "append with three indexes", append_three_ours,
-                             append_three_sqlite, 3, nullptr, 0, 3});
+const Register walk_names({13, "ordered walk", walk_ours, walk_sqlite, 1});
 
 }  // namespace
 }  // namespace vqdb::bench

@@ -1,17 +1,11 @@
 #include "lmdb.h"
 
-#include "require.h"
-#include "store_entry.h"
-
 namespace vqdb::bench {
 namespace {
 
 constexpr std::size_t kMapBytes = std::size_t{4} << 30;
-MDB_val thing(StoreEntry& entry) { return {entry.size(), entry.data()}; }
 
-std::string_view text_of(const MDB_val& entry) {
-  return {static_cast<const char*>(entry.mv_data), entry.mv_size};
-}
+MDB_val bytes_of(std::string_view entry) { return {entry.size(), const_cast<char*>(entry.data())}; }
 
 void check(int result, const char* step) { require(result == MDB_SUCCESS, step); }
 
@@ -40,35 +34,21 @@ void Lmdb::commit() {
   transaction_ = nullptr;
 }
 
-void Lmdb::put(std::string_view key, std::uint32_t number, unsigned how) {
-  StoreEntry entry(key, number);
-  MDB_val bytes = thing(entry);
+void Lmdb::put(std::string_view entry, bool behind_all) {
+  MDB_val key = bytes_of(entry);
   MDB_val nothing = {};
-  check(mdb_cursor_put(cursor_, &bytes, &nothing, how), "mdb_cursor_put");
+  check(mdb_cursor_put(cursor_, &key, &nothing, behind_all ? MDB_APPEND : 0), "mdb_cursor_put");
 }
 
-bool Lmdb::get(MDB_cursor_op operation) {
+bool Lmdb::get(Go go, std::string_view& entry) {
+  static constexpr std::array kOperations = {MDB_FIRST, MDB_NEXT, MDB_SET_RANGE};
+  MDB_val key = bytes_of(entry);
   MDB_val nothing = {};
-  const int result = mdb_cursor_get(cursor_, &entry_, &nothing, operation);
+  const int result =
+      mdb_cursor_get(cursor_, &key, &nothing, kOperations[static_cast<std::size_t>(go)]);
   require(result == MDB_SUCCESS || result == MDB_NOTFOUND, "mdb_cursor_get");
+  entry = {static_cast<const char*>(key.mv_data), key.mv_size};
   return result == MDB_SUCCESS;
-}
-
-std::uint32_t Lmdb::find(std::string_view key) {
-  StoreEntry lowest(key, 0);
-  entry_ = thing(lowest);
-  if (!get(MDB_SET_RANGE)) return 0;
-  const std::string_view found = text_of(entry_);
-  return StoreEntry::key_of(found) == key ? StoreEntry::number_of(found) : 0;
-}
-
-bool Lmdb::next(std::string_view& key, std::uint32_t& number) {
-  if (!get(at_start_ ? MDB_FIRST : MDB_NEXT)) return false;
-  at_start_ = false;
-  const std::string_view entry = text_of(entry_);
-  key = StoreEntry::key_of(entry);
-  number = StoreEntry::number_of(entry);
-  return true;
 }
 
 }  // namespace vqdb::bench

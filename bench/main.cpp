@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -15,11 +14,6 @@
 #include "workload.h"
 
 namespace vqdb::bench {
-
-std::vector<Workload>& workloads() {
-  static std::vector<Workload> all;
-  return all;
-}
 
 namespace {
 
@@ -144,10 +138,14 @@ int rounds_of(const Workload& workload) {
   return most == nullptr ? workload.rounds : std::clamp(std::atoi(most), 1, workload.rounds);
 }
 
-void add_side(const Workload& workload, const std::string& side,
-              const std::function<void(benchmark::State&)>& run) {
-  if (!run) return;
-  benchmark::RegisterBenchmark((workload.name + "/" + side).c_str(), run)
+// The way of SQLite counts for its sides alone.
+void add_side(Workload& workload, const std::string& name, Side side, std::size_t way = 0) {
+  if (side == nullptr) return;
+  benchmark::RegisterBenchmark((workload.name + "/" + name).c_str(),
+                               [&workload, side, way](benchmark::State& state) {
+                                 use_sqlite_way(way);
+                                 run_side(workload, side, state);
+                               })
       ->Iterations(1)
       ->Repetitions(rounds_of(workload))
       ->Unit(benchmark::kMillisecond);
@@ -167,17 +165,12 @@ int main(int argc, char** argv) {
 
   std::stable_sort(workloads().begin(), workloads().end(),
                    [](const Workload& a, const Workload& b) { return a.order < b.order; });
-  for (const Workload& workload : workloads()) {
+  for (Workload& workload : workloads()) {
     add_side(workload, "ours", workload.ours);
     add_side(workload, workload.yardstick_name, workload.yardstick);
     add_side(workload, "limit", workload.limit);
     for (std::size_t way = 1; has_ways(workload) && way < kSqliteWays.size(); ++way) {
-      add_side(workload, side_of_way(way),
-               [run = workload.yardstick, way](benchmark::State& state) {
-                 use_sqlite_way(way);
-                 run(state);
-                 use_sqlite_way(0);
-               });
+      add_side(workload, side_of_way(way), workload.yardstick, way);
     }
   }
   const bool measures_peak = std::getenv("VQDB_BENCH_PEAK") != nullptr;

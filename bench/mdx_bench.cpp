@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include "customers.h"
@@ -16,18 +17,21 @@ namespace {
 constexpr std::int32_t kBytesOf64MiB = 64 * 1024 * 1024;
 constexpr const char* kTag = "KEYS";
 
-void count_items(benchmark::State& state) {
-  state.SetItemsProcessed(static_cast<std::int64_t>(record_count()));
-}
-
 // Which field the keys are made of.
 struct Keys {
   const char* expression;
   const char* format;
+  std::size_t offset;
   std::size_t bytes;
 };
-constexpr Keys kNames = {"NAME", "C30", kNameBytes};
-constexpr Keys kAmounts = {"AMOUNT", "N", 12};
+constexpr Keys kNames = {"NAME", "C30", kNameOffset, kNameBytes};
+constexpr Keys kAmounts = {"AMOUNT", "N", kAmountOffset, kAmountBytes};
+
+std::string field_of(const Customer& customer, const Keys& keys) {
+  std::array<char, kRecordBytes> record;
+  format_record(customer, record.data());
+  return {record.data() + keys.offset, keys.bytes};
+}
 
 struct Ndx {
   static constexpr const char* kFile = "KEYS.NDX";
@@ -93,14 +97,12 @@ std::vector<Key> make_keys(const Keys& keys) {
   std::vector<Key> made;
   made.reserve(customers().size());
   Block block;
-  std::array<char, kRecordBytes> record;
   for (const Customer& customer : customers()) {
     Key key = customer.name;
     if (&keys == &kAmounts) {
       // As a build makes them: a packed decimal of the field's digits.
-      format_record(customer, record.data());
-      require(dUnftonk(block, Family::kNumberKind, record.data() + kAmountOffset, kAmountBytes,
-                       key.data()) == 0,
+      const std::string field = field_of(customer, keys);
+      require(dUnftonk(block, Family::kNumberKind, field.data(), kAmountBytes, key.data()) == 0,
               "dUnftonk");
     }
     made.push_back(key);
@@ -108,8 +110,20 @@ std::vector<Key> make_keys(const Keys& keys) {
   return made;
 }
 
+template <typename Family>
+Sum sum_of_walk(const Family& index) {
+  Key key = {};
+  std::uint32_t number = 0;
+  WalkSum sum;
+  require(Family::rewind(index.handle) == 0, "rewind");
+  while (Family::next(index.handle, key.data(), &number) == 0) {
+    sum.step({key.data(), key.size()}, number);
+  }
+  return sum;
+}
+
 template <typename Family, const Keys& keys>
-void insert(benchmark::State& state) {
+Sum insert(benchmark::State& state) {
   const std::vector<Key> all = make_keys<Family>(keys);
   Block block;
   const Table table(block, customer_table(), 0, 1);
@@ -120,7 +134,7 @@ void insert(benchmark::State& state) {
       require(Family::put(index.handle, key.data(), ++number) == 0, "put");
     }
   }
-  count_items(state);
+  return sum_of_walk(index);
 }
 
 template <typename Family, const Keys& keys>
@@ -136,48 +150,57 @@ const std::string& built() {
 }
 
 template <typename Family, const Keys& keys>
-void seek(benchmark::State& state) {
+Sum seek(benchmark::State& state) {
   const std::vector<Key> all = make_keys<Family>(keys);
   Block block;
   const Table table(block, customer_table(), 0, 1);
   const Family index(block, table, built<Family, keys>(), keys, false);
-  const auto seek_all = [&] {
-    for (const std::uint32_t number : random_order()) {
-      std::uint32_t found = 0;
-      require(Family::find(index.handle, all[number - 1].data(), &found) == 0, "find");
-      benchmark::DoNotOptimize(found);
-    }
+  const auto find = [&](std::uint32_t number) {
+    std::uint32_t found = 0;
+    require(Family::find(index.handle, all[number - 1].data(), &found) == 0, "find");
+    return found;
   };
-  seek_all();
-  for (auto _ : state) seek_all();
-  count_items(state);
+  Sum sum = 0;
+  std::uint64_t expected = 0;
+  for (const std::uint32_t number : random_order()) {
+    const std::uint32_t found = find(number);
+    expected += found;
+    sum += number * sum_of(field_of(customers().at(found - 1), keys));
+  }
+  for (auto _ : state) {
+    std::uint64_t again = 0;
+    for (const std::uint32_t number : random_order()) again += find(number);
+    require(again == expected, "find the same again");
+  }
+  return sum;
 }
 
 template <typename Family, const Keys& keys>
-void walk(benchmark::State& state) {
+Sum walk(benchmark::State& state) {
   Block block;
   const Table table(block, customer_table(), 0, 1);
   const Family index(block, table, built<Family, keys>(), keys, false);
   const auto walk_all = [&] {
     Key key;
     std::uint32_t number = 0;
-    std::size_t steps = 0;
+    std::uint64_t sum = 0;
     require(Family::rewind(index.handle) == 0, "rewind");
-    while (Family::next(index.handle, key.data(), &number) == 0) ++steps;
-    require(steps == record_count(), "walk over every key");
+    while (Family::next(index.handle, key.data(), &number) == 0) sum += number;
+    return sum;
   };
-  walk_all();
-  for (auto _ : state) walk_all();
-  count_items(state);
+  const std::uint64_t expected = walk_all();
+  for (auto _ : state) require(walk_all() == expected, "walk over the same again");
+  return sum_of_walk(index);
 }
 
 template <typename Family, const Keys& keys>
-void build(benchmark::State& state) {
+Sum build(benchmark::State& state) {
   Block block;
   static_cast<VqBlock*>(block)->page_count_setting = kBytesOf64MiB / 16384;
   const Table table(block, customer_table(), 0, 64);
+  const std::string path = file_in_folder(Family::kFile);
   for (auto _ : state) Family::build(table, fresh_file(Family::kFile), keys);
-  count_items(state);
+  return sum_of_walk(Family(block, table, path, keys, false));
 }
 
 Workload beside_ndx(int order, const char* name, Side ours, Side ndx, double target) {
@@ -200,65 +223,6 @@ const Register build_names{
     beside_ndx(32, "tag build, text", build<Mdx, kNames>, build<Ndx, kNames>, 0.8)};
 const Register build_amounts{
     beside_ndx(32, "tag build, numbers", build<Mdx, kAmounts>, build<Ndx, kAmounts>, 0.6)};
-
-// ---- a table kept with three tags of one file, or with three files
-
-constexpr std::array<std::array<const char*, 2>, 3> kKept = {
-    {{"NAME", "C30"}, {"AMOUNT", "N"}, {"STATE+CITY", "C22"}}};
-
-void append_all(benchmark::State& state, VqBlock* block, const std::string& path,
-                std::vector<VqIndexSpec> specs) {
-  for (auto _ : state) {
-    VqDatabase* database = nullptr;
-    VqIndexSpec* failed = nullptr;
-    require(DBopen(block, path.c_str(), 0, 64, 1, static_cast<std::int32_t>(specs.size()),
-                   specs.data(), &database, &failed) == 0,
-            "DBopen");
-    std::array<char, kRecordBytes> record;
-    std::uint32_t number = 0;
-    for (const Customer& customer : customers()) {
-      format_record(customer, record.data());
-      require(DBapprec(database, record.data(), &number) == 0, "DBapprec");
-    }
-    require(DBclose(database) == 0, "DBclose");
-  }
-  count_items(state);
-}
-
-void append_one_file(benchmark::State& state) {
-  customers();
-  Block block;
-  const std::string path = fresh_file("KEPT.DBF");
-  const std::string index = fresh_file("KEPT.MDX");
-  create_customer_table(block, path);
-  {
-    const Table table(block, path, 0, 1);
-    for (std::size_t i = 0; i < kKept.size(); ++i) {
-      const std::string tag = "TAG" + std::to_string(i);
-      require(dXezindx(table, index.c_str(), tag.c_str(), kKept[i][0], nullptr, 0) == 0,
-              "dXezindx");
-    }
-  }
-  append_all(state, block, path, {{16, index.c_str(), kBytesOf64MiB / 1024, nullptr}});
-}
-
-void append_three_files(benchmark::State& state) {
-  customers();
-  Block block;
-  const std::string path = fresh_file("KEPT.DBF");
-  create_customer_table(block, path);
-  std::array<std::string, kKept.size()> names;
-  std::vector<VqIndexSpec> specs;
-  for (std::size_t i = 0; i < kKept.size(); ++i) {
-    names[i] = fresh_file(("KEPT" + std::to_string(i) + ".NDX").c_str());
-    require(dNcreat(block, names[i].c_str(), kKept[i][0], kKept[i][1]) == 0, "dNcreat");
-    specs.push_back({64, names[i].c_str(), kBytesOf64MiB / 512 / 3, nullptr});
-  }
-  append_all(state, block, path, specs);
-}
-
-const Register append_tags{
-    beside_ndx(20, "append with three tags", append_one_file, append_three_files, 1.2)};
 
 }  // namespace
 }  // namespace vqdb::bench

@@ -38,15 +38,6 @@ const std::vector<std::string_view>& texts() {
   return all;
 }
 
-std::size_t size_of_all() {
-  static const std::size_t size = [] {
-    std::size_t sum = 0;
-    for (const std::string_view text : texts()) sum += text.size();
-    return sum;
-  }();
-  return size;
-}
-
 // Numbers of memos from 0, each once: as they were written, and in a fixed random order.
 const std::vector<std::uint32_t>& written_order() {
   static const std::vector<std::uint32_t> order = [] {
@@ -80,25 +71,83 @@ std::string new_memo_file(Block& block, const std::string& name) {
   return memo;
 }
 
+class Memo {
+ public:
+  Memo(VqBlock* block, const std::string& name) : memo_(dTopen(block, name.c_str(), 0)) {
+    require(memo_ != nullptr, "dTopen");
+  }
+  ~Memo() { require(dTclose(memo_) == 0, "dTclose"); }
+  Memo(const Memo&) = delete;
+  Memo& operator=(const Memo&) = delete;
+
+  operator VqMemo*() const { return memo_; }
+
+ private:
+  VqMemo* memo_;
+};
+
+// Where each memo went.
 std::vector<Reference> write_memos(Block& block, const std::string& name) {
   std::vector<Reference> references(texts().size());
-  VqMemo* const memo = dTopen(block, name.c_str(), 0);
-  require(memo != nullptr, "dTopen");
+  const Memo memo(block, name);
   for (std::size_t i = 0; i < texts().size(); ++i) {
     references[i].fill(' ');
     const auto length = static_cast<std::int32_t>(texts()[i].size());
     require(dTnewmm(memo, 0, length, texts()[i].data(), references[i].data()) == 0, "dTnewmm");
   }
-  require(dTclose(memo) == 0, "dTclose");
   return references;
 }
 
-void write_ours(benchmark::State& state) {
+using Order = const std::vector<std::uint32_t>& (*)();
+using Look = Sum (*)(std::uint32_t number, std::string_view text);
+
+// What a memo comes to: by all its bytes, or by its length and end, where the time counts.
+Sum whole(std::uint32_t number, std::string_view text) { return sum_of(text) * (number + 1); }
+Sum glance(std::uint32_t number, std::string_view text) {
+  return (number + 1) * text.size() + static_cast<unsigned char>(text.back());
+}
+
+Sum read_all(VqMemo* memo, const std::vector<Reference>& references, Order order, Look look) {
+  std::array<char, kLongest + 1> buffer;
+  Sum sum = 0;
+  for (const std::uint32_t number : order()) {
+    std::int32_t length = 0;
+    require(
+        dTgetmm(memo, references[number].data(), 0, kLongest, buffer.data(), &length, nullptr) == 0,
+        "dTgetmm");
+    sum += look(number, {buffer.data(), static_cast<std::size_t>(length)});
+  }
+  return sum;
+}
+
+// A row's bytes are copied out, as the host needs them once the statement goes on.
+Sum read_all(Sqlite& database, Order order, Look look) {
+  std::array<char, kLongest + 1> buffer;
+  Sum sum = 0;
+  database.run("BEGIN");
+  {
+    Statement select(database, "SELECT text FROM memo WHERE id=?");
+    for (const std::uint32_t number : order()) {
+      select.bind(1, std::int64_t{number});
+      require(select.step(), "find a row");
+      const std::string_view text = select.blob(0);
+      text.copy(buffer.data(), text.size());
+      sum += look(number, {buffer.data(), text.size()});
+      select.reset();
+    }
+  }
+  database.run("COMMIT");
+  return sum;
+}
+
+Sum write_ours(benchmark::State& state) {
   texts();
   Block block;
   const std::string name = new_memo_file(block, "MEMOWRIT");
-  for (auto _ : state) write_memos(block, name);
+  std::vector<Reference> references;
+  for (auto _ : state) references = write_memos(block, name);
   count_items(state);
+  return read_all(Memo(block, name), references, written_order, whole);
 }
 
 void insert_texts(Sqlite& database) {
@@ -115,65 +164,38 @@ void insert_texts(Sqlite& database) {
   database.run("COMMIT");
 }
 
-void write_sqlite(benchmark::State& state) {
+Sum write_sqlite(benchmark::State& state) {
   texts();
   Sqlite database(fresh_file("memo_write.sqlite"));
   database.run("CREATE TABLE memo(id INTEGER PRIMARY KEY, text BLOB)");
   for (auto _ : state) insert_texts(database);
   count_items(state);
+  return read_all(database, written_order, whole);
 }
 
 const Register write({20, "write memos", write_ours, write_sqlite, 1.5});
 
-using Order = const std::vector<std::uint32_t>& (*)();
-
 template <Order order>
-void read_ours(benchmark::State& state) {
+Sum read_ours(benchmark::State& state) {
   Block block;
   const std::string name = new_memo_file(block, "MEMOREAD");
   const std::vector<Reference> references = write_memos(block, name);
-  VqMemo* const memo = dTopen(block, name.c_str(), 0);
-  require(memo != nullptr, "dTopen");
-  std::vector<char> buffer(kLongest + 1);
-  for (auto _ : state) {
-    std::size_t bytes = 0;
-    for (const std::uint32_t number : order()) {
-      std::int32_t length = 0;
-      require(dTgetmm(memo, references[number].data(), 0, kLongest, buffer.data(), &length,
-                      nullptr) == 0,
-              "dTgetmm");
-      bytes += static_cast<std::size_t>(length);
-    }
-    require(bytes == size_of_all(), "lengths of the memos");
-  }
-  dTclose(memo);
+  const Memo memo(block, name);
+  Sum sum = 0;
+  for (auto _ : state) sum = read_all(memo, references, order, glance);
   count_items(state);
+  return sum;
 }
 
 template <Order order>
-void read_sqlite(benchmark::State& state) {
+Sum read_sqlite(benchmark::State& state) {
   Sqlite database(fresh_file("memo_read.sqlite"));
   database.run("CREATE TABLE memo(id INTEGER PRIMARY KEY, text BLOB)");
   insert_texts(database);
-  std::vector<char> buffer(kLongest + 1);
-  for (auto _ : state) {
-    database.run("BEGIN");
-    std::size_t bytes = 0;
-    {
-      Statement select(database, "SELECT text FROM memo WHERE id=?");
-      for (const std::uint32_t number : order()) {
-        select.bind(1, std::int64_t{number});
-        require(select.step(), "find a row");
-        const std::string_view text = select.blob(0);
-        std::copy(text.begin(), text.end(), buffer.begin());
-        bytes += text.size();
-        select.reset();
-      }
-    }
-    database.run("COMMIT");
-    require(bytes == size_of_all(), "lengths of the rows");
-  }
+  Sum sum = 0;
+  for (auto _ : state) sum = read_all(database, order, glance);
   count_items(state);
+  return sum;
 }
 
 const Register read({21, "read memos as written", read_ours<written_order>,

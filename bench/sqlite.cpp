@@ -1,5 +1,8 @@
 #include "sqlite.h"
 
+#include <cmath>
+#include <span>
+
 #include "require.h"
 
 namespace vqdb::bench {
@@ -8,6 +11,13 @@ namespace {
 constexpr int kBusyMilliseconds = 60000;
 
 std::size_t way_in_use = 0;
+
+// Copies a text to a field.
+template <std::size_t N>
+void take(std::string_view text, std::array<char, N>& field) {
+  field.fill(' ');
+  text.copy(field.data(), N);
+}
 
 }  // namespace
 
@@ -90,17 +100,41 @@ void bind_customer(Statement& statement, const Customer& customer) {
   statement.bind(7, std::int64_t{customer.active});
 }
 
-void insert_customers(Sqlite& database) {
+void insert_customers(Sqlite& database, std::size_t count) {
   database.run("BEGIN");
   {
     Statement insert(database, "INSERT INTO customer VALUES(?,?,?,?,?,?,?)");
-    for (const Customer& customer : customers()) {
+    for (const Customer& customer : std::span(customers()).first(count)) {
       bind_customer(insert, customer);
       insert.step();
       insert.reset();
     }
   }
   database.run("COMMIT");
+}
+
+Sum sum_of_rows(Sqlite& database, const char* select) {
+  Statement rows(database, select);
+  Sum sum = 0;
+  while (rows.step()) {
+    Customer customer = {};
+    customer.id = static_cast<std::uint32_t>(rows.integer(0));
+    take(rows.text(1), customer.name);
+    take(rows.text(2), customer.city);
+    take(rows.text(3), customer.state);
+    customer.cents = static_cast<std::uint32_t>(std::lround(rows.number(4) * 100));
+    take(rows.text(5), customer.due);
+    customer.active = rows.integer(6) != 0;
+    sum += sum_of_record(customer);
+  }
+  return sum;
+}
+
+Sum sum_of_walk(Sqlite& database, const char* select) {
+  Statement rows(database, select);
+  WalkSum sum;
+  while (rows.step()) sum.step(rows.text(0), static_cast<std::uint32_t>(rows.integer(1)));
+  return sum;
 }
 
 const std::string& sqlite_customers() {

@@ -100,8 +100,14 @@ void create_customer_table(Sqlite& database);
 // A row's columns as parameters 1 to 7. The customer must stay until the next step.
 void bind_customer(Statement& statement, const Customer& customer);
 
-// Inserts all customers into it.
-void insert_customers(Sqlite& database);
+// Inserts all customers into it, or the first so many.
+void insert_customers(Sqlite& database, std::size_t count = record_count());
+
+// What the rows of the customer table that a statement selects come to.
+Sum sum_of_rows(Sqlite& database, const char* select = "SELECT * FROM customer");
+
+// The same of a walk: a statement that selects keys and record numbers in order.
+Sum sum_of_walk(Sqlite& database, const char* select);
 
 // A database with all customers, made once.
 const std::string& sqlite_customers();

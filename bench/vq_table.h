@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <string>
 
+#include "sum.h"
 #include "vqdbsys.h"
 
 namespace vqdb::bench {
@@ -35,10 +36,30 @@ class Table {
   VqTable* table_;
 };
 
+// An NDX index.
+class Index {
+ public:
+  Index(VqTable* table, const std::string& path, std::int32_t pages);
+  ~Index();
+  Index(const Index&) = delete;
+  Index& operator=(const Index&) = delete;
+
+  operator VqIndex*() const { return index_; }
+
+ private:
+  VqIndex* index_;
+};
+
+// What a walk over its keys of so many bytes comes to.
+Sum sum_of_walk(VqIndex* index, std::size_t key_bytes);
+
 inline constexpr std::size_t kHeaderBytes = 32 + 32 * 7 + 1;
 
 void create_customer_table(VqBlock* block, const std::string& path);
 void append_customers(VqTable* table);
+
+// What the live records of a table come to.
+Sum sum_of_table(const std::string& path);
 
 // A table with all customers, made once.
 const std::string& customer_table();
