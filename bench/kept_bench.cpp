@@ -35,5 +35,61 @@ const Register append_three({20, "append with three indexes", append_to_files, a
 const Register append_tags({20, "append with three tags", append_to_tags, append_to_files, 1.2,
                             nullptr, 0, 3, "NDX"});
 
+// ---- the checker beside the build of what it checks
+
+// The customers with three NDX files, and the workspace of either.
+class CheckedTable {
+ public:
+  CheckedTable() {
+    static_cast<VqBlock*>(block_)->page_count_setting = kBytesOf64MiB / 16384;
+    for (const KeptIndex& index : kKept)
+      files_.push_back(fresh_file(std::string(index.name) + ".NDX"));
+  }
+
+  void build() {
+    const Table table(block_, customer_table(), VQ_OPEN_EXCLUSIVE, 64);
+    for (std::size_t i = 0; i < kKept.size(); ++i) {
+      require(dNindex(table, files_[i].c_str(), kKept[i].expression, 0) == 0, "dNindex");
+    }
+  }
+
+  // How many findings there are.
+  Sum check() {
+    std::vector<VqIndexDef> indexes;
+    for (const std::string& file : files_)
+      indexes.push_back({VQ_KIND_NDX, file.c_str(), {}, {}, {}, 0});
+    const VqCheckOptions options = {0, static_cast<std::int32_t>(indexes.size()), indexes.data(),
+                                    nullptr, nullptr};
+    Sum findings = 0;
+    const auto count = [](void* sum, const VqFinding*) -> std::int32_t {
+      ++*static_cast<Sum*>(sum);
+      return 0;
+    };
+    require(DBcheck(block_, customer_table().c_str(), &options, count, &findings) >= 0, "DBcheck");
+    return findings;
+  }
+
+ private:
+  Block block_;
+  std::vector<std::string> files_;
+};
+
+Sum check_ours(benchmark::State& state) {
+  CheckedTable table;
+  table.build();
+  Sum findings = 0;
+  for (auto _ : state) findings = table.check();
+  return findings;
+}
+
+Sum build(benchmark::State& state) {
+  CheckedTable table;
+  for (auto _ : state) table.build();
+  return table.check();
+}
+
+const Register check({37, "check of a table with three indexes", check_ours, build, 1 / 1.5,
+                      nullptr, 0, 3, "build"});
+
 }  // namespace
 }  // namespace vqdb::bench

@@ -71,13 +71,17 @@ Sum sum_of_kept_rows(Sqlite& database, std::size_t indexes) {
   return sum;
 }
 
-Database::Database(const KeptTable& table, std::uint32_t mode, std::int32_t buffers) {
-  std::vector<VqIndexSpec> specs = table.specs_;
+Database::Database(const std::string& path, std::vector<VqIndexSpec> indexes, std::uint32_t mode,
+                   std::int32_t buffers) {
   dUsetwait(block_, kMillisecondsToWait);
-  require(DBopen(block_, table.path_.c_str(), mode | VQ_OPEN_NO_INDEX_LIST, buffers, VQ_SPECS_ARRAY,
-                 static_cast<std::int32_t>(specs.size()), specs.data(), &database_, nullptr) == 0,
-          "DBopen");
+  require(
+      DBopen(block_, path.c_str(), mode | VQ_OPEN_NO_INDEX_LIST, buffers, VQ_SPECS_ARRAY,
+             static_cast<std::int32_t>(indexes.size()), indexes.data(), &database_, nullptr) == 0,
+      "DBopen");
 }
+
+Database::Database(const KeptTable& table, std::uint32_t mode, std::int32_t buffers)
+    : Database(table.path_, table.specs_, mode, buffers) {}
 
 Database::~Database() { require(DBclose(database_) == 0, "DBclose"); }
 

@@ -59,9 +59,11 @@ class KeptTable {
 // The same of the customer table of SQLite with so many of the indexes.
 Sum sum_of_kept_rows(Sqlite& database, std::size_t indexes);
 
-// A kept table while it is open. It waits a minute for locks.
+// A table while it is open with indexes. It waits a minute for locks.
 class Database {
  public:
+  Database(const std::string& path, std::vector<VqIndexSpec> indexes, std::uint32_t mode,
+           std::int32_t buffers);
   Database(const KeptTable& table, std::uint32_t mode, std::int32_t buffers = 64);
   ~Database();
   Database(const Database&) = delete;
