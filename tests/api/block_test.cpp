@@ -5,8 +5,7 @@ namespace {
 TEST(Block, prepares_each_dialect) {
   static_assert(sizeof(VqBlock) == 527);
   struct Case {
-    std::uint32_t kind;
-    std::uint32_t index_kind;
+    std::uint32_t kind, index_kind;
   };
   for (const auto& [kind, index_kind] :
        {Case{1, 1}, Case{2, 0}, Case{4, 0}, Case{7, 0}, Case{8, 4}, Case{32776, 4}, Case{16, 6}}) {

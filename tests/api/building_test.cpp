@@ -80,8 +80,7 @@ TEST_F(Building, refusals_leave_the_group_as_it_was) {
     std::uint32_t kind;
     const char* name;
     const char* key;
-    std::int32_t result;
-    std::int32_t detail;
+    std::int32_t result, detail;
   };
   ASSERT_EQ(0, build(kOrderIndex[0]));
   const std::string list = read_file(orders_.file("ORDERS.DD"));

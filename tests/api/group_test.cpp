@@ -27,18 +27,17 @@ class Group : public ::testing::Test {
 };
 
 TEST_F(Group, hands_out_copies_by_kind_and_name) {
-  struct Case {
+  const struct {
     std::uint32_t kind;
     const char* file;
     std::size_t index;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {64, "NAMES", 0}, {64, "amounts", 1}, {64, "Mixed", 2},
       {128, "DUES", 3}, {64, "DUES", 3},  // kind 64 finds NDX3 members as well
   };
   const std::int32_t lengths[] = {12, 8, 20, 8};
   const char types[] = {'C', 'N', 'C', 'D'};
-  for (const Case& test : cases) {
+  for (const auto& test : cases) {
     VqMember member = {};
     ASSERT_EQ(0, find(test.kind, orders_.file(test.file), member)) << test.file;
     EXPECT_EQ(kOrderIndex[test.index].kind, value(member.kind));
@@ -66,19 +65,17 @@ TEST_F(Group, hands_out_copies_by_kind_and_name) {
 }
 
 TEST_F(Group, says_what_it_does_not_have) {
-  struct Case {
+  const struct {
     std::uint32_t kind;
     const char* name;
-    std::int32_t result;
-    std::int32_t detail;
-  };
-  const Case cases[] = {{2, "", VQ_E_NOT_FOUND, 6131},     {4, "", VQ_E_NOT_FOUND, 6131},
-                        {8, "", VQ_E_NOT_FOUND, 6131},     {64, "OTHER", VQ_E_NOT_FOUND, 6133},
-                        {16, "", VQ_E_NOT_FOUND, 6133},    {32, "", VQ_E_NOT_FOUND, 6133},
-                        {768, "", VQ_E_NOT_FOUND, 6133},   {1024, "", VQ_E_NOT_FOUND, 6133},
-                        {0, "", VQ_E_NOT_ALLOWED, 6132},   {96, "", VQ_E_NOT_ALLOWED, 6132},
-                        {2304, "", VQ_E_NOT_ALLOWED, 6132}};
-  for (const Case& test : cases) {
+    std::int32_t result, detail;
+  } cases[] = {{2, "", VQ_E_NOT_FOUND, 6131},     {4, "", VQ_E_NOT_FOUND, 6131},
+               {8, "", VQ_E_NOT_FOUND, 6131},     {64, "OTHER", VQ_E_NOT_FOUND, 6133},
+               {16, "", VQ_E_NOT_FOUND, 6133},    {32, "", VQ_E_NOT_FOUND, 6133},
+               {768, "", VQ_E_NOT_FOUND, 6133},   {1024, "", VQ_E_NOT_FOUND, 6133},
+               {0, "", VQ_E_NOT_ALLOWED, 6132},   {96, "", VQ_E_NOT_ALLOWED, 6132},
+               {2304, "", VQ_E_NOT_ALLOWED, 6132}};
+  for (const auto& test : cases) {
     VqMember member = {};
     EXPECT_EQ(codes(test.result, test.detail),
               codes(find(test.kind, test.name, member), orders_.block))
@@ -92,8 +89,7 @@ struct MemberCall {
   std::int32_t (*call)(const VqMember* member);
 };
 
-char record_bytes[kOrderBytes];
-char key_bytes[128];
+char record_bytes[kOrderBytes], key_bytes[128];
 std::uint32_t found;
 std::int32_t number;
 

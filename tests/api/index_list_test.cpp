@@ -116,25 +116,24 @@ TEST_F(IndexList, a_group_with_a_name_that_no_list_can_hold_has_none) {
 }
 
 TEST_F(IndexList, lines_are_read_by_their_rules) {
-  struct Case {
+  const struct {
     std::string list;
     std::vector<std::string> names;
-  };
-  const Case cases[] = {{"NDX=NAMES\r\nNDX3=DUES\r\n", {"NAMES", "DUES"}},
-                        {"ndx=NAMES\r\nNdx3=DUES\r\n", {"NAMES", "DUES"}},
-                        {"NDX = NAMES\r\n\tNDX3 \t=DUES  \r\n", {"NAMES", "DUES"}},
-                        {"NDX =NAMES and more = text\r\n", {"NAMES"}},
-                        {"\r\n\r\n  \t\r\nNDX=NAMES\r\n", {"NAMES"}},
-                        // A line that nothing ends is not read.
-                        {"NDX=NAMES\r\nNDX3=DUES", {"NAMES"}},
-                        {"NDX=NAMES", {}},
-                        // Bare line feeds lose the line behind an index.
-                        {"NDX=NAMES\nNDX3=DUES\n", {"NAMES"}},
-                        {"NDX=NAMES\nNDX3=DUES\nNDX=MIXED\n", {"NAMES", "MIXED"}},
-                        {" \nNDX=NAMES\n", {"NAMES"}},
-                        // A zero byte ends the text.
-                        {std::string("NDX=NAMES\r\n\0NDX3=DUES\r\n", 23), {"NAMES"}}};
-  for (const Case& test : cases) {
+  } cases[] = {{"NDX=NAMES\r\nNDX3=DUES\r\n", {"NAMES", "DUES"}},
+               {"ndx=NAMES\r\nNdx3=DUES\r\n", {"NAMES", "DUES"}},
+               {"NDX = NAMES\r\n\tNDX3 \t=DUES  \r\n", {"NAMES", "DUES"}},
+               {"NDX =NAMES and more = text\r\n", {"NAMES"}},
+               {"\r\n\r\n  \t\r\nNDX=NAMES\r\n", {"NAMES"}},
+               // A line that nothing ends is not read.
+               {"NDX=NAMES\r\nNDX3=DUES", {"NAMES"}},
+               {"NDX=NAMES", {}},
+               // Bare line feeds lose the line behind an index.
+               {"NDX=NAMES\nNDX3=DUES\n", {"NAMES"}},
+               {"NDX=NAMES\nNDX3=DUES\nNDX=MIXED\n", {"NAMES", "MIXED"}},
+               {" \nNDX=NAMES\n", {"NAMES"}},
+               // A zero byte ends the text.
+               {std::string("NDX=NAMES\r\n\0NDX3=DUES\r\n", 23), {"NAMES"}}};
+  for (const auto& test : cases) {
     std::int32_t result = 0;
     EXPECT_EQ(test.names, use(with_paths(test.list), result)) << test.list;
     EXPECT_EQ(0, result) << test.list;
@@ -142,25 +141,23 @@ TEST_F(IndexList, lines_are_read_by_their_rules) {
 }
 
 TEST_F(IndexList, broken_lists_open_nothing) {
-  struct Case {
+  const struct {
     const char* list;
-    std::int32_t result;
-    std::int32_t detail;
-  };
-  const Case cases[] = {{"", VQ_E_FORMAT, 6303},
-                        {"NDX\r\n", VQ_E_FORMAT, 6311},
-                        {"NDX=\r\n", VQ_E_FORMAT, 6311},
-                        {"NDX=NAMES\r\nNDX3 =\r\n", VQ_E_FORMAT, 6311},
-                        {"BTREE=NAMES\r\n", VQ_E_FORMAT, 6307},
-                        {"NDX NAMES DUES\r\n", VQ_E_FORMAT, 6307},
-                        {"=NDX NAMES\r\n", VQ_E_FORMAT, 6307},
-                        {"NDX==\r\n", VQ_E_FORMAT, 6307},
-                        {"NDX=ndx3\r\n", VQ_E_FORMAT, 6307},
-                        {"NDX=NOWHERE\r\n", VQ_E_NOT_FOUND, 10421},
-                        {"CLIPNTX=NAMES\r\n", VQ_E_NO_DRIVER, 0},
-                        {"FOXIDX=NAMES\r\n", VQ_E_NO_DRIVER, 0},
-                        {"FOXCDX=NAMES\r\n", VQ_E_NO_DRIVER, 0}};
-  for (const Case& test : cases) {
+    std::int32_t result, detail;
+  } cases[] = {{"", VQ_E_FORMAT, 6303},
+               {"NDX\r\n", VQ_E_FORMAT, 6311},
+               {"NDX=\r\n", VQ_E_FORMAT, 6311},
+               {"NDX=NAMES\r\nNDX3 =\r\n", VQ_E_FORMAT, 6311},
+               {"BTREE=NAMES\r\n", VQ_E_FORMAT, 6307},
+               {"NDX NAMES DUES\r\n", VQ_E_FORMAT, 6307},
+               {"=NDX NAMES\r\n", VQ_E_FORMAT, 6307},
+               {"NDX==\r\n", VQ_E_FORMAT, 6307},
+               {"NDX=ndx3\r\n", VQ_E_FORMAT, 6307},
+               {"NDX=NOWHERE\r\n", VQ_E_NOT_FOUND, 10421},
+               {"CLIPNTX=NAMES\r\n", VQ_E_NO_DRIVER, 0},
+               {"FOXIDX=NAMES\r\n", VQ_E_NO_DRIVER, 0},
+               {"FOXCDX=NAMES\r\n", VQ_E_NO_DRIVER, 0}};
+  for (const auto& test : cases) {
     std::int32_t result = 0;
     (void)use(with_paths(test.list), result);
     EXPECT_EQ(test.result, result) << test.list;

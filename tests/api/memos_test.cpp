@@ -4,8 +4,7 @@ namespace {
 
 struct Layout {
   const char* name;
-  std::uint32_t dialect;
-  std::uint32_t member_kind;
+  std::uint32_t dialect, member_kind;
   std::int32_t handle_bytes;  // of a file with blocks of 512 bytes
 };
 

@@ -162,12 +162,11 @@ TEST_F(Navigation, an_index_leads_to_what_others_have_appended) {
 }
 
 TEST_F(Navigation, refuses_members_that_have_no_order) {
-  struct Case {
+  const struct {
     std::int32_t detail;
     bool steps;  // accepts kind 512, whose driver column is empty
     std::function<std::int32_t(const VqMember*)> call;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {6141, false, [&](auto* m) { return lib.DBgetrec(m, key_.data(), record_.data(), &recno_); }},
       {6151, true, [&](auto* m) { return lib.DBnextrec(m, record_.data(), &recno_, key_.data()); }},
       {6161, true, [&](auto* m) { return lib.DBprevrec(m, record_.data(), &recno_, key_.data()); }},
@@ -175,7 +174,7 @@ TEST_F(Navigation, refuses_members_that_have_no_order) {
       {6181, false, lib.DBrewind},
       {6191, false, lib.DBforward}};
   VqMember member = order_member(database_, orders_, 0);
-  for (const Case& test : cases) {
+  for (const auto& test : cases) {
     for (const std::uint32_t kind : {0U, 2U, 4U, 8U, 16U, 512U, 2048U}) {
       member.kind = kind;
       member.driver_column = kind == 512 ? 5 : 1;

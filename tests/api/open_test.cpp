@@ -32,8 +32,7 @@ TEST(OpenDatabase, needs_to_know_the_form_of_the_descriptions) {
 TEST(OpenDatabase, names_the_description_that_failed_and_leaves_nothing_open) {
   struct Case {
     VqIndexSpec spec;
-    std::int32_t result;
-    std::int32_t detail;
+    std::int32_t result, detail;
   };
   Orders orders;
   orders.create();
@@ -96,8 +95,7 @@ TEST(OpenDatabase, skips_kinds_that_are_no_index_and_bits_that_are_the_hosts) {
 
 TEST(OpenDatabase, makes_a_missing_memo_file_unless_told_otherwise) {
   struct Case {
-    std::uint32_t dialect;
-    std::uint32_t memo_kind;
+    std::uint32_t dialect, memo_kind;
   };
   for (const auto& [dialect, memo_kind] : {Case{1, 4}, Case{2, 2}, Case{4, 2}, Case{7, 2}}) {
     TemporaryFolder folder;

@@ -7,8 +7,7 @@
 
 namespace {
 
-const std::string kTable = "ITEMS.DBF";
-const std::string kMemo = "ITEMS.DBT";
+const std::string kTable = "ITEMS.DBF", kMemo = "ITEMS.DBT";
 // The first entry of BYNAME's root, and how far the next one is.
 constexpr std::size_t kRoot = 3 * 512 + 4;
 constexpr std::size_t kStride = 98;
@@ -40,8 +39,7 @@ struct Damage {
   const char* what;
   std::string file;
   std::size_t offset;
-  std::string bytes;
-  std::string found;
+  std::string bytes, found;
 };
 
 TEST(Check, names_what_was_damaged) {

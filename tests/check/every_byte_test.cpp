@@ -7,8 +7,7 @@ namespace {
 
 // All that a host can read of the group.
 struct Contents {
-  std::vector<std::string> records;
-  std::vector<std::string> memos;
+  std::vector<std::string> records, memos;
   std::vector<std::string> indexes;  // the keys and record numbers of each, one behind the other
 
   bool operator==(const Contents&) const = default;

@@ -130,17 +130,16 @@ TEST_F(Repairs, keep_records_that_are_whole_when_a_file_was_cut) {
 TEST_F(Repairs, drop_no_record_behind_a_damaged_flag) {
   const std::string path = group.file("ITEMS.DBF");
   const std::string sound = read_file(path);
-  struct Case {
+  const struct {
     const char* what;
     char count;
     std::size_t size;
     std::uint32_t kept;
-  };
-  const Case cases[] = {{"count too low", 2, CheckedGroup::at(13, 1), 12},
-                        {"count too high", 100, CheckedGroup::at(13, 1), 12},
-                        {"cut off", 12, CheckedGroup::at(9, 3), 8},
-                        {"no end mark", 2, CheckedGroup::at(13, 0), 12}};
-  for (const Case& each : cases) {
+  } cases[] = {{"count too low", 2, CheckedGroup::at(13, 1), 12},
+               {"count too high", 100, CheckedGroup::at(13, 1), 12},
+               {"cut off", 12, CheckedGroup::at(9, 3), 8},
+               {"no end mark", 2, CheckedGroup::at(13, 0), 12}};
+  for (const auto& each : cases) {
     SCOPED_TRACE(each.what);
     write_file(path, sound.substr(0, each.size));
     write_bytes(path, 4, {&each.count, 1});
@@ -355,8 +354,7 @@ TEST(SafeCompaction, keeps_every_memo_whole_and_the_table_in_step) {
       EXPECT_EQ(0, lib.DBrewind(&table));
       while (lib.DBnextrec(&table, record.data(), &recno, nullptr) == 0) {
         for (const std::size_t field : {std::size_t{28}, std::size_t{38}}) {
-          std::int32_t size = 0;
-          std::int32_t length = 0;
+          std::int32_t size = 0, length = 0;
           if (lib.DBmemosize(database, &record[field], &size) != 0) size = 0;
           std::string text(static_cast<std::size_t>(size) + 1, '\0');
           if (size > 0) {

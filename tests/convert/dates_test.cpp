@@ -153,9 +153,7 @@ TEST(Dates, leap_years_and_today) {
   for (const int32_t year : {1996, 2000, 0, -4, 400}) EXPECT_EQ(1, lib.dUleap(year)) << year;
   for (const int32_t year : {1900, 1995, 2100, -100, 1}) EXPECT_EQ(0, lib.dUleap(year)) << year;
   VqBlock block = {};
-  int32_t m = 0;
-  int32_t d = 0;
-  int32_t y = 0;
+  int32_t m = 0, d = 0, y = 0;
   EXPECT_EQ(0, lib.dUtoday(&m, &d, &y));
   EXPECT_GT(lib.dU3itoJ(&block, m, d, y), 738000);
 }

@@ -145,19 +145,16 @@ TEST(Keys, packed_fields_keep_all_their_digits) {
 }
 
 TEST(Keys, packed_texts_round_their_digits) {
-  struct Case {
+  const struct {
     const char* field;
-    int32_t width;
-    int32_t decimals;
+    int32_t width, decimals;
     const char* text;
-  };
-  const Case cases[] = {
-      {"2.675", 6, 2, "  2.68"}, {"-9.996", 6, 2, "-10.00"},  {"9.5", 2, 0, "10"},
-      {"0.004", 5, 2, " 0.00"},  {"-0.004", 5, 2, " 0.00"},   {"0.005", 5, 2, " 0.01"},
-      {"0.0005", 5, 2, " 0.00"}, {"0.5", 1, 0, "1"},          {"12000", 5, 0, "12000"},
-      {"-0.5", 4, 2, "-.50"},    {"1234567", 6, 0, " .1E+7"}, {"1E200", 9, 1, " .10E+201"},
-      {"", 3, 0, "  0"}};
-  for (const Case& c : cases) {
+  } cases[] = {{"2.675", 6, 2, "  2.68"}, {"-9.996", 6, 2, "-10.00"},  {"9.5", 2, 0, "10"},
+               {"0.004", 5, 2, " 0.00"},  {"-0.004", 5, 2, " 0.00"},   {"0.005", 5, 2, " 0.01"},
+               {"0.0005", 5, 2, " 0.00"}, {"0.5", 1, 0, "1"},          {"12000", 5, 0, "12000"},
+               {"-0.5", 4, 2, "-.50"},    {"1234567", 6, 0, " .1E+7"}, {"1E200", 9, 1, " .10E+201"},
+               {"", 3, 0, "  0"}};
+  for (const auto& c : cases) {
     const Packed key = packed_of(std::string_view(c.field));
     char text[12];
     ASSERT_EQ(0, lib.dUnktoa(kPacked, key.data(), c.width, c.decimals, text));

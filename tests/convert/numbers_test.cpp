@@ -26,31 +26,29 @@ double number_of(std::string_view text) {
 }
 
 TEST(Numbers, fields_hold_fixed_point_else_exponent_form_else_stars) {
-  struct Case {
+  const struct {
     double value;
-    int32_t width;
-    int32_t decimals;
+    int32_t width, decimals;
     const char* field;
-  };
-  const Case cases[] = {{1234.5, 10, 2, "   1234.50"},
-                        {-0.001, 8, 2, "    0.00"},  // nothing has no sign
-                        {0.125, 6, 2, "  0.12"},     // halves that are exact go to the even digit
-                        {0.375, 6, 2, "  0.38"},
-                        {2.675, 6, 2, "  2.67"},  // below the half as a double
-                        {-12.5, 6, 2, "-12.50"},
-                        {1e22, 24, 0, " 10000000000000000000000"},
-                        {-0.5, 3, 1, "-.5"},  // the 0 before the point gives way first
-                        {123456, 5, 0, "*****"},
-                        {123456, 6, 0, "123456"},
-                        {1234567, 6, 0, " .1E+7"},
-                        {-1234567, 7, 0, "-.12E+7"},
-                        {9.99999e9, 8, 0, " .10E+11"},  // the exponent grows by rounding
-                        {1e300, 9, 2, " .10E+301"},
-                        {9.999e-99, 8, 6, "0.000000"},
-                        {kInfinity, 4, 0, "****"},
-                        {-kInfinity, 10, 2, "**********"},
-                        {std::nan(""), 10, 2, "**********"}};
-  for (const Case& c : cases) {
+  } cases[] = {{1234.5, 10, 2, "   1234.50"},
+               {-0.001, 8, 2, "    0.00"},  // nothing has no sign
+               {0.125, 6, 2, "  0.12"},     // halves that are exact go to the even digit
+               {0.375, 6, 2, "  0.38"},
+               {2.675, 6, 2, "  2.67"},  // below the half as a double
+               {-12.5, 6, 2, "-12.50"},
+               {1e22, 24, 0, " 10000000000000000000000"},
+               {-0.5, 3, 1, "-.5"},  // the 0 before the point gives way first
+               {123456, 5, 0, "*****"},
+               {123456, 6, 0, "123456"},
+               {1234567, 6, 0, " .1E+7"},
+               {-1234567, 7, 0, "-.12E+7"},
+               {9.99999e9, 8, 0, " .10E+11"},  // the exponent grows by rounding
+               {1e300, 9, 2, " .10E+301"},
+               {9.999e-99, 8, 6, "0.000000"},
+               {kInfinity, 4, 0, "****"},
+               {-kInfinity, 10, 2, "**********"},
+               {std::nan(""), 10, 2, "**********"}};
+  for (const auto& c : cases) {
     EXPECT_EQ(c.field, field_of(c.value, c.width, c.decimals)) << c.value;
   }
   EXPECT_EQ("0000012.50", field_of(12.5, 10, 2, 16));
@@ -84,8 +82,7 @@ TEST(Numbers, usual_fields_read_as_they_do_behind_other_white_space) {
 
 TEST(Numbers, shapes_that_no_field_has_are_refused) {
   struct Shape {
-    int32_t width;
-    int32_t decimals;
+    int32_t width, decimals;
   };
   for (const auto [width, decimals] :
        {Shape{0, 0}, {-1, 0}, {255, 0}, {10, -1}, {3, 2}, {10, 9}, {2, 1}, {10, 2147483647}}) {
@@ -122,11 +119,10 @@ TEST(Numbers, rounding_agrees_with_integer_arithmetic) {
 }
 
 TEST(Numbers, texts_read_as_far_as_they_are_numbers) {
-  struct Case {
+  const struct {
     std::string_view text;
     double value;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"     1234.56", 1234.56},
       {"\t\n -.5", -0.5},
       {"5.", 5},
@@ -165,7 +161,7 @@ TEST(Numbers, texts_read_as_far_as_they_are_numbers) {
       {"00000000000000000000000000000000000012", 12},
       {"99999999999999999999999999999999999999", 1e38},
       {"0.0000000000000000000000000000000001234", 1.234e-34}};
-  for (const Case& c : cases) EXPECT_EQ(c.value, number_of(c.text)) << c.text;
+  for (const auto& c : cases) EXPECT_EQ(c.value, number_of(c.text)) << c.text;
   double value = 0;
   EXPECT_EQ(-4, lib.dUnftod("1", 40, &value));
   EXPECT_EQ(-4, lib.dUnftod("1", -1, &value));

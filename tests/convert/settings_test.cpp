@@ -3,27 +3,26 @@
 namespace {
 
 TEST(Settings, choices_are_kept_in_the_block) {
-  struct Case {
+  const struct {
     decltype(lib.dUsetnet) set;
     size_t offset;
     int32_t given;
     uint32_t kept;
-  };
-  const Case cases[] = {{lib.dUsetlang, offsetof(VqBlock, language), 1, 1},
-                        {lib.dUsetlang, offsetof(VqBlock, language), 2, 0},
-                        {lib.dUsetnet, offsetof(VqBlock, index_kind), 6, 6},
-                        {lib.dUsetnet, offsetof(VqBlock, index_kind), 7, 0},
-                        {lib.dUsetnet, offsetof(VqBlock, index_kind), -1, 0},
-                        {lib.dUsetwait, offsetof(VqBlock, lock_wait), 70000, 70000},
-                        {lib.dUsetwait, offsetof(VqBlock, lock_wait), -1, 0},
-                        {lib.dUsetdate, offsetof(VqBlock, date_format), 6, 6},
-                        {lib.dUsetdate, offsetof(VqBlock, date_format), 7, 0},
-                        {lib.dUsetdate, offsetof(VqBlock, date_format), -1, 0},
-                        {lib.dUsetcent, offsetof(VqBlock, century), 5, 1},
-                        {lib.dUsetcent, offsetof(VqBlock, century), 0, 0},
-                        {lib.dUsetexact, offsetof(VqBlock, exact), -1, 1},
-                        {lib.dUsetexact, offsetof(VqBlock, exact), 0, 0}};
-  for (const Case& c : cases) {
+  } cases[] = {{lib.dUsetlang, offsetof(VqBlock, language), 1, 1},
+               {lib.dUsetlang, offsetof(VqBlock, language), 2, 0},
+               {lib.dUsetnet, offsetof(VqBlock, index_kind), 6, 6},
+               {lib.dUsetnet, offsetof(VqBlock, index_kind), 7, 0},
+               {lib.dUsetnet, offsetof(VqBlock, index_kind), -1, 0},
+               {lib.dUsetwait, offsetof(VqBlock, lock_wait), 70000, 70000},
+               {lib.dUsetwait, offsetof(VqBlock, lock_wait), -1, 0},
+               {lib.dUsetdate, offsetof(VqBlock, date_format), 6, 6},
+               {lib.dUsetdate, offsetof(VqBlock, date_format), 7, 0},
+               {lib.dUsetdate, offsetof(VqBlock, date_format), -1, 0},
+               {lib.dUsetcent, offsetof(VqBlock, century), 5, 1},
+               {lib.dUsetcent, offsetof(VqBlock, century), 0, 0},
+               {lib.dUsetexact, offsetof(VqBlock, exact), -1, 1},
+               {lib.dUsetexact, offsetof(VqBlock, exact), 0, 0}};
+  for (const auto& c : cases) {
     VqBlock block = {};
     const uint32_t before = 3;
     std::memcpy(reinterpret_cast<char*>(&block) + c.offset, &before, sizeof before);

@@ -35,9 +35,7 @@ ModelRecord any_record(BoundTable& bound) {
   record.active = *rc::gen::arbitrary<bool>();
   std::string due(8, ' ');
   if (day > 0) {
-    std::int32_t m = 0;
-    std::int32_t d = 0;
-    std::int32_t y = 0;
+    std::int32_t m = 0, d = 0, y = 0;
     lib.dUJto3i(day, &m, &d, &y);
     lib.dU3itodf(&bound.block, m, d, y, due.data());
   }
@@ -55,9 +53,7 @@ std::string delivered(BoundTable& bound, const ModelValue& value, std::int32_t p
       return value.text.substr(0, static_cast<std::size_t>(parsed_length));
     case 'D': {
       if (value.number < 1 || value.number >= 3652060) return "  /  /  ";
-      std::int32_t m = 0;
-      std::int32_t d = 0;
-      std::int32_t y = 0;
+      std::int32_t m = 0, d = 0, y = 0;
       lib.dUJto3i(static_cast<std::int32_t>(value.number), &m, &d, &y);
       char field[8];
       lib.dU3itodf(&bound.block, m, d, y, field);
@@ -134,8 +130,7 @@ TEST(ExpressionProperties, broken_texts_fail_with_the_code_of_what_is_broken) {
   struct Break {
     const char* before;  // put around a sound expression
     const char* behind;
-    int result;
-    int detail;
+    int result, detail;
   };
   const Break breaks[] = {
       {"(", "", -30, 6022},        {"", ")", -30, 6022},   {"'", "", -22, 6012},

@@ -88,24 +88,23 @@ TEST(Expressions, text_keys_are_padded_to_their_length) {
 }
 
 TEST(Expressions, texts_are_cut_to_the_limit_and_ended) {
-  struct Case {
+  const struct {
     const char* text;
     std::uint32_t options;
     std::int32_t max;
     std::string bytes;  // as delivered
     char behind;        // the byte behind them; '~' is untouched
-  };
-  const Case cases[] = {{"NAME", 0, 3, "Smi", '\0'},
-                        {"NAME", 0, 10, "Smith     ", '\0'},
-                        {"NAME", 0, 11, "Smith     ", '\0'},
-                        {"NAME", 1, 3, "Smi", '~'},  // a key has no room but its own
-                        {"NAME", 1, 10, "Smith     ", '~'},
-                        {"NAME", 1, 0, "Smith     ", '\0'},
-                        {"DUE", 0, 5, "01/02", '\0'},
-                        {"ACTIVE", 0, 1, "T", '\0'},
-                        {"ACTIVE", 1, 1, "T", '~'}};
+  } cases[] = {{"NAME", 0, 3, "Smi", '\0'},
+               {"NAME", 0, 10, "Smith     ", '\0'},
+               {"NAME", 0, 11, "Smith     ", '\0'},
+               {"NAME", 1, 3, "Smi", '~'},  // a key has no room but its own
+               {"NAME", 1, 10, "Smith     ", '~'},
+               {"NAME", 1, 0, "Smith     ", '\0'},
+               {"DUE", 0, 5, "01/02", '\0'},
+               {"ACTIVE", 0, 1, "T", '\0'},
+               {"ACTIVE", 1, 1, "T", '~'}};
   BoundTable bound;
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     Program program(bound, c.text);
     EXPECT_EQ(c.bytes, program.run(bound.record.data(), c.options, c.max).bytes) << c.text << c.max;
     EXPECT_EQ(c.behind, program.buffer[c.bytes.size()]) << c.text << c.max;
@@ -170,17 +169,15 @@ TEST(Expressions, fields_are_read_as_they_are) {
 TEST(Expressions, date_literals_follow_the_format_in_force) {
   BoundTable bound;
   Program program(bound, "{01/02/95} + 0");
-  struct Case {
-    int format;
-    int century;
+  const struct {
+    int format, century;
     const char* expected;
-  };
-  const Case cases[] = {{0, 0, "01/02/95"},
-                        {2, 0, "01/02/95"},
-                        {2, 1, "01/02/1995"},
-                        {0, 1, "01/02/1995"},
-                        {1, 0, "  .  .  "}};
-  for (const Case& c : cases) {
+  } cases[] = {{0, 0, "01/02/95"},
+               {2, 0, "01/02/95"},
+               {2, 1, "01/02/1995"},
+               {0, 1, "01/02/1995"},
+               {1, 0, "  .  .  "}};
+  for (const auto& c : cases) {
     lib.dUsetdate(&bound.block, c.format);
     lib.dUsetcent(&bound.block, c.century);
     EXPECT_EQ(c.expected, program.run(nullptr).bytes) << c.format;

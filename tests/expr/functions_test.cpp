@@ -53,20 +53,18 @@ TEST(DateFunctions, agree_with_the_calendar_from_year_1_to_9999) {
 }
 
 TEST(DateFunctions, texts_follow_the_format_and_the_century) {
-  struct Case {
+  const struct {
     std::int32_t format;
     const char* with_century;
     const char* without;
     const char* empty;
-  };
-  const Case cases[] = {
-      {0, "03/07/1995", "03/07/95", "  /  /  "}, {1, "1995.03.07", "95.03.07", "  .  .  "},
-      {2, "07/03/1995", "07/03/95", "  /  /  "}, {3, "07-03-1995", "07-03-95", "  -  -  "},
-      {4, "07.03.1995", "07.03.95", "  .  .  "}, {5, "03-07-1995", "03-07-95", "  -  -  "},
-      {6, "1995/03/07", "95/03/07", "  /  /  "}};
+  } cases[] = {{0, "03/07/1995", "03/07/95", "  /  /  "}, {1, "1995.03.07", "95.03.07", "  .  .  "},
+               {2, "07/03/1995", "07/03/95", "  /  /  "}, {3, "07-03-1995", "07-03-95", "  -  -  "},
+               {4, "07.03.1995", "07.03.95", "  .  .  "}, {5, "03-07-1995", "03-07-95", "  -  -  "},
+               {6, "1995/03/07", "95/03/07", "  /  /  "}};
   BoundTable bound;
   bound.record.replace(kDue, 8, "19950307");
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     lib.dUsetdate(&bound.block, c.format);
     lib.dUsetcent(&bound.block, 1);
     const std::string with = c.with_century;
@@ -232,20 +230,18 @@ TEST(TextFunctions, exported_ones_trim_and_pad) {
   EXPECT_STREQ("", out);
   char own[] = "  own";
   EXPECT_STREQ("own", lib.fLTRIM(own, own));
-  struct Case {
+  const struct {
     decltype(lib.fPADL) pad;
     const char* text;
     std::int32_t width;
     const char* fill;
     const char* padded;
-  };
-  const Case cases[] = {
-      {lib.fPADL, "abc", 8, "*", "*****abc"},  {lib.fPADR, "abc", 8, "AB", "abcABAAB"},
-      {lib.fPADC, "abc", 8, "*", "**abc***"},  {lib.fPADC, "x", 10, "AB", "ABAAxABAAB"},
-      {lib.fPADL, "abc", 2, "*", "ab"},        {lib.fPADR, "abc", 3, "*", "abc"},
-      {lib.fPADL, "abc", 5, nullptr, "  abc"}, {lib.fPADL, "abc", 5, "", "  abc"},
-      {lib.fPADL, "abc", -1, "*", ""},         {lib.fPADC, "", 3, "xyz", "xxy"}};
-  for (const Case& c : cases) {
+  } cases[] = {{lib.fPADL, "abc", 8, "*", "*****abc"},  {lib.fPADR, "abc", 8, "AB", "abcABAAB"},
+               {lib.fPADC, "abc", 8, "*", "**abc***"},  {lib.fPADC, "x", 10, "AB", "ABAAxABAAB"},
+               {lib.fPADL, "abc", 2, "*", "ab"},        {lib.fPADR, "abc", 3, "*", "abc"},
+               {lib.fPADL, "abc", 5, nullptr, "  abc"}, {lib.fPADL, "abc", 5, "", "  abc"},
+               {lib.fPADL, "abc", -1, "*", ""},         {lib.fPADC, "", 3, "xyz", "xxy"}};
+  for (const auto& c : cases) {
     EXPECT_EQ(static_cast<std::int32_t>(std::string(c.text).size()),
               c.pad(c.text, c.width, c.fill, out));
     EXPECT_STREQ(c.padded, out);

@@ -129,8 +129,7 @@ TEST(ExpressionHandles, without_a_table_there_are_no_fields) {
 
 TEST(ExpressionHandles, evaluating_parses_runs_and_frees) {
   BoundTable bound;
-  char text[1001];
-  char type = 0;
+  char text[1001], type = 0;
   std::int32_t length = 0;
   const auto evaluate = [&](const char* expression) {
     return lib.dEeval(&bound.block, expression, bound.table, bound.record.data(), text, &type,

@@ -54,44 +54,42 @@ TEST(ExpressionOperators, admit_the_pairs_of_types_of_their_tables) {
 }
 
 TEST(ExpressionOperators, compare_values) {
-  struct Case {
+  const struct {
     const char* left;
     const char* right;
     bool exact;
-    const char* answers;  // to < <= > >= = <> ==
-  };
-  const Case cases[] = {
-      {"'ABC'", "'AB'", false, "FTFTTFF"},  // as far as the right text goes
-      {"'AB'", "'ABC'", false, "TTFFFTF"},  // a text that ends first is less
-      {"'AB'", "'ABC'", true, "TTFFFTF"},
-      {"'AB'", "''", false, "FTFTTFF"},
-      {"''", "''", false, "FTFTTFT"},
-      {"'AB'", "'AC'", false, "TTFFFTF"},
-      {"'AC'", "'AB'", false, "FFTTFTF"},
-      {"'\xE9'", "'A'", false, "TTFFFTF"},  // bytes are signed
-      {"'AB '", "'AB'", false, "FTFTTFF"},
-      {"'AB'", "'AB  '", false, "TTFFFTF"},
-      {"'AB'", "'AB \t'", true, "FTFTTFF"},  // white space at the end does not count
-      {"'B'", "'AA'", true, "TTFFFTF"},      // other lengths are less, both ways
-      {"'AA'", "'B'", true, "TTFFFTF"},
-      {"'B'", "'A'", true, "FFTTFTF"},
-      {"'ABC'", "'AB'", true, "TTFFFTF"},
-      {"NAME", "'Smith'", true, "FTFTTFF"},
-      {"1", "2", false, "TTFFFTF"},
-      {"0.1+0.2", "0.3", false, "FFTTFTF"},  // doubles, to the last bit
-      {"2", "2.0", false, "FTFTTFT"},
-      {"10**400", "10**400", false, "FTFTTFT"},  // infinity has an equal
-      {"-1*10**400", "10**400", false, "TTFFFTF"},
-      {"DUE", "{01/03/95}", false, "TTFFFTF"},
-      {"DUE", "{01/02/95}", false, "FTFTTFT"},
-      {"PAID", "{}", false, "FTFTTFT"},
-      {"DUE", "PAID", false, "FFTTFTF"},
-      {".T.", ".T.", false, "FTFTTFT"},
-      {".F.", ".F.", false, "FFFFFTF"},  // only true equals true
-      {".T.", ".F.", false, "FFFFFTF"}};
+    const char* answers;                             // to < <= > >= = <> ==
+  } cases[] = {{"'ABC'", "'AB'", false, "FTFTTFF"},  // as far as the right text goes
+               {"'AB'", "'ABC'", false, "TTFFFTF"},  // a text that ends first is less
+               {"'AB'", "'ABC'", true, "TTFFFTF"},
+               {"'AB'", "''", false, "FTFTTFF"},
+               {"''", "''", false, "FTFTTFT"},
+               {"'AB'", "'AC'", false, "TTFFFTF"},
+               {"'AC'", "'AB'", false, "FFTTFTF"},
+               {"'\xE9'", "'A'", false, "TTFFFTF"},  // bytes are signed
+               {"'AB '", "'AB'", false, "FTFTTFF"},
+               {"'AB'", "'AB  '", false, "TTFFFTF"},
+               {"'AB'", "'AB \t'", true, "FTFTTFF"},  // white space at the end does not count
+               {"'B'", "'AA'", true, "TTFFFTF"},      // other lengths are less, both ways
+               {"'AA'", "'B'", true, "TTFFFTF"},
+               {"'B'", "'A'", true, "FFTTFTF"},
+               {"'ABC'", "'AB'", true, "TTFFFTF"},
+               {"NAME", "'Smith'", true, "FTFTTFF"},
+               {"1", "2", false, "TTFFFTF"},
+               {"0.1+0.2", "0.3", false, "FFTTFTF"},  // doubles, to the last bit
+               {"2", "2.0", false, "FTFTTFT"},
+               {"10**400", "10**400", false, "FTFTTFT"},  // infinity has an equal
+               {"-1*10**400", "10**400", false, "TTFFFTF"},
+               {"DUE", "{01/03/95}", false, "TTFFFTF"},
+               {"DUE", "{01/02/95}", false, "FTFTTFT"},
+               {"PAID", "{}", false, "FTFTTFT"},
+               {"DUE", "PAID", false, "FFTTFTF"},
+               {".T.", ".T.", false, "FTFTTFT"},
+               {".F.", ".F.", false, "FFFFFTF"},  // only true equals true
+               {".T.", ".F.", false, "FFFFFTF"}};
   constexpr std::array<const char*, 7> kOperators = {"<", "<=", ">", ">=", "=", "<>", "=="};
   BoundTable bound(8);
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     lib.dUsetexact(&bound.block, c.exact ? 1 : 0);
     std::string answers;
     for (const char* op : kOperators) {

@@ -19,8 +19,7 @@ TEST(Operators, two_floats_give_a_float_and_any_other_pair_a_number) {
               {Token::logical_or, "------", "------"}};
   constexpr char kLetters[] = "-CNFDLM";
   for (const auto& row : rows) {
-    std::string left;
-    std::string right;
+    std::string left, right;
     for (const Type other : kTypes) {
       const Operator& op = operator_of(row.token);
       left += kLetters[static_cast<int>(op.result_type(Type::floating, other))];

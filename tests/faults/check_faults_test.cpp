@@ -47,21 +47,20 @@ std::vector<std::string> strange_files(CheckedGroup& group) {
 
 // What a compaction that was cut off left is cleared away, or changed, before the next open.
 TEST(CutOffCompaction, takes_no_missing_or_changed_file_for_its_own) {
-  struct Case {
+  const struct {
     const char* what;
     std::uint64_t replaced;  // the journal, the table, the memo file
     const char* file;
     bool removed;
     const char* now;  // the table and the memo file
-  };
-  const Case cases[] = {{"nothing done", 2, "", false, "both new"},
-                        {"table done", 3, "", false, "both new"},
-                        {"new table removed", 2, "ITEMS.DBF$NEW", true, "both old"},
-                        {"table changed", 2, "ITEMS.DBF", false, "both old"},
-                        {"new table changed", 3, "ITEMS.DBF", false, "refused"},
-                        {"new memo file removed", 3, "ITEMS.DBT$NEW", true, "refused"},
-                        {"memo file changed", 3, "ITEMS.DBT", false, "refused"}};
-  for (const Case& each : cases) {
+  } cases[] = {{"nothing done", 2, "", false, "both new"},
+               {"table done", 3, "", false, "both new"},
+               {"new table removed", 2, "ITEMS.DBF$NEW", true, "both old"},
+               {"table changed", 2, "ITEMS.DBF", false, "both old"},
+               {"new table changed", 3, "ITEMS.DBF", false, "refused"},
+               {"new memo file removed", 3, "ITEMS.DBT$NEW", true, "refused"},
+               {"memo file changed", 3, "ITEMS.DBT", false, "refused"}};
+  for (const auto& each : cases) {
     SCOPED_TRACE(each.what);
     CheckedGroup group;
     prepare(group);

@@ -47,8 +47,7 @@ void expect_nothing_lost(VqDatabase* database, const Orders& orders,
 struct Change {
   const char* name;
   std::uint32_t mode;
-  bool disk_stays_full;
-  bool appends;
+  bool disk_stays_full, appends;
 };
 
 class FailingChange : public ::testing::TestWithParam<Change> {};
@@ -151,56 +150,6 @@ TEST(RefusedLock, leaves_everything_as_it_was) {
     EXPECT_GE(refusals, 1 + kOrderIndexes) << "the record's or append lock, and one for each index";
     EXPECT_EQ(0, lib.DBclose(database));
   }
-}
-
-// Opens until nothing fails any more; gives the detail codes of the refusals.
-template <typename Open>
-std::set<std::int32_t> refusals(VqBlock& block, const std::vector<std::string>& files, Open open) {
-  std::set<std::int32_t> details;
-  std::int32_t before = -1;
-  for (std::uint64_t n = 1; n < kMaxCalls;) {
-    VqDatabase* database = nullptr;
-    block.detail = 0;
-    const auto [result, struck] = under_fault(
-        n, Verdict::fail, [&] { return open(&database); }, kAllocations);
-    // Now and then a pool of handles grows, which takes memory once and shifts what is the n-th.
-    if (std::exchange(before, block.detail) == block.detail) {
-      ++n;
-      before = -1;
-    }
-    if (result == 0) {
-      EXPECT_EQ(0, lib.DBclose(database));
-      if (!struck) return details;
-      continue;
-    }
-    // The reader of an index list answers every broken or unreadable line alike.
-    EXPECT_TRUE(result == VQ_E_NO_MEMORY || (result == VQ_E_FORMAT && block.detail == 6312));
-    EXPECT_EQ(nullptr, database);
-    details.insert(block.detail);
-    for (const std::string& file : files) EXPECT_FALSE(is_open(file)) << n;
-  }
-  ADD_FAILURE() << "never succeeds";
-  return details;
-}
-
-TEST(FailingOpen, tells_which_memory_ran_out_and_leaves_nothing_open) {
-  Orders orders;
-  const std::string memo_table = orders.file("NOTES");
-  const char* const fields[] = {"ID", "N5", "NOTE", "M"};
-  ASSERT_EQ(0, lib.DBcreat(&orders.block, memo_table.c_str(), 2, fields));
-  std::set<std::int32_t> details =
-      refusals(orders.block, {memo_table + ".DBF", memo_table + ".DBT"}, [&](VqDatabase** out) {
-        return lib.DBopen(&orders.block, memo_table.c_str(), 0, 1, 1, 0, nullptr, out, nullptr);
-      });
-  EXPECT_TRUE(std::ranges::includes(details, std::set{6116, 6117}));
-
-  orders.create();
-  ASSERT_EQ(0, lib.DBclose(orders.open()));
-  details = refusals(
-      orders.block, {orders.file("ORDERS.DBF"), orders.file("NAMES.NDX")},
-      [&](VqDatabase** out) { return lib.DBuse(&orders.block, orders.table().c_str(), 0, out); });
-  EXPECT_TRUE(std::ranges::includes(
-      details, std::set{6113, 6115, 6116, 6126, 6301, 6304, 6306, 6308, 6312}));
 }
 
 // What was there before a new table with a memo file stays whole, or gives way as a whole; what was

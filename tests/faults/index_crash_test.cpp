@@ -15,8 +15,7 @@ using Entries = std::vector<IndexEntry>;
 struct CrashCase {
   const char* name;
   const char* format;  // of an MDX tag; null: an NDX file
-  std::uint32_t mode;
-  std::uint32_t distinct_keys;
+  std::uint32_t mode, distinct_keys;
   std::size_t flushed_together;
 };
 
@@ -330,8 +329,7 @@ class Device {
   }
 
   const std::string path_;
-  std::string kept_;
-  std::string last_ = kept_;
+  std::string kept_, last_ = kept_;
   std::vector<Write> writes_;
   std::set<std::string> states_;
   std::mt19937 random_{7};

@@ -173,56 +173,6 @@ INSTANTIATE_TEST_SUITE_P(
                       Setting{"shared_all_after", 4, 30, Verdict::fail, true}),
     by_name);
 
-// Opening, creating and copying either work or leave nothing behind and say why.
-TEST_F(NdxFixture, files_are_made_whole_or_not_at_all) {
-  VqIndex* index = make("SOURCE", "N");
-  for (std::uint32_t n = 1; n <= 3000; ++n) {
-    ASSERT_EQ(0, lib.dNputkey(index, number_key(n).data(), n));
-  }
-  ASSERT_EQ(0, lib.dNclose(index));
-  const std::string source = read_file(folder.file("SOURCE.NDX"));
-  const std::vector<std::string> before = folder.list();
-  const std::string name = folder.file("TARGET");
-  for (const Verdict verdict : {Verdict::fail, Verdict::cut_short}) {
-    for (std::uint64_t n = 1;; ++n) {
-      SCOPED_TRACE(n);
-      block.detail = 0;
-      const auto [result, struck] =
-          under_fault(n, verdict, [&] { return lib.dNcreat(&block, name.c_str(), "NAME", "C10"); });
-      if (result == 0) break;
-      EXPECT_TRUE(result == -14 || result == -17 || result == -20) << result;
-      EXPECT_TRUE(block.detail >= 3024 && block.detail <= 3026) << int32_t{block.detail};
-      EXPECT_EQ(before, folder.list());
-    }
-    ASSERT_EQ(0, std::remove(folder.file("TARGET.NDX").c_str()));
-    write_file(folder.file("TARGET.NDX"), "old");
-    for (std::uint64_t n = 1;; ++n) {
-      SCOPED_TRACE(n);
-      const auto [result, struck] = under_fault(n, verdict, [&] {
-        return lib.dNcopy(&block, folder.file("SOURCE").c_str(), name.c_str());
-      });
-      if (result == 0) break;
-      EXPECT_EQ("old", read_file(folder.file("TARGET.NDX")));
-      EXPECT_EQ(before.size() + 1, folder.list().size());
-    }
-    EXPECT_EQ(source, read_file(folder.file("TARGET.NDX")));
-    ASSERT_EQ(0, std::remove(folder.file("TARGET.NDX").c_str()));
-    for (std::uint64_t n = 1;; ++n) {
-      SCOPED_TRACE(n);
-      index = under_fault(n, verdict, [&] { return open("SOURCE"); }).result;
-      if (index != nullptr) break;
-      EXPECT_TRUE(block.result == -14 || block.result == -17) << int32_t{block.result};
-    }
-    std::uint32_t recno = 0;
-    EXPECT_EQ(0, lib.dNgetrno(index, number_key(77).data(), &recno));
-    {
-      const FaultPlan plan(1, verdict, only(Call::close));
-      EXPECT_EQ("-17/3231", codes(lib.dNclose(index), block));
-    }
-    EXPECT_EQ(-10, lib.dNclose(index));
-  }
-}
-
 // A build, with runs in temporary files, and a rebuild: the old index or the new one, and no file
 // that was not there before.
 TEST_F(NdxFixture, a_build_that_fails_leaves_the_old_index) {

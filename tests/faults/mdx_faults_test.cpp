@@ -174,58 +174,6 @@ INSTANTIATE_TEST_SUITE_P(
                       Setting{"shared_crash", 2, 30, Verdict::fail, true}),
     by_name);
 
-// Making, copying and rebuilding files: the old file or the new one, and no other file beside it.
-TEST_F(MdxFixture, mdx_files_are_made_whole_or_not_at_all) {
-  for (std::int32_t n = 1; n <= 300; ++n) {
-    ASSERT_EQ(0, lib.dDapprec(table, mdx_record("N", n, n % 28, false, key(n)).data()));
-  }
-  ASSERT_EQ(0, lib.dDflush(table));
-  ASSERT_EQ(0, lib.dXezindx(table, name("OLD").c_str(), "KEYS", "TEXT", nullptr, 0));
-  VqIndex* file = open("OLD");
-  VqIndex* tag = lib.dXactidx(file, "KEYS");
-  ASSERT_EQ(0, lib.dXputkey(tag, key(999).data(), 999));
-  ASSERT_EQ(0, lib.dXclose(file));
-  const std::string old = read_file(name("OLD.MDX"));
-  const std::vector<std::string> files = folder.list();
-  const std::function<std::int32_t()> works[] = {
-      [&] { return lib.dXreindx(table, name("OLD").c_str()); },
-      [&] { return lib.dXcreat(table, name("OLD").c_str()); },
-      [&] { return lib.dXcopy(&block, name("SOURCE").c_str(), name("OLD").c_str()); },
-      [&] { return lib.dXezindx(table, name("FRESH").c_str(), "KEYS", "TEXT", nullptr, 0); }};
-  const auto but_removing = all_but(Call::remove);
-  for (const auto& work : works) {
-    for (const Verdict verdict : {Verdict::fail, Verdict::cut_short}) {
-      for (std::uint64_t n = 1;; ++n) {
-        SCOPED_TRACE(n);
-        write_file(name("OLD.MDX"), old);
-        write_file(name("SOURCE.MDX"), old.substr(0, 2048));
-        block.detail = 0;
-        std::int32_t result = 0;
-        bool struck = false;
-        {
-          const FaultPlan plan(n, verdict, but_removing);
-          result = work();
-          struck = plan.struck();
-        }
-        // Made, though it could not be closed, or the table's lock not be given back.
-        const bool fresh = file_exists(name("FRESH.MDX"));
-        if (fresh || result == 0 || result == VQ_E_LOCK_ROUTINE) {
-          if (fresh || &work == &works[0]) {
-            ASSERT_EQ(300u, read(fresh ? "FRESH" : "OLD").tag("KEYS").entries.size());
-          }
-          (void)std::remove(name("FRESH.MDX").c_str());
-          if (!struck) break;
-          continue;
-        }
-        ASSERT_NE(0, std::int32_t{block.detail});
-        ASSERT_EQ(old, read_file(name("OLD.MDX")));
-        ASSERT_EQ(0, std::remove(name("SOURCE.MDX").c_str()));
-        ASSERT_EQ(files, folder.list());
-      }
-    }
-  }
-}
-
 // A second table handle, as another process has it, in mode 4.
 struct Others {
   explicit Others(const std::string& table_name, std::uint32_t index_kind) {

@@ -9,8 +9,7 @@ namespace {
 using Layout = MemoFile::Layout;
 
 struct Memo {
-  std::string reference = kNoMemo;
-  std::string text;
+  std::string reference = kNoMemo, text;
 };
 
 std::int32_t create(VqBlock& block, const std::string& name, Layout layout) {
@@ -216,37 +215,6 @@ TEST(MemoFaults, a_link_that_is_cut_short_is_put_back) {
   EXPECT_EQ(kEnd, read_le32(read_bytes(path, 0, 4), 0));
   EXPECT_EQ(0, file.write_new(std::string(2000, 'x'), reference));
   EXPECT_EQ(reference_to(kEnd), reference);
-}
-
-TEST(MemoFaults, a_failed_create_or_open_leaves_nothing) {
-  for (const Layout layout : {Layout::dbase4, Layout::dbase3}) {
-    const TemporaryFolder folder;
-    VqBlock block = memo_block(2);
-    const std::string table = memo_table(0x03, 1, {});
-    bool struck = true;
-    for (std::uint64_t n = 1; struck; ++n) {
-      write_file(folder.file("T.DBF"), table);
-      std::filesystem::remove(folder.file("T.DBT"));
-      std::int32_t result = 0;
-      {
-        const FaultPlan plan(n, Verdict::fail);
-        result = create(block, folder.file("T"), layout);
-        struck = plan.struck();
-      }
-      EXPECT_TRUE(struck || result == 0) << n;
-      EXPECT_EQ(result == 0, file_exists(folder.file("T.DBT"))) << n;
-    }
-    struck = true;
-    for (std::uint64_t n = 1; struck; ++n) {
-      const FaultPlan plan(n, Verdict::fail);
-      MemoFile file(block, folder.file("T"), layout);
-      struck = plan.struck();
-      EXPECT_EQ(!struck, file.handle() != nullptr) << n;
-      if (struck) {
-        EXPECT_NE(0, block.result);
-      }
-    }
-  }
 }
 
 // One compaction whose n-th call fails. Whether it got that far.

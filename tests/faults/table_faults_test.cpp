@@ -305,50 +305,6 @@ TEST(TableFaults, no_more_files_is_told_from_a_failing_device) {
   EXPECT_EQ("-18/10422", refusal(table, block));
 }
 
-TEST(TableFaults, open_and_create_fail_cleanly) {
-  for (std::uint64_t n = 1;; ++n) {
-    ASSERT_LT(n, 100u);
-    ScratchTable scratch;
-    scratch.append(1, 3);
-    const std::string before = read_file(scratch.file);
-    VqTable* table = nullptr;
-    bool struck = false;
-    {
-      const FaultPlan plan(n);
-      table = lib.dDopen(&scratch.block, scratch.name.c_str(), 0, 4);
-      struck = plan.struck();
-    }
-    EXPECT_EQ(struck, table == nullptr) << n;
-    if (table != nullptr) {
-      EXPECT_EQ(0, lib.dDclose(table));
-      break;
-    }
-    EXPECT_TRUE(+scratch.block.result == -14 || +scratch.block.result == -17) << n;
-    EXPECT_NE(0, +scratch.block.detail) << n;
-    EXPECT_EQ(before, read_file(scratch.file));
-  }
-  std::set<std::int32_t> details;
-  for (std::uint64_t n = 1;; ++n) {
-    ASSERT_LT(n, 100u);
-    TemporaryFolder folder;
-    VqBlock block = block_of_kind(4);
-    std::vector<std::string> names;
-    for (int i = 0; i < 300; ++i) names.push_back("F" + std::to_string(i));
-    std::vector<const char*> fields;
-    for (const std::string& name : names) fields.insert(fields.end(), {name.c_str(), "L"});
-    std::int32_t result = 0;
-    {
-      const FaultPlan plan(n, Verdict::cut_short);
-      result = lib.dDcreat(&block, folder.file("T").c_str(), 300, fields.data());
-      if (!plan.struck()) break;
-    }
-    EXPECT_NE(0, result);
-    EXPECT_TRUE(folder.list().empty()) << n;
-    details.insert(+block.detail);
-  }
-  EXPECT_EQ((std::set<std::int32_t>{152, 153, 155, 163, 164}), details);
-}
-
 TEST(TableFaults, details_name_the_step) {
   struct Case {
     const char* what;

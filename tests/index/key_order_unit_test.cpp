@@ -130,8 +130,7 @@ TEST(StreamOrder, cells_of_the_table) {
     std::string low, high;
     int tie;  // of equal keys, the lower record number first
   };
-  const std::string a = "AAAAAAAAAAAA";
-  const std::string b = "BBBBBBBBBBBB";
+  const std::string a = "AAAAAAAAAAAA", b = "BBBBBBBBBBBB";
   const Case cases[] = {{IndexFamily::mdx, "AC12", a, b, -1},
                         {IndexFamily::mdx, "DC12", b, a, 1},
                         {IndexFamily::mdx, "AC12U", a, b, 0},

@@ -94,12 +94,11 @@ TEST_F(MdxDamage, numbers_that_cannot_be_are_refused) {
   const std::size_t head = texts.header_page * kUnit;
   const std::size_t root = texts.root * kUnit;
   const std::size_t free = report.free.front() * kUnit;
-  struct Case {
+  const struct {
     const char* what;
     std::size_t offset;
     std::string bytes;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"version", 0, "\3"},
       {"block sizes that contradict each other", 20, "\4"},
       {"more tags than there can be", 28, "\x30"},
@@ -131,7 +130,7 @@ TEST_F(MdxDamage, numbers_that_cannot_be_are_refused) {
       {"child in the tag table", root + 8, le32(1)},
       {"child behind the file", root + 8, le32(report.pages)},
       {"itself as child", root + 8, le32(texts.root)}};
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     for (const std::uint32_t mode : {0u, 4u}) {
       write_file(name("M.MDX"), sound_);

@@ -74,18 +74,17 @@ class NdxBuild : public ::testing::Test {
 
 TEST_F(NdxBuild, holds_what_inserting_one_by_one_gives) {
   append(3000);
-  struct Case {
+  const struct {
     const char* expression;
     const char* format;  // as dNcreat would be told
     std::size_t key_length;
     std::uint32_t options;
-  };
-  const Case cases[] = {{"NAME", "C12", 12, 0},      {"NAME", "C12U", 12, 1},
-                        {"AMOUNT", "N", 8, 0},       {"AMOUNT", "NU", 8, 1},
-                        {"DUE", "D", 8, 0},          {"DUE", "3DU", 8, 3},
-                        {"-AMOUNT", "3N", 8, 2},     {"UPPER(NAME)+STR(AMOUNT,12,2)", "C24", 24, 0},
-                        {"LEFT(NAME,1)", "C1", 1, 0}};
-  for (const Case& c : cases) {
+  } cases[] = {{"NAME", "C12", 12, 0},      {"NAME", "C12U", 12, 1},
+               {"AMOUNT", "N", 8, 0},       {"AMOUNT", "NU", 8, 1},
+               {"DUE", "D", 8, 0},          {"DUE", "3DU", 8, 3},
+               {"-AMOUNT", "3N", 8, 2},     {"UPPER(NAME)+STR(AMOUNT,12,2)", "C24", 24, 0},
+               {"LEFT(NAME,1)", "C1", 1, 0}};
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.expression);
     for (const uint32_t pages : {1u, 64u}) {
       block.page_count_setting = pages;

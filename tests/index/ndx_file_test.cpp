@@ -6,15 +6,14 @@ namespace {
 using NdxFileTest = NdxFixture;
 
 TEST_F(NdxFileTest, create_writes_header_and_empty_root) {
-  struct Case {
+  const struct {
     const char* format;
     unsigned flags, type, key_length, max_keys, numeric, unique;
-  };
-  const Case cases[] = {{"C30", 0, 'C', 30, 13, 0, 0},     {"c100u", 0x40, 'C', 100, 4, 0, 0x40},
-                        {"NU", 0x40, 'N', 8, 31, 1, 0x40}, {"D", 0, 'D', 8, 31, 1, 0},
-                        {"F20U", 0, 'F', 8, 31, 1, 0},     {"3N", 0, 0, 8, 31, 1, 0},
-                        {"3C1U", 0, 0, 1, 56, 0, 1},       {"3DU", 0, 0, 8, 31, 1, 1}};
-  for (const Case& c : cases) {
+  } cases[] = {{"C30", 0, 'C', 30, 13, 0, 0},     {"c100u", 0x40, 'C', 100, 4, 0, 0x40},
+               {"NU", 0x40, 'N', 8, 31, 1, 0x40}, {"D", 0, 'D', 8, 31, 1, 0},
+               {"F20U", 0, 'F', 8, 31, 1, 0},     {"3N", 0, 0, 8, 31, 1, 0},
+               {"3C1U", 0, 0, 1, 56, 0, 1},       {"3DU", 0, 0, 8, 31, 1, 1}};
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.format);
     const std::string expression(240, 'X');
     ASSERT_EQ(0, lib.dNcreat(&block, folder.file("new").c_str(), expression.c_str(), c.format));
@@ -39,8 +38,7 @@ TEST_F(NdxFileTest, create_writes_header_and_empty_root) {
     const int type = c.type != 0 ? static_cast<int>(c.type) : c.numeric != 0 ? 'N' : 'C';
     EXPECT_EQ(type, lib.dNkeytyp(index));
     std::string text(241, '?');
-    int32_t flags = -1;
-    int32_t length = 0;
+    int32_t flags = -1, length = 0;
     EXPECT_EQ("-4/3053", codes(lib.dNexpr(index, text.data(), 240, &flags), block));
     EXPECT_EQ(0, lib.dNexpr(index, text.data(), 241, &flags));
     EXPECT_EQ(expression, text.c_str());
@@ -55,17 +53,16 @@ TEST_F(NdxFileTest, create_writes_header_and_empty_root) {
 }
 
 TEST_F(NdxFileTest, create_refuses_what_the_format_cannot_hold) {
-  struct Case {
+  const struct {
     std::size_t expression_length;
     const char* format;
     int32_t result, detail;
-  };
-  const Case cases[] = {{241, "C10", -4, 3021}, {4, "C0", -4, 3022},
-                        {4, "C101", -4, 3022},  {4, "C", -4, 3022},
-                        {4, "C-5", -4, 3022},   {4, "L", -11, 3023},
-                        {4, "", -11, 3023},     {4, "3", -11, 3023},
-                        {4, "3M10", -11, 3023}, {4, "C99999999999999", -4, 3022}};
-  for (const Case& c : cases) {
+  } cases[] = {{241, "C10", -4, 3021}, {4, "C0", -4, 3022},
+               {4, "C101", -4, 3022},  {4, "C", -4, 3022},
+               {4, "C-5", -4, 3022},   {4, "L", -11, 3023},
+               {4, "", -11, 3023},     {4, "3", -11, 3023},
+               {4, "3M10", -11, 3023}, {4, "C99999999999999", -4, 3022}};
+  for (const auto& c : cases) {
     EXPECT_EQ(codes(c.result, c.detail),
               codes(lib.dNcreat(&block, folder.file("bad").c_str(),
                                 std::string(c.expression_length, 'X').c_str(), c.format),
@@ -95,25 +92,24 @@ TEST_F(NdxFileTest, open_accepts_strides_of_other_writers) {
 }
 
 TEST_F(NdxFileTest, open_refuses_damaged_headers) {
-  struct Case {
+  const struct {
     const char* what;
     std::size_t at;
     std::string bytes;
-  };
-  const Case cases[] = {{"root 0", 0, std::string(4, '\0')},
-                        {"root outside the file", 0, std::string("\2\0\0\0", 4)},
-                        {"pages that the file lacks", 4, std::string("\3\0\0\0", 4)},
-                        {"wild page count", 4, std::string("\xFF\xFF\xFF\xFF", 4)},
-                        {"key length 0", 12, std::string(2, '\0')},
-                        {"key length above 100", 12, std::string("\x65\0\1\0", 4)},
-                        {"key longer than its entry", 12, std::string("\x0B\0", 2)},
-                        {"numeric key of 10 bytes", 9, "N"},
-                        {"no keys per page", 14, std::string(2, '\0')},
-                        {"too few keys per page to split", 14, std::string("\2\0", 2)},
-                        {"more keys than fit a page", 14, std::string("\x1D\0", 2)},
-                        {"entries of 0 bytes", 18, std::string(2, '\0')},
-                        {"entries larger than a page", 18, std::string("\xFF\xFF", 2)}};
-  for (const Case& c : cases) {
+  } cases[] = {{"root 0", 0, std::string(4, '\0')},
+               {"root outside the file", 0, std::string("\2\0\0\0", 4)},
+               {"pages that the file lacks", 4, std::string("\3\0\0\0", 4)},
+               {"wild page count", 4, std::string("\xFF\xFF\xFF\xFF", 4)},
+               {"key length 0", 12, std::string(2, '\0')},
+               {"key length above 100", 12, std::string("\x65\0\1\0", 4)},
+               {"key longer than its entry", 12, std::string("\x0B\0", 2)},
+               {"numeric key of 10 bytes", 9, "N"},
+               {"no keys per page", 14, std::string(2, '\0')},
+               {"too few keys per page to split", 14, std::string("\2\0", 2)},
+               {"more keys than fit a page", 14, std::string("\x1D\0", 2)},
+               {"entries of 0 bytes", 18, std::string(2, '\0')},
+               {"entries larger than a page", 18, std::string("\xFF\xFF", 2)}};
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     ASSERT_EQ(0, lib.dNcreat(&block, folder.file("d").c_str(), "NAME", "C10"));
     write_bytes(folder.file("D.NDX"), c.at, c.bytes);

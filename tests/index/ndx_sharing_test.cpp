@@ -131,8 +131,7 @@ TEST_F(SharedNdx, walk_over_equal_keys_misses_nothing_that_stayed) {
     ASSERT_EQ(0, forward ? lib.dNrewind(walker) : lib.dNforwrd(walker));
     const auto move = forward ? lib.dNnxtkey : lib.dNprvkey;
     std::string found = key;
-    std::uint32_t recno = 0;
-    std::uint32_t added = count;
+    std::uint32_t recno = 0, added = count;
     for (std::uint32_t step = 0; move(walker, found.data(), &recno) == 0; ++step) {
       ASSERT_EQ(key, found);
       ASSERT_TRUE(there.contains(recno)) << recno;

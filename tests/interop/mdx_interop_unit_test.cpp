@@ -38,17 +38,16 @@ TEST_F(MdxInterop, other_reader_walks_our_tags_in_our_order) {
   if (std::system("perl -MXBase::Index -e 1 2>/dev/null") != 0) {
     GTEST_SKIP() << "the Perl module XBase is not installed";
   }
-  struct Case {
+  const struct {
     const char* tag;
     const char* key;
     const char* format;
     const char* filter;
-  };
-  const Case cases[] = {{"NAMES", "NAME", "C20", nullptr},
-                        {"AMOUNTS", "AMOUNT", "N", "AMOUNT <> 7"},
-                        {"DOWN", "AMOUNT", "ND", nullptr},
-                        {"DAYS", "DUE", "DU", nullptr},
-                        {"TEXTS", "TEXT", "C100D", ".NOT. DELETED()"}};
+  } cases[] = {{"NAMES", "NAME", "C20", nullptr},
+               {"AMOUNTS", "AMOUNT", "N", "AMOUNT <> 7"},
+               {"DOWN", "AMOUNT", "ND", nullptr},
+               {"DAYS", "DUE", "DU", nullptr},
+               {"TEXTS", "TEXT", "C100D", ".NOT. DELETED()"}};
   for (int n = 1; n <= 2000; ++n) {
     const std::string record = mdx_record("N" + std::to_string(n * 7919 % 1009), n * 31 % 500 - 250,
                                           n % 29, n % 5 == 0, std::to_string(n * 13 % 700));
@@ -57,7 +56,7 @@ TEST_F(MdxInterop, other_reader_walks_our_tags_in_our_order) {
   // It reads blocks of 1024 bytes, no others.
   create();
   VqIndex* file = open("M", 0, 20);
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     VqIndex* tag = make_tag(file, c.tag, c.key, c.format, c.filter);
     std::mt19937 random(5);
     for (const IndexEntry& entry : read().tag(c.tag).entries) {
@@ -71,7 +70,7 @@ TEST_F(MdxInterop, other_reader_walks_our_tags_in_our_order) {
   ASSERT_EQ(0, lib.dXclose(file));
   const MdxReport report = read();
   ASSERT_EQ("", report.all_faults());
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     EXPECT_EQ(records_of(report.tag(c.tag)), read_by_other(name("M.MDX"), c.tag)) << c.tag;
   }
 }

@@ -162,8 +162,7 @@ TEST_F(Compaction, what_stops_it_leaves_the_old_file) {
   const struct {
     const char* name;
     std::string bad_reference;
-    std::int32_t result;
-    std::int32_t detail;
+    std::int32_t result, detail;
   } cases[] = {{"T", "         9", VQ_E_IO, 2083},
                {"T", "0000000001", VQ_E_CANCELLED, 10071},
                {"NONE", "", VQ_E_NOT_FOUND, 10421},

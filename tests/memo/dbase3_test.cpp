@@ -19,8 +19,7 @@ class Dbase3Memo : public ::testing::Test {
 
 TEST_F(Dbase3Memo, create_writes_one_block_and_marks_the_table) {
   const struct {
-    std::uint8_t version;
-    std::uint8_t marked;
+    std::uint8_t version, marked;
   } cases[] = {{0x03, 0x83}, {0x8B, 0x83}, {0x83, 0x83}, {0xF5, 0xF5}};
   for (const auto& c : cases) {
     write_file(folder_.file("ORDERS.DBF"), memo_table(c.version, 1, {}));
@@ -81,8 +80,7 @@ TEST_F(Dbase3Memo, in_a_shared_mode_the_next_free_block_is_stored_with_every_wri
 TEST_F(Dbase3Memo, a_text_ends_at_its_first_end_mark_zero_byte_or_with_the_file) {
   const std::string text(3000, 't');
   const struct {
-    std::string stored;
-    std::string read;
+    std::string stored, read;
   } cases[] = {{"one\x1Atwo\x1A\x1A", "one"},
                {std::string("one\0two", 7), "one"},
                {std::string("one\0two\x1A", 8), "one"},

@@ -36,10 +36,8 @@ class Dbase4Memo : public ::testing::Test {
 
 TEST_F(Dbase4Memo, create_writes_the_header_and_marks_the_table) {
   const struct {
-    std::uint8_t version;
-    std::uint8_t marked;
-    std::uint32_t setting;
-    std::uint32_t block_size;
+    std::uint8_t version, marked;
+    std::uint32_t setting, block_size;
   } cases[] = {{0x03, 0x8B, 1, 512},
                {0x83, 0x8B, 0, 512},
                {0x8B, 0x8B, 4, 2048},
@@ -59,8 +57,7 @@ TEST_F(Dbase4Memo, a_failed_create_leaves_no_memo_file) {
   const struct {
     const char* name;
     const char* table;
-    std::int32_t result;
-    std::int32_t detail;
+    std::int32_t result, detail;
   } cases[] = {{"NOWHERE/ORDERS", "", VQ_E_NOT_FOUND, 2041},
                {"OTHER", "", VQ_E_NOT_FOUND, 10421},
                {"ORDERS", "", VQ_E_IO, 2051},
@@ -103,8 +100,7 @@ TEST_F(Dbase4Memo, a_memo_takes_the_blocks_that_its_text_and_eight_bytes_need) {
 TEST_F(Dbase4Memo, a_change_stays_in_place_while_the_blocks_suffice) {
   const struct {
     bool append;
-    std::size_t before;
-    std::size_t given;
+    std::size_t before, given;
     bool moves;
   } cases[] = {{true, 100, 1, false},   {true, 503, 1, false},     {true, 504, 1, true},
                {true, 0, 504, false},   {true, 600, 9000, true},   {true, 20000, 40000, true},
@@ -211,11 +207,7 @@ TEST_F(Dbase4Memo, get_reads_a_piece_of_the_text_and_ends_it) {
   ASSERT_EQ(0, memo.write_new("", empty));
   const struct {
     bool empty;
-    std::int32_t offset;
-    std::int32_t max;
-    std::int32_t result;
-    std::int32_t detail;
-    std::int32_t length;
+    std::int32_t offset, max, result, detail, length;
   } cases[] = {{false, 0, 100000, 0, 0, 20000},
                {false, 0, 0, 0, 0, 0},
                {false, 500, 10, 0, 0, 10},
@@ -257,8 +249,7 @@ TEST_F(Dbase4Memo, a_reference_is_read_leniently) {
   ASSERT_EQ("0000000011", second);
   const struct {
     const char* reference;
-    std::int32_t result;
-    std::int32_t detail;
+    std::int32_t result, detail;
   } cases[] = {{"11        ", 0, 0},
                {"        11", 0, 0},
                {"1 1       ", 0, 0},
@@ -303,8 +294,7 @@ TEST_F(Dbase4Memo, arguments_and_handles_that_do_not_fit_are_refused) {
   VqMemo* const o = other.handle();
   const struct {
     std::function<std::int32_t()> call;
-    std::int32_t result;
-    std::int32_t detail;
+    std::int32_t result, detail;
   } cases[] = {
       {[&] { return lib.dTaddmm(m, 0, "x", ref, &out); }, VQ_E_RANGE, 2003},
       {[&] { return lib.dTaddmm(m, 2147483647, "x", ref, &out); }, VQ_E_RANGE, 2003},
@@ -338,8 +328,7 @@ TEST_F(Dbase4Memo, open_and_memory_use_check_the_header) {
   std::string header = le32(1) + std::string(16, '\0');
   const struct {
     std::string bytes;
-    std::int32_t opened;
-    std::int32_t use;
+    std::int32_t opened, use;
     std::int32_t detail;  // of the memory use
   } cases[] = {{header + le32(512), 0, 979, 0},
                {header + le32(16384), 0, 16851, 0},

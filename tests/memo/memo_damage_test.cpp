@@ -103,8 +103,7 @@ TEST(MemoDamage, a_memo_that_is_none_is_not_read) {
   const struct {
     std::string block2;
     const char* reference;
-    std::int32_t result;
-    std::int32_t detail;
+    std::int32_t result, detail;
   } cases[] = {{memo(std::string(5000, 'x')).substr(0, 12), "2         ", VQ_E_FORMAT, 2085},
                {"\xFF\xFF\x08" + '\0' + le32(0xFFFFFFFF), "2         ", VQ_E_FORMAT, 2085},
                {"\xFF\xFF\x08" + '\0' + le32(0x80000008), "2         ", VQ_E_FORMAT, 2085},

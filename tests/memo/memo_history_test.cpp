@@ -9,8 +9,7 @@ constexpr std::size_t kMostMemos = 200;
 constexpr std::size_t kLongestText = 30000;
 
 struct Memo {
-  std::string reference;
-  std::string text;
+  std::string reference, text;
 };
 
 class History {
@@ -131,8 +130,7 @@ class History {
 TEST(MemoHistory, every_memo_stays_and_no_block_is_lost_or_used_twice) {
   const struct {
     Layout layout;
-    std::uint32_t mode;
-    std::uint32_t block_setting;
+    std::uint32_t mode, block_setting;
     int steps;
   } cases[] = {{Layout::dbase4, 0, 1, 6000}, {Layout::dbase4, 0, 4, 4000},
                {Layout::dbase4, 2, 1, 4000}, {Layout::dbase4, 4, 32, 1500},

@@ -18,8 +18,7 @@ namespace {
 using namespace vqdb::platform;
 
 struct Refusal {
-  unsigned call;
-  unsigned error;
+  unsigned call, error;
 };
 
 // Works in a thread of its own, for which these calls fail; false where the system has no filters.

@@ -142,8 +142,7 @@ VQ_CHILD(drop_and_make_tags) {
 }
 
 struct Sharing {
-  std::uint32_t dialect;
-  std::uint32_t mode;
+  std::uint32_t dialect, mode;
 };
 
 class ConcurrentChanges : public ::testing::TestWithParam<Sharing> {};
@@ -262,16 +261,15 @@ TEST_P(SharedDatabase, calls_wait_as_long_as_the_host_has_asked_for) {
   const std::string record = record_of({"ann", 1, 1});
   std::uint32_t recno = 0;
   for (int i = 0; i < 2; ++i) ASSERT_EQ(0, lib.DBapprec(database, record.data(), &recno));
-  struct Case {
+  const struct {
     const char* lock;
     std::function<std::int32_t()> call;
-  };
-  const Case cases[] = {{"record", [&] { return lib.dDlkrec(table, 2); }},
-                        {"record", [&] { return lib.DBupdrec(database, 2, record.data()); }},
-                        {"file", [&] { return lib.dDdelrec(table, 1); }},
-                        {"file", [&] { return lib.dDlkfil(table); }},
-                        {"append", [&] { return lib.DBapprec(database, record.data(), &recno); }}};
-  for (const Case& test : cases) {
+  } cases[] = {{"record", [&] { return lib.dDlkrec(table, 2); }},
+               {"record", [&] { return lib.DBupdrec(database, 2, record.data()); }},
+               {"file", [&] { return lib.dDdelrec(table, 1); }},
+               {"file", [&] { return lib.dDlkfil(table); }},
+               {"append", [&] { return lib.DBapprec(database, record.data(), &recno); }}};
+  for (const auto& test : cases) {
     SCOPED_TRACE(&test - cases);
     Child other("hold_lock", {std::to_string(GetParam().dialect), orders.table(),
                               std::to_string(GetParam().mode), test.lock});

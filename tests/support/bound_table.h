@@ -8,8 +8,7 @@ namespace vqdb::testing {
 
 // Codes and value of an expression that was parsed, run and freed.
 struct Outcome {
-  std::int32_t result = 0;
-  std::int32_t detail = 0;
+  std::int32_t result = 0, detail = 0;
   char type = 0;
   std::int32_t parsed_length = 0;
   std::string bytes;
@@ -59,8 +58,7 @@ struct Program {
   BoundTable& bound;
   VqExpr* expr = nullptr;
   char type = '?';
-  std::int32_t length = -1;
-  std::int32_t result = 0;
+  std::int32_t length = -1, result = 0;
   std::string buffer;
 };
 

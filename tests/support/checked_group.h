@@ -7,14 +7,11 @@
 namespace vqdb::testing {
 
 struct Finding {
-  std::int32_t severity;
-  std::int32_t code;
-  std::uint32_t record;
-  std::uint32_t page;
+  std::int32_t severity, code;
+  std::uint32_t record, page;
   std::uint64_t offset;
   std::string file;  // without directory
-  std::string name;
-  std::string text;
+  std::string name, text;
 };
 
 // What a check or repair answers, and what it says.

@@ -17,8 +17,7 @@ struct ModelValue {
 
 // What a type check or a run refuses.
 struct ModelRefusal {
-  int result = 0;
-  int detail = 0;
+  int result = 0, detail = 0;
 };
 
 // The fields of the bound table that expressions name.

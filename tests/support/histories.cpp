@@ -167,8 +167,10 @@ World::World(std::uint32_t kind) : group(kind), kind_(kind) {
   keep();
 }
 
-void World::keep() {
-  for (const std::string& name : group.folder.list()) files_[name] = read_file(group.file(name));
+World::Files World::files() const {
+  Files files;
+  for (const std::string& name : group.folder.list()) files[name] = read_file(group.file(name));
+  return files;
 }
 
 bool World::restore() {

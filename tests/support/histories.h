@@ -16,7 +16,9 @@ class World {
  public:
   explicit World(std::uint32_t kind);
 
-  void keep();
+  using Files = std::map<std::string, std::string>;
+  Files files() const;  // their bytes by their names
+  void keep() { files_ = files(); }
   bool restore();  // whether they were what they had been
   Atoms read();
   // Errors that the check finds, but for those codes, and for keys of records that `may_differ`.
@@ -35,7 +37,7 @@ class World {
  private:
   const std::uint32_t kind_;
   const std::string mdx_ = group.file("ITEMS");
-  std::map<std::string, std::string> files_;
+  Files files_;
 };
 
 struct Step {

@@ -24,8 +24,7 @@ struct Host {
   }
 
   VqBlock& block;
-  std::uint32_t cancel_at;
-  std::uint32_t reports = 0, last_done = 0, total = 0;
+  std::uint32_t cancel_at, reports = 0, last_done = 0, total = 0;
   bool in_order = true;
 };
 

@@ -104,6 +104,20 @@ FunctionCall of(const char* name, const char* refusals, Function function, Make 
 
 constexpr std::array<const char*, 4> kFields = {"NAME", "C10", "NOTE", "M"};
 
+// As many as are written in several pieces.
+const char* const* many_fields() {
+  static std::deque<std::string> names;
+  static const std::vector<const char*> fields = [] {
+    std::vector<const char*> all;
+    while (all.size() < 600) {
+      all.push_back(names.emplace_back("F" + std::to_string(names.size())).c_str());
+      all.push_back("L");
+    }
+    return all;
+  }();
+  return fields.data();
+}
+
 // The handle, with its lock taken.
 template <typename Handle>
 Handle* after(std::int32_t(VQ_CALL* call)(Handle*), Handle* handle) {
@@ -197,6 +211,7 @@ char* Stage::reference(bool old) {
 }
 
 void Stage::close() {
+  std::fill_n(field, sizeof field, '\0');
   if (compiled != nullptr) lib.dEfree(std::exchange(compiled, nullptr));
   for (VqDatabase** const open : {&world.database, &opened}) {
     if (*open != nullptr) lib.DBclose(std::exchange(*open, nullptr));
@@ -209,7 +224,7 @@ void Stage::close() {
 
 const std::vector<FunctionCall>& interface_calls() {
   static const std::vector<FunctionCall> calls = {
-      CALL(dDcreat, "0 150 150", s.block, s.file("NEW"), 2, kFields.data()),
+      CALL(dDcreat, "0 150 150", s.block, s.file("NEW"), 300, many_fields()),
       CALL(dDopen, "0 10040", s.block, s.file("ITEMS"), 2, 4),
       CALL(dDclose, "301", s.table()),
       CALL(dDmode, "0 280", s.block, s.file("ITEMS")),

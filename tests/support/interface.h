@@ -51,8 +51,7 @@ class Stage {
   std::string record = std::string(CheckedGroup::kRecordBytes, ' ');
   char key[100] = {};
   char later[100] = "zzzzzzzzzz";  // a key that no record has
-  char out[4096] = {};
-  char field[11] = {};
+  char out[4096] = {}, field[11] = {};
   std::int32_t number = 0, other = 0;
   std::uint32_t recno = 1, count = 0;
   std::array<std::uint32_t, 12> recnos = {};

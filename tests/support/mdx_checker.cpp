@@ -161,8 +161,7 @@ class Reader {
 int compare_mdx_keys(char type, const std::string& a, const std::string& b) {
   if (type == 'N') return compare_packed(a, b);
   if (type != 'D') return a.compare(b);
-  double x = 0;
-  double y = 0;
+  double x = 0, y = 0;
   std::memcpy(&x, a.data(), sizeof x);
   std::memcpy(&y, b.data(), sizeof y);
   return (x > y) - (x < y);

@@ -11,10 +11,8 @@ struct MdxTag : TreeReport {
   std::uint32_t header_page = 0;
   char type = 0;
   std::uint32_t key_length = 0;
-  bool descending = false;
-  bool unique = false;
-  std::string key;
-  std::string filter;
+  bool descending = false, unique = false;
+  std::string key, filter;
 };
 
 struct MdxReport {

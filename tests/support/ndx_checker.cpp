@@ -6,8 +6,7 @@ namespace {
 constexpr std::size_t kPage = 512;
 
 int compare_doubles(const std::string& a, const std::string& b) {
-  double x = 0;
-  double y = 0;
+  double x = 0, y = 0;
   std::memcpy(&x, a.data(), sizeof x);
   std::memcpy(&y, b.data(), sizeof y);
   return (x > y) - (x < y);

@@ -23,8 +23,7 @@ struct Order {
   std::string name;
   std::int32_t cents = 0;
   std::int32_t due = 1;  // day of January 1990
-  bool paid = false;
-  bool deleted = false;
+  bool paid = false, deleted = false;
 
   bool operator==(const Order&) const = default;
 };

@@ -96,8 +96,7 @@ void Child::System::start(const Arguments& args) {
 
 struct Child::System {
   pid_t process = -1;
-  int input = -1;
-  int output = -1;
+  int input = -1, output = -1;
 
   void start(const Arguments& args);
   bool read(char* byte) { return ::read(output, byte, 1) == 1; }
@@ -124,8 +123,7 @@ struct Child::System {
 void Child::System::start(const Arguments& args) {
   // A child that died early must show as a failed expectation, not end the tests.
   std::signal(SIGPIPE, SIG_IGN);
-  int to_child[2];
-  int from_child[2];
+  int to_child[2], from_child[2];
   if (pipe2(to_child, O_CLOEXEC) != 0 || pipe2(from_child, O_CLOEXEC) != 0) {
     throw std::runtime_error("cannot make a pipe");
   }

@@ -13,16 +13,12 @@ std::uint32_t number_at(const std::string& bytes, std::size_t at, std::size_t wi
 
 // Where a file kind keeps what. Pages are numbered in units of 512 bytes.
 struct TreeShape {
-  std::uint32_t page_units = 1;
-  std::uint32_t first_page = 1;
+  std::uint32_t page_units = 1, first_page = 1;
   std::uint32_t pages = 0;    // of 512 bytes, that the header counts
   std::uint32_t left_at = 0;  // of the left neighbour's number, or 0; 0 where there is no place
   std::uint32_t entries_at = 4;
   std::uint32_t recno_at = 4;  // 0 where it shares its place with the child
-  std::uint32_t key_at = 8;
-  std::uint32_t stride = 0;
-  std::uint32_t key_length = 0;
-  std::uint32_t max_keys = 0;
+  std::uint32_t key_at = 8, stride = 0, key_length = 0, max_keys = 0;
   std::function<int(const std::string&, const std::string&)> compare;
 };
 

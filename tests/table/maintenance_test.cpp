@@ -30,17 +30,16 @@ TEST(Copy, makes_an_empty_table_of_the_same_fields) {
 }
 
 TEST(Copy, tests_names_and_length_again_but_takes_types_as_they_are) {
-  struct Case {
+  const struct {
     std::size_t offset;
     std::string bytes;
     std::int32_t result, detail;
-  };
-  const Case cases[] = {{32, "A-B\0"s, -11, 157},
-                        {64, "TEXT\0\0"s, -11, 158},
-                        {64 + 11, "Z", 0, 0},
-                        {64 + 16, "\x20\x1F"s, 0, 0},
-                        {32, "text", 0, 0}};
-  for (const Case& c : cases) {
+  } cases[] = {{32, "A-B\0"s, -11, 157},
+               {64, "TEXT\0\0"s, -11, 158},
+               {64 + 11, "Z", 0, 0},
+               {64 + 16, "\x20\x1F"s, 0, 0},
+               {32, "text", 0, 0}};
+  for (const auto& c : cases) {
     ScratchTable scratch;
     write_bytes(scratch.file, 10, "\xFF");
     write_bytes(scratch.file, c.offset, c.bytes);
@@ -92,15 +91,14 @@ TEST(Compare, looks_at_names_types_lengths_and_decimals) {
   TemporaryFolder folder;
   VqBlock block = block_of_kind(1);
   ASSERT_EQ(0, create_table(block, folder.file("A"), {"X", "N8.2", "Y", "C5"}));
-  struct Case {
+  const struct {
     std::vector<const char*> fields;
     std::int32_t result;
-  };
-  const Case cases[] = {{{"x", "N8.2", "y", "C5"}, 0},           {{"X", "N8.2"}, -9},
-                        {{"X", "N8.2", "Z", "C5"}, -9},          {{"X", "F8.2", "Y", "C5"}, -9},
-                        {{"X", "N9.2", "Y", "C5"}, -9},          {{"X", "N8.3", "Y", "C5"}, -9},
-                        {{"X", "N8.2", "Y", "C5", "Z", "L"}, -9}};
-  for (const Case& c : cases) {
+  } cases[] = {{{"x", "N8.2", "y", "C5"}, 0},           {{"X", "N8.2"}, -9},
+               {{"X", "N8.2", "Z", "C5"}, -9},          {{"X", "F8.2", "Y", "C5"}, -9},
+               {{"X", "N9.2", "Y", "C5"}, -9},          {{"X", "N8.3", "Y", "C5"}, -9},
+               {{"X", "N8.2", "Y", "C5", "Z", "L"}, -9}};
+  for (const auto& c : cases) {
     ASSERT_EQ(0, create_table(block, folder.file("B"), c.fields));
     block.detail = 0;
     EXPECT_EQ(c.result, lib.dDcmpstr(&block, folder.file("A").c_str(), folder.file("B").c_str()));
@@ -356,14 +354,13 @@ TEST(Maintenance, long_work_leaves_the_layout_of_the_hosts_records_alone) {
 }
 
 TEST(Maintenance, what_somebody_else_has_locked_is_refused) {
-  struct Case {
+  const struct {
     std::int32_t (*lock)(VqTable*);
     std::int32_t detail;
-  };
-  const Case cases[] = {{[](VqTable* table) { return lib.dDlkfil(table); }, 483},
-                        {[](VqTable* table) { return lib.dDlkapp(table); }, 483},
-                        {[](VqTable* table) { return lib.dDlkrec(table, 3); }, 484}};
-  for (const Case& c : cases) {
+  } cases[] = {{[](VqTable* table) { return lib.dDlkfil(table); }, 483},
+               {[](VqTable* table) { return lib.dDlkapp(table); }, 483},
+               {[](VqTable* table) { return lib.dDlkrec(table, 3); }, 484}};
+  for (const auto& c : cases) {
     ScratchTable scratch, source;
     scratch.append(1, 5);
     source.append(1, 5);

@@ -123,12 +123,11 @@ TEST(Records, refusals_have_their_codes_and_details) {
   const auto by_number = [](auto function, std::uint32_t n) -> Call {
     return [=](VqTable* t) { return function(t, n); };
   };
-  struct Case {
+  const struct {
     std::uint32_t mode;
     Call call;
     std::int32_t result, detail;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {0, get(0), -4, 262},
       {0, get(0xFFFFFFFF), -4, 262},
       {0, get(4), -4, 263},
@@ -160,7 +159,7 @@ TEST(Records, refusals_have_their_codes_and_details) {
   ScratchTable scratch;
   scratch.append(1, 3);
   const std::string before = read_file(scratch.file);
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     OpenTable table(scratch.block, scratch.name, c.mode, 2);
     scratch.block.detail = 0;
     scratch.block.record_number = 3;

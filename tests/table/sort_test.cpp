@@ -106,8 +106,7 @@ TEST(TableSort, refuses_what_it_cannot_order_and_leaves_the_target) {
   struct Case {
     const char* target;
     const char* keys;
-    std::int32_t result;
-    std::int32_t detail;
+    std::int32_t result, detail;
   };
   for (const Case& wrong :
        {Case{"TARGET", "", VQ_E_NOT_ALLOWED, 441}, Case{"", "CITY", VQ_E_NOT_ALLOWED, 441},

@@ -30,16 +30,15 @@ TEST(Create, writes_header_descriptors_and_nothing_behind) {
 }
 
 TEST(Create, chooses_the_version_byte_by_dialect_and_memo_fields) {
-  struct Case {
+  const struct {
     std::uint32_t kind;
     const char* type;
     unsigned char version;
-  };
-  const Case cases[] = {{1, "C5", 0x03},    {4, "L", 0x03},   {8, "F20.18", 0x03}, {1, "M", 0x83},
-                        {16, "M", 0x83},    {2, "M", 0x8B},   {4, "M", 0x8B},      {7, "M", 0x8B},
-                        {4, "B", 0x8B},     {7, "G", 0x8B},   {8, "M", 0xF5},      {8, "P", 0xF5},
-                        {32776, "P", 0xF5}, {4, "C254", 0x03}};
-  for (const Case& c : cases) {
+  } cases[] = {{1, "C5", 0x03},    {4, "L", 0x03},   {8, "F20.18", 0x03}, {1, "M", 0x83},
+               {16, "M", 0x83},    {2, "M", 0x8B},   {4, "M", 0x8B},      {7, "M", 0x8B},
+               {4, "B", 0x8B},     {7, "G", 0x8B},   {8, "M", 0xF5},      {8, "P", 0xF5},
+               {32776, "P", 0xF5}, {4, "C254", 0x03}};
+  for (const auto& c : cases) {
     TemporaryFolder folder;
     VqBlock block = block_of_kind(c.kind);
     ASSERT_EQ(0, create_table(block, folder.file("T"), {"F", c.type})) << c.kind << c.type;
@@ -58,40 +57,39 @@ TEST(Create, refuses_bad_fields_and_leaves_no_file) {
   for (int i = 0; i < 16; ++i) too_long.insert(too_long.end(), {kNames[i], "C250"});
   const Fields fits = too_long;
   too_long.insert(too_long.end(), {kNames[16], "L"});
-  struct Case {
+  const struct {
     std::uint32_t kind;
     Fields fields;
     std::int32_t result, detail;
-  };
-  const Case cases[] = {{1, {}, -4, 151},
-                        {1, {"ELEVENCHARS", "C1"}, -4, 156},
-                        {1, {nullptr, "C1"}, -4, 156},
-                        {1, {"", "C1"}, -11, 157},
-                        {1, {"1ST", "C1"}, -11, 157},
-                        {1, {"A-B", "C1"}, -11, 157},
-                        {1, {"\xC4", "C1"}, -11, 157},
-                        {1, {"A", "C1", "B", "C1", "a", "C1"}, -11, 158},
-                        {1, {"A", "C"}, -4, 159},
-                        {1, {"A", "C0"}, -4, 159},
-                        {1, {"A", "C255"}, -4, 159},
-                        {1, {"A", "C99999999999999999999"}, -4, 159},
-                        {1, {"A", "N"}, -4, 160},
-                        {1, {"A", "N21"}, -4, 160},
-                        {1, {"A", "N5.4"}, -4, 160},
-                        {1, {"A", "N5.4294967295"}, -4, 160},
-                        {1, {"A", "F1.1"}, -4, 160},
-                        {1, {"A", ""}, -11, 161},
-                        {1, {"A", nullptr}, -11, 161},
-                        {1, {"A", "X"}, -11, 161},
-                        {1, {"A", "B"}, -11, 161},
-                        {8, {"A", "G"}, -11, 161},
-                        {4, {"A", "P"}, -11, 161},
-                        {1, too_long, -4, 162},
-                        {4, too_long, 0, 0},
-                        {8, too_long, 0, 0},
-                        {1, fits, 0, 0},
-                        {1, {"TENLETTERS", "N5.3"}, 0, 0}};
-  for (const Case& c : cases) {
+  } cases[] = {{1, {}, -4, 151},
+               {1, {"ELEVENCHARS", "C1"}, -4, 156},
+               {1, {nullptr, "C1"}, -4, 156},
+               {1, {"", "C1"}, -11, 157},
+               {1, {"1ST", "C1"}, -11, 157},
+               {1, {"A-B", "C1"}, -11, 157},
+               {1, {"\xC4", "C1"}, -11, 157},
+               {1, {"A", "C1", "B", "C1", "a", "C1"}, -11, 158},
+               {1, {"A", "C"}, -4, 159},
+               {1, {"A", "C0"}, -4, 159},
+               {1, {"A", "C255"}, -4, 159},
+               {1, {"A", "C99999999999999999999"}, -4, 159},
+               {1, {"A", "N"}, -4, 160},
+               {1, {"A", "N21"}, -4, 160},
+               {1, {"A", "N5.4"}, -4, 160},
+               {1, {"A", "N5.4294967295"}, -4, 160},
+               {1, {"A", "F1.1"}, -4, 160},
+               {1, {"A", ""}, -11, 161},
+               {1, {"A", nullptr}, -11, 161},
+               {1, {"A", "X"}, -11, 161},
+               {1, {"A", "B"}, -11, 161},
+               {8, {"A", "G"}, -11, 161},
+               {4, {"A", "P"}, -11, 161},
+               {1, too_long, -4, 162},
+               {4, too_long, 0, 0},
+               {8, too_long, 0, 0},
+               {1, fits, 0, 0},
+               {1, {"TENLETTERS", "N5.3"}, 0, 0}};
+  for (const auto& c : cases) {
     TemporaryFolder folder;
     VqBlock block = block_of_kind(c.kind);
     const char* const none = nullptr;
@@ -243,18 +241,16 @@ TEST(Open, takes_names_padded_with_blanks_or_filling_their_place) {
 }
 
 TEST(Describe, mode_tells_memo_layout_production_index_and_encryption) {
-  struct Case {
+  const struct {
     std::uint32_t kind;
     char version, production, encrypted;
     std::int32_t mode;
-  };
-  const Case cases[] = {
-      {1, '\x03', 0, 0, 0},      {1, '\x03', 1, 0, 2},      {1, '\x8B', 0, 0, 4},
-      {1, '\x83', 0, 0, 8},      {1, '\x83', 0, 1, 8 + 16}, {1, '\xFB', 1, 1, 4 + 2 + 16},
-      {8, '\xF5', 1, 0, 32 + 2}, {1, '\xF5', 0, 0, -3},     {8, '\x30', 0, 0, -3}};
+  } cases[] = {{1, '\x03', 0, 0, 0},      {1, '\x03', 1, 0, 2},      {1, '\x8B', 0, 0, 4},
+               {1, '\x83', 0, 0, 8},      {1, '\x83', 0, 1, 8 + 16}, {1, '\xFB', 1, 1, 4 + 2 + 16},
+               {8, '\xF5', 1, 0, 32 + 2}, {1, '\xF5', 0, 0, -3},     {8, '\x30', 0, 0, -3}};
   ScratchTable scratch;
   std::string bytes = read_file(scratch.file);
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     bytes[0] = c.version;
     bytes[15] = c.encrypted;
     bytes[28] = c.production;
@@ -268,17 +264,16 @@ TEST(Describe, mode_tells_memo_layout_production_index_and_encryption) {
 }
 
 TEST(Describe, memory_need_follows_the_block_size_rule) {
-  struct Case {
+  const struct {
     std::int32_t record_length, block_size;
-  };
-  const Case cases[] = {{2, 1024},     {100, 1000},   {255, 1020},  {256, 2048},  {300, 1800},
-                        {4001, 16004}, {8191, 32764}, {8192, 8192}, {9000, 9000}, {65501, 65501}};
+  } cases[] = {{2, 1024},     {100, 1000},   {255, 1020},  {256, 2048},  {300, 1800},
+               {4001, 16004}, {8191, 32764}, {8192, 8192}, {9000, 9000}, {65501, 65501}};
   ScratchTable scratch;
   std::string bytes = read_file(scratch.file);
   const auto need = [&](std::int32_t buffers) {
     return lib.dDbuffs(&scratch.block, scratch.name.c_str(), buffers);
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     bytes[10] = static_cast<char>(c.record_length & 255);
     bytes[11] = static_cast<char>(c.record_length >> 8);
     write_file(scratch.file, bytes);
