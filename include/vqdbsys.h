@@ -951,10 +951,11 @@ int32_t VQ_CALL dXcopy(VqBlock* block, const char* from, const char* to);
  * a failure, too, the reference names a memo that can be read.
  *
  * Names get the extension DBT, also in place of DBF. "notes;orders" is the memo file notes of the
- * table orders. Mode: 0 alone, 1 for reading only, 2 or 4 shared; in a shared mode every call holds
- * the lock of the memo file, and while somebody else does it is refused at once (VQ_E_FILE_LOCKED,
- * or VQ_E_LOCK_REFUSED). Every change is handed to the system before the call returns; under
- * VQ_FLAG_DURABLE, closing waits until the device has it as well.
+ * table orders. Mode: 0 alone, 1 for reading only, 2 or 4 shared; in a shared mode every change
+ * holds the lock of the memo file, and every read unless the system says that nobody has written
+ * since the last one. While somebody else has the lock, either is refused at once
+ * (VQ_E_FILE_LOCKED, or VQ_E_LOCK_REFUSED). Every change is handed to the system before the call
+ * returns; under VQ_FLAG_DURABLE, closing waits until the device has it as well.
  *   10161 -10 bad handle                        10162 -4  null or empty reference
  *   10163 -17 reference above every block number
  * Writing through a handle of the other layout is VQ_E_NOT_ALLOWED, through one opened for reading

@@ -101,7 +101,7 @@ class ChainReader {
     const std::size_t wanted = is_close ? bytes_.size() : kFreeRunBytes;
     const std::uint64_t end = start + kFreeRunBytes;
     offset_ = start > from ? start : end - std::min<std::uint64_t>(end, wanted);
-    if (!memo.file.read_at(offset_, bytes_.data(), wanted, size_).ok()) size_ = 0;
+    if (!memo.read_at(offset_, bytes_.data(), wanted, size_).ok()) size_ = 0;
   }
 
   std::uint64_t offset_ = 0;

@@ -112,6 +112,26 @@ Result move_replaced(Memo& memo, const Located& old, Text text, char* reference,
   return memo.free_chain.give(memo, old.run);
 }
 
+// Reads at most `max` bytes of a memo's text from `offset` on and puts a zero byte behind them.
+Result read_part(Memo& memo, const char* reference, std::int32_t offset, std::int32_t max,
+                 Byte* out, std::int32_t& got) {
+  got = 0;
+  if (offset < 0 || max < 0) return fail(memo.block, Result::out_of_range, kGet.detail(3));
+  Located found;
+  if (const Result located = locate(memo, reference, found); !ok(located)) return located;
+  const auto start = static_cast<std::uint32_t>(offset);
+  if (found.length != 0 && start >= found.length) {
+    return fail(memo.block, Result::out_of_range, kGet.detail(4));
+  }
+  const std::uint32_t rest = found.length == 0 ? 0 : found.length - start;
+  const std::uint32_t count = std::min(rest, static_cast<std::uint32_t>(max));
+  const Result read = read_text(memo, found, start, count, out, kGet.detail(6));
+  if (!ok(read)) return read;
+  out[count] = 0;
+  got = static_cast<std::int32_t>(count);
+  return Result::ok;
+}
+
 }  // namespace
 
 Result add_dbase4(Memo& memo, std::int32_t length, const void* data, char* reference,
@@ -201,24 +221,21 @@ Result get_dbase4(Memo& memo, const char* reference, std::int32_t offset, std::i
   if (memo.layout != Layout::dbase4) {
     return fail(memo.block, Result::not_allowed, kGet.detail(2));
   }
+  std::int32_t got = 0;
+  const auto read = [&] {
+    return read_part(memo, reference, offset, max, static_cast<Byte*>(buffer), got);
+  };
+  if (done_without_lock(memo, read)) {
+    report(done, 1);
+    *length = got;
+    return Result::ok;
+  }
   return under_hold(memo, refresh_dbase4, [&] {
     report(done, 1);
     *length = 0;
-    if (offset < 0 || max < 0) return fail(memo.block, Result::out_of_range, kGet.detail(3));
-    Located found;
-    if (const Result located = locate(memo, reference, found); !ok(located)) return located;
-    const auto start = static_cast<std::uint32_t>(offset);
-    if (found.length != 0 && start >= found.length) {
-      return fail(memo.block, Result::out_of_range, kGet.detail(4));
-    }
-    const std::uint32_t rest = found.length == 0 ? 0 : found.length - start;
-    const std::uint32_t count = std::min(rest, static_cast<std::uint32_t>(max));
-    auto* out = static_cast<Byte*>(buffer);
-    const Result read = read_text(memo, found, start, count, out, kGet.detail(6));
-    if (!ok(read)) return read;
-    out[count] = 0;
-    *length = static_cast<std::int32_t>(count);
-    return Result::ok;
+    const Result result = read();
+    *length = got;
+    return result;
   });
 }
 
@@ -226,12 +243,12 @@ Result size_dbase4(Memo& memo, const char* reference, std::int32_t* length) {
   if (memo.layout != Layout::dbase4) {
     return fail(memo.block, Result::not_allowed, kSize.detail(2));
   }
-  return under_hold(memo, refresh_dbase4, [&] {
-    Located found;
-    const Result located = locate(memo, reference, found);
-    if (ok(located)) *length = static_cast<std::int32_t>(found.length);
-    return located;
-  });
+  Located found;
+  const auto find = [&] { return locate(memo, reference, found); };
+  Result result = Result::ok;
+  if (!done_without_lock(memo, find)) result = under_hold(memo, refresh_dbase4, find);
+  if (ok(result)) *length = static_cast<std::int32_t>(found.length);
+  return result;
 }
 
 }  // namespace vqdb::memo

@@ -34,7 +34,7 @@ Result fill_window(Memo& memo, std::uint64_t start, std::uint32_t size) {
   Window& window = memo.window;
   window.size = 0;
   std::size_t transferred = 0;
-  const platform::Outcome outcome = memo.file.read_at(start, window.bytes.get(), size, transferred);
+  const platform::Outcome outcome = memo.read_at(start, window.bytes.get(), size, transferred);
   if (!outcome.ok() || transferred < kMemoHeaderBytes) {
     return fail(memo.block, Result::io, kSize.detail(3));
   }
@@ -47,7 +47,8 @@ Result fill_window(Memo& memo, std::uint64_t start, std::uint32_t size) {
 bool reads_ahead(const Memo& memo, std::uint64_t start, Window& window) {
   if (start != window.last_start) window.steps = start == window.last_end ? window.steps + 1 : 0;
   window.last_start = start;
-  return !memo.shared() && window.steps >= kStepsBeforeReadingAhead;
+  const bool keeps_more = !memo.shared() || memo.is_carried;
+  return keeps_more && window.steps >= kStepsBeforeReadingAhead;
 }
 
 // A handle gets by with a block's room, which it always has, but is faster with more.
@@ -153,8 +154,9 @@ Result read_text(Memo& memo, const Located& located, std::uint32_t offset, std::
     out += part;
   }
   if (count == 0) return Result::ok;
-  if (memo.file.read_exactly(position, out, count).ok()) return Result::ok;
-  return fail(memo.block, Result::io, detail);
+  std::size_t transferred = 0;
+  const bool read = memo.read_at(position, out, count, transferred).ok();
+  return read && transferred == count ? Result::ok : fail(memo.block, Result::io, detail);
 }
 
 Result write_text(Memo& memo, Run run, std::uint32_t offset, std::span<const Byte> text,

@@ -33,4 +33,23 @@ Result Hold::release(Result result) {
   return result;
 }
 
+// Who changes the file has its lock until all is written.
+bool is_at_rest(Memo& memo) {
+  if (!memo.shared() || memo.stale || !memo.watch.counts()) return false;
+  const std::int32_t detail = memo.block->detail;
+  const Result others =
+      table::test_whole_file(*memo.block, memo.file, memo.lock_scheme, platform::Sharing::shared);
+  memo.block->detail = detail;
+  if (!ok(others)) return false;
+  memo.stale = !memo.watch.is_unchanged();
+  return !memo.stale;
+}
+
+// Who changes the file has its time noted before he writes the first byte.
+bool holds_still(Memo& memo) {
+  if (!memo.has_read) return true;
+  memo.stale = !memo.watch.is_unchanged();
+  return !memo.stale;
+}
+
 }  // namespace vqdb::memo

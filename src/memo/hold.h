@@ -1,6 +1,6 @@
 // The hold of one operation on a memo file: in the shared modes the file's lock, from take() to
 // release(). Where another process may have changed the file meanwhile, what is known of it is
-// marked as stale.
+// marked as stale. Reading does without as long as nobody has written.
 #ifndef VQDBSYS_MEMO_HOLD_H_
 #define VQDBSYS_MEMO_HOLD_H_
 
@@ -39,6 +39,24 @@ Result under_hold(Memo& memo, Refresh refresh, Body body) {
     result = body();
   }
   return hold.release(result);
+}
+
+// Whether what is known of a shared file is what it holds, at a moment when nobody changes it.
+bool is_at_rest(Memo& memo);
+// Whether what was read since then is of that moment.
+bool holds_still(Memo& memo);
+
+// Runs a body that only reads, where what is known suffices to do it without a lock. False when it
+// has to be done under a hold, whatever it has come to.
+template <typename Body>
+bool done_without_lock(Memo& memo, Body body) {
+  if (!is_at_rest(memo)) return false;
+  const std::int32_t detail = memo.block->detail;
+  memo.is_carried = true;
+  memo.has_read = false;
+  if (ok(body()) && holds_still(memo)) return true;
+  memo.block->detail = detail;
+  return false;
 }
 
 // Runs a body that writes. What is known of the file is stale when it fails or throws.

@@ -46,6 +46,7 @@ struct Memo : HandleHead {
   Layout layout = Layout::none;  // none once closed
   bool stale = false;            // what is known of the file has to be read again
   bool is_carried = false;       // what is known was read by an earlier operation
+  bool has_read = false;         // the operation has read what was not known
   std::uint32_t block_size = 0;
   std::uint64_t file_size = 0;
 
@@ -61,6 +62,12 @@ struct Memo : HandleHead {
   bool shared() const { return (mode & open_mode::kShared) != 0; }
   bool read_only() const { return (mode & open_mode::kReadOnly) != 0; }
   std::uint64_t offset_of(std::uint64_t block_number) const { return block_number * block_size; }
+  // Reads the file, as File::read_at().
+  platform::Outcome read_at(std::uint64_t offset, void* data, std::size_t size,
+                            std::size_t& transferred) {
+    has_read = true;
+    return file.read_at(offset, data, size, transferred);
+  }
   // REQUIRES that the file has been written up to there.
   void grow_to(std::uint64_t end) { file_size = std::max(file_size, end); }
   // How many blocks the file reaches into.

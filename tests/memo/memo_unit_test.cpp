@@ -1,12 +1,18 @@
 // What the calls of the system show of memo operations: how many there are, and the lock.
+#include <chrono>
+#include <thread>
 
 #include "platform/file.h"
 #include "support/fault_plan.h"
 #include "support/memo_files.h"
+#include "table/locks.h"
 
 namespace {
 
 using Layout = MemoFile::Layout;
+
+// A change counts as known once it is so old.
+constexpr auto kBehindTheClock = std::chrono::milliseconds(25);
 
 class MemoCalls : public ::testing::Test {
  protected:
@@ -111,9 +117,11 @@ TEST_F(MemoCalls, in_a_shared_mode_a_file_that_somebody_holds_is_refused_at_once
     MemoFile alone(block_, name_, layout, 0);
     std::string reference = kNoMemo, text;
     ASSERT_EQ(0, alone.write_new("text", reference));
+    std::this_thread::sleep_for(kBehindTheClock);
     for (const std::uint32_t mode : {2u, 3u, 4u, 5u}) {
-      ASSERT_TRUE(holder.lock(0xEFFFFFFE, 2).ok());
       MemoFile shared(block_, name_, layout, mode);
+      EXPECT_EQ(0, shared.read(reference, text));
+      ASSERT_TRUE(holder.lock(0xEFFFFFFE, 2).ok());
       EXPECT_EQ(VQ_E_FILE_LOCKED, shared.read(reference, text));
       EXPECT_EQ(10431, block_.detail);
       std::string other = kNoMemo;
@@ -160,9 +168,9 @@ TEST_F(MemoCalls, a_durable_flush_waits_until_the_device_has_the_memos) {
 // A failure to let go of the lock counts when nothing else failed, and hides no earlier detail.
 TEST_F(MemoCalls, a_failed_release_of_the_lock_is_told) {
   create(Layout::dbase4);
-  MemoFile shared(block_, name_, Layout::dbase4, 2);
   std::string reference = kNoMemo;
-  ASSERT_EQ(0, shared.write_new("text", reference));
+  ASSERT_EQ(0, MemoFile(block_, name_).write_new("text", reference));
+  MemoFile shared(block_, name_, Layout::dbase4, 2);
   const auto unlocks = only(Call::unlock);
   std::int32_t size = 0;
   {
@@ -210,6 +218,41 @@ TEST(MemoUnlocked, what_others_write_without_a_lock_beside_a_change_is_not_writt
       EXPECT_EQ(foreign, got);
     }
   }
+}
+
+// Another handle changes a text between any two calls of a read that knows its beginning, or all of
+// it: what is read is of one moment, and no older than the read.
+TEST_F(MemoCalls, a_shared_read_beside_a_change_is_of_one_moment) {
+  create(Layout::dbase4);
+  MemoFile mine(block_, name_, Layout::dbase4, 2);
+  MemoFile theirs(block_, name_, Layout::dbase4, 2);
+  std::vector<std::string> references(9, kNoMemo);
+  std::string written(9000, '0'), text;
+  for (std::string& reference : references) ASSERT_EQ(0, theirs.write_new(written, reference));
+  vqdb::platform::File place;
+  ASSERT_TRUE(place.open(folder_.file("T.DBT"), vqdb::platform::Access::read_write).ok());
+  int changes = 0;
+  for (const std::size_t first : {8u, 0u}) {
+    bool came = true;
+    for (std::uint64_t n = 1; came; ++n) {
+      SCOPED_TRACE(n);
+      std::this_thread::sleep_for(kBehindTheClock);
+      for (std::size_t i = first; i < 9; ++i) ASSERT_EQ(0, mine.read(references[i], text));
+      EXPECT_EQ(written, text);
+      const auto change_unless_locked = [&] {
+        if (!ok(vqdb::table::test_whole_file(block_, place, 0))) return;
+        written.assign(9000, static_cast<char>('a' + ++changes % 26));
+        ASSERT_EQ(0, theirs.replace(written, references[8]));
+      };
+      const std::string before = written;
+      const auto beside = beside_another(
+          n, [&] { return mine.read(references[8], text); }, change_unless_locked);
+      came = beside.struck;
+      ASSERT_EQ(0, beside.result);
+      EXPECT_TRUE(text == before || text == written) << text;
+    }
+  }
+  EXPECT_LE(8, changes);
 }
 
 }  // namespace
