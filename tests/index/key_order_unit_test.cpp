@@ -1,4 +1,6 @@
 // The orders of keys, in open indexes and in the streams that indexes are built from.
+#include <random>
+
 #include "convert/keys.h"
 #include "index/keys/key_order.h"
 #include "index/keys/stream_order.h"
@@ -79,6 +81,21 @@ TEST(KeyOrder, kinds_compare_over_the_whole_key) {
                                         {packed(123), 9}});
 }
 
+// Packed decimals as no number makes them, too: any point, sign and count, any digits.
+std::vector<std::string> odd_packed() {
+  std::vector<std::string> keys = {packed(-2), packed(0), packed(8)};
+  std::mt19937 random(5);
+  const auto any_of = [&](const std::string& bytes) { return bytes[random() % bytes.size()]; };
+  while (keys.size() < 61) {
+    std::string key(convert::kPackedKeyBytes, any_of(std::string("\0\x12\xFF", 3)));
+    key[0] = any_of(std::string("\0\x34\x34\x35\xFF", 5));
+    key[1] = any_of(std::string("\x01\x01\x02\x81\0\x80\xFF", 7));
+    key[2 + random() % 10] = any_of("\x11\x12");
+    keys.push_back(key);
+  }
+  return keys;
+}
+
 // In rows of every length, of keys that are equal, or so at their front.
 TEST(KeyOrder, bounds_enclose_equal_keys) {
   const struct {
@@ -87,28 +104,31 @@ TEST(KeyOrder, bounds_enclose_equal_keys) {
   } cases[] = {
       {KeyKind::text, {"A", "B", "a", "\xC4"}},
       {KeyKind::text, {"AAAAAAAA 1", "AAAAAAAA 2", "AAAAAAAB 1", "B         ", "\xC4       1 "}},
+      {KeyKind::text,
+       {"AAAAAAAABBBBBBBB1", "AAAAAAAABBBBBBBB2", "AAAAAAAAB       3", "AAAAAAAA\xC4       4",
+        "B               5"}},
       {KeyKind::collated_text, {"A1", "a1", "B1", "Z1"}},
       {KeyKind::number, {number(-2), number(-0.0), number(0), number(256)}},
-      {KeyKind::packed_number, {packed(-2), packed(0), packed(8)}}};
+      {KeyKind::packed_number, odd_packed()}};
   for (const auto& [kind, keys] : cases) {
     for (const bool descending : {false, true}) {
       const KeyOrder& order = key_order(kind, descending);
-      const std::size_t length = keys[0].size();
+      const auto length = static_cast<std::uint32_t>(keys[0].size());
       std::vector<std::string> row;
-      for (std::size_t count = 0; count < 40; ++count) {
+      for (std::uint32_t count = 0; count < 70; ++count) {
         std::string all;
-        for (const std::string& key : row) all += key.substr(0, length);
+        for (const std::string& key : row) all += key;
         for (const std::string& key : keys) {
           const auto bound = [&](int limit) {
             return std::ranges::count_if(row, [&](const std::string& one) {
               return order.compare(bytes(one), bytes(key), length) < limit;
             });
           };
-          const KeyRow there{bytes(all), length, static_cast<std::uint32_t>(count)};
-          EXPECT_EQ(bound(0), order.lower_bound(there, bytes(key), length)) << count;
-          EXPECT_EQ(bound(1), order.upper_bound(there, bytes(key), length)) << count;
+          const KeyGrid grid(length, length, std::max(count, 13u));
+          EXPECT_EQ(bound(0), order.lower_bound(grid, bytes(all), count, bytes(key))) << count;
+          EXPECT_EQ(bound(1), order.upper_bound(grid, bytes(all), count, bytes(key))) << count;
         }
-        row.push_back(keys[count * 7 % 11 % keys.size()]);
+        row.push_back(keys[count * 7 % keys.size()]);
         std::ranges::stable_sort(row, [&](const std::string& a, const std::string& b) {
           return order.compare(bytes(a), bytes(b), length) < 0;
         });

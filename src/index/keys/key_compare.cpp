@@ -7,8 +7,6 @@ namespace {
 
 constexpr std::size_t kPackedDigits = 2;  // where the digits of a packed decimal begin
 
-bool packed_is_zero(const Byte* key) { return key[0] == 0x34 && key[1] == 0x01; }
-
 int compare_magnitudes(const Byte* a, const Byte* b, std::size_t length) {
   if (a[0] != b[0]) return a[0] < b[0] ? -1 : 1;
   return std::memcmp(a + kPackedDigits, b + kPackedDigits, length - kPackedDigits);

@@ -40,6 +40,7 @@ inline int compare_numbers(const Byte* a, const Byte* b, std::size_t) {
 int compare_packed(const Byte* a, const Byte* b, std::size_t length);
 
 inline bool packed_is_negative(const Byte* key) { return (key[1] & 0x80) != 0; }
+inline bool packed_is_zero(const Byte* key) { return key[0] == 0x34 && key[1] == 0x01; }
 
 }  // namespace vqdb::index
 

@@ -12,15 +12,23 @@ int reversed(const Byte* a, const Byte* b, std::size_t length) {
   return compare(b, a, length);
 }
 
+// The keys of a page.
+struct Row {
+  const KeyGrid& grid;
+  const Byte* first;
+  std::uint32_t count;
+
+  const Byte* key(std::uint32_t slot) const { return first + slot * grid.stride; }
+};
+
 // The first key from `low` on for which compare(key in the row, key) is not below the limit: 0
 // finds the first equal or higher one, 1 the first higher one.
 template <KeyOrder::Compare compare, int kLimit>
-std::uint32_t bound_from(std::uint32_t low, const KeyRow& row, const Byte* key,
-                         std::size_t length) {
+std::uint32_t bound_from(std::uint32_t low, const Row& row, const Byte* key) {
   std::uint32_t high = row.count;
   while (low < high) {
     const std::uint32_t middle = (low + high) / 2;
-    if (compare(row.first + middle * row.stride, key, length) < kLimit) {
+    if (compare(row.key(middle), key, row.grid.length) < kLimit) {
       low = middle + 1;
     } else {
       high = middle;
@@ -30,59 +38,136 @@ std::uint32_t bound_from(std::uint32_t low, const KeyRow& row, const Byte* key,
 }
 
 template <KeyOrder::Compare compare, int kLimit>
-std::uint32_t bound(const KeyRow& row, const Byte* key, std::size_t length) {
-  return bound_from<compare, kLimit>(0, row, key, length);
+std::uint32_t bound(const KeyGrid& grid, const Byte* first, std::uint32_t count, const Byte* key) {
+  return bound_from<compare, kLimit>(0, {grid, first, count}, key);
 }
 
-// How many keys are below something, which the first ones of the row are. Its steps do not branch:
-// no processor foresees which half the next one is in, and several searches go on at once.
+// How many keys are below something, which the first ones of the row are. No processor foresees
+// which half the next step is in, and several searches go on at once: so the steps do not branch,
+// and there are as many of them in every page of a tree that is at least half full.
 template <typename IsBelow>
-std::uint32_t count_below(const KeyRow& row, IsBelow is_below) {
-  const Byte* at = row.first;
-  std::uint32_t left = row.count;
-  while (left > 1) {
-    const std::uint32_t half = left / 2;
-    const Byte* const upper = at + half * row.stride;
-    at = is_below(upper - row.stride) ? upper : at;
-    left -= half;
+std::uint32_t count_below(const Row& row, IsBelow is_below) {
+  if (row.count == 0) return 0;
+  std::uint32_t step = row.grid.first_step;
+  while (step > row.count) step /= 2;
+  // Offsets of keys, seen from the first one. All up to `last` are below.
+  const std::size_t stride = row.grid.stride;
+  std::size_t reach = step * stride;
+  std::size_t last = 0 - stride;
+  // The first step leaves one less than a power of two, some of which it may have passed.
+  std::size_t upper = (row.count - step) * stride;
+  std::size_t probe = last + reach;
+  for (;;) {
+    last = is_below(row.first + probe) ? upper : last;
+    step /= 2;
+    if (step == 0) return row.grid.slot_at(last + stride);
+    reach /= 2;
+    upper = probe = last + reach;
   }
-  const auto low =
-      static_cast<std::uint32_t>(at - row.first) / static_cast<std::uint32_t>(row.stride);
-  return low + (left == 1 && is_below(at) ? 1 : 0);
 }
 
-// Most texts differ in their first word.
-template <int kLimit>
-std::uint32_t bound_text(const KeyRow& row, const Byte* key, std::size_t length) {
-  if (length < sizeof(std::uint64_t)) return bound<compare_texts, kLimit>(row, key, length);
-  const std::uint64_t head = load_be64(key);
-  const std::uint32_t low = count_below(row, [=](const Byte* at) { return load_be64(at) < head; });
-  if (low == row.count || load_be64(row.first + low * row.stride) != head) return low;
-  return bound_from<compare_texts, kLimit>(low, row, key, length);
+// A key's front orders as the key does where two fronts differ. It is wide enough to decide between
+// most keys, since nobody foresees where the whole keys have to be compared.
+using Word = std::uint64_t;
+#ifdef __SIZEOF_INT128__
+__extension__ using WideWord = unsigned __int128;
+#else
+using WideWord = Word;
+#endif
+
+template <typename Front>
+Front text_front(const Byte* key) {
+  if constexpr (sizeof(Front) > sizeof(Word)) {
+    return static_cast<Front>(load_be64(key)) << 64 | load_be64(key + sizeof(Word));
+  }
+  return load_be64(key);
 }
 
-template <int kLimit>
-std::uint32_t bound_number(const KeyRow& row, const Byte* key, std::size_t) {
+// The first twelve digits of a packed decimal behind the point's place, and before that 2 for
+// positive numbers, 1 for zero and 0 for negative ones, all whose bits are turned over.
+Word packed_front(const Byte* key) {
+  constexpr Word kDigits = (Word{1} << 48) - 1;
+  constexpr Word kSize = (Word{1} << 56) - 1;
+  const Word word = load_be64(key);
+  const Word size = (word >> 56 << 48) | (word & kDigits);
+  const Word negative = 0 - (word >> 55 & 1);
+  const Word front = (size ^ (negative & kSize)) | (~negative & (Word{2} << 56));
+  return packed_is_zero(key) ? Word{1} << 56 : front;
+}
+
+template <typename Front, Front front_of(const Byte* key), KeyOrder::Compare compare,
+          bool kDescends, int kLimit>
+std::uint32_t bound_by_front(const KeyGrid& grid, const Byte* first, std::uint32_t count,
+                             const Byte* key) {
+  const Row row = {grid, first, count};
+  const Front sought = front_of(key);
+  const std::uint32_t low = count_below(row, [=](const Byte* at) {
+    return kDescends ? sought < front_of(at) : front_of(at) < sought;
+  });
+  if (low == count || front_of(row.key(low)) != sought) return low;
+  constexpr KeyOrder::Compare kInOrder = kDescends ? reversed<compare> : compare;
+  if (kInOrder(row.key(low), key, grid.length) >= kLimit) return low;
+  return bound_from<kInOrder, kLimit>(low + 1, row, key);
+}
+
+template <bool kDescends, int kLimit>
+std::uint32_t bound_text(const KeyGrid& grid, const Byte* first, std::uint32_t count,
+                         const Byte* key) {
+  if (grid.length >= sizeof(WideWord)) {
+    return bound_by_front<WideWord, text_front<WideWord>, compare_texts, kDescends, kLimit>(
+        grid, first, count, key);
+  }
+  if (grid.length >= sizeof(Word)) {
+    return bound_by_front<Word, text_front<Word>, compare_texts, kDescends, kLimit>(grid, first,
+                                                                                    count, key);
+  }
+  constexpr KeyOrder::Compare kInOrder = kDescends ? reversed<compare_texts> : compare_texts;
+  return bound<kInOrder, kLimit>(grid, first, count, key);
+}
+
+template <bool kDescends, int kLimit>
+std::uint32_t bound_number(const KeyGrid& grid, const Byte* first, std::uint32_t count,
+                           const Byte* key) {
   const double sought = load_double(key);
-  return count_below(row, [=](const Byte* at) {
-    return kLimit == 0 ? load_double(at) < sought : !(load_double(at) > sought);
+  return count_below({grid, first, count}, [=](const Byte* at) {
+    const double low = kDescends ? sought : load_double(at);
+    const double high = kDescends ? load_double(at) : sought;
+    return kLimit == 0 ? low < high : !(low > high);
   });
 }
 
 bool any_key(const Byte*) { return true; }
 bool is_a_number(const Byte* key) { return !std::isnan(load_double(key)); }
 
+template <bool kDescends>
+constexpr KeyOrder text_order() {
+  return {kDescends ? reversed<compare_texts> : compare_texts, bound_text<kDescends, 0>,
+          bound_text<kDescends, 1>, any_key};
+}
+
 template <KeyOrder::Compare compare>
-constexpr KeyOrder order_of(bool (*has_place)(const Byte* key) = any_key) {
-  return {compare, bound<compare, 0>, bound<compare, 1>, has_place};
+constexpr KeyOrder collated_order() {
+  return {compare, bound<compare, 0>, bound<compare, 1>, any_key};
+}
+
+template <bool kDescends>
+constexpr KeyOrder number_order() {
+  return {kDescends ? reversed<compare_numbers> : compare_numbers, bound_number<kDescends, 0>,
+          bound_number<kDescends, 1>, is_a_number};
+}
+
+template <bool kDescends>
+constexpr KeyOrder packed_order() {
+  return {kDescends ? reversed<compare_packed> : compare_packed,
+          bound_by_front<Word, packed_front, compare_packed, kDescends, 0>,
+          bound_by_front<Word, packed_front, compare_packed, kDescends, 1>, any_key};
 }
 
 constexpr KeyOrder kOrders[4][2] = {
-    {{compare_texts, bound_text<0>, bound_text<1>, any_key}, order_of<reversed<compare_texts>>()},
-    {order_of<compare_collated>(), order_of<reversed<compare_collated>>()},
-    {{compare_numbers, bound_number<0>, bound_number<1>, is_a_number},
-     order_of<reversed<compare_numbers>>(is_a_number)},
-    {order_of<compare_packed>(), order_of<reversed<compare_packed>>()},
+    {text_order<false>(), text_order<true>()},
+    {collated_order<compare_collated>(), collated_order<reversed<compare_collated>>()},
+    {number_order<false>(), number_order<true>()},
+    {packed_order<false>(), packed_order<true>()},
 };
 
 }  // namespace

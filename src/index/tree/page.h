@@ -51,7 +51,6 @@ class Page {
   }
   // The child of an entry, or the trailing one for slot == count().
   PageNumber child(std::uint32_t slot) const { return load_le32(entry(slot)); }
-  KeyRow keys() const { return {key(0), layout_->stride, count()}; }
 
   // Copies so many keys from the slot on, one behind the other.
   void copy_keys(std::uint32_t slot, std::uint32_t count, Byte* to) const {

@@ -57,6 +57,7 @@ class Tree {
   // REQUIRES layout.is_sound() and layout.key_length <= kMaxKeyLength.
   void set_shape(const PageLayout& layout, const KeyOrder& order) {
     layout_ = layout;
+    grid_ = KeyGrid(layout.key_length, layout.stride, layout.max_keys);
     order_ = &order;
   }
   // The root that the file names.
@@ -148,9 +149,17 @@ class Tree {
   struct Split;
   enum class End : std::uint8_t { first, middle, last };
 
-  Result fetch(PageNumber number, PageCache::Frame& frame);
+  // The usual page is in its home.
+  Result fetch(PageNumber number, PageCache::Frame& frame) {
+    const bool is_home = number != 0 && cache_.find_home(number, frame);
+    return is_home && page(frame).is_sound() ? Result::ok : fetch_away(number, frame);
+  }
+  Result fetch_away(PageNumber number, PageCache::Frame& frame);
   Result go_down(Search& search);
   Page page(PageCache::Frame frame) { return Page(layout_, cache_.image(frame)); }
+  std::uint32_t place_in(const Page& node, KeyOrder::Bound bound, const Byte* key) const {
+    return bound(grid_, node.key(0), node.count(), key);
+  }
   Result descend(KeyOrder::Bound bound, const Byte* key, Path& path);
   Result descend(PageNumber start, End end, Path& path);
   // From the page at a level of the path, by another of its children.
@@ -181,6 +190,7 @@ class Tree {
   PageCache& cache_;
   PageStore& store_;
   PageLayout layout_;
+  KeyGrid grid_;
   const KeyOrder* order_ = nullptr;
   PageNumber root_ = 0;
   bool root_moved_ = false;

@@ -7,7 +7,7 @@ constexpr Operation kSearch{1017};
 
 }  // namespace
 
-Result Tree::fetch(PageNumber number, PageCache::Frame& frame) {
+Result Tree::fetch_away(PageNumber number, PageCache::Frame& frame) {
   if (number == 0) return fail(block_, Result::page_error, kSearch.detail(1));
   if (const Result result = cache_.fetch(number, frame); !ok(result)) return result;
   if (!page(frame).is_sound()) return fail(block_, Result::page_error, kSearch.detail(2));
@@ -21,7 +21,7 @@ Result Tree::descend(KeyOrder::Bound bound, const Byte* key, Path& path) {
     if (const Result result = fetch(number, frame); !ok(result)) return result;
     cache_.prefetch(frame);
     const Page node = page(frame);
-    const std::uint32_t slot = bound(node.keys(), key, layout_.key_length);
+    const std::uint32_t slot = place_in(node, bound, key);
     path.steps[path.depth++] = {number, slot};
     // A page without keys ends the way, whatever it holds.
     if (node.count() == 0 || node.is_leaf()) return Result::ok;
@@ -53,7 +53,7 @@ Result Tree::go_down(Search& search) {
   PageCache::Frame frame = 0;
   if (const Result result = fetch(search.next, frame); !ok(result)) return result;
   const Page node = page(frame);
-  const std::uint32_t slot = order_->lower_bound(node.keys(), search.key, layout_.key_length);
+  const std::uint32_t slot = place_in(node, order_->lower_bound, search.key);
   search.path.steps[search.path.depth++] = {search.next, slot};
   search.next = node.count() == 0 || node.is_leaf() ? 0 : node.child(slot);
   if (search.next != 0) cache_.prefetch(cache_.home_of(search.next));
