@@ -9,7 +9,7 @@ class Building : public ::testing::Test {
   void SetUp() override {
     const char* const fields[] = {"NAME", "C12", "AMOUNT", "N9.2", "DUE", "D", "PAID", "L"};
     ASSERT_EQ(0, lib.DBcreat(&orders_.block, orders_.table().c_str(), 4, fields));
-    ASSERT_EQ(0, lib.DBuse(&orders_.block, orders_.table().c_str(), 0, &database_));
+    database_ = orders_.use();
     for (int i = 0; i < 200; ++i) append({std::string(1, static_cast<char>('a' + i % 26)), i, 1});
   }
   void TearDown() override { EXPECT_EQ(0, lib.DBclose(database_)); }
@@ -43,7 +43,7 @@ TEST_F(Building, new_indexes_join_the_group_and_its_list) {
   append({"later", 7, 7});
   expect_in_step(database_, orders_, records_);
   ASSERT_EQ(0, lib.DBclose(database_));
-  ASSERT_EQ(0, lib.DBuse(&orders_.block, orders_.table().c_str(), 0, &database_));
+  database_ = orders_.use();
   EXPECT_EQ(kOrderIndexes, value(table_member(database_).flags));
   expect_in_step(database_, orders_, records_);
 }
@@ -54,8 +54,7 @@ TEST_F(Building, a_shared_table_is_locked_meanwhile_only_and_read_afresh) {
     for (const auto& index : kOrderIndex) {
       std::filesystem::remove(orders_.file(std::string(index.file) + ".NDX"));
     }
-    ASSERT_EQ(0, lib.DBopen(&orders_.block, orders_.table().c_str(), mode | 32, 4, 1, 0, nullptr,
-                            &database_, nullptr));
+    database_ = orders_.open(mode | 32, {});
     auto* const table = static_cast<VqTable*>(table_member(database_).handle);
     std::string record(kOrderBytes, '\0');
     ASSERT_EQ(0, lib.dDgetrec(table, 1, record.data()));
@@ -148,7 +147,7 @@ TEST_F(Building, copies_lead_to_their_own_member_or_to_none) {
   std::uint32_t recno = 0;
   for (int i = 0; i < 150; ++i) {
     ASSERT_EQ(0, lib.DBclose(database_));
-    ASSERT_EQ(0, lib.DBuse(&orders_.block, orders_.table().c_str(), 0, &database_));
+    database_ = orders_.use();
     ASSERT_EQ("-10", expression(copies[0])) << i;
     ASSERT_EQ(VQ_E_BAD_HANDLE, lib.DBnextrec(&table, record.data(), &recno, nullptr)) << i;
   }
@@ -171,12 +170,12 @@ TEST_F(Building, packing_drops_deleted_records_and_builds_the_indexes_again) {
   EXPECT_EQ(VQ_E_CANCELLED, lib.DBpack(&orders_.block, orders_.table().c_str()));
   lib.dUsetprog(&orders_.block, nullptr, nullptr);
   EXPECT_EQ(list, read_file(orders_.file("ORDERS.DD")));
-  ASSERT_EQ(0, lib.DBuse(&orders_.block, orders_.table().c_str(), 0, &database_));
+  database_ = orders_.use();
   expect_in_step(database_, orders_, records_);
   ASSERT_EQ(0, lib.DBclose(database_));
   ASSERT_EQ(0, lib.DBpack(&orders_.block, orders_.table().c_str())) << orders_.block.detail;
   EXPECT_EQ(list, read_file(orders_.file("ORDERS.DD")));
-  ASSERT_EQ(0, lib.DBuse(&orders_.block, orders_.table().c_str(), 0, &database_));
+  database_ = orders_.use();
   expect_in_step(database_, orders_, kept);
 }
 

@@ -94,22 +94,18 @@ TEST_F(IndexList, a_group_with_a_name_that_no_list_can_hold_has_none) {
     ASSERT_EQ(0, lib.dNcreat(&orders_.block, file.c_str(), "NAME", "C12"));
     std::array specs = {orders_.specs[0], VqIndexSpec{64, file.c_str(), 4, nullptr}};
     write_file(orders_.file("ORDERS.DD"), "another group");
-    VqDatabase* database = nullptr;
-    ASSERT_EQ(0, lib.DBopen(&orders_.block, orders_.table().c_str(), 0, 1, 1, 2, specs.data(),
-                            &database, nullptr));
-    EXPECT_EQ(0, lib.DBclose(database));
+    EXPECT_EQ(0, lib.DBclose(orders_.open(0, specs)));
     EXPECT_FALSE(file_exists(orders_.file("ORDERS.DD"))) << name;
     std::filesystem::remove(file + ".NDX");
 
-    ASSERT_EQ(0, lib.DBuse(&orders_.block, orders_.table().c_str(), 0, &database));
+    VqDatabase* const database = orders_.use();
     EXPECT_EQ(VQ_E_NOT_ALLOWED,
               lib.DBindex(database, 64, file.c_str(), nullptr, "NAME", nullptr, 0));
     EXPECT_EQ(6323, orders_.block.detail);
     EXPECT_FALSE(file_exists(file + ".NDX"));
     EXPECT_EQ(0, lib.DBclose(database));
   }
-  VqDatabase* database = nullptr;
-  ASSERT_EQ(0, lib.DBuse(&orders_.block, orders_.table().c_str(), 32, &database));
+  VqDatabase* const database = orders_.use(32);
   EXPECT_EQ(
       0, lib.DBindex(database, 64, orders_.file("MY NAMES").c_str(), nullptr, "NAME", nullptr, 0));
   EXPECT_EQ(0, lib.DBclose(database));
@@ -166,8 +162,7 @@ TEST_F(IndexList, broken_lists_open_nothing) {
 }
 
 TEST_F(IndexList, a_table_without_one_opens_without_indexes) {
-  VqDatabase* database = nullptr;
-  ASSERT_EQ(0, lib.DBuse(&orders_.block, orders_.table().c_str(), 0, &database));
+  VqDatabase* const database = orders_.use();
   EXPECT_EQ(0U, value(table_member(database).flags));
   EXPECT_EQ(0, lib.DBclose(database));
   EXPECT_FALSE(file_exists(orders_.file("ORDERS.DD")));

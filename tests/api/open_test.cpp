@@ -81,14 +81,11 @@ TEST(OpenDatabase, skips_kinds_that_are_no_index_and_bits_that_are_the_hosts) {
   orders.create();
   std::array specs = {VqIndexSpec{1, "SKIPPED", 1, nullptr}, orders.specs[0]};
   specs[1].kind |= 0x3000;
-  VqDatabase* database = nullptr;
-  ASSERT_EQ(0, lib.DBopen(&orders.block, orders.table().c_str(), 0, 1, 1, 2, specs.data(),
-                          &database, nullptr));
+  VqDatabase* database = orders.open(0, specs);
   EXPECT_EQ(1U, value(table_member(database).flags));
   EXPECT_EQ(64U, value(order_member(database, orders, 0).kind));
   EXPECT_EQ(0, lib.DBclose(database));
-  ASSERT_EQ(0, lib.DBuse(&orders.block, orders.table().c_str(), 0, &database))
-      << "the list is good";
+  database = orders.use();
   EXPECT_EQ(1U, value(table_member(database).flags));
   EXPECT_EQ(0, lib.DBclose(database));
 }

@@ -12,10 +12,8 @@ TEST(Updates, a_key_that_a_unique_index_holds_is_forgiven_to_appends_only) {
   orders.create();
   const std::string unique = orders.file("UNIQUE");
   ASSERT_EQ(0, lib.dNcreat(&orders.block, unique.c_str(), "NAME", "C12U"));
-  VqIndexSpec spec = {64, unique.c_str(), 10, nullptr};
-  VqDatabase* database = nullptr;
-  ASSERT_EQ(
-      0, lib.DBopen(&orders.block, orders.table().c_str(), 0, 4, 1, 1, &spec, &database, nullptr));
+  std::array specs = {VqIndexSpec{64, unique.c_str(), 10, nullptr}};
+  VqDatabase* const database = orders.open(0, specs);
   std::uint32_t recno = 0;
   ASSERT_EQ(0, append(database, {"ann", 1, 1}, recno));
   ASSERT_EQ(0, append(database, {"ann", 2, 1}, recno));
@@ -43,10 +41,7 @@ VqDatabase* open_with_unique_amounts(Orders& orders, std::array<VqIndexSpec, 3>&
   orders.create();
   EXPECT_EQ(0, lib.dNcreat(&orders.block, unique.c_str(), "AMOUNT", "NU"));
   specs = {orders.specs[0], VqIndexSpec{64, unique.c_str(), 10, nullptr}, orders.specs[2]};
-  VqDatabase* database = nullptr;
-  EXPECT_EQ(0, lib.DBopen(&orders.block, orders.table().c_str(), 2, 4, 1, 3, specs.data(),
-                          &database, nullptr));
-  return database;
+  return orders.open(2, specs);
 }
 
 TEST(Updates, the_former_contents_repair_an_update_that_a_unique_index_refused) {
@@ -91,9 +86,7 @@ TEST(Updates, deleting_and_recalling_move_keys_that_read_the_mark) {
     const std::string file = orders.file("ALIVE");
     ASSERT_EQ(0, lib.dNcreat(&orders.block, file.c_str(), "IIF(DELETED(),'D','L')+NAME", "C13"));
     std::array specs = {orders.specs[0], VqIndexSpec{64, file.c_str(), 10, nullptr}};
-    VqDatabase* database = nullptr;
-    ASSERT_EQ(0, lib.DBopen(&orders.block, orders.table().c_str(), mode, 4, 1, 2, specs.data(),
-                            &database, nullptr));
+    VqDatabase* const database = orders.open(mode, specs);
     std::uint32_t recno = 0;
     ASSERT_EQ(0, append(database, {"ann", 1, 1}, recno));
     const auto keys = [&] {
@@ -179,9 +172,7 @@ TEST(Updates, a_failing_key_leaves_the_record_and_the_keys_before_it) {
   ASSERT_EQ(0, lib.dNcreat(&orders.block, quotient.c_str(), "1/AMOUNT", "N"));
   std::vector<VqIndexSpec> specs = {
       orders.specs[0], {64, quotient.c_str(), 10, nullptr}, orders.specs[1]};
-  VqDatabase* database = nullptr;
-  ASSERT_EQ(0, lib.DBopen(&orders.block, orders.table().c_str(), 0, 4, 1, 3, specs.data(),
-                          &database, nullptr));
+  VqDatabase* const database = orders.open(0, specs);
   std::uint32_t recno = 0;
   ASSERT_EQ(0, append(database, {"ann", 1, 1}, recno));
   EXPECT_EQ("-31/5004", codes(append(database, {"bob", 0, 1}, recno), orders.block));
@@ -219,9 +210,7 @@ TEST(Updates, keys_of_an_append_go_where_they_go_one_by_one) {
     if (i < specs.size()) specs[i] = {64, files[i].c_str(), 10, nullptr};
   }
   const auto amount_of = [](std::uint32_t n) { return static_cast<int>(n * 37 % 101); };
-  VqDatabase* database = nullptr;
-  ASSERT_EQ(0, lib.DBopen(&orders.block, orders.table().c_str(), 0, 4, 1, specs.size(),
-                          specs.data(), &database, nullptr));
+  VqDatabase* const database = orders.open(0, specs);
   std::uint32_t recno = 0;
   for (std::uint32_t n = 1; n <= 1500; ++n) {
     ASSERT_EQ(0, append(database, {"ann", 100 * amount_of(n), 1}, recno));

@@ -13,16 +13,6 @@ struct Contents {
   bool operator==(const Contents&) const = default;
 };
 
-std::string read_memo(VqDatabase* database, const std::string& record, std::size_t at) {
-  std::int32_t size = 0;
-  if (lib.DBmemosize(database, &record[at], &size) != 0) return "";
-  std::string text(static_cast<std::size_t>(size) + 1, '\0');
-  std::int32_t length = 0;
-  if (lib.DBgetmemo(database, &record[at], 0, size, text.data(), &length, nullptr) != 0) return "?";
-  text.resize(static_cast<std::size_t>(length));
-  return text;
-}
-
 Contents read_all(CheckedGroup& group) {
   Contents contents;
   VqDatabase* database = nullptr;
@@ -34,8 +24,8 @@ Contents read_all(CheckedGroup& group) {
   while (contents.records.size() < 100 &&
          lib.DBnextrec(&table, record.data(), &recno, nullptr) == 0) {
     contents.records.push_back(record);
-    contents.memos.push_back(read_memo(database, record, 28) + "|" +
-                             read_memo(database, record, 38));
+    contents.memos.push_back(CheckedGroup::memo(database, record, 28) + "|" +
+                             CheckedGroup::memo(database, record, 38));
   }
   for (const std::string& name : group.index_names) {
     std::string walk;

@@ -15,10 +15,7 @@ class TaggedGroup : public CheckedGroup {
   TaggedGroup() {
     create();
     fill();
-    VqTable* const opened = lib.dDopen(&block, table().c_str(), 0, 4);
-    EXPECT_EQ(0, lib.dXezindx(opened, table().c_str(), "QTYS", "QTY", nullptr, 2));
-    EXPECT_EQ(0, lib.dXezindx(opened, table().c_str(), "NAMES", "NAME", "PAID", 1));
-    EXPECT_EQ(0, lib.dDclose(opened));
+    add_tags();
   }
 
   std::string mdx() const { return file("ITEMS.MDX"); }

@@ -17,18 +17,9 @@ class Repairs : public ::testing::Test {
   std::string text_of(std::uint32_t recno, std::size_t field) {
     VqDatabase* database = nullptr;
     EXPECT_EQ(0, lib.DBuse(&group.block, group.table().c_str(), 1, &database));
-    VqMember table = {};
-    EXPECT_EQ(0, lib.GRPmember(database, 1, nullptr, nullptr, &table));
-    std::string record(CheckedGroup::kRecordBytes, '\0');
-    std::uint32_t found = 0;
-    EXPECT_EQ(0, lib.DBgetrec(&table, reinterpret_cast<const void*>(std::uintptr_t{recno}),
-                              record.data(), &found));
-    std::string text(2000, '\0');
-    std::int32_t length = 0;
-    const std::int32_t result =
-        lib.DBgetmemo(database, &record[field], 0, 1999, text.data(), &length, nullptr);
+    const std::vector<std::string> all = CheckedGroup::memos(database);
     EXPECT_EQ(0, lib.DBclose(database));
-    return result == 0 ? text.substr(0, static_cast<std::size_t>(length)) : "none";
+    return all.at(2 * recno - (field == 28 ? 2 : 1));
   }
 
   CheckedGroup group;
@@ -287,10 +278,7 @@ TEST_F(Repairs, build_lost_indexes_from_the_hosts_list) {
 TEST_F(Repairs, build_tags_whose_header_is_damaged) {
   const std::string name = group.file("ITEMS");
   const std::string path = group.file("ITEMS.MDX");
-  VqTable* const table = lib.dDopen(&group.block, group.table().c_str(), 0, 4);
-  ASSERT_EQ(0, lib.dXezindx(table, name.c_str(), "QTYS", "QTY", nullptr, 2));
-  ASSERT_EQ(0, lib.dXezindx(table, name.c_str(), "NAMES", "NAME", "PAID", 1));
-  ASSERT_EQ(0, lib.dDclose(table));
+  group.add_tags();
   const auto header_of = [&](std::size_t tag) {
     return 512 * number_at(read_file(path), 512 + 32 * tag, 4);
   };
@@ -347,26 +335,7 @@ TEST(SafeCompaction, keeps_every_memo_whole_and_the_table_in_step) {
     for (std::uint32_t changed = 1; changed <= 41; changed += 3) {
       ASSERT_EQ(0, lib.DBupdrec(database, changed, group.record(database, changed + 50).data()));
     }
-    const auto texts = [&] {
-      std::vector<std::string> all;
-      VqMember table = {};
-      EXPECT_EQ(0, lib.GRPmember(database, 1, nullptr, nullptr, &table));
-      EXPECT_EQ(0, lib.DBrewind(&table));
-      while (lib.DBnextrec(&table, record.data(), &recno, nullptr) == 0) {
-        for (const std::size_t field : {std::size_t{28}, std::size_t{38}}) {
-          std::int32_t size = 0, length = 0;
-          if (lib.DBmemosize(database, &record[field], &size) != 0) size = 0;
-          std::string text(static_cast<std::size_t>(size) + 1, '\0');
-          if (size > 0) {
-            EXPECT_EQ(
-                0, lib.DBgetmemo(database, &record[field], 0, size, text.data(), &length, nullptr));
-          }
-          all.push_back(text);
-        }
-      }
-      return all;
-    };
-    const std::vector<std::string> before = texts();
+    const std::vector<std::string> before = CheckedGroup::memos(database);
     ASSERT_EQ(0, lib.DBclose(database));
     const std::size_t size = read_file(group.file("ITEMS.DBT")).size();
     ASSERT_EQ(0, lib.DBcompact(&group.block, group.table().c_str()));
@@ -375,7 +344,7 @@ TEST(SafeCompaction, keeps_every_memo_whole_and_the_table_in_step) {
     EXPECT_EQ(0, report.result);
     EXPECT_EQ("", report.summary(VQ_SEVERITY_NOTE));
     database = group.open();
-    EXPECT_EQ(before, texts());
+    EXPECT_EQ(before, CheckedGroup::memos(database));
     ASSERT_EQ(0, lib.DBclose(database));
     // Damaged files are not compacted.
     write_bytes(group.file("ITEMS.DBF"), CheckedGroup::at(2, 28), "0000099999");

@@ -108,8 +108,7 @@ class History : public ::testing::TestWithParam<std::tuple<std::uint32_t, std::u
 
   void reopen() {
     ASSERT_EQ(0, lib.DBclose(database_));
-    ASSERT_EQ(0, lib.DBuse(&orders_.block, orders_.table().c_str(), mode(), &handles_[turn_]))
-        << orders_.block.detail;
+    handles_[turn_] = orders_.use(mode());
   }
 
   // Through a handle that has read nothing yet where several write.

@@ -34,13 +34,7 @@ class TagGroupTest : public ::testing::Test {
     }
   }
 
-  void open(std::uint32_t mode) {
-    VqIndexSpec* failed = nullptr;
-    ASSERT_EQ(
-        0, lib.DBopen(&orders_.block, orders_.table().c_str(), mode, 4, 1,
-                      static_cast<std::int32_t>(specs_.size()), specs_.data(), &database_, &failed))
-        << orders_.block.detail;
-  }
+  void open(std::uint32_t mode) { ASSERT_NE(nullptr, database_ = orders_.open(mode, specs_)); }
 
   VqMember member(std::uint32_t kind, const char* tag = nullptr) {
     VqMember found = {};
@@ -152,7 +146,7 @@ TEST_P(TagGroup, members_are_found_and_described) {
   EXPECT_EQ(0, lib.DBmember_flush(&paid));
   // The index list brings the tags back.
   ASSERT_EQ(0, lib.DBclose(database_));
-  ASSERT_EQ(0, lib.DBuse(&orders_.block, orders_.table().c_str(), GetParam(), &database_));
+  database_ = orders_.use(GetParam());
   EXPECT_EQ(kOrderIndexes + 1 + std::size(kTags), value(table_member(database_).flags));
 }
 
@@ -192,7 +186,7 @@ TEST_P(TagGroup, a_name_behind_the_semicolon_brings_one_tag) {
   }
   ASSERT_EQ(0, lib.DBindex(database_, 16, mdx_.c_str(), "MORE", "DUE", nullptr, 0));
   ASSERT_EQ(0, lib.DBclose(database_));
-  ASSERT_EQ(0, lib.DBuse(&orders_.block, orders_.table().c_str(), GetParam(), &database_));
+  database_ = orders_.use(GetParam());
   EXPECT_EQ(kOrderIndexes + 3, value(table_member(database_).flags)) << "both tags are listed";
 }
 
@@ -249,7 +243,7 @@ TEST_F(TagGroupTest, packing_builds_the_tags_again_and_leaves_the_table_its_inde
   ASSERT_EQ(0, lib.DBclose(database_));
   ASSERT_EQ(0, lib.DBpack(&orders_.block, own.c_str())) << orders_.block.detail;
   std::erase_if(records_, [](const Order& order) { return order.deleted; });
-  ASSERT_EQ(0, lib.DBuse(&orders_.block, own.c_str(), 0, &database_));
+  database_ = orders_.use();
   EXPECT_EQ(2, lib.dDmode(&orders_.block, own.c_str()) & 2);
   check();
   const Tag own_tag = {"OWN", "", "", "", kTags[2].holds, amount_key};

@@ -5,28 +5,6 @@ namespace {
 
 std::string codes_of(const Outcome& outcome) { return codes(outcome.result, outcome.detail); }
 
-TEST(ExpressionHandles, bad_ones_are_refused) {
-  BoundTable bound;
-  char text[1001] = "?";
-  std::int32_t length = -1;
-  EXPECT_EQ("-32/6061",
-            codes(lib.dErun(&bound.block, nullptr, bound.record.data(), 0, 0, text, &length),
-                  bound.block));
-  EXPECT_STREQ("", text);
-  EXPECT_EQ(0, length);
-
-  Program closed(bound, "NAME");
-  EXPECT_EQ(0, lib.dEfree(closed.expr));
-  EXPECT_EQ("-10/6061", codes_of(closed.run(bound.record.data())));
-  char foreign[600] = {};
-  for (void* const handle : {static_cast<void*>(closed.expr), static_cast<void*>(nullptr),
-                             static_cast<void*>(foreign)}) {
-    EXPECT_EQ(VQ_E_BAD_HANDLE, lib.dEfree(static_cast<VqExpr*>(handle)));
-  }
-  Program unbound(bound, "NAME", reinterpret_cast<VqTable*>(foreign));
-  EXPECT_EQ("-10/6007", codes_of(unbound.run(nullptr)));
-}
-
 TEST(ExpressionHandles, a_filter_gives_the_records_for_which_a_run_is_true) {
   ScratchTable scratch;
   scratch.append(1, 300);
@@ -143,6 +121,8 @@ TEST(ExpressionHandles, evaluating_parses_runs_and_frees) {
   EXPECT_EQ('D', type);
   EXPECT_EQ("-25/5001", codes(evaluate("NAME + 1"), bound.block));
   EXPECT_EQ("-31/5004", codes(evaluate("1 / 0"), bound.block));
+  EXPECT_EQ(VQ_E_EMPTY, lib.dErun(&bound.block, nullptr, nullptr, 0, 0, text, &length));
+  EXPECT_EQ("0", text + std::to_string(length)) << "nothing is delivered";
 }
 
 }  // namespace

@@ -11,29 +11,15 @@ void prepare(CheckedGroup& group) {
   ASSERT_EQ(0, lib.DBclose(group.open()));
 }
 
-// The memo texts of all records, in order.
-std::string texts_of(CheckedGroup& group) {
+// The memo texts of all records.
+std::vector<std::string> texts_of(CheckedGroup& group) {
   VqDatabase* database = nullptr;
   EXPECT_EQ(
       0, lib.DBopen(&group.block, group.table().c_str(), 64, 4, 1, 0, nullptr, &database, nullptr));
-  if (database == nullptr) return "none";
-  VqMember table = {};
-  EXPECT_EQ(0, lib.GRPmember(database, 1, nullptr, nullptr, &table));
-  std::string record(CheckedGroup::kRecordBytes, '\0');
-  std::string all;
-  std::uint32_t recno = 0;
-  while (lib.DBnextrec(&table, record.data(), &recno, nullptr) == 0) {
-    for (const std::size_t field : {std::size_t{28}, std::size_t{38}}) {
-      std::string text(2000, '\0');
-      std::int32_t length = 0;
-      if (lib.DBgetmemo(database, &record[field], 0, 1999, text.data(), &length, nullptr) == 0) {
-        all.append(text.substr(0, static_cast<std::size_t>(length)));
-      }
-      all += '|';
-    }
-  }
+  if (database == nullptr) return {};
+  const std::vector<std::string> texts = CheckedGroup::memos(database);
   EXPECT_EQ(0, lib.DBclose(database));
-  return all;
+  return texts;
 }
 
 std::vector<std::string> strange_files(CheckedGroup& group) {
@@ -67,7 +53,7 @@ TEST(CutOffCompaction, takes_no_missing_or_changed_file_for_its_own) {
     VqDatabase* database = group.open();
     ASSERT_EQ(0, lib.DBupdrec(database, 1, group.record(database, 52).data()));
     ASSERT_EQ(0, lib.DBclose(database));
-    const std::string texts = texts_of(group);
+    const std::vector<std::string> texts = texts_of(group);
     const std::size_t size = read_file(group.file("ITEMS.DBT")).size();
     {
       const auto is_change = [](Call call) {

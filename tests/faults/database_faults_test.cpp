@@ -71,7 +71,7 @@ TEST_P(FailingChange, loses_nothing) {
     }
     ASSERT_EQ(0, lib.DBclose(database));
 
-    ASSERT_EQ(0, lib.DBuse(&orders.block, orders.table().c_str(), GetParam().mode, &database));
+    database = orders.use(GetParam().mode);
     const Order order = {"mm", 31, 28};
     const std::uint32_t changed = GetParam().appends ? kRecords + 1 : 3;
     orders.block.detail = 0;
@@ -90,8 +90,8 @@ TEST_P(FailingChange, loses_nothing) {
     EXPECT_TRUE(struck || result == 0);
     (void)lib.DBclose(database);
 
-    ASSERT_EQ(0, lib.DBuse(&orders.block, orders.table().c_str(), 0, &database))
-        << orders.block.detail;
+    database = orders.use();
+    ASSERT_NE(nullptr, database);
     if (result == 0) {
       if (GetParam().appends) {
         records.push_back(order);
@@ -291,9 +291,7 @@ TEST(SharedIndexList, keeps_what_another_wrote_meanwhile) {
       orders.create();
       const std::string list = orders.file("ORDERS.DD");
       write_file(list, "NDX=" + orders.file("NAMES") + "\r\n");
-      VqDatabase *mine = nullptr, *theirs = nullptr;
-      ASSERT_EQ(0, lib.DBuse(&orders.block, orders.table().c_str(), 0, &mine));
-      ASSERT_EQ(0, lib.DBuse(&orders.block, orders.table().c_str(), 0, &theirs));
+      VqDatabase *const mine = orders.use(), *const theirs = orders.use();
       const auto build = [&](VqDatabase* database, const std::string& name) {
         return lib.DBindex(database, 64, name.c_str(), nullptr, "AMOUNT", nullptr, 0);
       };

@@ -21,9 +21,7 @@ std::vector<Order> fill(Orders& orders) {
 }
 
 void expect_contents(Orders& orders, const std::vector<Order>& records) {
-  VqDatabase* database = nullptr;
-  ASSERT_EQ(0, lib.DBuse(&orders.block, orders.table().c_str(), 0, &database))
-      << orders.block.detail;
+  VqDatabase* const database = orders.use();
   ASSERT_EQ(kOrderIndexes, value(table_member(database).flags));
   expect_in_step(database, orders, records);
   EXPECT_EQ(0, lib.DBclose(database));

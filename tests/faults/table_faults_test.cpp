@@ -21,9 +21,8 @@ Records records_in(const std::string& name) {
   OpenTable table(block, name, 1, 8);
   EXPECT_NE(nullptr, static_cast<VqTable*>(table)) << +block.result << " " << +block.detail;
   Records records;
-  std::uint32_t count = 0;
-  if (table == nullptr || lib.dDreccnt(table, &count) != 0) return records;
-  for (std::uint32_t i = 1; i <= count; ++i) {
+  if (table == nullptr) return records;
+  for (std::uint32_t i = 1; i <= record_count(table); ++i) {
     std::string record(ScratchTable::kRecordBytes, '?');
     EXPECT_EQ(0, lib.dDgetrec(table, i, record.data())) << i;
     records.push_back(record);
@@ -222,10 +221,7 @@ TEST(TableFaults, what_no_longer_counts_is_cut_off_where_the_size_tells_the_coun
   scratch.append(1, kRecords);
   source.append(1, 5);
   const auto count_by_size = [&] {
-    OpenTable table(scratch.block, scratch.name, 2, 0);
-    std::uint32_t count = 0;
-    EXPECT_EQ(0, lib.dDreccnt(table, &count));
-    return count;
+    return record_count(OpenTable(scratch.block, scratch.name, 2, 0));
   };
   {
     OpenTable table(scratch.block, scratch.name, 0, 5);

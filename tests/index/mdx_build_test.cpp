@@ -63,11 +63,9 @@ class MdxBuild : public MdxFixture {
 
   // What the tag has to hold, sorted by key and record.
   std::vector<IndexEntry> expected(const TagCase& c, const MdxTag& tag) {
-    std::uint32_t count = 0;
-    EXPECT_EQ(0, lib.dDreccnt(table, &count));
     std::vector<IndexEntry> entries;
     std::string record(kMdxRecordBytes, ' ');
-    for (std::uint32_t recno = 1; recno <= count; ++recno) {
+    for (std::uint32_t recno = 1; recno <= record_count(table); ++recno) {
       EXPECT_EQ(0, lib.dDgetrec(table, recno, record.data()));
       if (c.filter != nullptr && run(c.filter, record, 0, 0) != "T") continue;
       std::string key = run(c.key, record, 0x21, static_cast<std::int32_t>(tag.key_length));

@@ -48,11 +48,9 @@ class NdxBuild : public ::testing::Test {
     char type = 0;
     int32_t length = 0;
     EXPECT_EQ(0, lib.dEparse(&block, expression, table, &program, &type, &length));
-    uint32_t count = 0;
-    EXPECT_EQ(0, lib.dDreccnt(table, &count));
     std::vector<NdxEntry> result;
     std::string record(kRecordBytes, ' ');
-    for (std::uint32_t recno = 1; recno <= count; ++recno) {
+    for (std::uint32_t recno = 1; recno <= record_count(table); ++recno) {
       EXPECT_EQ(0, lib.dDgetrec(table, recno, record.data()));
       std::string key(key_length + 1, '\0');
       EXPECT_EQ(0, lib.dErun(&block, program, record.data(), 1, static_cast<int32_t>(key_length),
@@ -152,8 +150,6 @@ TEST_F(NdxBuild, keys_that_an_index_cannot_hold_are_refused) {
               codes(lib.dNindex(table, file("R").c_str(), c.expression, 0), block))
         << c.expression;
   }
-  EXPECT_EQ("-4/3109", codes(lib.dNindex(table, nullptr, "NAME", 0), block));
-  EXPECT_EQ(-10, lib.dNindex(nullptr, "R", "NAME", 0));
   EXPECT_EQ("old", read_file(file("R.NDX")));
 }
 
@@ -171,7 +167,6 @@ TEST_F(NdxBuild, rebuild_keeps_form_and_drops_stale_entries) {
   EXPECT_EQ(header, read_bytes(file("R.NDX"), 8, 504));
 
   EXPECT_EQ(-5, lib.dNreindex(table, file("NONE").c_str()));
-  EXPECT_EQ("-4/3189", codes(lib.dNreindex(table, nullptr), block));
   ASSERT_EQ(0, lib.dNcreat(&block, file("OTHER").c_str(), "AMOUNT", "C10"));
   EXPECT_EQ("-9/3183", codes(lib.dNreindex(table, file("OTHER").c_str()), block));
   ASSERT_EQ(0, lib.dDclose(table));

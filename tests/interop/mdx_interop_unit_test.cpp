@@ -1,8 +1,8 @@
 // MDX files beside another reader, the Perl module XBase, where it is installed, and beside files
 // that other programs wrote, in the folder that VQDB_REAL_FILES of the environment names.
-#include <cstdio>
 #include <cstdlib>
 
+#include "interop/other_reader.h"
 #include "support/mdx_fixture.h"
 
 namespace {
@@ -14,30 +14,17 @@ constexpr const char* kReader = R"(perl -MXBase::Index -e '
   $index->prepare_select;
   while (my ($key, $record) = $index->fetch) { print "$record\n" }' )";
 
-std::vector<std::uint32_t> read_by_other(const std::string& file, const std::string& tag) {
-  std::vector<std::uint32_t> records;
-  FILE* const output = ::popen((kReader + file + " " + tag).c_str(), "r");
-  if (output == nullptr) return records;
-  std::array<char, 256> line;
-  while (std::fgets(line.data(), line.size(), output) != nullptr) {
-    records.push_back(static_cast<std::uint32_t>(std::atol(line.data())));
-  }
-  EXPECT_EQ(0, ::pclose(output));
-  return records;
-}
-
-std::vector<std::uint32_t> records_of(const MdxTag& tag) {
-  std::vector<std::uint32_t> records;
-  for (const IndexEntry& entry : tag.entries) records.push_back(entry.second);
+// The record numbers of a tag, a line each.
+std::vector<std::string> records_of(const MdxTag& tag) {
+  std::vector<std::string> records;
+  for (const IndexEntry& entry : tag.entries) records.push_back(std::to_string(entry.second));
   return records;
 }
 
 using MdxInterop = MdxFixture;
 
 TEST_F(MdxInterop, other_reader_walks_our_tags_in_our_order) {
-  if (std::system("perl -MXBase::Index -e 1 2>/dev/null") != 0) {
-    GTEST_SKIP() << "the Perl module XBase is not installed";
-  }
+  VQ_NEEDS_READER("the Perl module XBase", "perl -MXBase::Index -e 1");
   const struct {
     const char* tag;
     const char* key;
@@ -71,7 +58,7 @@ TEST_F(MdxInterop, other_reader_walks_our_tags_in_our_order) {
   const MdxReport report = read();
   ASSERT_EQ("", report.all_faults());
   for (const auto& c : cases) {
-    EXPECT_EQ(records_of(report.tag(c.tag)), read_by_other(name("M.MDX"), c.tag)) << c.tag;
+    EXPECT_EQ(records_of(report.tag(c.tag)), lines_of(kReader + name("M.MDX") + " " + c.tag));
   }
 }
 
@@ -104,8 +91,7 @@ class RealFiles : public ::testing::Test {
     ASSERT_EQ(0, lib.GRPmember(database, 1, nullptr, nullptr, &table));
     auto* const handle = static_cast<VqTable*>(table.handle);
     const std::string record_room(static_cast<std::size_t>(lib.dDreclen(handle)), ' ');
-    std::uint32_t count = 0;
-    ASSERT_EQ(0, lib.dDreccnt(handle, &count));
+    const std::uint32_t count = record_count(handle);
     for (const char* const name : {"BYCOMPANY", "BYAUTHOR", "BYYEAR", "BYCOUNTRYR", "BYCOUNTRY"}) {
       SCOPED_TRACE(name);
       VqMember tag = {};
@@ -156,8 +142,7 @@ TEST_F(RealFiles, tags_of_another_program_walk_and_stay_right_after_a_thousand_u
     VqMember table = {};
     ASSERT_EQ(0, lib.GRPmember(database, 1, nullptr, nullptr, &table));
     auto* const handle = static_cast<VqTable*>(table.handle);
-    std::uint32_t count = 0;
-    ASSERT_EQ(0, lib.dDreccnt(handle, &count));
+    const std::uint32_t count = record_count(handle);
     std::string from(static_cast<std::size_t>(lib.dDreclen(handle)), ' '), to = from;
     std::mt19937 random(9);
     for (int n = 0; n < 1000; ++n) {

@@ -202,14 +202,6 @@ Log read_log(const std::string& name) {
   return log;
 }
 
-std::string memo_in(VqDatabase* database, const std::string& record) {
-  std::array<char, 2000> text;
-  std::int32_t size = 0;
-  const std::int32_t result =
-      lib.DBgetmemo(database, &record[28], 0, text.size(), text.data(), &size, nullptr);
-  return result == 0 ? std::string(text.data(), static_cast<std::size_t>(size)) : "none";
-}
-
 struct Setting {
   std::uint32_t dialect;
   std::int32_t scheme;
@@ -279,7 +271,7 @@ TEST_P(KilledWriters, take_nothing_with_them_that_anybody_was_told_is_done) {
     const auto was = known.find(recno);
     const auto then = begun.find(recno);
     if (was != known.end() && was->second == state && then == begun.end()) {
-      EXPECT_EQ(memo_of(number), memo_in(world.database, record)) << recno;
+      EXPECT_EQ(memo_of(number), CheckedGroup::memo(world.database, record, 28)) << recno;
     } else {
       const bool is_old = was != known.end() && was->second == state;
       const bool is_new =

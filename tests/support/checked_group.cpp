@@ -99,6 +99,36 @@ std::string CheckedGroup::record(VqDatabase* database, std::size_t number) {
   return text;
 }
 
+std::string CheckedGroup::memo(VqDatabase* database, const std::string& record, std::size_t field) {
+  std::int32_t size = 0;
+  if (lib.DBmemosize(database, &record[field], &size) != 0) return "none";
+  std::string text(static_cast<std::size_t>(size) + 1, '\0');
+  if (lib.DBgetmemo(database, &record[field], 0, size, text.data(), &size, nullptr) != 0)
+    return "?";
+  text.resize(static_cast<std::size_t>(size));
+  return text;
+}
+
+std::vector<std::string> CheckedGroup::memos(VqDatabase* database) {
+  std::vector<std::string> all;
+  VqMember table = {};
+  EXPECT_EQ(0, lib.GRPmember(database, 1, nullptr, nullptr, &table));
+  EXPECT_EQ(0, lib.DBrewind(&table));
+  std::string record(kRecordBytes, '\0');
+  std::uint32_t recno = 0;
+  while (lib.DBnextrec(&table, record.data(), &recno, nullptr) == 0) {
+    for (const std::size_t field : {28U, 38U}) all.push_back(memo(database, record, field));
+  }
+  return all;
+}
+
+void CheckedGroup::add_tags() {
+  VqTable* const opened = lib.dDopen(&block, table().c_str(), 0, 4);
+  EXPECT_EQ(0, lib.dXezindx(opened, table().c_str(), "QTYS", "QTY", nullptr, 2));
+  EXPECT_EQ(0, lib.dXezindx(opened, table().c_str(), "NAMES", "NAME", "PAID", 1));
+  EXPECT_EQ(0, lib.dDclose(opened));
+}
+
 void CheckedGroup::fill(std::size_t records) {
   VqDatabase* const database = open();
   ASSERT_NE(nullptr, database);

@@ -51,6 +51,13 @@ class CheckedGroup {
   // A record with memos of its number; nothing is written but the memos. One that cannot be, as
   // `memo_result` tells, leaves its field blank.
   std::string record(VqDatabase* database, std::size_t number);
+  // The text of the memo that a field of the record names, or "none"; those of all records, in
+  // order.
+  static std::string memo(VqDatabase* database, const std::string& record, std::size_t field);
+  static std::vector<std::string> memos(VqDatabase* database);
+  // Two tags in an MDX file of the table's own.
+  void add_tags();
+
   Report check(const VqCheckOptions* options = nullptr) {
     return run_check(lib.DBcheck, block, table(), options);
   }

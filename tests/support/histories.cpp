@@ -157,10 +157,7 @@ World::World(std::uint32_t kind) : group(kind), kind_(kind) {
   group.create();
   group.fill();
   if (kind != 1) {
-    VqTable* const table = lib.dDopen(&group.block, group.table().c_str(), 0, 4);
-    EXPECT_EQ(0, lib.dXezindx(table, mdx_.c_str(), "QTYS", "QTY", nullptr, 2));
-    EXPECT_EQ(0, lib.dXezindx(table, mdx_.c_str(), "NAMES", "NAME", "PAID", 1));
-    EXPECT_EQ(0, lib.dDclose(table));
+    group.add_tags();
     group.specs.push_back({VQ_KIND_MDX, mdx_.c_str(), 4, nullptr});
   }
   EXPECT_EQ(0, lib.DBclose(group.open()));  // which writes the list

@@ -108,12 +108,19 @@ void Orders::create() {
   }
 }
 
-VqDatabase* Orders::open(std::uint32_t mode) {
+VqDatabase* Orders::open(std::uint32_t mode, std::span<VqIndexSpec> others) {
   VqDatabase* database = nullptr;
   VqIndexSpec* failed = nullptr;
-  EXPECT_EQ(0, lib.DBopen(&block, table().c_str(), mode, 4, 1, kOrderIndexes, specs.data(),
-                          &database, &failed))
+  EXPECT_EQ(0,
+            lib.DBopen(&block, table().c_str(), mode, 4, VQ_SPECS_ARRAY,
+                       static_cast<std::int32_t>(others.size()), others.data(), &database, &failed))
       << block.detail;
+  return database;
+}
+
+VqDatabase* Orders::use(std::uint32_t mode) {
+  VqDatabase* database = nullptr;
+  EXPECT_EQ(0, lib.DBuse(&block, table().c_str(), mode, &database)) << block.detail;
   return database;
 }
 

@@ -4,6 +4,7 @@
 #define VQDBSYS_TESTS_SUPPORT_ORDERS_H_
 
 #include <compare>
+#include <span>
 
 #include "support/test.h"
 #include "vqdbsys.h"
@@ -63,8 +64,11 @@ class Orders {
 
   // Table and index files, all empty.
   void create();
-  // With the four indexes; null and a test failure when it cannot be opened.
-  VqDatabase* open(std::uint32_t mode = 0);
+  // With the four indexes, with others, or with those of its list; null and a test failure when it
+  // cannot be opened.
+  VqDatabase* open(std::uint32_t mode = 0) { return open(mode, specs); }
+  VqDatabase* open(std::uint32_t mode, std::span<VqIndexSpec> others);
+  VqDatabase* use(std::uint32_t mode = 0);
 
   std::string file(const std::string& name) const { return folder.file(name); }
   std::string table() const { return file("ORDERS"); }

@@ -53,6 +53,13 @@ inline std::string little_endian(std::uint64_t value, std::size_t bytes) {
 }
 inline std::string le32(std::uint32_t value) { return little_endian(value, 4); }
 
+// How many records the table counts.
+inline std::uint32_t record_count(VqTable* table) {
+  std::uint32_t count = 0;
+  EXPECT_EQ(0, lib.dDreccnt(table, &count));
+  return count;
+}
+
 // Calls the cases of a test by their names.
 inline constexpr auto by_name = [](const auto& test) { return std::string(test.param.name); };
 

@@ -137,9 +137,7 @@ class History {
     block_.runtime_flags = static_cast<std::uint16_t>(below(4));
     table_ = lib.dDopen(&block_, name_.c_str(), mode_, kBuffers[below(std::size(kBuffers))]);
     ASSERT_NE(nullptr, table_);
-    std::uint32_t count = 0;
-    ASSERT_EQ(0, lib.dDreccnt(table_, &count));
-    ASSERT_EQ(model_.size(), count);
+    ASSERT_EQ(model_.size(), record_count(table_));
   }
 
   std::mt19937 random_;

@@ -143,10 +143,7 @@ TEST(Concatenate, appends_and_leaves_the_date) {
     EXPECT_EQ("\x50\x02\x03", read_bytes(target.file, 1, 3));
     EXPECT_EQ(records(1, c.target) + records(10001, 10000 + c.source) + "\x1A",
               read_file(target.file).substr(kStart));
-    OpenTable table(target.block, target.name, 0, 1);
-    std::uint32_t count = 0;
-    ASSERT_EQ(0, lib.dDreccnt(table, &count));
-    EXPECT_EQ(c.target + c.source, count);
+    EXPECT_EQ(c.target + c.source, record_count(OpenTable(target.block, target.name, 0, 1)));
   }
 }
 
@@ -244,10 +241,7 @@ TEST(Pack, keeps_live_records_and_what_the_header_says) {
     EXPECT_TRUE(host.in_order);
     EXPECT_EQ(3000u, host.total);
     EXPECT_EQ(3000u, host.last_done);
-    OpenTable table(scratch.block, scratch.name, 0, 4);
-    std::uint32_t count = 0;
-    EXPECT_EQ(0, lib.dDreccnt(table, &count));
-    EXPECT_EQ(1999u, count);
+    EXPECT_EQ(1999u, record_count(OpenTable(scratch.block, scratch.name, 0, 4)));
   }
 }
 
@@ -301,9 +295,7 @@ TEST(Maintenance, cancelled_work_leaves_everything_as_it_was) {
       EXPECT_EQ(before, read_file(target.file).substr(0, before.size()));
       EXPECT_EQ(1u, target.folder.list().size());
       VqBlock by_size = block_of_kind(16);
-      OpenTable table(by_size, target.name, 2, 0);
-      std::uint32_t count = 0;
-      EXPECT_EQ(0, lib.dDreccnt(table, &count));
+      const std::uint32_t count = record_count(OpenTable(by_size, target.name, 2, 0));
       EXPECT_TRUE(packs || at % 2 != 0 || count == 3000) << "dialect 16 goes by the file's size";
     }
   }

@@ -47,9 +47,7 @@ struct Unsorted {
   std::vector<std::string> read(const std::string& name) {
     std::vector<std::string> all;
     OpenTable table(block, name, 0, 8);
-    std::uint32_t count = 0;
-    EXPECT_EQ(0, lib.dDreccnt(table, &count));
-    for (std::uint32_t i = 1; i <= count; ++i) {
+    for (std::uint32_t i = 1; i <= record_count(table); ++i) {
       all.emplace_back(36, ' ');
       EXPECT_EQ(0, lib.dDgetrec(table, i, all.back().data()));
     }
