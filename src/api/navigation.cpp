@@ -1,11 +1,13 @@
 #include "api/navigation.h"
 
+#include <algorithm>
 #include <array>
 
 #include "api/database.h"
 #include "api/group.h"
 #include "api/index_kinds.h"
 #include "api/record_keys.h"
+#include "index/open/index_file.h"
 #include "table/records.h"
 
 namespace vqdb::api {
@@ -18,6 +20,8 @@ constexpr Operation kCurrec{617};
 constexpr Operation kRewind{618};
 constexpr Operation kForward{619};
 constexpr Operation kSetrec{635};
+
+constexpr std::uint32_t kStepsAtOnce = 16;
 
 // One step in either order.
 struct Step {
@@ -91,6 +95,42 @@ Result step(const VqMember& copy, const Step& step, void* record, std::uint32_t&
   return ok(result) ? step_from(place, step, record, recno, key) : result;
 }
 
+// Whether nobody else changes the index, so that steps and reads may be done in another order than
+// they are told of.
+bool is_alone(const Place& place) {
+  return place.member != nullptr && !place.index().index_file().is_shared();
+}
+
+// Leaves the position as it was so many steps before.
+void step_back(const Place& place, std::uint32_t steps) {
+  VqBlock& block = *place.database->block;
+  const std::int32_t detail = block.detail;
+  std::array<Byte, kMaxKeyBytes> key;
+  std::uint32_t recno = 0;
+  while (steps-- > 0) {
+    static_cast<void>(place.member->driver().prvkey(place.index(), key.data(), &recno));
+  }
+  block.detail = detail;
+}
+
+// Some steps at once, whose records the processor fetches while it copies those before. Where one
+// cannot be read the position is there, as if each had been read before the next step.
+Result step_together(const Place& place, std::uint32_t most, Byte* records, std::size_t length,
+                     std::uint32_t* recnos, std::uint32_t& got) {
+  std::array<Byte, kStepsAtOnce * kMaxKeyBytes> keys;
+  std::uint32_t steps = 0;
+  const Result stepped = place.member->bracket().nxtkeys(
+      place.index(), std::min(most, kStepsAtOnce), keys.data(), recnos, steps);
+  table::expect_records(place.table(), {recnos, steps});
+  for (got = 0; got < steps; ++got) {
+    const Result read = read_found(place, recnos[got], records + got * length);
+    if (ok(read)) continue;
+    step_back(place, steps - got - (stepped == Result::index_end ? 0 : 1));
+    return read;
+  }
+  return stepped;
+}
+
 // The record number under a key; with not_found that of the next key, or 0 above the last.
 Result seek(const Place& place, const void* key, std::uint32_t& recno) {
   if (key == nullptr) return Result::out_of_range;
@@ -144,13 +184,20 @@ Result next_records(const VqMember& copy, std::uint32_t count, void* records, st
   if (!ok(result)) return result;
   const std::size_t length =
       table::record_length(place.table()) - (fields_only(*place.database->block) ? 1 : 0);
+  auto* const bytes = static_cast<Byte*>(records);
+  const bool alone = is_alone(place);
   std::array<Byte, kMaxKeyBytes> key;
-  for (got = 0; got < count; ++got) {
-    result = step_from(place, kNext, static_cast<Byte*>(records) + got * length, recnos[got],
-                       key.data());
-    if (!ok(result)) return result;
+  for (got = 0; ok(result) && got < count;) {
+    std::uint32_t more = 0;
+    if (alone) {
+      result = step_together(place, count - got, bytes + got * length, length, recnos + got, more);
+    } else {
+      result = step_from(place, kNext, bytes + got * length, recnos[got], key.data());
+      more = ok(result) ? 1 : 0;
+    }
+    got += more;
   }
-  return Result::ok;
+  return result;
 }
 
 Result previous_record(const VqMember& copy, void* record, std::uint32_t& recno, void* key) {

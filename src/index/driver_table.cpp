@@ -157,6 +157,9 @@ constexpr Bracket kBracket = {
           return update_key(index.key_tree(), old_key, new_key, recno, bracketed);
         },
     .putat = put_key_at,
+    .nxtkeys =
+        [](Index& index, std::uint32_t count, void* keys, std::uint32_t* recnos,
+           std::uint32_t& got) { return next_keys(index.key_tree(), count, keys, recnos, got); },
     .datek = nullptr,
     .haskey = [](Index& index, const void* key, std::uint32_t recno,
                  bool* has) { return holds_entry(index.key_tree(), key, recno, *has); },

@@ -63,6 +63,10 @@ struct Bracket {
                    bool bracketed);
   // Puts a key at its place (open/key_place.h), or looks for the place where none was found.
   Result (*putat)(const KeyPlace& place, std::uint32_t recno, bool bracketed);
+  // The next entries, up to `count`, their keys one behind the other. Stops at the first step that
+  // fails; got is how many there were.
+  Result (*nxtkeys)(Index&, std::uint32_t count, void* keys, std::uint32_t* recnos,
+                    std::uint32_t& got);
   // Tells that the keys are dates, where a file may leave that open; null where none does.
   void (*datek)(Index&);
   // Whether exactly this key and record number are there. The position stays.

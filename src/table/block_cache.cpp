@@ -343,6 +343,18 @@ Byte* BlockCache::peek(std::uint32_t recno) {
   return data_of(buffer) + std::size_t{position} * file_.record_length;
 }
 
+void BlockCache::prefetch(std::uint32_t recno) const {
+  constexpr std::size_t kCacheLine = 64;
+  const std::uint32_t block = file_.block_of(recno);
+  const std::uint32_t buffer = lookup(block);
+  if (buffer == none()) return;
+  const std::size_t position = recno - file_.first_of(block);
+  const Byte* const record = data_of(buffer) + position * file_.record_length;
+  for (std::size_t at = 0; at < file_.record_length; at += kCacheLine) {
+    __builtin_prefetch(record + at);
+  }
+}
+
 Byte* BlockCache::note_append(std::uint32_t recno) {
   if (!has_buffers()) return nullptr;
   const std::uint32_t block = file_.block_of(recno);

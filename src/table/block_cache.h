@@ -75,6 +75,8 @@ class BlockCache {
 
   // The bytes of a record if its block is cached and holds it, else null.
   Byte* peek(std::uint32_t recno);
+  // Has the processor fetch a record's bytes if they are cached.
+  void prefetch(std::uint32_t recno) const;
   // Marks the block that find gave last as changed.
   void mark_changed();
 

@@ -121,6 +121,13 @@ Result read_records(Table& table, std::uint32_t first, std::uint32_t count, void
   return Result::ok;
 }
 
+void expect_records(const Table& table, std::span<const std::uint32_t> recnos) {
+  if (table.reads_from_file()) return;
+  for (const std::uint32_t recno : recnos) {
+    if (is_number(recno)) table.cache.prefetch(recno);
+  }
+}
+
 Result reread_record(Table& table, std::uint32_t recno, void* record) {
   return reread(table, recno, table.caller_offset(), record);
 }

@@ -4,6 +4,7 @@
 #define VQDBSYS_TABLE_RECORDS_H_
 
 #include <cstdint>
+#include <span>
 
 #include "frame/bytes.h"
 #include "table/table.h"
@@ -21,6 +22,8 @@ Result read_whole_record(Table& table, std::uint32_t recno, Byte* record);
 // Records that follow one another, up to the first that cannot be read; how many is told.
 Result read_records(Table& table, std::uint32_t first, std::uint32_t count, void* records,
                     std::uint32_t& got);
+// These will be read soon: those that are in the buffers are fetched into the processor's cache.
+void expect_records(const Table& table, std::span<const std::uint32_t> recnos);
 // One record from the file, past the buffers, unless changes wait there; a number beyond the last
 // record as known is looked for in the file as well. For a record that is locked: what was read
 // before may have changed.

@@ -61,6 +61,40 @@ TEST_F(Navigation, records_in_blocks_are_those_that_come_one_by_one) {
   orders_.block.runtime_flags = 0;
 }
 
+// The index names records that the table does not have, to the end of the index or farther on.
+TEST_F(Navigation, blocks_end_where_steps_do_and_go_on_from_there) {
+  const VqMember names = order_member(database_, orders_, 0);
+  auto* const index = static_cast<VqIndex*>(names.handle);
+  std::string records(50 * kOrderBytes, ' ');
+  std::array<std::uint32_t, 50> numbers = {};
+  std::uint32_t got = 0;
+  const auto end_of = [&](std::uint32_t most) {
+    EXPECT_EQ(0, lib.DBrewind(&names));
+    std::uint32_t all = 0;
+    std::int32_t result = 0;
+    for (; result == 0; all += got) {
+      result = lib.DBgetrecs(&names, most, records.data(), numbers.data(), &got);
+    }
+    std::string end = std::to_string(all) + " " + codes(result, orders_.block);
+    for (const auto step : {lib.dNcurkey, lib.dNnxtkey, lib.dNprvkey, lib.dNprvkey}) {
+      const std::int32_t stepped = step(index, key_.data(), &recno_);
+      end += " " + std::to_string(stepped) + "/" + std::to_string(recno_);
+    }
+    return end;
+  };
+  for (const char first : {'e', 'b'}) {  // behind dora, and before carl
+    key_.fill(' ');
+    key_[0] = first;
+    key_[1] = 'x';
+    for (std::uint32_t recno = 120; recno >= 100; --recno) {
+      const auto key = key_;
+      ASSERT_EQ(0, lib.dNputkey(index, key.data(), recno));
+      EXPECT_EQ(end_of(1), end_of(50)) << recno;
+      key_ = key;
+    }
+  }
+}
+
 TEST_F(Navigation, the_table_goes_by_record_numbers) {
   ASSERT_EQ(0, lib.DBrewind(&table_));
   for (std::uint32_t n = 1; n <= 3; ++n) {
