@@ -6,9 +6,12 @@
 #include <cstring>
 #include <numeric>
 #include <random>
+#include <tuple>
 
 namespace vqdb::bench {
 namespace {
+
+constexpr std::size_t kMostInRandomOrder = 2000000;
 
 using Random = std::mt19937_64;
 
@@ -77,19 +80,6 @@ std::vector<Customer> invent_customers() {
   return all;
 }
 
-std::vector<const Customer*> as_they_come() {
-  std::vector<const Customer*> all;
-  for (const Customer& customer : customers()) all.push_back(&customer);
-  return all;
-}
-
-std::vector<const Customer*> by_name() {
-  std::vector<const Customer*> all = as_they_come();
-  std::stable_sort(all.begin(), all.end(),
-                   [](const Customer* a, const Customer* b) { return a->name < b->name; });
-  return all;
-}
-
 }  // namespace
 
 std::size_t record_count() {
@@ -116,9 +106,14 @@ const std::vector<std::uint32_t>& random_order() {
   return order;
 }
 
-const std::vector<const Customer*>& filling_order() {
-  static const std::vector<const Customer*> order =
-      record_count() > 2000000 ? by_name() : as_they_come();
+std::vector<const Customer*> filling_order() {
+  std::vector<const Customer*> order;
+  order.reserve(record_count());
+  for (const Customer& customer : customers()) order.push_back(&customer);
+  if (record_count() <= kMostInRandomOrder) return order;
+  std::sort(order.begin(), order.end(), [](const Customer* a, const Customer* b) {
+    return std::tie(a->name, a->id) < std::tie(b->name, b->id);
+  });
   return order;
 }
 

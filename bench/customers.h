@@ -49,7 +49,7 @@ const std::vector<std::uint32_t>& random_order();
 
 // The customers as files of names that are only sought in and walked are filled: as they come, or
 // by their names where there are more than two million, as that takes many minutes otherwise.
-const std::vector<const Customer*>& filling_order();
+std::vector<const Customer*> filling_order();
 
 // Writes the 84 bytes of the record, deletion flag first.
 void format_record(const Customer& customer, char* record);

@@ -43,7 +43,7 @@ class Rates : public benchmark::BenchmarkReporter {
   std::map<std::string, double> best_;
 };
 
-// The ways of SQLite beside the usual one, of which each workload's best is told, take an hour:
+// The ways of SQLite beside the usual one, of which each workload's best is told, take minutes:
 // they run where VQDB_BENCH_SQLITE is set.
 bool tries_ways() { return std::getenv("VQDB_BENCH_SQLITE") != nullptr; }
 
@@ -180,6 +180,10 @@ int main(int argc, char** argv) {
   print_table(rates);
   if (tries_ways()) print_best_ways(rates);
   if (measures_peak) {
+    for (const Workload& workload : workloads()) {
+      if (workload.sum)
+        std::printf("\nsum: %llu\n", static_cast<unsigned long long>(*workload.sum));
+    }
     std::printf("\npeak memory beyond the customers: %.1f MiB\n", megabytes_since(before));
   } else {
     print_memory();
