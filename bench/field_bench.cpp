@@ -2,7 +2,6 @@
 // whose columns are read and bound one by one.
 
 #include <array>
-#include <cmath>
 #include <string>
 #include <vector>
 

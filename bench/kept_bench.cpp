@@ -37,13 +37,14 @@ const Register append_tags({20, "append with three tags", append_to_tags, append
 
 // ---- the checker beside the build of what it checks
 
-// The customers with three NDX files, and the workspace of either.
+// The customers with three NDX files, 64 MiB of workspace for the build and for the check.
 class CheckedTable {
  public:
   CheckedTable() {
     static_cast<VqBlock*>(block_)->page_count_setting = kBytesOf64MiB / 16384;
-    for (const KeptIndex& index : kKept)
+    for (const KeptIndex& index : kKept) {
       files_.push_back(fresh_file(std::string(index.name) + ".NDX"));
+    }
   }
 
   void build() {
@@ -56,8 +57,9 @@ class CheckedTable {
   // How many findings there are.
   Sum check() {
     std::vector<VqIndexDef> indexes;
-    for (const std::string& file : files_)
+    for (const std::string& file : files_) {
       indexes.push_back({VQ_KIND_NDX, file.c_str(), {}, {}, {}, 0});
+    }
     const VqCheckOptions options = {0, static_cast<std::int32_t>(indexes.size()), indexes.data(),
                                     nullptr, nullptr};
     Sum findings = 0;
