@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 #include "api/first_failure.h"
 #include "api/index_kinds.h"
@@ -25,6 +26,10 @@ constexpr std::int32_t kNoMemoryForName = 6312;
 class TableLock {
  public:
   explicit TableLock(table::Table& table) : table_(table) {}
+  // Where memory gave out meanwhile.
+  ~TableLock() { static_cast<void>(release_after(Result::ok)); }
+  TableLock(const TableLock&) = delete;
+  TableLock& operator=(const TableLock&) = delete;
 
   Result take() {
     const bool shared = (table::open_mode_of(table_) & open_mode::kShared) != 0;
@@ -38,7 +43,7 @@ class TableLock {
   Result release_after(Result work) {
     FirstFailure failure(table::block_of(table_));
     failure.note(work);
-    if (taken_) failure.note(table::unlock_file(table_));
+    if (std::exchange(taken_, false)) failure.note(table::unlock_file(table_));
     return failure.result();
   }
 

@@ -134,12 +134,12 @@ TEST_F(Group, answers_questions_through_the_driver) {
   const VqMember mixed = order_member(database_, orders_, 2);
   char text[250];
   ASSERT_EQ(0, lib.DBexpr(&mixed, text, sizeof text, &flags));
-  EXPECT_STREQ("UPPER(NAME)+DTOS(DUE)", text);
+  EXPECT_STREQ("TRIM(UPPER(NAME))+DTOS(DUE)", text);
   EXPECT_EQ(0, flags);
   EXPECT_EQ(0, lib.DBexpr(&mixed, text, sizeof text, nullptr));
   EXPECT_EQ(0, lib.DBexplen(&mixed, &number, nullptr));
   ASSERT_EQ(0, lib.DBexplen(&mixed, &number, &flags));
-  EXPECT_EQ(21, number);
+  EXPECT_EQ(27, number);
   ASSERT_EQ(0, lib.DBkeylen(&mixed, &number));
   EXPECT_EQ(20, number);
   ASSERT_EQ(0, lib.DBkeytype(&mixed, &number));

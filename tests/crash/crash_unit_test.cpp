@@ -29,7 +29,8 @@ class Crash : public ::testing::TestWithParam<History> {
     if (child == 0) {
       crash_at(n, half, is_change);
       for (const Step& step : GetParam().steps) {
-        if (step.run(world_) != 0) std::_Exit(1);
+        // Half a write is told, and then the process dies.
+        if (step.run(world_) != 0) std::_Exit(half ? kCrashed : 1);
         ++*done_;
       }
       std::_Exit(0);

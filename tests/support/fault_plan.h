@@ -57,6 +57,12 @@ inline bool is_change(Call call) {
          call == Call::remove;
 }
 
+// How many files this process has open.
+inline std::size_t open_files() {
+  const std::filesystem::directory_iterator files("/proc/self/fd");
+  return static_cast<std::size_t>(std::distance(begin(files), end(files)));
+}
+
 // What work gave under a plan, and whether the plan struck.
 template <typename Result>
 struct UnderFault {

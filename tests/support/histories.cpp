@@ -31,6 +31,16 @@ Step remove(std::uint32_t recno) {
 Step recall(std::uint32_t recno) {
   return {[=](World& world) { return lib.DBrclrec(world.database, recno); }};
 }
+// The table and an index of each kind, one by one.
+const Step kFlushMembers = {[](World& world) {
+  for (const std::uint32_t kind : {VQ_KIND_TABLE, VQ_KIND_NDX, VQ_KIND_TAG}) {
+    VqMember member = {};
+    const std::int32_t found = lib.GRPmember(world.database, kind, nullptr, "NAMES", &member);
+    const std::int32_t result = found != 0 ? found : lib.DBmember_flush(&member);
+    if (result != 0) return result;
+  }
+  return 0;
+}};
 const Step kFlush = {[](World& world) { return lib.DBflush(world.database); }};
 const Step kClose = {[](World& world) { return world.close(); }};
 
@@ -283,12 +293,25 @@ std::vector<History> histories() {
                    {open_in(mode), append(13, 13), append(100, 14), update(3, 49), remove(5),
                     recall(5), append(28, 15), update(1, 1999), append(20, 16), kFlush, kClose}});
   }
-  const Step index = {[](World& world) {
-    const std::string name = world.group.file("BYPAID");
-    return lib.DBindex(world.database, VQ_KIND_NDX, name.c_str(), nullptr, "NAME", nullptr, 0);
-  }};
+  const auto build = [](std::uint32_t kind, const char* file, const char* tag) {
+    return Step{[=](World& world) {
+      const std::string name = world.group.file(file);
+      return lib.DBindex(world.database, kind, name.c_str(), tag, "NAME", nullptr, 0);
+    }};
+  };
+  const Step index = build(VQ_KIND_NDX, "BYPAID", nullptr);
+  const Step tag = build(VQ_KIND_MDX, "ITEMS", "NEW"), first = build(VQ_KIND_MDX, "FRESH", "NEW");
   const Step rebuild = {[](World& world) { return lib.DBreindex(world.database); }};
   all.push_back({"index", 7, 0, true, nullptr, {}, {open_in(0), index, rebuild, kClose}});
+  all.push_back({"index", 7, 2, true, nullptr, {}, {open_in(2), index, kClose}});
+  all.push_back({"tag", 7, 4, true, nullptr, {}, {open_in(4), tag, first, kClose}});
+  all.push_back({"flush",
+                 7,
+                 0,
+                 false,
+                 nullptr,
+                 {},
+                 {open_in(0), append(15, 13), kFlushMembers, kFlush, kClose}});
   for (const Alone& alone : operations_alone()) {
     all.push_back({alone.name, 7, 0, true, alone.prepare, alone.may_find, {alone.step}});
   }
@@ -304,11 +327,13 @@ std::string name_of(const History& history) {
          std::to_string(history.mode);
 }
 
-std::vector<Atoms> states_of(World& world, const History& history) {
+std::vector<Atoms> states_of(World& world, const History& history,
+                             const std::function<void()>& after_each) {
   std::vector<Atoms> states = {world.read()};
   for (const Step& step : history.steps) {
     EXPECT_EQ(0, step.run(world));
     states.push_back(world.read());
+    after_each();
   }
   return states;
 }

@@ -68,7 +68,8 @@ std::vector<History> histories();
 std::string name_of(const History& history);
 
 // What can be read behind each step, and at first.
-std::vector<Atoms> states_of(World& world, const History& history);
+std::vector<Atoms> states_of(
+    World& world, const History& history, const std::function<void()>& after_each = [] {});
 // The first atom that all of states [first, last] have and `now` lacks, or nothing.
 std::string first_lost(const std::vector<Atoms>& states, std::size_t first, std::size_t last,
                        const Atoms& now);

@@ -45,9 +45,9 @@ const std::array<OrderIndex, kOrderIndexes> kOrderIndex = {{
      [](const Order& order) {
        return OrderKey{"", amount(order.cents)};
      }},
-    {64, "MIXED", "UPPER(NAME)+DTOS(DUE)", "C20", false,
+    {64, "MIXED", "TRIM(UPPER(NAME))+DTOS(DUE)", "C20", false,
      [](const Order& order) {
-       return OrderKey{upper(padded(order.name, kNameWidth)) + day_text(order.due)};
+       return OrderKey{padded(upper(order.name) + day_text(order.due), kNameWidth + 8)};
      }},
     {128, "DUES", "DUE", "3D", true,
      [](const Order& order) {

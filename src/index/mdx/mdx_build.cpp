@@ -1,5 +1,6 @@
 #include "index/mdx/mdx_build.h"
 
+#include <new>
 #include <string>
 #include <vector>
 
@@ -235,7 +236,12 @@ Result open_and_add(table::Table& table, const char* name, const Recipe& recipe,
     lost = result == Result::not_found;
     return result;
   }
-  const Result result = add_in_bracket(table, file->store, recipe, lost);
+  Result result = Result::no_memory;
+  try {
+    result = add_in_bracket(table, file->store, recipe, lost);
+  } catch (const std::bad_alloc&) {
+    // The file is closed all the same, and goes if it was made for this.
+  }
   const std::int32_t detail = block.detail;
   const Result closed = close_mdx(*file);
   if (ok(result)) return closed;
