@@ -206,6 +206,50 @@ Result BlockCache::find_block(std::uint32_t recno, Load load, Byte*& record) {
   return Result::ok;
 }
 
+// Whether the block is likely to be asked for again: as long as there is room for it, some of the
+// last reads have met their block in a buffer, or this one goes on beside the last. Some of the
+// others are kept, too, lest blocks that are used often from now on never come in.
+bool BlockCache::is_worth_keeping(std::uint32_t block) {
+  constexpr std::uint32_t kMissesBeforePassing = 64;
+  constexpr std::uint32_t kPassedOfEach = 8;
+  if (!reads_ahead_ || empty_ != none() || block == next_block_ || block == passed_block_) {
+    misses_ = 0;
+    return true;
+  }
+  return ++misses_ < kMissesBeforePassing || misses_ % kPassedOfEach == 0;
+}
+
+// False where the block has to be read, be it to tell what is wrong.
+bool BlockCache::read_past(std::uint32_t recno, std::uint32_t skip, void* out) {
+  const std::uint32_t size = file_.record_length - skip;
+  std::size_t bytes = 0;
+  const platform::Outcome outcome =
+      file_.file.read_at(file_.offset_of(recno) + skip, out, size, bytes);
+  if (!outcome.ok() || bytes < size) return false;
+  passed_block_ = file_.block_of(recno);
+  next_block_ = passed_block_ + 1;
+  return true;
+}
+
+Result BlockCache::read_away(std::uint32_t recno, std::uint32_t skip, void* out) {
+  const std::uint32_t block = file_.block_of(recno);
+  const std::uint32_t position = recno - file_.first_of(block);
+  const std::uint32_t buffer = lookup(block);
+  if (position < buffers_[buffer].held) {
+    misses_ = 0;
+    make_current(buffer);
+    copy_from(buffer, position, skip, out);
+    return Result::ok;
+  }
+  if (buffer == none() && !is_worth_keeping(block) && read_past(recno, skip, out)) {
+    return Result::ok;
+  }
+  Byte* record = nullptr;
+  const Result result = find_block(recno, Load::cached, record);
+  if (ok(result)) std::memcpy(out, record + skip, file_.record_length - skip);
+  return result;
+}
+
 Result BlockCache::find_append_block(Byte*& record) {
   const std::uint32_t recno = file_.count + 1;
   const std::uint32_t block = file_.block_of(recno);

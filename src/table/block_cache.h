@@ -9,6 +9,7 @@
 
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <span>
 
 #include "frame/bytes.h"
@@ -47,6 +48,18 @@ class BlockCache {
       return Result::ok;
     }
     return find_block(recno, load, record);
+  }
+
+  // Copies the bytes of a record from `skip` on, for somebody who only reads it: where records are
+  // read here and there, and hardly any block twice, no more than the record comes from the file.
+  // Details as for find.
+  Result read(std::uint32_t recno, std::uint32_t skip, void* out) {
+    const std::uint32_t position = recno - current_first_;
+    if (position < buffers_[current_].held) {
+      copy_from(current_, position, skip, out);
+      return Result::ok;
+    }
+    return read_away(recno, skip, out);
   }
 
   // The records behind this one in its block, as far as the block is at hand and holds them.
@@ -150,6 +163,14 @@ class BlockCache {
   void remove_block(std::uint32_t buffer);
   void forget(std::uint32_t buffer);
 
+  void copy_from(std::uint32_t buffer, std::uint32_t position, std::uint32_t skip,
+                 void* out) const {
+    std::memcpy(out, data_of(buffer) + std::size_t{position} * file_.record_length + skip,
+                file_.record_length - skip);
+  }
+  bool is_worth_keeping(std::uint32_t block);
+  bool read_past(std::uint32_t recno, std::uint32_t skip, void* out);
+  Result read_away(std::uint32_t recno, std::uint32_t skip, void* out);
   Result find_block(std::uint32_t recno, Load load, Byte*& record);
   Result find_append_block(Byte*& record);
   Result make_room(std::int32_t detail, std::uint32_t& buffer);
@@ -185,6 +206,8 @@ class BlockCache {
   std::uint32_t current_ = 0;
   std::uint32_t current_first_ = 0;  // first record of the current block
   std::uint32_t next_block_ = 1;     // the block that continues what was read last
+  std::uint32_t misses_ = 0;         // reads in a row whose block no buffer had
+  std::uint32_t passed_block_ = 0;   // of the record that was read past the buffers last
   std::uint32_t ahead_block_ = 0;    // a changed block of which ...
   std::uint32_t ahead_bytes_ = 0;    // ... so many bytes have been written since; 0 when none
   std::uint32_t changed_count_ = 0;

@@ -49,13 +49,10 @@ Result read_from_file(Table& table, std::uint32_t recno, std::uint32_t skip, voi
   return Result::ok;
 }
 
-Result read_from_cache(Table& table, std::uint32_t recno, BlockCache::Load load, std::uint32_t skip,
-                       void* record) {
-  Byte* place = nullptr;
-  if (const Result result = table.cache.find(recno, load, place); !ok(result)) return result;
-  std::memcpy(record, place + skip, table.records.record_length - skip);
-  table.current = recno;
-  return Result::ok;
+Result read_from_cache(Table& table, std::uint32_t recno, std::uint32_t skip, void* record) {
+  const Result result = table.cache.read(recno, skip, record);
+  if (ok(result)) table.current = recno;
+  return result;
 }
 
 // Reads a record that may not exist, or not come from the cache. Kept out of the way of the usual
@@ -64,16 +61,19 @@ Result read_from_cache(Table& table, std::uint32_t recno, BlockCache::Load load,
                                       void* record) {
   BlockCache::Load load;
   if (const Result result = check_number(table, recno, kGetrec, load); !ok(result)) return result;
-  const bool cached = load == BlockCache::Load::cached;
-  if (table.cache.has_buffers() && !(cached && table.reads_from_file())) {
-    return read_from_cache(table, recno, load, skip, record);
+  if (!table.cache.has_buffers()) return read_from_file(table, recno, skip, record);
+  if (load == BlockCache::Load::reload) {
+    Byte* place = nullptr;
+    if (const Result result = table.cache.find(recno, load, place); !ok(result)) return result;
+  } else if (table.reads_from_file()) {
+    return read_from_file(table, recno, skip, record);
   }
-  return read_from_file(table, recno, skip, record);
+  return read_from_cache(table, recno, skip, record);
 }
 
 Result read(Table& table, std::uint32_t recno, std::uint32_t skip, void* record) {
   if (is_number(recno) && recno <= table.records.count && !table.reads_from_file()) {
-    return read_from_cache(table, recno, BlockCache::Load::cached, skip, record);
+    return read_from_cache(table, recno, skip, record);
   }
   return read_checked(table, recno, skip, record);
 }

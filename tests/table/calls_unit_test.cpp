@@ -67,6 +67,45 @@ TEST(Calls, the_block_used_longest_ago_makes_room) {
   }
 }
 
+// Reads of one record each from many blocks are not the last word on what is kept.
+TEST(Calls, after_records_here_and_there_blocks_are_kept_again) {
+  for (std::uint16_t skip = 0; skip < 2; ++skip) {
+    ScratchTable scratch;
+    scratch.append(1, kRecords);
+    scratch.block.runtime_flags = skip;
+    OpenTable table(scratch.block, scratch.name, 0, 8);
+    std::map<std::uint32_t, std::string> changed;
+    const auto read = [&](std::uint32_t recno) {
+      const auto found = changed.find(recno);
+      const auto& is = found != changed.end() ? found->second : ScratchTable::record(recno);
+      std::string out(ScratchTable::kRecordBytes - skip, '?');
+      ASSERT_EQ(0, lib.dDgetrec(table, recno, out.data()));
+      ASSERT_EQ(is.substr(skip), out);
+    };
+    const auto scatter = [&] {
+      for (std::uint32_t i = 1; i <= 200; ++i) read(i * 37 % 100 * 68 + i % 68 + 1);
+    };
+    EXPECT_EQ(200u, calls_of(scatter));
+    EXPECT_GE(2u, calls_of([&] {
+                for (std::uint32_t i = 1; i <= 68; ++i) read(68 * 50 + i);
+              }));
+    scatter();
+    EXPECT_GT(25u, calls_of([&] {
+                for (std::uint32_t i = 1; i <= 400; ++i) read(i * i % 5 * 1000 + 7);
+              }));
+    for (std::uint32_t i = 1; i < kRecords; i += 97) {
+      scatter();
+      changed[i] = ScratchTable::record(kRecords + i);
+      ASSERT_EQ(0, lib.dDupdrec(table, i, changed[i].data() + skip));
+      read(i);
+    }
+    scatter();
+    std::filesystem::resize_file(scratch.file, 97 + 68 * 98 * ScratchTable::kRecordBytes + 5);
+    std::string out(ScratchTable::kRecordBytes, '?');
+    EXPECT_EQ("-17/10064", codes(lib.dDgetrec(table, 68 * 98 + 1, out.data()), scratch.block));
+  }
+}
+
 TEST(Calls, blocks_read_ahead_and_never_used_make_room_before_any_that_was) {
   ScratchTable scratch;
   scratch.append(1, kRecords);
