@@ -59,8 +59,7 @@ std::uint32_t count_below(const Row& row, IsBelow is_below) {
   std::size_t probe = last + reach;
   for (;;) {
     last = is_below(row.first + probe) ? upper : last;
-    step /= 2;
-    if (step == 0) return row.grid.slot_at(last + stride);
+    if (reach == stride) return row.grid.slot_at(last + stride);
     reach /= 2;
     upper = probe = last + reach;
   }

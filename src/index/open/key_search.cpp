@@ -18,7 +18,9 @@ void deliver(const KeyTree& keys, void* key, std::uint32_t* recno) {
 Result arrive(KeyTree& keys, void* key, std::uint32_t* recno) {
   Entry entry{};
   Cursor& cursor = keys.cursor;
-  if (const Result result = keys.tree.entry_at(cursor.path, entry); !ok(result)) return result;
+  if (!keys.tree.step_in_leaf(cursor.path, 0, entry)) {
+    if (const Result result = keys.tree.entry_at(cursor.path, entry); !ok(result)) return result;
+  }
   remember(keys, entry.key, entry.recno);
   cursor.anchor = Cursor::Anchor::entry;
   cursor.state = PositionState::positioned;

@@ -92,7 +92,12 @@ class Tree {
   // The last entry equal to or below the key; found is false when there is none.
   Result find_last(const Byte* key, Path& path, bool& found);
   // From a place behind the last entry of a leaf to the first entry of the next leaf that has one.
-  Result step_to_entry(Path& path, bool& found);
+  Result step_to_entry(Path& path, bool& found) {
+    PageCache::Frame frame = 0;
+    if (const Result result = fetch(path.leaf().page, frame); !ok(result)) return result;
+    found = path.leaf().slot < page(frame).count();
+    return found ? Result::ok : step(path, End::first, found);
+  }
   // found is false, and the path as it was, where there is no such entry.
   Result first(Path& path, bool& found);
   Result last(Path& path, bool& found);

@@ -169,13 +169,6 @@ void Tree::await_step(const Path& path, End from) {
   if (beside <= page(frame).count()) cache_.prefetch(cache_.home_of(page(frame).child(beside)));
 }
 
-Result Tree::step_to_entry(Path& path, bool& found) {
-  PageCache::Frame frame = 0;
-  if (const Result result = fetch(path.leaf().page, frame); !ok(result)) return result;
-  found = path.leaf().slot < page(frame).count();
-  return found ? Result::ok : step(path, End::first, found);
-}
-
 Result Tree::first(Path& path, bool& found) {
   Path way;
   if (const Result result = descend(root_, End::first, way); !ok(result)) return result;
