@@ -9,9 +9,9 @@ namespace {
 // After so many steps at once whoever waits to change a shared file comes first.
 constexpr std::uint32_t kStepsAtOnce = 256;
 
-void deliver(const KeyTree& keys, void* key, std::uint32_t* recno) {
-  if (key != nullptr) copy_short(key, keys.cursor.key.get(), keys.key_length());
-  if (recno != nullptr) *recno = keys.cursor.recno;
+void deliver(const KeyTree& keys, const Entry& entry, void* key, std::uint32_t* recno) {
+  if (key != nullptr) copy_short(key, entry.key, keys.key_length());
+  if (recno != nullptr) *recno = entry.recno;
 }
 
 // The entry that the cursor's path has come to becomes the position.
@@ -26,19 +26,25 @@ Result arrive(KeyTree& keys, void* key, std::uint32_t* recno) {
   cursor.state = PositionState::positioned;
   cursor.path_holds = true;
   cursor.leaf_holds = keep_leaf(keys, cursor.path);
-  deliver(keys, key, recno);
+  deliver(keys, entry, key, recno);
   return Result::ok;
 }
 
+std::int32_t places(Direction direction) { return direction == Direction::forward ? 1 : -1; }
+
 // More leaves in one direction than the file has pages: its pages run in a circle. In a shared file
 // a walk may pass a leaf twice, when others remove what it stands at.
+bool runs_in_circle(const KeyTree& keys, std::int64_t leaves_passed) {
+  const std::int64_t limit =
+      std::int64_t{keys.file.cache.limit()} * (keys.file.is_shared() ? 2 : 1);
+  return leaves_passed > limit || leaves_passed < -limit;
+}
+
 Result pass_leaf(KeyTree& keys, Direction direction) {
   Cursor& cursor = keys.cursor;
   keep_passed(keys, direction);
-  cursor.leaves_passed += direction == Direction::forward ? 1 : -1;
-  const std::int64_t limit =
-      std::int64_t{keys.file.cache.limit()} * (keys.file.is_shared() ? 2 : 1);
-  if (cursor.leaves_passed <= limit && cursor.leaves_passed >= -limit) return Result::ok;
+  cursor.leaves_passed += places(direction);
+  if (!runs_in_circle(keys, cursor.leaves_passed)) return Result::ok;
   const Operation operation =
       direction == Direction::forward ? keys.operations.next : keys.operations.previous;
   return fail(keys.file.block, Result::page_error, operation.detail(4));
@@ -110,18 +116,39 @@ bool stands_in_leaf(const KeyTree& keys) {
          !keys.file.is_shared();
 }
 
-// The usual step, to the next entry of the leaf that the position lies in.
-bool step_in_leaf(KeyTree& keys, Direction direction, void* key, std::uint32_t* recno) {
+bool step_beside(KeyTree& keys, Direction direction, Entry& entry) {
+  Cursor& cursor = keys.cursor;
+  const std::int64_t leaves_passed = cursor.leaves_passed + places(direction);
+  if (runs_in_circle(keys, leaves_passed) ||
+      !keys.tree.step_beside(cursor.path, places(direction), entry)) {
+    return false;
+  }
+  cursor.leaves_passed = leaves_passed;
+  return true;
+}
+
+// The usual step, to the next entry of the leaf that the position lies in, or of the leaf beside.
+bool step_nearby(KeyTree& keys, Direction direction, void* key, std::uint32_t* recno) {
   if (!stands_in_leaf(keys)) return false;
   Cursor& cursor = keys.cursor;
   Entry entry{};
-  if (!keys.tree.step_in_leaf(cursor.path, direction == Direction::forward ? 1 : -1, entry)) {
+  if (!keys.tree.step_in_leaf(cursor.path, places(direction), entry) &&
+      !step_beside(keys, direction, entry)) {
     return false;
   }
   remember(keys, entry.key, entry.recno);
   cursor.state = PositionState::positioned;
-  deliver(keys, key, recno);
+  deliver(keys, entry, key, recno);
   return true;
+}
+
+// Any other step.
+[[gnu::noinline]] Result step_anywhere(KeyTree& keys, Direction direction, void* key,
+                                       std::uint32_t* recno) {
+  const bool forward = direction == Direction::forward;
+  return in_tree(
+      keys, forward ? keys.operations.next : keys.operations.previous, Purpose::reading,
+      [&] { return forward ? step_forward(keys, key, recno) : step_backward(keys, key, recno); });
 }
 
 // So many usual steps, as far as the leaf goes.
@@ -142,8 +169,9 @@ Result walk(KeyTree& keys, std::uint32_t end, Byte* key, std::uint32_t* recnos,
   while (got < end) {
     got += walk_in_leaf(keys, end - got, key + got * length, recnos + got);
     if (got == end) break;
-    if (const Result result = step_forward(keys, key + got * length, recnos + got); !ok(result)) {
-      return result;
+    if (!step_nearby(keys, Direction::forward, key + got * length, recnos + got)) {
+      const Result result = step_forward(keys, key + got * length, recnos + got);
+      if (!ok(result)) return result;
     }
     ++got;
   }
@@ -236,15 +264,15 @@ Result find_records(KeyTree& keys, const void* wanted, std::uint32_t count, std:
 }
 
 Result next_key(KeyTree& keys, void* key, std::uint32_t* recno) {
-  if (step_in_leaf(keys, Direction::forward, key, recno)) return Result::ok;
-  return in_tree(keys, keys.operations.next, Purpose::reading,
-                 [&] { return step_forward(keys, key, recno); });
+  return step_nearby(keys, Direction::forward, key, recno)
+             ? Result::ok
+             : step_anywhere(keys, Direction::forward, key, recno);
 }
 
 Result previous_key(KeyTree& keys, void* key, std::uint32_t* recno) {
-  if (step_in_leaf(keys, Direction::backward, key, recno)) return Result::ok;
-  return in_tree(keys, keys.operations.previous, Purpose::reading,
-                 [&] { return step_backward(keys, key, recno); });
+  return step_nearby(keys, Direction::backward, key, recno)
+             ? Result::ok
+             : step_anywhere(keys, Direction::backward, key, recno);
 }
 
 Result next_keys(KeyTree& keys, std::uint32_t count, void* key, std::uint32_t* recnos,
@@ -269,7 +297,7 @@ Result current_key(KeyTree& keys, void* key, std::uint32_t* recno) {
     case PositionState::positioned:
       break;
   }
-  deliver(keys, key, recno);
+  deliver(keys, {keys.cursor.key.get(), keys.cursor.recno}, key, recno);
   return Result::ok;
 }
 

@@ -116,6 +116,9 @@ class Tree {
     entry = {leaf.key(slot), leaf.recno(slot)};
     return true;
   }
+  // The usual step out of a leaf: to the next entry, of the leaf beside, which lies below the same
+  // page. Otherwise false, and the path as it was.
+  bool step_beside(Path& path, std::int32_t by, Entry& entry);
   // The usual step forward, up to so many times; key and record number of each entry go to the
   // place behind those of the one before. Gives how many there were.
   std::uint32_t copy_in_leaf(Path& path, std::uint32_t most, Byte* keys, std::uint32_t* recnos) {

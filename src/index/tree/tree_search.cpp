@@ -159,6 +159,16 @@ bool Tree::step_beside(Path& path, End from) {
   return true;
 }
 
+bool Tree::step_beside(Path& path, std::int32_t by, Entry& entry) {
+  PageCache::Frame frame = 0;
+  if (!cache_.find_home(path.leaf().page, frame)) return false;
+  const Page leaf = page(frame);
+  const std::uint32_t slot = path.leaf().slot;
+  if (!leaf.is_sound() || (by > 0 ? slot + 1 < leaf.count() : slot > 0)) return false;
+  const End from = by > 0 ? End::first : End::last;
+  return step_beside(path, from) && step_in_leaf(path, by > 0 ? 0 : -1, entry);
+}
+
 // A walk comes to the leaf beside the path's next: lets the processor fetch it meanwhile.
 void Tree::await_step(const Path& path, End from) {
   PageCache::Frame frame = 0;
