@@ -1,7 +1,10 @@
 #include "sort/external_sort.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
+#include <span>
+#include <utility>
 
 namespace vqdb::sort {
 namespace {
@@ -11,6 +14,37 @@ constexpr Operation kSort{1027};
 constexpr std::size_t kFewestEntries = 4;
 constexpr std::size_t kNarrowestMerge = 2;
 constexpr std::size_t kMostWorkspace = std::numeric_limits<std::size_t>::max() / 4;
+
+// Puts many tags in place by a byte of `high`, those that share it by the byte below, and so on
+// until few are left: that takes fewer looks at each than comparing them.
+template <typename Tag, typename Before>
+void sort_by_bytes(std::span<Tag> tags, unsigned shift, Before before) {
+  constexpr std::size_t kFew = 256;
+  if (tags.size() <= kFew) return std::sort(tags.begin(), tags.end(), before);
+  const auto byte_of = [shift](const Tag& tag) {
+    return static_cast<std::size_t>(tag.high >> shift & 0xFF);
+  };
+  std::array<std::size_t, 257> ends = {};  // of the tags with a lower byte
+  for (const Tag& tag : tags) ++ends[byte_of(tag) + 1];
+  for (std::size_t byte = 1; byte <= 256; ++byte) ends[byte] += ends[byte - 1];
+  std::array<std::size_t, 256> next;
+  std::copy_n(ends.begin(), 256, next.begin());
+  for (std::size_t byte = 0; byte < 256; ++byte) {
+    while (next[byte] < ends[byte + 1]) {
+      Tag tag = tags[next[byte]];
+      while (byte_of(tag) != byte) std::swap(tag, tags[next[byte_of(tag)]++]);
+      tags[next[byte]++] = tag;
+    }
+  }
+  for (std::size_t byte = 0; byte < 256; ++byte) {
+    const std::span<Tag> equal = tags.subspan(ends[byte], ends[byte + 1] - ends[byte]);
+    if (shift != 0) {
+      sort_by_bytes(equal, shift - 8, before);
+    } else {
+      std::sort(equal.begin(), equal.end(), before);
+    }
+  }
+}
 
 }  // namespace
 
@@ -36,7 +70,7 @@ void ExternalSort::accept() {
 }
 
 void ExternalSort::sort_tags() {
-  std::sort(tags_, tags_ + count_, [this](const Tag& a, const Tag& b) {
+  sort_by_bytes(std::span(tags_, count_), 56, [this](const Tag& a, const Tag& b) {
     if (a.high != b.high) return a.high < b.high;
     if (a.low != b.low) return a.low < b.low;
     const int order = order_.compare(entry_at(a.index), entry_at(b.index));
