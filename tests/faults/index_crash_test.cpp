@@ -3,6 +3,7 @@
 // done or not, and the file goes on as if nothing had happened.
 
 #include "support/fault_plan.h"
+#include "support/index_calls.h"
 #include "support/mdx_fixture.h"
 #include "support/ndx_fixture.h"
 
@@ -39,15 +40,13 @@ class IndexCrash : public MdxFixture, public ::testing::WithParamInterface<Crash
     if (!is_mdx()) return {file, file, nullptr};
     return {file, lib.dXactidx(file, "KEYS"), lib.dXactidx(file, "OTHER")};
   }
-  std::int32_t close_tree(const Tree& tree) {
-    return (is_mdx() ? lib.dXclose : lib.dNclose)(tree.file);
-  }
-  std::int32_t flush(const Tree& tree) { return (is_mdx() ? lib.dXflush : lib.dNflush)(tree.file); }
+  std::int32_t close_tree(const Tree& tree) { return calls_.close(tree.file); }
+  std::int32_t flush(const Tree& tree) { return calls_.flush(tree.file); }
   std::int32_t put(const Tree& tree, const IndexEntry& entry) {
-    return (is_mdx() ? lib.dXputkey : lib.dNputkey)(tree.keys, entry.first.data(), entry.second);
+    return calls_.putkey(tree.keys, entry.first.data(), entry.second);
   }
   std::int32_t remove(const Tree& tree, const IndexEntry& entry) {
-    return (is_mdx() ? lib.dXrmkey : lib.dNrmkey)(tree.keys, entry.first.data(), entry.second);
+    return calls_.rmkey(tree.keys, entry.first.data(), entry.second);
   }
 
   // Entries of before, of the steps and of afterwards share their keys only where few are distinct.
@@ -64,21 +63,20 @@ class IndexCrash : public MdxFixture, public ::testing::WithParamInterface<Crash
     Entries forward;
     Entries backward;
     IndexEntry at = {std::string(100, '\0'), 0};
-    EXPECT_EQ(0, (is_mdx() ? lib.dXrewind : lib.dNrewind)(tree.keys));
-    const auto next = is_mdx() ? lib.dXnxtkey : lib.dNnxtkey;
-    const auto previous = is_mdx() ? lib.dXprvkey : lib.dNprvkey;
+    EXPECT_EQ(0, calls_.rewind(tree.keys));
     std::int32_t end = 0;
-    while ((end = next(tree.keys, at.first.data(), &at.second)) == 0) forward.push_back(at);
+    while ((end = calls_.nxtkey(tree.keys, at.first.data(), &at.second)) == 0)
+      forward.push_back(at);
     EXPECT_EQ(-7, end);
-    while ((end = previous(tree.keys, at.first.data(), &at.second)) == 0) backward.push_back(at);
+    while ((end = calls_.prvkey(tree.keys, at.first.data(), &at.second)) == 0)
+      backward.push_back(at);
     EXPECT_EQ(-6, end);
     std::reverse(backward.begin(), backward.end());
     EXPECT_EQ(forward, backward);
     for (std::size_t i = 0; i < forward.size(); ++i) {
       if (i > 0 && forward[i].first == forward[i - 1].first) continue;
       std::uint32_t recno = 0;
-      EXPECT_EQ(
-          0, (is_mdx() ? lib.dXgetrno : lib.dNgetrno)(tree.keys, forward[i].first.data(), &recno));
+      EXPECT_EQ(0, calls_.getrno(tree.keys, forward[i].first.data(), &recno));
       EXPECT_EQ(forward[i].second, recno);
     }
     std::ranges::sort(forward);
@@ -196,7 +194,7 @@ class IndexCrash : public MdxFixture, public ::testing::WithParamInterface<Crash
     }
     Tree tree = open_tree("CRASH", mode);
     std::uint32_t recno = 0;  // a shared file is completed by the first step
-    (void)(is_mdx() ? lib.dXgetrno : lib.dNgetrno)(tree.keys, entry(1).first.data(), &recno);
+    (void)calls_.getrno(tree.keys, entry(1).first.data(), &recno);
     EXPECT_EQ(0, close_tree(tree));
     expect_sound("CRASH");
     expect_entries(found, step, before);
@@ -223,6 +221,8 @@ class IndexCrash : public MdxFixture, public ::testing::WithParamInterface<Crash
     EXPECT_EQ(0, close_tree(reader));
     expect_sound("CRASH");
   }
+
+  const IndexCalls calls_ = index_calls(!is_mdx());
 };
 
 TEST_P(IndexCrash, every_write_may_be_the_last) {

@@ -12,11 +12,6 @@ struct Memo {
   std::string reference = kNoMemo, text;
 };
 
-std::int32_t create(VqBlock& block, const std::string& name, Layout layout) {
-  return layout == Layout::dbase4 ? lib.dTcreat(&block, name.c_str())
-                                  : lib.dTcreat3(&block, name.c_str());
-}
-
 // A file with memos, and free runs of several sizes; made once for each layout. One at a time: they
 // share a folder.
 class Prepared {
@@ -26,8 +21,7 @@ class Prepared {
     lib.dUtmpdir(&block_, folder().path().string().c_str());
     auto& [bytes, memos] = images[layout];
     if (memos.empty()) {
-      write_file(folder().file("T.DBF"), memo_table(0x03, 1, {}));
-      EXPECT_EQ(0, create(block_, name_, layout));
+      create_memos(block_, name_, layout);
       MemoFile file(block_, name_, layout);
       for (std::size_t size : {100, 2000, 3000, 700, 9000}) {
         memos.push_back({kNoMemo, std::string(size, static_cast<char>('a' + memos.size()))});
@@ -168,14 +162,12 @@ TEST(MemoFaults, a_failing_call_costs_no_memo) {
   }
 }
 
-bool is_write(Call call) { return call == Call::write; }
-
 // After the end of the chain has moved, and before a byte of the memo is there.
 TEST(MemoFaults, a_crash_while_a_long_memo_is_written_leaves_a_file_that_takes_new_ones) {
   Prepared prepared(Layout::dbase4);
   MemoFile file(prepared.block(), prepared.name());
   {
-    const FaultPlan plan(2, Verdict::fail, is_write, true);
+    const FaultPlan plan(2, Verdict::fail, only(Call::write), true);
     std::string reference = kNoMemo;
     EXPECT_EQ(VQ_E_IO, file.write_new(std::string(std::size_t{70} << 20, 'x'), reference));
   }
@@ -189,7 +181,7 @@ TEST(MemoFaults, failed_attempts_do_not_push_the_end_of_the_file_away) {
   MemoFile file(prepared.block(), prepared.name());
   const std::size_t before = read_file(prepared.path()).size();
   for (int i = 0; i < 50; ++i) {
-    const FaultPlan plan(2, Verdict::fail, is_write);
+    const FaultPlan plan(2, Verdict::fail, only(Call::write));
     std::string reference = kNoMemo;
     EXPECT_EQ("-17/2122",
               codes(file.write_new(std::string(100000, 'x'), reference), prepared.block()));
@@ -209,7 +201,7 @@ TEST(MemoFaults, a_link_that_is_cut_short_is_put_back) {
   MemoFile file(block, folder.file("T"));
   std::string reference = kNoMemo;
   {
-    const FaultPlan plan(1, Verdict::cut_short, is_write);
+    const FaultPlan plan(1, Verdict::cut_short, only(Call::write));
     EXPECT_EQ("-17/2123", codes(file.write_new(std::string(2000, 'x'), reference), block));
   }
   EXPECT_EQ(kEnd, read_le32(read_bytes(path, 0, 4), 0));

@@ -1,7 +1,6 @@
 // Tags built from their tables: the records that the FOR expression lets in, in order, in full
 // pages, beside other tags that stay as they are; and nothing changed when it fails.
-#include "support/host.h"
-#include "support/mdx_fixture.h"
+#include "index/build_fixture.h"
 
 namespace {
 
@@ -23,44 +22,8 @@ constexpr TagCase kCases[] = {{"NAMES", "NAME", "C20", nullptr},
                               {"FILLED", "LEFT(NAME,2)", "C30U", nullptr},
                               {"NONE", "NAME", "C20", "NAME = 'nobody'"}};
 
-class MdxBuild : public MdxFixture {
+class MdxBuild : public BuildFixture {
  protected:
-  void SetUp() override {
-    MdxFixture::SetUp();
-    block.page_count_setting = 1;
-    block.count_setting = 3;
-  }
-  void TearDown() override {
-    MdxFixture::TearDown();
-    for (const std::string& file : folder.list()) {
-      EXPECT_TRUE(file.ends_with(".DBF") || file.ends_with(".MDX")) << file;
-    }
-  }
-
-  // Few names, many amounts, dates blank or not, some deleted.
-  void append(std::uint32_t count) {
-    std::mt19937 random(4);
-    for (std::uint32_t i = 0; i < count; ++i) {
-      const auto n = random();
-      const std::string record = mdx_record(
-          "N" + std::to_string(n % 300 + 100), static_cast<int>(n / 300 % 4001) / 4.0 - 500,
-          static_cast<int>(n / 7 % 29), i % 7 == 0, std::to_string(n));
-      ASSERT_EQ(0, lib.dDapprec(table, record.data()));
-    }
-  }
-
-  std::string run(const char* text, const std::string& record, std::uint32_t options,
-                  std::int32_t max) {
-    VqExpr* program = nullptr;
-    char type = 0;
-    std::int32_t length = 0;
-    EXPECT_EQ(0, lib.dEparse(&block, text, table, &program, &type, &length));
-    std::string value(256, ' ');
-    EXPECT_EQ(0, lib.dErun(&block, program, record.data(), options, max, value.data(), &length));
-    EXPECT_EQ(0, lib.dEfree(program));
-    return value.substr(0, static_cast<std::size_t>(length));
-  }
-
   // What the tag has to hold, sorted by key and record.
   std::vector<IndexEntry> expected(const TagCase& c, const MdxTag& tag) {
     std::vector<IndexEntry> entries;

@@ -9,11 +9,8 @@ class Compaction : public ::testing::Test {
  protected:
   void create(Layout layout, std::uint32_t kind) {
     block_ = memo_block(kind);
-    const std::string temporary = folder_.path().string() + "/";
-    temporary.copy(block_.temporary_directory, sizeof block_.temporary_directory - 1);
-    write_file(folder_.file("T.DBF"), memo_table(0x03, 1, {}));
-    ASSERT_EQ(0, layout == Layout::dbase4 ? lib.dTcreat(&block_, name_.c_str())
-                                          : lib.dTcreat3(&block_, name_.c_str()));
+    lib.dUtmpdir(&block_, folder_.path().string().c_str());
+    create_memos(block_, name_, layout);
   }
 
   // A table of two memo fields with these references, row by row.

@@ -4,10 +4,7 @@ namespace {
 
 class Dbase3Memo : public ::testing::Test {
  protected:
-  void SetUp() override {
-    write_file(folder_.file("ORDERS.DBF"), memo_table(0x03, 1, {}));
-    ASSERT_EQ(0, lib.dTcreat3(&block_, name_.c_str()));
-  }
+  void SetUp() override { create_memos(block_, name_, MemoFile::Layout::dbase3); }
 
   MemoFile open() { return MemoFile(block_, name_, MemoFile::Layout::dbase3); }
   std::string bytes() const { return read_file(folder_.file("ORDERS.DBT")); }

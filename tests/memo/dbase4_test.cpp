@@ -13,8 +13,7 @@ class Dbase4Memo : public ::testing::Test {
  protected:
   void create(std::uint32_t block_setting = 1) {
     block_.memo_block_setting = block_setting;
-    write_file(folder_.file("ORDERS.DBF"), memo_table(0x03, 1, {}));
-    ASSERT_EQ(0, lib.dTcreat(&block_, name_.c_str()));
+    create_memos(block_, name_);
   }
 
   std::string bytes() const { return read_file(folder_.file("ORDERS.DBT")); }
@@ -276,8 +275,7 @@ TEST_F(Dbase4Memo, a_reference_is_read_leniently) {
 
 TEST_F(Dbase4Memo, arguments_and_handles_that_do_not_fit_are_refused) {
   create();
-  write_file(folder_.file("OLD.DBF"), memo_table(0x03, 1, {}));
-  ASSERT_EQ(0, lib.dTcreat3(&block_, folder_.file("OLD").c_str()));
+  create_memos(block_, folder_.file("OLD"), MemoFile::Layout::dbase3);
   MemoFile reader(block_, name_, MemoFile::Layout::dbase4, 1);
   MemoFile other(block_, folder_.file("OLD"), MemoFile::Layout::dbase3);
   MemoFile memo(block_, name_);

@@ -19,11 +19,8 @@ class History {
         mode_(mode),
         block_(memo_block(layout == Layout::dbase4 ? 2 : 1, block_setting)),
         random_(seed) {
-    write_file(folder_.file("T.DBF"), memo_table(0x03, 1, {}));
-    const std::string temporary = folder_.path().string() + "/";
-    temporary.copy(block_.temporary_directory, sizeof block_.temporary_directory - 1);
-    EXPECT_EQ(0, layout == Layout::dbase4 ? lib.dTcreat(&block_, name_.c_str())
-                                          : lib.dTcreat3(&block_, name_.c_str()));
+    lib.dUtmpdir(&block_, folder_.path().string().c_str());
+    create_memos(block_, name_, layout);
     open();
   }
 
@@ -210,9 +207,8 @@ TEST(MemoHistory, a_long_chain_gives_out_the_same_blocks_as_a_walk_run_by_run) {
   constexpr std::size_t kMemos = 900;
   for (const std::uint32_t mode : {0u, 2u}) {
     const TemporaryFolder folder;
-    write_file(folder.file("T.DBF"), memo_table(0x03, 1, {}));
     VqBlock block = memo_block(2);
-    ASSERT_EQ(0, lib.dTcreat(&block, folder.file("T").c_str()));
+    create_memos(block, folder.file("T"));
     SimpleFile simple(read_file(folder.file("T.DBT")));
     MemoFile file(block, folder.file("T"), MemoFile::Layout::dbase4, mode);
     std::mt19937 random(mode);

@@ -43,10 +43,8 @@ TEST(MemoSharing, two_processes_write_to_one_file_and_lose_nothing) {
     SCOPED_TRACE("dBASE " + layout);
     const TemporaryFolder folder;
     VqBlock block = memo_block(2);
-    write_file(folder.file("T.DBF"), memo_table(0x03, 1, {}));
     const std::string name = folder.file("T");
-    ASSERT_EQ(
-        0, layout == "4" ? lib.dTcreat(&block, name.c_str()) : lib.dTcreat3(&block, name.c_str()));
+    create_memos(block, name, layout_named(layout));
     Child one("write_memos", {name, layout, "one"});
     Child two("write_memos", {name, layout, "two"});
     ASSERT_EQ("ready", one.read_line());
@@ -97,10 +95,8 @@ TEST(MemoSharing, a_killed_writer_costs_no_memo_that_it_was_told_is_written) {
       SCOPED_TRACE("dBASE " + layout + " mode " + mode);
       const TemporaryFolder folder;
       VqBlock block = memo_block(2);
-      write_file(folder.file("T.DBF"), memo_table(0x03, 1, {}));
       const std::string name = folder.file("T");
-      ASSERT_EQ(0, layout == "4" ? lib.dTcreat(&block, name.c_str())
-                                 : lib.dTcreat3(&block, name.c_str()));
+      create_memos(block, name, layout_named(layout));
       std::map<std::string, std::string> expected;
       {
         Child child("write_until_killed", {name, layout, mode});

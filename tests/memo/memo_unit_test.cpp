@@ -16,11 +16,7 @@ constexpr auto kBehindTheClock = std::chrono::milliseconds(25);
 
 class MemoCalls : public ::testing::Test {
  protected:
-  void create(Layout layout) {
-    write_file(folder_.file("T.DBF"), memo_table(0x03, 1, {}));
-    ASSERT_EQ(0, layout == Layout::dbase4 ? lib.dTcreat(&block_, name_.c_str())
-                                          : lib.dTcreat3(&block_, name_.c_str()));
-  }
+  void create(Layout layout) { create_memos(block_, name_, layout); }
 
   template <typename Operation>
   std::uint64_t calls_of(Operation operation) {
@@ -195,8 +191,7 @@ TEST(MemoUnlocked, what_others_write_without_a_lock_beside_a_change_is_not_writt
       SCOPED_TRACE(n);
       const TemporaryFolder folder;
       VqBlock block = memo_block(2);
-      write_file(folder.file("T.DBF"), memo_table(0x03, 1, {}));
-      ASSERT_EQ(0, lib.dTcreat(&block, folder.file("T").c_str()));
+      create_memos(block, folder.file("T"));
       const std::string path = folder.file("T.DBT");
       MemoFile file(block, folder.file("T"), MemoFile::Layout::dbase4, 2);
       std::string mine = kNoMemo, last = kNoMemo, next = kNoMemo;

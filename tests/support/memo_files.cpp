@@ -60,6 +60,12 @@ MemoFile::MemoFile(VqBlock& block, const std::string& name, Layout layout, std::
 
 MemoFile::~MemoFile() { close(); }
 
+void create_memos(VqBlock& block, const std::string& name, MemoFile::Layout layout) {
+  write_file(name + ".DBF", memo_table(0x03, 1, {}));
+  EXPECT_EQ(
+      0, (layout == MemoFile::Layout::dbase4 ? lib.dTcreat : lib.dTcreat3)(&block, name.c_str()));
+}
+
 std::int32_t MemoFile::close() {
   VqMemo* const handle = std::exchange(handle_, nullptr);
   if (handle == nullptr) return 0;

@@ -49,6 +49,10 @@ class MemoFile {
   VqMemo* handle_;
 };
 
+// Makes a table without records, and its empty memo file.
+void create_memos(VqBlock& block, const std::string& name,
+                  MemoFile::Layout layout = MemoFile::Layout::dbase4);
+
 // What is wrong with a dBASE IV memo file in which these references name memos: blocks that are in
 // two runs or outside the file and, unless leaks are allowed, in none. Empty when it is sound.
 std::string fault_in_dbase4(const std::string& file, const std::vector<std::string>& references,

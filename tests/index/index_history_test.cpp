@@ -1,8 +1,10 @@
-// Whole histories of several tags in one file, by one handle or by several of a shared file:
-// entries come and go, tags are dropped and made again. Checked against a model and, byte by byte,
-// by the checker: every block of the file is in one tree or in the free list.
+// Whole histories of several tags in one file, or of as many NDX files, by one handle or by several
+// of a shared file: entries come and go, tags are dropped and made again. Checked against a model
+// and, byte by byte, by the checker: every block of an MDX file is in one tree or in the free list.
 
+#include "support/index_calls.h"
 #include "support/mdx_fixture.h"
+#include "support/ndx_fixture.h"
 
 namespace {
 
@@ -10,23 +12,25 @@ struct TagKind {
   const char* name;
   const char* expression;
   const char* format;
+  const char* ndx_format;
   std::size_t key_length;
   std::int32_t distinct_keys;
 
   char type() const { return format[0] == 'F' ? 'N' : format[0]; }
   bool unique() const { return std::string(format).back() == 'U'; }
+  bool is_text() const { return format[0] == 'C'; }
 };
 
 constexpr TagKind kTags[] = {
-    {"NAMES", "NAME", "C20", 20, 100000},    {"AMOUNTS", "AMOUNT", "ND", 12, 3000},
-    {"DAYS", "DUE", "DU", 8, 50000},         {"TEXTS", "TEXT", "C100D", 100, 400},
-    {"LETTERS", "LEFT(NAME,1)", "C1", 1, 5}, {"NUMBERS", "-AMOUNT", "FU", 12, 4000},
+    {"NAMES", "NAME", "C20", "C20", 20, 100000},   {"AMOUNTS", "AMOUNT", "ND", "3N", 12, 3000},
+    {"DAYS", "DUE", "DU", "DU", 8, 50000},         {"TEXTS", "TEXT", "C100D", "C100", 100, 400},
+    {"LETTERS", "LEFT(NAME,1)", "C1", "C1", 1, 5}, {"NUMBERS", "-AMOUNT", "FU", "NU", 12, 4000},
 };
 constexpr std::size_t kTagCount = std::size(kTags);
 
 struct History {
   const char* name;
-  std::uint32_t block_pages;
+  std::uint32_t block_pages;  // 0: NDX files
   std::int32_t buffers;
   std::vector<std::uint32_t> modes;  // of the handles
   int operations;
@@ -34,26 +38,49 @@ struct History {
 
 void PrintTo(const History& history, std::ostream* out) { *out << history.name; }
 
-class MdxHistory : public MdxFixture, public ::testing::WithParamInterface<History> {
+class IndexHistory : public MdxFixture, public ::testing::WithParamInterface<History> {
  protected:
   using Model = std::vector<IndexEntry>;
 
   // One handle of the file, with a handle of each of its tags.
   struct User {
+    std::uint32_t mode;
     VqIndex* file = nullptr;
     std::array<VqIndex*, kTagCount> tags = {};
   };
 
+  static bool is_ndx() { return GetParam().block_pages == 0; }
+  static std::size_t length_of(std::size_t at) {
+    return is_ndx() && !kTags[at].is_text() ? 8 : kTags[at].key_length;
+  }
+  void each_file(const std::function<void(VqIndex*)>& work) {
+    for (const User& user : users_) {
+      if (!is_ndx()) work(user.file);
+      for (VqIndex* const file : user.tags) {
+        if (is_ndx() && file != nullptr) work(file);
+      }
+    }
+  }
+  TreeReport tree(std::size_t at) {
+    if (!is_ndx()) return read().tag(kTags[at].name);
+    return read_ndx(name(kTags[at].name) + ".NDX");
+  }
+  void make(std::size_t at) {
+    const TagKind& kind = kTags[at];
+    ASSERT_EQ(
+        0, is_ndx() ? lib.dNcreat(&block, name(kind.name).c_str(), kind.expression, kind.ndx_format)
+                    : lib.dXindex(users_[pick(users_.size())].file, kind.name, kind.expression,
+                                  kind.format, nullptr))
+        << block.detail;
+  }
   void open_users() {
     for (const std::uint32_t mode : GetParam().modes) {
-      User user;
-      user.file = open("M", mode, GetParam().buffers);
-      ASSERT_NE(nullptr, user.file) << block.result << " " << block.detail;
-      users_.push_back(user);
+      users_.push_back({mode, is_ndx() ? nullptr : open("M", mode, GetParam().buffers)});
+      ASSERT_TRUE(is_ndx() || users_.back().file != nullptr) << block.detail;
     }
   }
   void close_users() {
-    for (const User& user : users_) ASSERT_EQ(0, lib.dXclose(user.file));
+    each_file([&](VqIndex* file) { ASSERT_EQ(0, calls_.close(file)); });
     users_.clear();
   }
 
@@ -62,7 +89,11 @@ class MdxHistory : public MdxFixture, public ::testing::WithParamInterface<Histo
   // The tag's handle of some user.
   VqIndex* some_handle(std::size_t at) {
     User& user = users_[pick(users_.size())];
-    if (user.tags[at] == nullptr) user.tags[at] = lib.dXactidx(user.file, kTags[at].name);
+    if (user.tags[at] == nullptr) {
+      const char* const tag = kTags[at].name;
+      user.tags[at] = is_ndx() ? lib.dNopen(table, name(tag).c_str(), user.mode, GetParam().buffers)
+                               : lib.dXactidx(user.file, tag);
+    }
     EXPECT_NE(nullptr, user.tags[at]) << block.detail;
     return user.tags[at];
   }
@@ -70,6 +101,7 @@ class MdxHistory : public MdxFixture, public ::testing::WithParamInterface<Histo
   std::string some_key(std::size_t at) {
     const TagKind& kind = kTags[at];
     const auto n = static_cast<std::int32_t>(pick(static_cast<std::size_t>(kind.distinct_keys)));
+    if (is_ndx() && !kind.is_text()) return number_key(n - 5000.5);
     return mdx_key(kind.type(), kind.key_length, n);
   }
   bool holds(std::size_t at, const std::string& key) const { return keys_[at].contains(key); }
@@ -78,7 +110,7 @@ class MdxHistory : public MdxFixture, public ::testing::WithParamInterface<Histo
     const std::string key = some_key(at);
     const std::uint32_t recno = next_recno_++;
     const bool refused = kTags[at].unique() && holds(at, key);
-    ASSERT_EQ(refused ? -8 : 0, lib.dXputkey(some_handle(at), key.data(), recno)) << block.detail;
+    ASSERT_EQ(refused ? -8 : 0, calls_.putkey(some_handle(at), key.data(), recno)) << block.detail;
     if (refused) return;
     models_[at].emplace_back(key, recno);
     keys_[at].insert(key);
@@ -86,8 +118,8 @@ class MdxHistory : public MdxFixture, public ::testing::WithParamInterface<Histo
 
   void remove(std::size_t at) {
     IndexEntry& entry = models_[at][pick(models_[at].size())];
-    ASSERT_EQ(0, lib.dXrmkey(some_handle(at), entry.first.data(), entry.second)) << block.detail;
-    ASSERT_EQ(-5, lib.dXrmkey(some_handle(at), entry.first.data(), entry.second));
+    ASSERT_EQ(0, calls_.rmkey(some_handle(at), entry.first.data(), entry.second)) << block.detail;
+    ASSERT_EQ(-5, calls_.rmkey(some_handle(at), entry.first.data(), entry.second));
     keys_[at].erase(keys_[at].find(entry.first));
     entry = models_[at].back();
     models_[at].pop_back();
@@ -100,8 +132,8 @@ class MdxHistory : public MdxFixture, public ::testing::WithParamInterface<Histo
     // As a host does it: find, then change what was found.
     std::uint32_t recno = 0;
     VqIndex* const tag = some_handle(at);
-    ASSERT_EQ(0, lib.dXgetrno(tag, entry.first.data(), &recno));
-    ASSERT_EQ(refused ? -8 : 0, lib.dXupdkey(tag, entry.first.data(), key.data(), entry.second));
+    ASSERT_EQ(0, calls_.getrno(tag, entry.first.data(), &recno));
+    ASSERT_EQ(refused ? -8 : 0, calls_.updkey(tag, entry.first.data(), key.data(), entry.second));
     if (refused) return;
     keys_[at].erase(keys_[at].find(entry.first));
     keys_[at].insert(key);
@@ -115,26 +147,26 @@ class MdxHistory : public MdxFixture, public ::testing::WithParamInterface<Histo
       if (other.tags[at] == nullptr) continue;
       std::uint32_t recno = 0;
       const std::string key = some_key(at);
-      ASSERT_EQ(-10, lib.dXputkey(other.tags[at], key.data(), 1)) << block.detail;
-      ASSERT_EQ(-10, lib.dXnxtkey(other.tags[at], std::string(100, ' ').data(), &recno));
+      ASSERT_EQ(-10, calls_.putkey(other.tags[at], key.data(), 1)) << block.detail;
+      ASSERT_EQ(-10, calls_.nxtkey(other.tags[at], std::string(100, ' ').data(), &recno));
       ASSERT_EQ(0, lib.dXdeaidx(other.tags[at]));
       other.tags[at] = nullptr;
     }
     models_[at].clear();
     keys_[at].clear();
-    ASSERT_EQ(0, lib.dXindex(users_[pick(users_.size())].file, kTags[at].name, kTags[at].expression,
-                             kTags[at].format, nullptr))
-        << block.detail;
+    make(at);
   }
 
   void verify() {
-    for (const User& user : users_) ASSERT_EQ(0, lib.dXflush(user.file));
-    const MdxReport report = read();
-    ASSERT_EQ("", report.all_faults());
-    ASSERT_EQ(0u, report.orphans.size());
+    each_file([&](VqIndex* file) { ASSERT_EQ(0, calls_.flush(file)); });
+    if (!is_ndx()) {
+      ASSERT_EQ("", read().all_faults());
+      ASSERT_EQ(0u, read().orphans.size());
+    }
     for (std::size_t at = 0; at < kTagCount; ++at) {
       SCOPED_TRACE(kTags[at].name);
-      const MdxTag tag = report.tag(kTags[at].name);
+      const TreeReport tag = tree(at);
+      ASSERT_EQ("", tag.all_faults());
       std::ranges::sort(models_[at]);
       ASSERT_EQ(models_[at], tag.sorted());
       walk(at, tag);
@@ -142,34 +174,35 @@ class MdxHistory : public MdxFixture, public ::testing::WithParamInterface<Histo
   }
 
   // The library steps through the same entries in the same order, both ways, and finds them.
-  void walk(std::size_t at, const MdxTag& tag) {
+  void walk(std::size_t at, const TreeReport& tag) {
     VqIndex* const handle = some_handle(at);
-    const std::size_t length = kTags[at].key_length;
+    const std::size_t length = length_of(at);
     const auto count = static_cast<std::uint32_t>(tag.entries.size());
     std::string found(length, '\0');
     std::string keys(length * (count + 1), '\0');
     std::vector<std::uint32_t> recnos(count + 1);
     std::uint32_t recno = 0;
-    ASSERT_EQ(0, lib.dXrewind(handle));
-    ASSERT_EQ(-7, lib.dXnxtkeys(handle, count + 1, keys.data(), recnos.data(), &recno));
+    ASSERT_EQ(0, calls_.rewind(handle));
+    ASSERT_EQ(-7, calls_.nxtkeys(handle, count + 1, keys.data(), recnos.data(), &recno));
     ASSERT_EQ(count, recno);
     for (std::size_t i = 0; i < count; ++i) {
       ASSERT_EQ(tag.entries[i], IndexEntry(keys.substr(i * length, length), recnos[i]));
     }
-    ASSERT_EQ(0, lib.dXseeks(handle, keys.data(), count, recnos.data(), &recno));
+    ASSERT_EQ(0, calls_.seeks(handle, keys.data(), count, recnos.data(), &recno));
     ASSERT_EQ(count, recno);
     for (std::size_t i = 0, first = 0; i < count; ++i) {
       if (tag.entries[i].first != tag.entries[first].first) first = i;
       ASSERT_EQ(tag.entries[first].second, recnos[i]);
     }
-    ASSERT_EQ(0, lib.dXforwrd(handle));
+    ASSERT_EQ(0, calls_.forwrd(handle));
     for (std::size_t i = tag.entries.size(); i-- > 0;) {
-      ASSERT_EQ(0, lib.dXprvkey(handle, found.data(), &recno));
+      ASSERT_EQ(0, calls_.prvkey(handle, found.data(), &recno));
       ASSERT_EQ(tag.entries[i], IndexEntry(found, recno));
     }
-    ASSERT_EQ(-6, lib.dXprvkey(handle, found.data(), &recno));
+    ASSERT_EQ(-6, calls_.prvkey(handle, found.data(), &recno));
   }
 
+  const IndexCalls calls_ = index_calls(is_ndx());
   std::mt19937 random_{20};
   std::vector<User> users_;
   std::array<Model, kTagCount> models_;
@@ -177,19 +210,17 @@ class MdxHistory : public MdxFixture, public ::testing::WithParamInterface<Histo
   std::uint32_t next_recno_ = 1;
 };
 
-TEST_P(MdxHistory, agrees_with_a_model) {
-  create("M", GetParam().block_pages);
+TEST_P(IndexHistory, agrees_with_a_model) {
+  if (!is_ndx()) create("M", GetParam().block_pages);
   open_users();
-  for (const TagKind& kind : kTags) {
-    ASSERT_EQ(0, lib.dXindex(users_[0].file, kind.name, kind.expression, kind.format, nullptr));
-  }
+  for (std::size_t at = 0; at < kTagCount; ++at) make(at);
   // Grow, churn, shrink to nothing, and grow again.
   std::uint32_t most_pages = 0;
   for (const std::uint32_t removals_in_ten : {2u, 5u, 9u, 2u, 9u, 3u}) {
     for (int i = 0; i < GetParam().operations / 6; ++i) {
       const std::size_t at = pick(kTagCount);
       const bool any = !models_[at].empty();
-      if (pick(2000) == 0) {
+      if (!is_ndx() && pick(2000) == 0) {
         ASSERT_NO_FATAL_FAILURE(drop_and_make_again(at));
       } else if (any && pick(10) < removals_in_ten) {
         ASSERT_NO_FATAL_FAILURE(remove(at));
@@ -200,7 +231,7 @@ TEST_P(MdxHistory, agrees_with_a_model) {
       }
     }
     ASSERT_NO_FATAL_FAILURE(verify());
-    if (most_pages == 0) most_pages = read().pages;
+    if (most_pages == 0 && !is_ndx()) most_pages = read().pages;
   }
   for (std::size_t at = 0; at < kTagCount; ++at) {
     while (!models_[at].empty()) ASSERT_NO_FATAL_FAILURE(remove(at));
@@ -208,8 +239,8 @@ TEST_P(MdxHistory, agrees_with_a_model) {
   ASSERT_NO_FATAL_FAILURE(verify());
   close_users();
   // What was let go was used again.
-  EXPECT_LE(read().pages, most_pages * 3);
-  for (const MdxTag& tag : read().tags) EXPECT_EQ(1u, tag.depth);
+  EXPECT_TRUE(is_ndx() || read().pages <= most_pages * 3);
+  for (std::size_t at = 0; at < kTagCount; ++at) EXPECT_EQ(1u, tree(at).depth);
 }
 
 // Other programs write into each page which one is left of it: what is left of that is right.
@@ -244,13 +275,16 @@ TEST_F(MdxFixture, left_neighbours_that_others_wrote_are_right_or_none) {
   EXPECT_EQ(0, lib.dXclose(file));
 }
 
-INSTANTIATE_TEST_SUITE_P(Settings, MdxHistory,
-                         ::testing::Values(History{"exclusive_4_buffers", 2, 4, {0}, 60000},
-                                           History{"exclusive_1000_buffers", 2, 1000, {0}, 150000},
-                                           History{"exclusive_long_blocks", 7, 50, {0}, 60000},
-                                           History{"two_in_mode_2", 2, 20, {2, 2}, 15000},
-                                           History{
-                                               "three_in_modes_2_and_4", 3, 300, {4, 2, 4}, 15000}),
-                         by_name);
+INSTANTIATE_TEST_SUITE_P(
+    Settings, IndexHistory,
+    ::testing::Values(History{"exclusive_4_buffers", 2, 4, {0}, 60000},
+                      History{"exclusive_1000_buffers", 2, 1000, {0}, 150000},
+                      History{"exclusive_long_blocks", 7, 50, {0}, 60000},
+                      History{"two_in_mode_2", 2, 20, {2, 2}, 15000},
+                      History{"ndx_4_buffers", 0, 4, {0}, 100000},
+                      History{"ndx_1000_buffers", 0, 1000, {0}, 300000},
+                      History{"ndx_three_in_modes_2_and_4", 0, 20, {4, 2, 4}, 15000},
+                      History{"three_in_modes_2_and_4", 3, 300, {4, 2, 4}, 15000}),
+    by_name);
 
 }  // namespace
