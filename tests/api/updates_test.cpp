@@ -149,22 +149,6 @@ TEST(Updates, an_update_that_changes_no_key_writes_no_index) {
   EXPECT_EQ(0, lib.DBclose(database));
 }
 
-TEST(Updates, deleted_records_keep_their_keys) {
-  Orders orders;
-  orders.create();
-  VqDatabase* const database = orders.open();
-  std::vector<Order> records = {{"ann", 1, 1}, {"bob", 2, 2}};
-  std::uint32_t recno = 0;
-  for (const Order& order : records) ASSERT_EQ(0, append(database, order, recno));
-  ASSERT_EQ(0, lib.DBdelrec(database, 1));
-  EXPECT_EQ('*', lib.DBrecsta(database, 1));
-  EXPECT_EQ(' ', lib.DBrecsta(database, 2));
-  EXPECT_EQ("-4/383", codes(lib.DBrecsta(database, 3), orders.block));
-  records[0].deleted = true;
-  expect_in_step(database, orders, records);
-  EXPECT_EQ(0, lib.DBclose(database));
-}
-
 TEST(Updates, a_failing_key_leaves_the_record_and_the_keys_before_it) {
   Orders orders;
   orders.create();

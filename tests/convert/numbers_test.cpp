@@ -119,46 +119,35 @@ TEST(Numbers, rounding_agrees_with_integer_arithmetic) {
 }
 
 TEST(Numbers, texts_read_as_far_as_they_are_numbers) {
-  const struct {
-    std::string_view text;
-    double value;
-  } cases[] = {
-      {"     1234.56", 1234.56},
-      {"\t\n -.5", -0.5},
-      {"5.", 5},
-      {"+7", 7},
-      {"1 2", 1},
-      {"12-3", 12},
-      {"1.2.3", 1.2},
-      {{"1\0002", 3}, 1},
-      {"", 0},
-      {"    ", 0},
-      {".", 0},
-      {"-", 0},
-      {"- 5", 0},
-      {"--5", 0},
-      {".e5", 0},
-      {"0x10", 0},
-      {"inf", 0},
-      {"nan", 0},
-      {"***", 0},
-      {"1e3", 1000},
-      {" .12E+3", 120},
-      {"-1E-2", -0.01},
-      {"1e", 1},
-      {"1e+", 1},
-      {"1e+x", 1},
-      {"1e999", kInfinity},
+  for (const char* none : {"", "    ", ".", "-", "- 5", "--5", ".e5", "0x10", "inf", "nan", "***",
+                           "0e999", "1e-999", "0.0001e-99999999999"}) {
+    EXPECT_EQ(0, number_of(none)) << none;
+  }
+  const std::pair<std::string_view, double> numbers[] = {{"     1234.56", 1234.56},
+                                                         {"\t\n -.5", -0.5},
+                                                         {"5.", 5},
+                                                         {"+7", 7},
+                                                         {"1 2", 1},
+                                                         {"12-3", 12},
+                                                         {"1.2.3", 1.2},
+                                                         {{"1\0002", 3}, 1},
+                                                         {"1e3", 1000},
+                                                         {" .12E+3", 120},
+                                                         {"-1E-2", -0.01},
+                                                         {"1e", 1},
+                                                         {"1e+", 1},
+                                                         {"1e+x", 1},
+                                                         {"1e999", kInfinity}};
+  // A half between two doubles goes to the even one.
+  const std::pair<std::string_view, double> long_ones[] = {
       {"-1e99999999999999999999", -kInfinity},
-      {"0e999", 0},
-      {"1e-999", 0},
-      {"0.0001e-99999999999", 0},
-      {"9007199254740993", 9007199254740992},  // a half between two doubles: to the even one
+      {"9007199254740993", 9007199254740992},
       {"9007199254740993.0000000001", 9007199254740994},
       {"00000000000000000000000000000000000012", 12},
       {"99999999999999999999999999999999999999", 1e38},
       {"0.0000000000000000000000000000000001234", 1.234e-34}};
-  for (const auto& c : cases) EXPECT_EQ(c.value, number_of(c.text)) << c.text;
+  for (const auto& [text, value] : numbers) EXPECT_EQ(value, number_of(text)) << text;
+  for (const auto& [text, value] : long_ones) EXPECT_EQ(value, number_of(text)) << text;
   double value = 0;
   EXPECT_EQ(-4, lib.dUnftod("1", 40, &value));
   EXPECT_EQ(-4, lib.dUnftod("1", -1, &value));

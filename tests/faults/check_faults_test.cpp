@@ -22,15 +22,6 @@ std::vector<std::string> texts_of(CheckedGroup& group) {
   return texts;
 }
 
-std::vector<std::string> strange_files(CheckedGroup& group) {
-  std::vector<std::string> strange;
-  for (const std::string& name : group.folder.list()) {
-    if (name.find("BY") != 0 && name.find("ITEMS.D") != 0) strange.push_back(name);
-    if (name.find_first_of("~$") != std::string::npos) strange.push_back(name);
-  }
-  return strange;
-}
-
 // What a compaction that was cut off left is cleared away, or changed, before the next open.
 TEST(CutOffCompaction, takes_no_missing_or_changed_file_for_its_own) {
   const struct {
@@ -83,7 +74,7 @@ TEST(CutOffCompaction, takes_no_missing_or_changed_file_for_its_own) {
     EXPECT_EQ(texts, texts_of(group));
     EXPECT_EQ(each.now == std::string("both new"),
               read_file(group.file("ITEMS.DBT")).size() < size);
-    EXPECT_EQ(std::vector<std::string>(), strange_files(group));
+    EXPECT_EQ(std::vector<std::string>(), group.leftovers());
   }
 }
 

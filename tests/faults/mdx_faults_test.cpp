@@ -175,15 +175,13 @@ INSTANTIATE_TEST_SUITE_P(
     by_name);
 
 // A second table handle, as another process has it, in mode 4.
-struct Others {
+struct Others : NotCopied {
   explicit Others(const std::string& table_name, std::uint32_t index_kind) {
     EXPECT_EQ(0, lib.DBinit(&block, 2));
     block.index_kind = index_kind;
     table = lib.dDopen(&block, table_name.c_str(), 4, 4);
   }
   ~Others() { EXPECT_EQ(0, lib.dDclose(table)); }
-  Others(const Others&) = delete;
-  Others& operator=(const Others&) = delete;
 
   VqBlock block = {};
   VqTable* table = nullptr;

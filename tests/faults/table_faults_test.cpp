@@ -168,7 +168,7 @@ TEST(TableFaults, no_failing_call_loses_an_acknowledged_record) {
 }
 
 // Files end at so many bytes, as on a disk that is full: what lies before can still be written.
-class FullDisk {
+class FullDisk : NotCopied {
  public:
   explicit FullDisk(rlim_t bytes) {
     std::signal(SIGXFSZ, SIG_IGN);
@@ -177,8 +177,6 @@ class FullDisk {
     EXPECT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &limit));
   }
   ~FullDisk() { ::setrlimit(RLIMIT_FSIZE, &before_); }
-  FullDisk(const FullDisk&) = delete;
-  FullDisk& operator=(const FullDisk&) = delete;
 
  private:
   rlimit before_ = {};

@@ -54,6 +54,7 @@ TEST_F(Ndx, unique_index_refuses_a_second_key_and_changes_nothing) {
   ASSERT_EQ(0, lib.dNflush(index));
   const std::string before = read_file(folder.file("U.NDX"));
   EXPECT_EQ("-8/3164", codes(lib.dNputkey(index, key.data(), 501), block));
+  EXPECT_EQ("-5/3314", codes(lib.dNupdkey(index, key.data(), text_key("S5", 10).data(), 6), block));
   EXPECT_EQ("-8/3315", codes(lib.dNupdkey(index, text_key("S5", 10).data(), key.data(), 6), block));
   ASSERT_EQ(0, lib.dNclose(index));
   EXPECT_EQ(before, read_file(folder.file("U.NDX")));
@@ -99,23 +100,6 @@ TEST_F(Ndx, key_that_is_no_number_is_refused) {
   EXPECT_EQ(-4, lib.dNupdkey(index, one.data(), nan.data(), 1));
   EXPECT_EQ(-4, lib.dNgetrno(index, nan.data(), &recno));
   EXPECT_EQ(0, lib.dNclose(index));
-}
-
-TEST_F(Ndx, update_moves_one_entry) {
-  VqIndex* index = make("A", "N");
-  for (std::uint32_t recno = 1; recno <= 200; ++recno) {
-    ASSERT_EQ(0, lib.dNputkey(index, number_key(recno).data(), recno));
-  }
-  EXPECT_EQ("-5/3314",
-            codes(lib.dNupdkey(index, number_key(5).data(), number_key(900).data(), 6), block));
-  EXPECT_EQ(0, lib.dNupdkey(index, number_key(5).data(), number_key(900).data(), 5));
-  EXPECT_EQ(0, lib.dNupdkey(index, number_key(6).data(), number_key(6).data(), 6));
-  ASSERT_EQ(0, lib.dNclose(index));
-  const NdxTree tree = read("A");
-  EXPECT_EQ("", tree.all_faults());
-  ASSERT_EQ(200u, tree.entries.size());
-  EXPECT_EQ(NdxEntry(number_key(6), 6), tree.entries[4]);
-  EXPECT_EQ(NdxEntry(number_key(900), 5), tree.entries.back());
 }
 
 }  // namespace

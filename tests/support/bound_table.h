@@ -14,13 +14,11 @@ struct Outcome {
   std::string bytes;
 };
 
-struct BoundTable {
+struct BoundTable : NotCopied {
   explicit BoundTable(std::uint32_t kind = 1);
   // Another table, of these pairs of names and types, and a record of it.
   BoundTable(std::uint32_t kind, const std::vector<const char*>& fields, std::string its_record);
   ~BoundTable();
-  BoundTable(const BoundTable&) = delete;
-  BoundTable& operator=(const BoundTable&) = delete;
 
   Outcome evaluate(const std::string& text, std::uint32_t options = 0, std::int32_t max = 0);
 
@@ -44,12 +42,10 @@ inline constexpr std::size_t kDue = 66;
 inline constexpr std::size_t kActive = 82;
 
 // An expression, parsed against the bound table or another one, and freed with its owner.
-struct Program {
+struct Program : NotCopied {
   Program(BoundTable& owner, const std::string& text) : Program(owner, text.c_str(), owner.table) {}
   Program(BoundTable& owner, const char* text, VqTable* table);
   ~Program();
-  Program(const Program&) = delete;
-  Program& operator=(const Program&) = delete;
 
   // Bytes as a run leaves them, the first of a longer buffer full of `~`.
   Outcome run(const char* record, std::uint32_t options = 0, std::int32_t max = 0);

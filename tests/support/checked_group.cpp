@@ -122,6 +122,16 @@ std::vector<std::string> CheckedGroup::memos(VqDatabase* database) {
   return all;
 }
 
+std::vector<std::string> CheckedGroup::leftovers() const {
+  std::vector<std::string> left;
+  for (const std::string& name : folder.list()) {
+    const bool is_ours =
+        name.find_first_of("~$") != std::string::npos || name.find(".VQT") != std::string::npos;
+    if (is_ours) left.push_back(name);
+  }
+  return left;
+}
+
 void CheckedGroup::add_tags() {
   VqTable* const opened = lib.dDopen(&block, table().c_str(), 0, 4);
   EXPECT_EQ(0, lib.dXezindx(opened, table().c_str(), "QTYS", "QTY", nullptr, 2));

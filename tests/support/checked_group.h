@@ -55,6 +55,8 @@ class CheckedGroup {
   // order.
   static std::string memo(VqDatabase* database, const std::string& record, std::size_t field);
   static std::vector<std::string> memos(VqDatabase* database);
+  // Files that the library made and should have removed.
+  std::vector<std::string> leftovers() const;
   // Two tags in an MDX file of the table's own.
   void add_tags();
 

@@ -12,15 +12,13 @@ using platform::Verdict;
 
 // While it lives, the n-th call (from 1) that `counts` selects fails, or is cut short. With
 // `and_all_after`, every later call fails too, as on a disk that stays full.
-class FaultPlan {
+class FaultPlan : NotCopied {
  public:
   using Filter = std::function<bool(Call)>;
 
   explicit FaultPlan(std::uint64_t n, Verdict verdict = Verdict::fail, Filter counts = nullptr,
                      bool and_all_after = false);
   ~FaultPlan();
-  FaultPlan(const FaultPlan&) = delete;
-  FaultPlan& operator=(const FaultPlan&) = delete;
 
   // Whether the n-th call was reached, that is, whether something was made to fail.
   bool struck() const;
@@ -38,12 +36,10 @@ inline FaultPlan::Filter all_but(Call kind) {
 
 // While it lives, memory that the language asks for (operator new) fails as well, and is counted
 // with the calls of a plan that counts allocations.
-class FailingObjects {
+class FailingObjects : NotCopied {
  public:
   explicit FailingObjects(bool fails);
   ~FailingObjects();
-  FailingObjects(const FailingObjects&) = delete;
-  FailingObjects& operator=(const FailingObjects&) = delete;
 };
 
 // From now on the process dies at the n-th call (from 1) that `counts` selects, as at a power cut:

@@ -11,14 +11,20 @@
 
 namespace vqdb::testing {
 
+// What owns something and stays where it is.
+class NotCopied {
+ public:
+  NotCopied() = default;
+  NotCopied(const NotCopied&) = delete;
+  NotCopied& operator=(const NotCopied&) = delete;
+};
+
 // A new empty folder, removed with all it holds when the object goes. Its path is short and in
 // capitals, so that names expanded by the library stay within their limit and read the same.
-class TemporaryFolder {
+class TemporaryFolder : NotCopied {
  public:
   TemporaryFolder();
   ~TemporaryFolder();
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
   const std::filesystem::path& path() const { return path_; }
 

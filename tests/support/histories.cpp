@@ -234,20 +234,16 @@ std::string World::errors(const std::set<std::int32_t>& allowed,
   return text;
 }
 
-std::vector<std::string> World::leftovers() {
-  std::vector<std::string> left;
-  for (const std::string& name : group.folder.list()) {
-    const bool is_ours =
-        name.find_first_of("~$") != std::string::npos || name.find(".VQT") != std::string::npos;
-    if (is_ours) left.push_back(name);
-  }
-  return left;
-}
-
 std::int32_t World::open(std::uint32_t mode) {
   return lib.DBopen(&group.block, group.table().c_str(), mode, 4, 1,
                     static_cast<std::int32_t>(group.specs.size()), group.specs.data(), &database,
                     nullptr);
+}
+
+std::uint32_t World::members() const {
+  VqMember table = {};
+  EXPECT_EQ(0, lib.GRPmember(database, VQ_KIND_TABLE, nullptr, nullptr, &table));
+  return table.flags;
 }
 
 std::int32_t World::close() { return lib.DBclose(std::exchange(database, nullptr)); }
@@ -296,7 +292,11 @@ std::vector<History> histories() {
   const auto build = [](std::uint32_t kind, const char* file, const char* tag) {
     return Step{[=](World& world) {
       const std::string name = world.group.file(file);
-      return lib.DBindex(world.database, kind, name.c_str(), tag, "NAME", nullptr, 0);
+      const std::uint32_t before = world.members();
+      const std::int32_t result =
+          lib.DBindex(world.database, kind, name.c_str(), tag, "NAME", nullptr, 0);
+      EXPECT_TRUE(result != 0 || world.members() > before) << "built, but not joined";
+      return result;
     }};
   };
   const Step index = build(VQ_KIND_NDX, "BYPAID", nullptr);

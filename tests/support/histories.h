@@ -25,11 +25,11 @@ class World {
   std::string errors(const std::set<std::int32_t>& allowed,
                      const std::function<bool(std::uint32_t)>& may_differ);
   Report repair() { return run_check(lib.DBrepair, group.block, group.table()); }
-  // Files that the library made and should have removed.
-  std::vector<std::string> leftovers();
+  std::vector<std::string> leftovers() const { return group.leftovers(); }
 
   std::int32_t open(std::uint32_t mode);
   std::int32_t close();
+  std::uint32_t members() const;  // of the open group
 
   CheckedGroup group;
   VqDatabase* database = nullptr;

@@ -6,14 +6,12 @@
 
 namespace vqdb::testing {
 
-struct Host {
+struct Host : NotCopied {
   // From here on the block's work reports to this host, or to nobody once it has gone.
   explicit Host(VqBlock& watched, std::uint32_t cancels = 0) : block(watched), cancel_at(cancels) {
     lib.dUsetprog(&block, told, this);
   }
   ~Host() { lib.dUsetprog(&block, nullptr, nullptr); }
-  Host(const Host&) = delete;
-  Host& operator=(const Host&) = delete;
 
   static std::int32_t VQ_CALL told(void* context, std::uint32_t done, std::uint32_t total) {
     Host& host = *static_cast<Host*>(context);

@@ -11,12 +11,10 @@ namespace vqdb::testing {
 
 // What calls need: a group with files of every kind, handles that are opened when they are asked
 // for, and room for what comes back.
-class Stage {
+class Stage : NotCopied {
  public:
   Stage();
   ~Stage() { close(); }
-  Stage(const Stage&) = delete;
-  Stage& operator=(const Stage&) = delete;
 
   // Every use opens another one.
   VqTable* table(std::uint32_t mode = 2);

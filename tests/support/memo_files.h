@@ -23,7 +23,7 @@ std::string memo_table(std::uint8_t version, std::size_t memo_fields,
                        const std::vector<std::string>& references);
 
 // An open memo file, closed with its owner.
-class MemoFile {
+class MemoFile : NotCopied {
  public:
   enum class Layout { dbase3, dbase4 };
 
@@ -31,8 +31,6 @@ class MemoFile {
   MemoFile(VqBlock& block, const std::string& name, Layout layout = Layout::dbase4,
            std::uint32_t mode = 0);
   ~MemoFile();
-  MemoFile(const MemoFile&) = delete;
-  MemoFile& operator=(const MemoFile&) = delete;
 
   VqMemo* handle() const { return handle_; }
 

@@ -25,15 +25,13 @@ namespace vqdb::testing {
 using Arguments = std::vector<std::string>;
 using ChildBody = int (*)(const Arguments& args);
 
-class Child {
+class Child : NotCopied {
  public:
   // Starts this program again to run the body registered as `name`. Throws std::runtime_error when
   // the system refuses.
   Child(const std::string& name, const Arguments& args);
   // Waits for the process when wait() was not called.
   ~Child();
-  Child(const Child&) = delete;
-  Child& operator=(const Child&) = delete;
 
   // The next line that the child says, without its end; empty when it has ended.
   std::string read_line();

@@ -6,14 +6,6 @@
 
 namespace {
 
-struct Answer {
-  std::int32_t result, detail;
-  bool operator==(const Answer&) const = default;
-};
-std::ostream& operator<<(std::ostream& out, const Answer& answer) {
-  return out << answer.result << " (" << answer.detail << ")";
-}
-
 // A table of ten records open twice, each time with a block of its own.
 struct Pair {
   explicit Pair(std::uint32_t scheme, std::uint32_t mode = 2) {
@@ -24,16 +16,14 @@ struct Pair {
   }
 
   template <typename Function, typename... Args>
-  Answer by_a(Function function, Args... args) {
+  std::string by_a(Function function, Args... args) {
     block_a.detail = 0;
-    const std::int32_t result = function(*a, args...);
-    return {result, block_a.detail};
+    return codes(function(*a, args...), block_a);
   }
   template <typename Function, typename... Args>
-  Answer by_b(Function function, Args... args) {
+  std::string by_b(Function function, Args... args) {
     block_b.detail = 0;
-    const std::int32_t result = function(*b, args...);
-    return {result, block_b.detail};
+    return codes(function(*b, args...), block_b);
   }
 
   ScratchTable scratch;
@@ -41,9 +31,9 @@ struct Pair {
   std::optional<OpenTable> a, b;
 };
 
-constexpr Answer kDone{0, 0};
-constexpr Answer kNobody{-35, 0};
-constexpr Answer kSomebodyElse{-37, 10453};
+const std::string kDone = "0/0";
+const std::string kNobody = "-35/0";
+const std::string kSomebodyElse = "-37/10453";
 const std::string kRecord = ScratchTable::record(77);
 
 class Locks : public testing::TestWithParam<std::uint32_t> {};
@@ -54,9 +44,9 @@ TEST_P(Locks, a_record_lock_keeps_others_from_the_record_and_the_file) {
     Pair pair(GetParam(), mode);
     EXPECT_EQ(kDone, pair.by_a(lib.dDlkrec, 5));
     EXPECT_EQ(kDone, pair.by_a(lib.dDlkrec, 5)) << "held already";
-    EXPECT_EQ((Answer{-37, 504}), pair.by_b(lib.dDlkrec, 5));
+    EXPECT_EQ("-37/504", pair.by_b(lib.dDlkrec, 5));
     EXPECT_NE(0, +pair.block_b.system_error);
-    EXPECT_EQ((Answer{-37, 484}), pair.by_b(lib.dDlkfil));
+    EXPECT_EQ("-37/484", pair.by_b(lib.dDlkfil));
     EXPECT_EQ(kSomebodyElse, pair.by_b(lib.dDlkrsta, 5));
     EXPECT_EQ(kNobody, pair.by_b(lib.dDlkrsta, 6));
     EXPECT_EQ(kNobody, pair.by_b(lib.dDlkfsta));
@@ -73,7 +63,7 @@ TEST_P(Locks, a_record_lock_keeps_others_from_the_record_and_the_file) {
     EXPECT_EQ(kDone, pair.by_a(lib.dDpoplk));
     EXPECT_EQ(kNobody, pair.by_b(lib.dDlkrsta, 5));
     EXPECT_EQ(kDone, pair.by_b(lib.dDlkfil)) << "its own records do not keep it out";
-    EXPECT_EQ((Answer{-37, 504}), pair.by_a(lib.dDlkrec, 4)) << "the file lock kept them locked";
+    EXPECT_EQ("-37/504", pair.by_a(lib.dDlkrec, 4)) << "the file lock kept them locked";
   }
 }
 
@@ -82,11 +72,11 @@ TEST_P(Locks, a_file_lock_keeps_others_out) {
   EXPECT_EQ(kDone, pair.by_a(lib.dDlkrec, 3));
   EXPECT_EQ(kDone, pair.by_a(lib.dDlkfil));
   EXPECT_EQ(kDone, pair.by_a(lib.dDlkfil)) << "held already";
-  EXPECT_EQ((Answer{-38, 483}), pair.by_b(lib.dDlkfil));
-  EXPECT_EQ((Answer{-38, 505}), pair.by_b(lib.dDlkrec, 9));
-  EXPECT_EQ((Answer{-38, 324}), pair.by_b(lib.dDapprec, kRecord.data()));
+  EXPECT_EQ("-38/483", pair.by_b(lib.dDlkfil));
+  EXPECT_EQ("-38/505", pair.by_b(lib.dDlkrec, 9));
+  EXPECT_EQ("-38/324", pair.by_b(lib.dDapprec, kRecord.data()));
   EXPECT_EQ(-1, +pair.block_b.record_number);
-  EXPECT_EQ((Answer{-38, 324}), pair.by_b(lib.dDlkapp));
+  EXPECT_EQ("-38/324", pair.by_b(lib.dDlkapp));
   EXPECT_EQ(kSomebodyElse, pair.by_b(lib.dDupdrec, 9, kRecord.data()));
   EXPECT_EQ(kSomebodyElse, pair.by_b(lib.dDlkfsta));
   EXPECT_EQ(kSomebodyElse, pair.by_b(lib.dDlkrsta, 9));
@@ -96,10 +86,10 @@ TEST_P(Locks, a_file_lock_keeps_others_out) {
   EXPECT_EQ(kDone, pair.by_a(lib.dDapprec, kRecord.data()));
   EXPECT_EQ(kDone, pair.by_a(lib.dDupdrec, 9, kRecord.data()));
   EXPECT_EQ(kDone, pair.by_a(lib.dDlkrec, 9));
-  EXPECT_EQ((Answer{-38, 324}), pair.by_b(lib.dDapprec, kRecord.data())) << "still";
+  EXPECT_EQ("-38/324", pair.by_b(lib.dDapprec, kRecord.data())) << "still";
 
   EXPECT_EQ(kDone, pair.by_a(lib.dDulkfil));
-  EXPECT_EQ((Answer{-35, 493}), pair.by_a(lib.dDulkfil));
+  EXPECT_EQ("-35/493", pair.by_a(lib.dDulkfil));
   EXPECT_EQ(kDone, pair.by_b(lib.dDapprec, kRecord.data()));
   EXPECT_EQ(kSomebodyElse, pair.by_b(lib.dDlkrsta, 3)) << "its records are still locked";
   EXPECT_EQ(kSomebodyElse, pair.by_b(lib.dDlkrsta, 9));
@@ -109,20 +99,20 @@ TEST_P(Locks, a_file_lock_keeps_others_out) {
 
 TEST_P(Locks, an_append_lock_lasts_until_it_is_given_back) {
   Pair pair(GetParam());
-  EXPECT_EQ((Answer{-35, 352}), pair.by_a(lib.dDulkapp));
+  EXPECT_EQ("-35/352", pair.by_a(lib.dDulkapp));
   EXPECT_EQ(kDone, pair.by_a(lib.dDlkapp));
   EXPECT_EQ(kDone, pair.by_a(lib.dDlkapp)) << "held already";
   EXPECT_EQ(kDone, pair.by_a(lib.dDapprec, kRecord.data()));
-  EXPECT_EQ((Answer{-38, 324}), pair.by_b(lib.dDapprec, kRecord.data()));
-  EXPECT_EQ((Answer{-38, 483}), pair.by_b(lib.dDlkfil));
+  EXPECT_EQ("-38/324", pair.by_b(lib.dDapprec, kRecord.data()));
+  EXPECT_EQ("-38/483", pair.by_b(lib.dDlkfil));
   EXPECT_EQ(kNobody, pair.by_a(lib.dDlkfsta)) << "and looking does not drop it";
   EXPECT_EQ(kDone, pair.by_a(lib.dDlkrec, 1));
   EXPECT_EQ(kDone, pair.by_a(lib.dDlkfil));
   EXPECT_EQ(kDone, pair.by_a(lib.dDulkfil));
-  EXPECT_EQ((Answer{-38, 324}), pair.by_b(lib.dDapprec, kRecord.data()));
+  EXPECT_EQ("-38/324", pair.by_b(lib.dDapprec, kRecord.data()));
   EXPECT_EQ(kDone, pair.by_a(lib.dDlkfil));
   EXPECT_EQ(kDone, pair.by_a(lib.dDulkapp));
-  EXPECT_EQ((Answer{-38, 324}), pair.by_b(lib.dDapprec, kRecord.data())) << "the file lock's";
+  EXPECT_EQ("-38/324", pair.by_b(lib.dDapprec, kRecord.data())) << "the file lock's";
   EXPECT_EQ(kDone, pair.by_a(lib.dDulkfil));
   EXPECT_EQ(kDone, pair.by_b(lib.dDapprec, kRecord.data()));
   EXPECT_EQ(kDone, pair.by_a(lib.dDapprec, kRecord.data())) << "an append gives back its own";
@@ -131,14 +121,14 @@ TEST_P(Locks, an_append_lock_lasts_until_it_is_given_back) {
 TEST_P(Locks, form_a_stack) {
   Pair pair(GetParam());
   std::uint32_t top = 99;
-  EXPECT_EQ((Answer{-35, 493}), pair.by_a(lib.dDpoplk));
-  EXPECT_EQ((Answer{-35, 493}), pair.by_a(lib.dDlktop, &top));
+  EXPECT_EQ("-35/493", pair.by_a(lib.dDpoplk));
+  EXPECT_EQ("-35/493", pair.by_a(lib.dDlktop, &top));
   for (std::uint32_t i = 1; i <= 40; ++i) EXPECT_EQ(kDone, pair.by_a(lib.dDlkrec, 100 + i));
   EXPECT_EQ(kDone, pair.by_a(lib.dDlkfil));
   EXPECT_EQ(kDone, pair.by_a(lib.dDlkrec, 7));
   EXPECT_EQ(kDone, pair.by_a(lib.dDulkrec, 102));
-  EXPECT_EQ((Answer{-35, 493}), pair.by_a(lib.dDulkrec, 102));
-  EXPECT_EQ((Answer{-35, 493}), pair.by_a(lib.dDulkrec, 0)) << "not a way to unlock the file";
+  EXPECT_EQ("-35/493", pair.by_a(lib.dDulkrec, 102));
+  EXPECT_EQ("-35/493", pair.by_a(lib.dDulkrec, 0)) << "not a way to unlock the file";
   EXPECT_EQ(41, lib.dDlkcnt(*pair.a));
 
   std::uint32_t list[3] = {};
@@ -161,16 +151,16 @@ TEST_P(Locks, name_records_that_the_scheme_has_bytes_for) {
   const std::uint32_t most = std::min(room, limits[GetParam()]);
   std::string out(15, '?');
   for (const std::uint32_t recno : {0u, most + 1, 0xFFFFFFFFu}) {
-    EXPECT_EQ((Answer{-4, 502}), pair.by_a(lib.dDlkrec, recno));
-    EXPECT_EQ((Answer{-4, 10451}), pair.by_a(lib.dDlkrsta, recno));
+    EXPECT_EQ("-4/502", pair.by_a(lib.dDlkrec, recno));
+    EXPECT_EQ("-4/10451", pair.by_a(lib.dDlkrsta, recno));
   }
   EXPECT_EQ(kDone, pair.by_a(lib.dDlkrec, most));
-  EXPECT_EQ((Answer{-37, 484}), pair.by_b(lib.dDlkfil));
+  EXPECT_EQ("-37/484", pair.by_b(lib.dDlkfil));
   EXPECT_EQ(kDone, pair.by_a(lib.dDlkgetr, 5, out.data()));
   EXPECT_EQ(ScratchTable::record(5), out);
-  EXPECT_EQ((Answer{-4, 263}), pair.by_a(lib.dDlkgetr, 11, out.data()));
+  EXPECT_EQ("-4/263", pair.by_a(lib.dDlkgetr, 11, out.data()));
   EXPECT_EQ(2, lib.dDlkcnt(*pair.a)) << "a record that cannot be read is not kept locked";
-  EXPECT_EQ((Answer{-37, 504}), pair.by_b(lib.dDlkgetr, 5, out.data()));
+  EXPECT_EQ("-37/504", pair.by_b(lib.dDlkgetr, 5, out.data()));
 }
 
 TEST(LockedRead, takes_the_record_from_the_file) {
@@ -238,16 +228,16 @@ TEST(LocksWithoutOperations, refuse_requests_and_let_changes_through) {
   Pair pair(4);
   std::string out(15, '?');
   std::uint32_t top = 0;
-  EXPECT_EQ((Answer{-13, 482}), pair.by_a(lib.dDlkfil));
-  EXPECT_EQ((Answer{-13, 492}), pair.by_a(lib.dDulkfil));
-  EXPECT_EQ((Answer{-13, 503}), pair.by_a(lib.dDlkrec, 1));
-  EXPECT_EQ((Answer{-13, 492}), pair.by_a(lib.dDulkrec, 1));
-  EXPECT_EQ((Answer{-13, 503}), pair.by_a(lib.dDlkgetr, 1, out.data()));
-  EXPECT_EQ((Answer{-13, 326}), pair.by_a(lib.dDlkapp));
-  EXPECT_EQ((Answer{-13, 326}), pair.by_a(lib.dDulkapp));
-  EXPECT_EQ((Answer{-13, 10452}), pair.by_a(lib.dDlkrsta, 1));
-  EXPECT_EQ((Answer{-13, 10452}), pair.by_a(lib.dDlkfsta));
-  EXPECT_EQ((Answer{-35, 493}), pair.by_a(lib.dDlktop, &top));
+  EXPECT_EQ("-13/482", pair.by_a(lib.dDlkfil));
+  EXPECT_EQ("-13/492", pair.by_a(lib.dDulkfil));
+  EXPECT_EQ("-13/503", pair.by_a(lib.dDlkrec, 1));
+  EXPECT_EQ("-13/492", pair.by_a(lib.dDulkrec, 1));
+  EXPECT_EQ("-13/503", pair.by_a(lib.dDlkgetr, 1, out.data()));
+  EXPECT_EQ("-13/326", pair.by_a(lib.dDlkapp));
+  EXPECT_EQ("-13/326", pair.by_a(lib.dDulkapp));
+  EXPECT_EQ("-13/10452", pair.by_a(lib.dDlkrsta, 1));
+  EXPECT_EQ("-13/10452", pair.by_a(lib.dDlkfsta));
+  EXPECT_EQ("-35/493", pair.by_a(lib.dDlktop, &top));
   EXPECT_EQ(0, lib.dDlkcnt(*pair.a));
   EXPECT_EQ(kDone, pair.by_a(lib.dDapprec, kRecord.data()));
   EXPECT_EQ(kDone, pair.by_b(lib.dDupdrec, 11, kRecord.data()));

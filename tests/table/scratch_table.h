@@ -20,15 +20,13 @@ inline std::int32_t create_table(VqBlock& block, const std::string& name,
 }
 
 // An open table that closes itself.
-class OpenTable {
+class OpenTable : NotCopied {
  public:
   OpenTable(VqBlock& block, const std::string& name, std::uint32_t mode, std::int32_t buffers)
       : handle_(lib.dDopen(&block, name.c_str(), mode, buffers)) {}
   ~OpenTable() {
     if (handle_ != nullptr) lib.dDclose(handle_);
   }
-  OpenTable(const OpenTable&) = delete;
-  OpenTable& operator=(const OpenTable&) = delete;
 
   operator VqTable*() const { return handle_; }
   std::int32_t close() {
