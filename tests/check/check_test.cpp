@@ -35,15 +35,13 @@ TEST(Check, finds_nothing_in_files_that_the_library_wrote) {
   }
 }
 
-struct Damage {
-  const char* what;
-  std::string file;
-  std::size_t offset;
-  std::string bytes, found;
-};
-
 TEST(Check, names_what_was_damaged) {
-  const std::vector<Damage> cases = {
+  const struct {
+    const char* what;
+    std::string file;
+    std::size_t offset;
+    std::string bytes, found;
+  } cases[] = {
       {"version of another system", kTable, 0, "\x02", "102 r0 p0 ITEMS.DBF\n"},
       {"version without memo file", kTable, 0, "\x03", "124 r0 p0 ITEMS.DBF\n"},
       {"version of the other layout", kTable, 0, "\x83", "124 r0 p0 ITEMS.DBF\n"},
@@ -90,7 +88,7 @@ TEST(Check, names_what_was_damaged) {
       {"no separators", "BYNAME.NDX", 3 * 512, std::string(1, '\0'), "308 r0 p3 BYNAME.NDX\n"},
       {"empty leaf", "BYNAME.NDX", 4 * 512, std::string(1, '\0'), "312 r0 p4 BYNAME.NDX\n"},
   };
-  for (const Damage& damage : cases) {
+  for (const auto& damage : cases) {
     SCOPED_TRACE(damage.what);
     CheckedGroup group;
     group.create();

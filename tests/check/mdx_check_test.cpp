@@ -53,13 +53,12 @@ class TaggedGroup : public CheckedGroup {
 };
 
 TEST(MdxCheck, names_what_was_damaged_and_repairs_it) {
-  struct Case {
+  const struct {
     const char* what;
     std::size_t offset;
     std::string bytes;
     const char* found;
-  };
-  const std::vector<Case> cases = {
+  } cases[] = {
       {"version", 0, "\x03", "302 r0 p0 ITEMS.MDX\n"},
       {"free list in a tree", 36, "\x06", "334 r0 p6 ITEMS.MDX\n"},
       {"no tag name", 544 + 4, std::string(1, '\0'), "331 r0 p0 ITEMS.MDX\n"},
@@ -85,7 +84,7 @@ TEST(MdxCheck, names_what_was_damaged_and_repairs_it) {
       {16, name.c_str(), "NAMES", "NAME", "PAID", 1},
   };
   const VqCheckOptions options = {0, 2, defs, nullptr, nullptr};
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     write_bytes(group.mdx(), c.offset, c.bytes);
     const std::string found = group.check().summary();

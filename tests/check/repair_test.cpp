@@ -33,16 +33,14 @@ TEST_F(Repairs, leave_a_sound_group_alone) {
   EXPECT_EQ(files, group.folder.list());
 }
 
-struct Mendable {
-  const char* what;
-  std::string file;
-  std::size_t offset;
-  std::string bytes;
-};
-
 // Whatever one damage does to the files, what was there before comes back.
 TEST_F(Repairs, bring_back_what_only_one_value_can_mean) {
-  const std::vector<Mendable> cases = {
+  const struct {
+    const char* what;
+    std::string file;
+    std::size_t offset;
+    std::string bytes;
+  } cases[] = {
       {"count too high", "ITEMS.DBF", 4, "\x40"},
       {"count too low", "ITEMS.DBF", 4, "\x07"},
       {"header length", "ITEMS.DBF", 8, "\x01"},
@@ -70,7 +68,7 @@ TEST_F(Repairs, bring_back_what_only_one_value_can_mean) {
   for (const std::string& name : names) sound.push_back(read_file(group.file(name)));
   const std::string first_memo = text_of(1, 28);
   ASSERT_EQ(0U, first_memo.find("note 1"));
-  for (const Mendable& damage : cases) {
+  for (const auto& damage : cases) {
     SCOPED_TRACE(damage.what);
     const std::string path = group.file(damage.file);
     const std::string before = read_file(path);

@@ -12,23 +12,16 @@ constexpr uint32_t kDouble = 2;
 constexpr uint32_t kOrdered = 4;
 constexpr uint32_t kText = 8;
 
-Date date_of_day(int32_t day_number) {
+// What a call gives that tells month, day and year.
+template <typename Call, typename... From>
+Date date_by(Call call, From... from) {
   Date date;
-  EXPECT_EQ(0, lib.dUJto3i(day_number, &std::get<0>(date), &std::get<1>(date), &std::get<2>(date)));
+  EXPECT_EQ(0, call(from..., &std::get<0>(date), &std::get<1>(date), &std::get<2>(date)));
   return date;
 }
-
-Date date_of_key(uint32_t kind, const void* key) {
-  Date date;
-  EXPECT_EQ(0, lib.dUdkto3i(kind, key, &std::get<0>(date), &std::get<1>(date), &std::get<2>(date)));
-  return date;
-}
-
-Date date_of_field(const char* field) {
-  Date date;
-  EXPECT_EQ(0, lib.dUdfto3i(field, &std::get<0>(date), &std::get<1>(date), &std::get<2>(date)));
-  return date;
-}
+Date date_of_day(int32_t day_number) { return date_by(lib.dUJto3i, day_number); }
+Date date_of_key(uint32_t kind, const void* key) { return date_by(lib.dUdkto3i, kind, key); }
+Date date_of_field(const char* field) { return date_by(lib.dUdfto3i, field); }
 
 TEST(Dates, every_date_of_years_1_to_9999_round_trips) {
   using namespace std::chrono;

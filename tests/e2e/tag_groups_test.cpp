@@ -48,14 +48,12 @@ class TagGroupTest : public ::testing::Test {
     records_.push_back(order);
   }
 
-  void expect_tag(const Tag& tag, const MdxReport& report) { ::expect_tag(tag, report, records_); }
-
   void check() {
     expect_in_step(database_, orders_, records_);
     ASSERT_EQ(0, lib.DBflush(database_));
     const MdxReport report = read_mdx(orders_.file("TAGS.MDX"));
     ASSERT_EQ("", report.all_faults());
-    for (const Tag& tag : kTags) expect_tag(tag, report);
+    for (const Tag& tag : kTags) expect_tag(tag, report, records_);
   }
 
   Order some_order() {
@@ -111,7 +109,6 @@ INSTANTIATE_TEST_SUITE_P(Modes, TagGroups, ::testing::Values(0u, 2u, 4u));
 class TagGroup : public TagGroups {};
 
 TEST_P(TagGroup, members_are_found_and_described) {
-  specs_.back().name = mdx_.c_str();
   ASSERT_NO_FATAL_FAILURE(open(GetParam()));
   EXPECT_EQ(kOrderIndexes + 1 + std::size(kTags), value(table_member(database_).flags));
   const VqMember file = member(16);
@@ -182,7 +179,7 @@ TEST_P(TagGroup, a_name_behind_the_semicolon_brings_one_tag) {
   if (GetParam() == 0) {
     // All of them are built again all the same: they are one file.
     ASSERT_EQ(0, lib.DBreindex(database_)) << orders_.block.detail;
-    for (const Tag& tag : kTags) expect_tag(tag, read_mdx(orders_.file("TAGS.MDX")));
+    for (const Tag& tag : kTags) expect_tag(tag, read_mdx(orders_.file("TAGS.MDX")), records_);
   }
   ASSERT_EQ(0, lib.DBindex(database_, 16, mdx_.c_str(), "MORE", "DUE", nullptr, 0));
   ASSERT_EQ(0, lib.DBclose(database_));
@@ -198,7 +195,7 @@ TEST_P(TagGroup, a_file_named_for_two_of_its_tags_is_opened_once) {
   append({"both", 7, 7, true});
   ASSERT_EQ(0, lib.DBflush(database_));
   const MdxReport report = read_mdx(orders_.file("TAGS.MDX"));
-  for (const Tag& tag : {kTags[1], kTags[2]}) expect_tag(tag, report);
+  for (const Tag& tag : {kTags[1], kTags[2]}) expect_tag(tag, report, records_);
 }
 
 TEST_P(TagGroup, tags_join_a_file_in_use) {
@@ -215,7 +212,7 @@ TEST_P(TagGroup, tags_join_a_file_in_use) {
   for (int i = 0; i < 40; ++i) append(some_order());
   const Tag later = {"LATER", "", "", "", kTags[1].holds, amount_key};
   check();
-  expect_tag(later, read_mdx(orders_.file("TAGS.MDX")));
+  expect_tag(later, read_mdx(orders_.file("TAGS.MDX")), records_);
 }
 
 TEST_P(TagGroup, the_table_knows_its_production_index) {
@@ -247,7 +244,7 @@ TEST_F(TagGroupTest, packing_builds_the_tags_again_and_leaves_the_table_its_inde
   EXPECT_EQ(2, lib.dDmode(&orders_.block, own.c_str()) & 2);
   check();
   const Tag own_tag = {"OWN", "", "", "", kTags[2].holds, amount_key};
-  expect_tag(own_tag, read_mdx(orders_.file("ORDERS.MDX")));
+  expect_tag(own_tag, read_mdx(orders_.file("ORDERS.MDX")), records_);
 }
 
 // What others do with the tags of a file that is a member, before the group next changes a record.
@@ -318,7 +315,7 @@ class TagsOfOthers
     const MdxReport report = read_mdx(orders_.file("TAGS.MDX"));
     EXPECT_EQ("", report.all_faults());
     EXPECT_EQ(tags.size(), report.tags.size());
-    for (const Tag& tag : tags) expect_tag(tag, report);
+    for (const Tag& tag : tags) expect_tag(tag, report, records_);
   }
 };
 

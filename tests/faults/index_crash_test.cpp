@@ -20,8 +20,6 @@ struct CrashCase {
   std::size_t flushed_together;
 };
 
-void PrintTo(const CrashCase& crash, std::ostream* out) { *out << crash.name; }
-
 class IndexCrash : public MdxFixture, public ::testing::WithParamInterface<CrashCase> {
  protected:
   static bool is_mdx() { return GetParam().format != nullptr; }

@@ -17,8 +17,6 @@ struct Setting {
   bool and_all_after;
 };
 
-void PrintTo(const Setting& setting, std::ostream* out) { *out << setting.name; }
-
 class NdxFaults : public NdxFixture, public ::testing::WithParamInterface<Setting> {
  protected:
   static constexpr std::uint32_t kKept = 80;      // flushed before anything fails

@@ -20,8 +20,6 @@ struct Setting {
   bool and_all_after;
 };
 
-void PrintTo(const Setting& setting, std::ostream* out) { *out << setting.name; }
-
 constexpr std::int32_t kKept = 120;     // keys of both tags that no change touches
 constexpr std::int32_t kRecords = 400;  // of the table
 

@@ -36,8 +36,6 @@ struct History {
   int operations;
 };
 
-void PrintTo(const History& history, std::ostream* out) { *out << history.name; }
-
 class IndexHistory : public MdxFixture, public ::testing::WithParamInterface<History> {
  protected:
   using Model = std::vector<IndexEntry>;

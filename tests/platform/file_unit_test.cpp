@@ -5,6 +5,7 @@
 #include "platform/file.h"
 #include "platform/memory.h"
 #include "support/fault_plan.h"
+#include "support/ordinary_user.h"
 
 namespace {
 
@@ -161,15 +162,12 @@ TEST(File, a_file_that_may_not_be_written_opens_for_reading_where_that_is_accept
   write_file(name, "text");
   ::chmod(folder.path().c_str(), 0755);
   ::chmod(name.c_str(), 0444);
-  const uid_t user = ::geteuid();
-  if (user == 0) {
-    ASSERT_EQ(0, ::seteuid(65534));
-  }
   File file;
-  const Outcome denied = file.open(name, Access::read_write);
-  const Outcome accepted = file.open(name, Access::read_write_or_read);
-  if (user == 0) {
-    ASSERT_EQ(0, ::seteuid(0));
+  Outcome denied, accepted;
+  {
+    const OrdinaryUser user;
+    denied = file.open(name, Access::read_write);
+    accepted = file.open(name, Access::read_write_or_read);
   }
   EXPECT_EQ(Error::access_denied, denied.error);
   ASSERT_TRUE(accepted.ok());
