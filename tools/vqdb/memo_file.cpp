@@ -1,5 +1,8 @@
 #include "memo_file.h"
 
+#include <limits>
+
+#include "change.h"
 #include "file_names.h"
 #include "stop.h"
 
@@ -25,7 +28,7 @@ std::string memo_path_of(const std::string& table_path, std::uint8_t version,
 }
 
 MemoFile::MemoFile(const Table& table)
-    : block_(std::make_unique<VqBlock>(table.block())),
+    : block_(working_block(table.header())),
       version_(table.header().version),
       path_(memo_path_of(table.path(), version_, table.memo_name())) {
   if (!find_file(path_)) {
@@ -49,24 +52,44 @@ MemoFile::~MemoFile() {
 
 bool MemoFile::is_dbase3() const { return (version_ & kDbase4Bit) == 0; }
 
+// Others may have made the text longer since its size was asked for; then there is more than that.
+int32_t MemoFile::read_dbase4(const char* reference, std::string& bytes) {
+  int32_t size = 0;
+  int32_t length = 0;
+  do {
+    int32_t result = dTmemosz(handle_, reference, &size);
+    if (result != VQ_OK) return result;
+    const int32_t room = size < std::numeric_limits<int32_t>::max() ? size + 1 : size;
+    bytes.resize(static_cast<std::size_t>(room) + 1);
+    result = dTgetmm(handle_, reference, 0, room, bytes.data(), &length, nullptr);
+    if (result != VQ_OK) return result;
+  } while (length > size);
+  bytes.resize(static_cast<std::size_t>(length));
+  return VQ_OK;
+}
+
+// A text that others write in the place of this one ends in the same block.
+int32_t MemoFile::read_dbase3(const char* reference, std::string& bytes) {
+  constexpr std::size_t kBlock = 512;
+  int32_t length = 0;
+  int32_t result = dTmemsz3(handle_, reference, &length);
+  if (result != VQ_OK) return result;
+  bytes.resize((static_cast<std::size_t>(length) / kBlock + 2) * kBlock);
+  result = dTgetmm3(handle_, reference, 0, length, bytes.data(), &length, nullptr);
+  bytes.resize(static_cast<std::size_t>(length));
+  return result;
+}
+
 bool MemoFile::read(const char* reference, std::string& bytes) {
   bytes.clear();
   if (handle_ == nullptr) return false;
-  int32_t length = 0;
-  int32_t result =
-      is_dbase3() ? dTmemsz3(handle_, reference, &length) : dTmemosz(handle_, reference, &length);
-  if (result == VQ_OK && length > 0) {
-    bytes.resize(static_cast<std::size_t>(length) + 1);
-    result = is_dbase3() ? dTgetmm3(handle_, reference, 0, length, bytes.data(), &length, nullptr)
-                         : dTgetmm(handle_, reference, 0, length, bytes.data(), &length, nullptr);
-  }
-  if (result != VQ_OK) {
-    why_ = words_of(result, block_->detail);
-    bytes.clear();
-    return false;
-  }
-  bytes.resize(static_cast<std::size_t>(length));
-  return true;
+  const int32_t result =
+      is_dbase3() ? read_dbase3(reference, bytes) : read_dbase4(reference, bytes);
+  if (result == VQ_OK) return true;
+  if (result == VQ_E_FILE_LOCKED) dUsetwait(block_.get(), 0);  // who has it has it for long
+  why_ = words_of(result, block_->detail);
+  bytes.clear();
+  return false;
 }
 
 }  // namespace tool

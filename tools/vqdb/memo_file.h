@@ -29,6 +29,8 @@ class MemoFile {
 
  private:
   bool is_dbase3() const;
+  int32_t read_dbase4(const char* reference, std::string& bytes);
+  int32_t read_dbase3(const char* reference, std::string& bytes);
 
   // The memo calls have details of their own, so they have a block of their own.
   std::unique_ptr<VqBlock> block_;
