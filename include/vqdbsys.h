@@ -997,8 +997,8 @@ int32_t VQ_CALL dTaddmm(VqMemo* memo, int32_t length, const void* data, char* re
 int32_t VQ_CALL dTupdmm(VqMemo* memo, int32_t ignored, int32_t length, const void* data,
                         char* reference, int32_t* moved);
 /* Reads at most `max` bytes from `offset` on and puts a zero byte behind them: the buffer has
- * max + 1 bytes. `length` gets the number of bytes read; `done`, which may be null, 1 once the
- * file's lock is held.
+ * max + 1 bytes, which a failure, too, may have changed. `length` gets the number of bytes read;
+ * `done`, which may be null, 1 once nobody else keeps the file from being read.
  *   2062 -11 other layout        2063 -4  bad offset, maximum or null     2066 -17 not read
  *   2064 -4  offset at or behind the end of a text that is not empty; else as for dTmemosz */
 int32_t VQ_CALL dTgetmm(VqMemo* memo, const char* reference, int32_t offset, int32_t max,
