@@ -69,12 +69,14 @@ TEST_F(NdxDamage, pages_that_lead_astray_end_in_a_page_error) {
   };
   const std::string itself = le32(root_);
   const std::uint32_t keys_in_root = static_cast<unsigned char>(sound_[root_ * kPage]);
-  const Case cases[] = {{"wild count", 0, le32(0xFFFF)},
-                        {"count just too large", 0, le32(19)},
-                        {"child outside the file", 4, le32(1u << 30)},
-                        {"header as child", 4, le32(0)},
-                        {"itself as child", 4, itself},
-                        {"itself as last child", 4 + 28 * keys_in_root, itself}};
+  const Case cases[] = {
+      {"wild count", 0, le32(0xFFFF)},
+      {"count just too large", 0, le32(19)},
+      {"child outside the file", 4, le32(1u << 30)},
+      {"header as child", 4, le32(0)},
+      {"itself as child", 4, itself},
+      {"itself as last child", 4 + 28 * keys_in_root, itself},
+      {"itself before a leaf", 0, le32(1) + itself + std::string(24, '\0') + le32(1)}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);
     for (const std::uint32_t mode : {0u, 4u}) {

@@ -66,12 +66,16 @@ Result locate(KeyTree& keys, Direction direction, bool& at_entry) {
   if (!cursor.leaf_holds)
     return at_entry ? Result::ok : keys.tree.find(cursor.key.get(), cursor.path);
   Gap gap(keys, direction);
+  bool leaf_changed = true;
   if (at_entry) {
     const Result result = gap.still_fits(cursor.path, at_entry);
     if (!ok(result) || at_entry) return result;
     cursor.path_holds = false;
+    leaf_changed = !keys.tree.is_leaf_as(cursor.path, cursor.leaf.get());
   }
-  cursor.leaves_passed = 0;
+  // Others' changes begin the count anew. A place that does not fit without one counts as a leaf:
+  // in pages that run in a circle it never fits.
+  cursor.leaves_passed = leaf_changed ? 0 : cursor.leaves_passed + places(direction);
   return gap.find(cursor.path);
 }
 

@@ -37,6 +37,7 @@ inline int compare(const KeyTree& keys, const Byte* a, const Byte* b) {
 Result find_entry(KeyTree& keys, const Byte* key, std::uint32_t recno, Path& path, bool& found);
 
 enum class Direction : std::uint8_t { forward, backward };
+inline std::int32_t places(Direction direction) { return direction == Direction::forward ? 1 : -1; }
 
 // Makes the cursor's path lead to its anchor's entry. Where the entry has vanished, at_entry is
 // false and the path leads to the place that it had: what stood behind it is there or next, what

@@ -30,8 +30,6 @@ Result arrive(KeyTree& keys, void* key, std::uint32_t* recno) {
   return Result::ok;
 }
 
-std::int32_t places(Direction direction) { return direction == Direction::forward ? 1 : -1; }
-
 // More leaves in one direction than the file has pages: its pages run in a circle. In a shared file
 // a walk may pass a leaf twice, when others remove what it stands at.
 bool runs_in_circle(const KeyTree& keys, std::int64_t leaves_passed) {
@@ -40,11 +38,8 @@ bool runs_in_circle(const KeyTree& keys, std::int64_t leaves_passed) {
   return leaves_passed > limit || leaves_passed < -limit;
 }
 
-Result pass_leaf(KeyTree& keys, Direction direction) {
-  Cursor& cursor = keys.cursor;
-  keep_passed(keys, direction);
-  cursor.leaves_passed += places(direction);
-  if (!runs_in_circle(keys, cursor.leaves_passed)) return Result::ok;
+Result check_circle(const KeyTree& keys, Direction direction) {
+  if (!runs_in_circle(keys, keys.cursor.leaves_passed)) return Result::ok;
   const Operation operation =
       direction == Direction::forward ? keys.operations.next : keys.operations.previous;
   return fail(keys.file.block, Result::page_error, operation.detail(4));
@@ -69,7 +64,11 @@ Result move(KeyTree& keys, Direction direction, bool& found) {
   }
   if (!ok(result) || !found) return result;
   const Path::Step to = cursor.path.leaf();
-  return to.page == from.page && to.slot == within ? result : pass_leaf(keys, direction);
+  if (to.page != from.page || to.slot != within) {
+    keep_passed(keys, direction);
+    cursor.leaves_passed += places(direction);
+  }
+  return check_circle(keys, direction);
 }
 
 Result step_forward(KeyTree& keys, void* key, std::uint32_t* recno) {

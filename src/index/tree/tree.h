@@ -137,6 +137,8 @@ class Tree {
   Result leaf_entries(const Path& path, std::uint32_t& count);
   // Copies the page of the path's leaf.
   Result copy_leaf(const Path& path, Byte* image);
+  // Whether it is still as a copy of it.
+  bool is_leaf_as(const Path& path, const Byte* image);
   // Whether the path still leads from the root to an entry with this key and record number.
   Result leads_to(const Path& path, const Byte* key, std::uint32_t recno, bool& does);
 

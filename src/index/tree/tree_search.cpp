@@ -294,6 +294,14 @@ Result Tree::copy_leaf(const Path& path, Byte* image) {
   return Result::ok;
 }
 
+bool Tree::is_leaf_as(const Path& path, const Byte* image) {
+  PageCache::Frame frame = 0;
+  const std::int32_t detail = block_.detail;
+  const bool is_there = ok(fetch(path.leaf().page, frame));
+  block_.detail = detail;
+  return is_there && std::memcmp(cache_.image(frame), image, layout_.page_bytes) == 0;
+}
+
 Result Tree::root_ascends(const KeyOrder& order, bool& ascends) {
   PageCache::Frame frame = 0;
   if (const Result result = fetch(root_, frame); !ok(result)) return result;
