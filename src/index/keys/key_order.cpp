@@ -12,6 +12,9 @@ int reversed(const Byte* a, const Byte* b, std::size_t length) {
   return compare(b, a, length);
 }
 
+template <KeyOrder::Compare compare, bool kDescends>
+constexpr KeyOrder::Compare kInOrder = kDescends ? reversed<compare> : compare;
+
 // The keys of a page.
 struct Row {
   const KeyGrid& grid;
@@ -82,8 +85,8 @@ Front text_front(const Byte* key) {
   return load_be64(key);
 }
 
-// The first twelve digits of a packed decimal behind the point's place, and before that 2 for
-// positive numbers, 1 for zero and 0 for negative ones, all whose bits are turned over.
+// From the top: 2 for a positive number, 1 for zero, 0 for a negative one; the exponent; the first
+// twelve digits. Of negative numbers the lower ones have more of both, so that these are inverted.
 Word packed_front(const Byte* key) {
   constexpr Word kDigits = (Word{1} << 48) - 1;
   constexpr Word kSize = (Word{1} << 56) - 1;
@@ -94,6 +97,7 @@ Word packed_front(const Byte* key) {
   return packed_is_zero(key) ? Word{1} << 56 : front;
 }
 
+// Fronts are searched first; whole keys are compared only from the first equal front on.
 template <typename Front, Front front_of(const Byte* key), KeyOrder::Compare compare,
           bool kDescends, int kLimit>
 std::uint32_t bound_by_front(const KeyGrid& grid, const Byte* first, std::uint32_t count,
@@ -104,9 +108,9 @@ std::uint32_t bound_by_front(const KeyGrid& grid, const Byte* first, std::uint32
     return kDescends ? sought < front_of(at) : front_of(at) < sought;
   });
   if (low == count || front_of(row.key(low)) != sought) return low;
-  constexpr KeyOrder::Compare kInOrder = kDescends ? reversed<compare> : compare;
-  if (kInOrder(row.key(low), key, grid.length) >= kLimit) return low;
-  return bound_from<kInOrder, kLimit>(low + 1, row, key);
+  constexpr KeyOrder::Compare kWhole = kInOrder<compare, kDescends>;
+  if (kWhole(row.key(low), key, grid.length) >= kLimit) return low;
+  return bound_from<kWhole, kLimit>(low + 1, row, key);
 }
 
 template <bool kDescends, int kLimit>
@@ -120,8 +124,7 @@ std::uint32_t bound_text(const KeyGrid& grid, const Byte* first, std::uint32_t c
     return bound_by_front<Word, text_front<Word>, compare_texts, kDescends, kLimit>(grid, first,
                                                                                     count, key);
   }
-  constexpr KeyOrder::Compare kInOrder = kDescends ? reversed<compare_texts> : compare_texts;
-  return bound<kInOrder, kLimit>(grid, first, count, key);
+  return bound<kInOrder<compare_texts, kDescends>, kLimit>(grid, first, count, key);
 }
 
 template <bool kDescends, int kLimit>
@@ -140,31 +143,32 @@ bool is_a_number(const Byte* key) { return !std::isnan(load_double(key)); }
 
 template <bool kDescends>
 constexpr KeyOrder text_order() {
-  return {kDescends ? reversed<compare_texts> : compare_texts, bound_text<kDescends, 0>,
-          bound_text<kDescends, 1>, any_key};
+  return {kInOrder<compare_texts, kDescends>, bound_text<kDescends, 0>, bound_text<kDescends, 1>,
+          any_key};
 }
 
-template <KeyOrder::Compare compare>
+template <bool kDescends>
 constexpr KeyOrder collated_order() {
-  return {compare, bound<compare, 0>, bound<compare, 1>, any_key};
+  constexpr KeyOrder::Compare kWhole = kInOrder<compare_collated, kDescends>;
+  return {kWhole, bound<kWhole, 0>, bound<kWhole, 1>, any_key};
 }
 
 template <bool kDescends>
 constexpr KeyOrder number_order() {
-  return {kDescends ? reversed<compare_numbers> : compare_numbers, bound_number<kDescends, 0>,
+  return {kInOrder<compare_numbers, kDescends>, bound_number<kDescends, 0>,
           bound_number<kDescends, 1>, is_a_number};
 }
 
 template <bool kDescends>
 constexpr KeyOrder packed_order() {
-  return {kDescends ? reversed<compare_packed> : compare_packed,
+  return {kInOrder<compare_packed, kDescends>,
           bound_by_front<Word, packed_front, compare_packed, kDescends, 0>,
           bound_by_front<Word, packed_front, compare_packed, kDescends, 1>, any_key};
 }
 
 constexpr KeyOrder kOrders[4][2] = {
     {text_order<false>(), text_order<true>()},
-    {collated_order<compare_collated>(), collated_order<reversed<compare_collated>>()},
+    {collated_order<false>(), collated_order<true>()},
     {number_order<false>(), number_order<true>()},
     {packed_order<false>(), packed_order<true>()},
 };
