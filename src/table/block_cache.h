@@ -56,6 +56,7 @@ class BlockCache {
   Result read(std::uint32_t recno, std::uint32_t skip, void* out) {
     const std::uint32_t position = recno - current_first_;
     if (position < buffers_[current_].held) {
+      misses_ = 0;
       copy_from(current_, position, skip, out);
       return Result::ok;
     }

@@ -50,9 +50,9 @@ TEST(Calls, the_block_used_longest_ago_makes_room) {
     std::mt19937 random(3);
     const auto read = [&, buffers = buffers, steps = steps] {
       for (int i = 0; i < steps; ++i) {
+        const auto most = random() % (2 * buffers + 2) + 1;
         // Every other block, as those in order are read ahead.
-        const auto block =
-            static_cast<std::uint32_t>(3 + 2 * (random() % (random() % (2 * buffers + 2) + 1)));
+        const auto block = static_cast<std::uint32_t>(3 + 2 * (random() % most));
         std::string out(ScratchTable::kRecordBytes, '?');
         const std::uint32_t recno = (block - 1) * ScratchTable::kRecordsPerBlock + 1;
         ASSERT_EQ(0, lib.dDgetrec(table, recno, out.data()));
