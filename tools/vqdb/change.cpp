@@ -6,6 +6,7 @@
 #include "memo_file.h"
 #include "stop.h"
 #include "table.h"
+#include "working_block.h"
 
 namespace tool {
 namespace {
@@ -13,20 +14,8 @@ namespace {
 constexpr std::uint32_t kShared = VQ_OPEN_SHARED_CACHED;
 constexpr int kBuffers = 64;
 constexpr std::uint32_t kPagesOfAnIndex = 1000;
-constexpr std::uint32_t kLastSchemeWithLocks = 3;
-constexpr std::uint32_t kSortWorkspace = 4096;  // of 16384 bytes
-constexpr int32_t kPatience = 3000;             // milliseconds, for locks of others
 
 }  // namespace
-
-std::unique_ptr<VqBlock> working_block(const Header& header) {
-  auto block = std::make_unique<VqBlock>();
-  require(*block, DBinit(block.get(), dialect_of(header)), "DBinit");
-  if (block->index_kind > kLastSchemeWithLocks) dUsetnet(block.get(), 0);
-  block->page_count_setting = kSortWorkspace;
-  dUsetwait(block.get(), kPatience);
-  return block;
-}
 
 TableLock::TableLock(const std::string& path, const Header& header)
     : block_(working_block(header)), table_(dDopen(block_.get(), path.c_str(), kShared, 1)) {

@@ -90,10 +90,6 @@ class Change {
   std::vector<FileBackup> backups_;
 };
 
-// A block for work on a table of this header: its dialect, room for long work, and locks even where
-// the dialect names none.
-std::unique_ptr<VqBlock> working_block(const Header& header);
-
 }  // namespace tool
 
 #endif  // VQDB_CHANGE_H_

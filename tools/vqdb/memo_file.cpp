@@ -2,9 +2,9 @@
 
 #include <limits>
 
-#include "change.h"
 #include "file_names.h"
 #include "stop.h"
+#include "working_block.h"
 
 namespace tool {
 namespace {

@@ -3,7 +3,6 @@
 #include <nlohmann/json.hpp>
 
 #include "assignments.h"
-#include "change.h"
 #include "commands/command.h"
 #include "display.h"
 #include "file_names.h"
@@ -13,6 +12,7 @@
 #include "system.h"
 #include "table.h"
 #include "warnings.h"
+#include "working_block.h"
 
 namespace tool {
 namespace {

@@ -1,11 +1,11 @@
 #include <filesystem>
 
-#include "change.h"
 #include "commands/command.h"
 #include "file_names.h"
 #include "memo_file.h"
 #include "progress.h"
 #include "table.h"
+#include "working_block.h"
 
 namespace tool {
 namespace {

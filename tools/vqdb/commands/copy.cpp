@@ -8,6 +8,7 @@
 #include "progress.h"
 #include "table.h"
 #include "table_maker.h"
+#include "working_block.h"
 
 namespace tool {
 namespace {

@@ -9,6 +9,7 @@
 #include "progress.h"
 #include "table.h"
 #include "table_maker.h"
+#include "working_block.h"
 
 namespace tool {
 namespace {
